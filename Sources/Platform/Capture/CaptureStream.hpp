@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Platform/Capture/ShareableContent.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/SerialQueue.hpp"
+#include "Platform/Imaging/SampleBuffer.hpp"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace platform {
+
+/// A whole display, less the windows of some applications.
+struct DisplayContentFilter {
+    Display display;
+    std::vector<RunningApplication> excludingApplications;
+};
+/// One window, wherever it is and whatever covers it.
+struct WindowContentFilter {
+    Window window;
+};
+using ContentFilter = std::variant<DisplayContentFilter, WindowContentFilter>;
+
+struct StreamConfiguration {
+    int width = 0;  ///< pixels of the delivered frames
+    int height = 0;
+    MediaTime minimumFrameInterval{1, 60};
+    bool showsCursor = true;
+    bool capturesAudio = false;
+    int sampleRate = 48000;
+    int channelCount = 2;
+    bool excludesCurrentProcessAudio = true;
+    PixelFormat pixelFormat = PixelFormat::bgra;
+    int queueDepth = 8;  ///< frames in flight; with all of them held, new frames are dropped
+};
+
+/// `complete`: new picture content. The others carry no picture to be recorded.
+enum class FrameStatus { complete = 0, idle = 1, blank = 2, suspended = 3, started = 4, stopped = 5 };
+enum class StreamOutputType { screen, audio };
+
+struct CapturedSample {
+    SampleBuffer buffer;                ///< presentation time on the host clock
+    std::optional<FrameStatus> status;  ///< pictures only
+};
+
+/// A running capture. Frames come only when the content (or the pointer) changed, at most one per
+/// `minimumFrameInterval`, the first one at once.
+class CaptureStream {
+  public:
+    using OutputHandler = std::function<void(const CapturedSample&)>;
+
+    virtual ~CaptureStream() = default;
+    /// Delivers samples of one type on `queue`, which outlives the stream. Before `startCapture`; throws
+    /// PlatformError for a second handler of one type.
+    virtual void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) = 0;
+    /// Begins without blocking; `done` is called once, on a thread of the stream's, with the error or none.
+    virtual void startCapture(std::function<void(std::optional<PlatformError>)> done) = 0;
+    /// Ends without blocking. After `done` no handler is running and none is called again.
+    virtual void stopCapture(std::function<void(std::optional<PlatformError>)> done) = 0;
+};
+
+/// Screen capture of the host.
+class ScreenCaptureService {
+  public:
+    virtual ~ScreenCaptureService() = default;
+    /// Throws PlatformError when the display server cannot be reached or refuses.
+    virtual ShareableContent shareableContent() = 0;
+    /// `onStopped` is told once, on a thread of the stream's, when a running stream dies by itself.
+    /// Throws PlatformError when the content of the filter no longer exists.
+    virtual std::unique_ptr<CaptureStream> makeStream(
+        const ContentFilter& filter, const StreamConfiguration& configuration,
+        std::function<void(const PlatformError&)> onStopped) = 0;
+    virtual std::string implementation() const = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,60 @@
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
+
+#include <QSocketNotifier>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include <sys/timerfd.h>
+
+namespace platform {
+namespace {
+
+timespec toTimespec(double seconds) {
+    const auto whole = std::floor(seconds);
+    return {static_cast<time_t>(whole), static_cast<long>((seconds - whole) * 1e9)};
+}
+
+class TimerFd final : public Timer {
+  public:
+    TimerFd(double delay, double interval, std::function<void()> action)
+        : fd_(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC)),
+          notifier_(fd_.get(), QSocketNotifier::Read),
+          action_(std::make_shared<std::function<void()>>(std::move(action))) {
+        if (!fd_) throw PlatformError("Foundation", errno, std::string("no timer: ") + std::strerror(errno));
+        // A zero delay would disarm the timer.
+        const itimerspec schedule{toTimespec(interval), toTimespec(std::max(delay, 1e-9))};
+        timerfd_settime(fd_.get(), 0, &schedule, nullptr);
+        QObject::connect(&notifier_, &QSocketNotifier::activated, [this] {
+            std::uint64_t expirations = 0;
+            if (read(fd_.get(), &expirations, sizeof expirations) != sizeof expirations) return;
+            const auto running = action_;  // outlives this timer if the action destroys it
+            (*running)();
+        });
+    }
+
+  private:
+    UniqueFd fd_;
+    QSocketNotifier notifier_;
+    std::shared_ptr<std::function<void()>> action_;
+};
+
+}  // namespace
+
+void QtMainLoop::post(std::function<void()> work) {
+    QMetaObject::invokeMethod(&context_, std::move(work), Qt::QueuedConnection);
+}
+
+std::unique_ptr<Timer> QtMainLoop::scheduleRepeating(double interval, std::function<void()> tick) {
+    return std::make_unique<TimerFd>(interval, interval, std::move(tick));
+}
+
+std::unique_ptr<Timer> QtMainLoop::scheduleOnce(double delay, std::function<void()> fire) {
+    return std::make_unique<TimerFd>(delay, 0, std::move(fire));
+}
+
+}  // namespace platform

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Platform/Foundation/MainLoop.hpp"
+
+#include <QObject>
+
+namespace platform {
+
+/// The main loop over Qt's event loop. Created on the main thread after the application object.
+/// Repeating timers run on a timerfd, because Qt's own round 1/60 s to whole milliseconds.
+class QtMainLoop final : public MainLoop {
+  public:
+    void post(std::function<void()> work) override;
+    std::unique_ptr<Timer> scheduleRepeating(double interval, std::function<void()> tick) override;
+    std::unique_ptr<Timer> scheduleOnce(double delay, std::function<void()> fire) override;
+
+  private:
+    QObject context_;
+};
+
+}  // namespace platform

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+
+namespace platform {
+
+/// A rectangle. Unit, origin and direction of y are those of the space it is used in.
+struct Rect {
+    double x = 0;
+    double y = 0;
+    double w = 0;
+    double h = 0;
+
+    double maxX() const { return x + w; }
+    double maxY() const { return y + h; }
+    bool isEmpty() const { return !(w > 0 && h > 0); }
+
+    Rect translated(double dx, double dy) const { return {x + dx, y + dy, w, h}; }
+    Rect insetBy(double d) const { return {x + d, y + d, w - 2 * d, h - 2 * d}; }
+    Rect intersected(const Rect& o) const {
+        const double left = std::max(x, o.x), low = std::max(y, o.y);
+        const double right = std::min(maxX(), o.maxX()), high = std::min(maxY(), o.maxY());
+        return right > left && high > low ? Rect{left, low, right - left, high - low} : Rect{};
+    }
+    Rect united(const Rect& o) const {
+        if (isEmpty()) return o;
+        if (o.isEmpty()) return *this;
+        const double left = std::min(x, o.x), low = std::min(y, o.y);
+        return {left, low, std::max(maxX(), o.maxX()) - left, std::max(maxY(), o.maxY()) - low};
+    }
+    friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+/// A colour with straight (not premultiplied) alpha, components 0…1.
+struct Colour {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+
+    Colour withAlpha(double a) const { return {red, green, blue, a}; }
+    friend bool operator==(const Colour&, const Colour&) = default;
+};
+
+}  // namespace platform

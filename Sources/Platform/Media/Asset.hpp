@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Platform/Foundation/MediaTime.hpp"
+#include "Platform/Imaging/SampleBuffer.hpp"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// One track of a movie file.
+struct AssetTrack {
+    int index = 0;  ///< position among the file's tracks
+    MediaType type = MediaType::video;
+    TimeRange timeRange;  ///< seconds on the movie's timeline
+    std::string codec;    ///< short name: "hevc", "h264", "aac"
+    int width = 0;        ///< pixels; video only
+    int height = 0;
+    double nominalFrameRate = 0;  ///< frames a second on average; video only
+    int sampleRate = 0;           ///< audio only
+    int channels = 0;
+};
+
+/// A movie file. Making one never fails; the file is opened when something is asked of it. Operations
+/// block on the disk; any thread, one at a time.
+class Asset {
+  public:
+    virtual ~Asset() = default;
+    virtual const std::filesystem::path& path() const = 0;
+    /// The tracks of one type in file order. Throws PlatformError naming the file when it cannot be
+    /// opened or is not a movie.
+    virtual std::vector<AssetTrack> loadTracks(MediaType type) = 0;
+};
+
+}  // namespace platform

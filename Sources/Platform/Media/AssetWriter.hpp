@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Imaging/SampleBuffer.hpp"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace platform {
+
+enum class FileType {
+    quickTimeMovie,  ///< written in fragments: playable up to the last second even after a crash
+    mpeg4,           ///< index in front, ready for the network
+};
+enum class VideoCodec { hevc, h264 };
+
+struct VideoSettings {
+    VideoCodec codec = VideoCodec::h264;
+    int width = 0;  ///< pixels; an odd side is coded one larger, its last line repeated
+    int height = 0;
+    std::int64_t averageBitRate = 0;  ///< bits a second
+    double expectedFrameRate = 30;    ///< what the rate control reckons with; true times are kept
+    bool h264HighProfile = false;     ///< High, automatic level
+    bool expectsMediaDataInRealTime = false;
+};
+
+struct AudioSettings {
+    int sampleRate = 48000;
+    int channels = 2;
+    std::int64_t bitRate = 128000;
+    bool expectsMediaDataInRealTime = false;
+};
+
+/// One track being written: a bounded queue and an encoder thread. Appended from one thread at a time.
+class AssetWriterInput {
+  public:
+    virtual ~AssetWriterInput() = default;
+    /// The queue has room.
+    virtual bool isReadyForMoreMediaData() const = 0;
+    /// Waits at most `seconds` for room (or for the writer to fail) and tells whether there is room.
+    virtual bool waitUntilReady(double seconds) = 0;
+    /// Queues a sample; its time is on the source timeline of `startSession`. Pictures of another size
+    /// are refused. Sound of any rate and channel count is converted; a gap in its times becomes
+    /// silence of the same length, a slow drift is followed by resampling. False when the writer is not
+    /// writing, the queue is full or the sample does not fit.
+    virtual bool append(const SampleBuffer& sample) = 0;
+    /// No sample follows.
+    virtual void markAsFinished() = 0;
+    /// Buffers of the encoder's own layout (i420 of the track's size), so that appending copies
+    /// nothing. Null for sound and before `startWriting`.
+    virtual PixelBufferPool* pixelBufferPool() = 0;
+};
+
+/// Writes a movie file. Main or task thread; not shared. Destroying a writer that is still writing
+/// cancels it and leaves the file as it is.
+class AssetWriter {
+  public:
+    enum class Status { unknown, writing, completed, failed, cancelled };
+
+    virtual ~AssetWriter() = default;
+    /// Inputs are added before `startWriting` and live as long as the writer.
+    virtual AssetWriterInput& addVideoInput(const VideoSettings& settings) = 0;
+    virtual AssetWriterInput& addAudioInput(const AudioSettings& settings) = 0;
+    /// Opens the encoders and the file; false on failure, which `error` explains.
+    virtual bool startWriting() = 0;
+    /// The source time that becomes 0 on the file's timeline. Samples before it are cut away.
+    virtual void startSession(MediaTime atSourceTime) = 0;
+    virtual Status status() const = 0;
+    virtual std::optional<PlatformError> error() const = 0;
+    /// Ends the inputs, drains the encoders, completes the file, then calls `done` on a thread of the
+    /// writer's; `status` is completed or failed by then.
+    virtual void finishWriting(std::function<void()> done) = 0;
+    /// Stops at once. The partial file stays for the caller to remove.
+    virtual void cancelWriting() = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Desktop/Desktop.hpp"
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Media/MediaService.hpp"
+#include "Platform/Vision/PersonSegmentation.hpp"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// The host's services, chosen in one place and handed to whoever needs them. A service that the
+/// machine lacks is still there and fails with a sentence that says what is missing.
+struct PlatformServices {
+    std::shared_ptr<Clock> clock;
+    std::shared_ptr<MainLoop> mainLoop;
+    std::shared_ptr<MediaService> media;
+    std::shared_ptr<ScreenCaptureService> screenCapture;
+    std::shared_ptr<Desktop> desktop;
+    std::shared_ptr<VisionService> vision;
+
+    /// Main thread, after the application object exists.
+    static PlatformServices makeDefault();
+};
+
+}  // namespace platform

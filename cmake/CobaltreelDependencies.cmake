@@ -1,0 +1,19 @@
+# Everything comes from the distribution's packages; scripts/packages.txt lists them.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui)
+find_package(QCoro6 REQUIRED COMPONENTS Coro Core)
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(CLI11 2.1 REQUIRED)
+
+pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
+    libavformat libavcodec libavutil libswresample)
+pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
+    xcb xcb-shm xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-ewmh xcb-icccm xcb-res)
+
+# libyuv ships neither a pkg-config file nor a CMake package.
+find_library(LIBYUV_LIBRARY yuv REQUIRED)
+find_path(LIBYUV_INCLUDE_DIR libyuv.h REQUIRED)
+add_library(LibYuv INTERFACE)
+target_link_libraries(LibYuv INTERFACE ${LIBYUV_LIBRARY})
+target_include_directories(LibYuv SYSTEM INTERFACE ${LIBYUV_INCLUDE_DIR})

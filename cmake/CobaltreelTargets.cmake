@@ -1,0 +1,37 @@
+# Flags shared by every target of the project.
+add_library(CobaltreelFlags INTERFACE)
+target_compile_options(CobaltreelFlags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+target_compile_definitions(CobaltreelFlags INTERFACE QT_NO_KEYWORDS)
+if(COBALTREEL_SANITIZE)
+    target_compile_options(CobaltreelFlags INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    target_link_options(CobaltreelFlags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# cobaltreel_library(NAME SOURCES ... PUBLIC ... PRIVATE ...): one box of the architecture.
+# Headers are included by their path below Sources.
+function(cobaltreel_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/Sources)
+    target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE CobaltreelFlags ${ARG_PRIVATE})
+endfunction()
+
+# cobaltreel_test(NAME SOURCES ... LIBRARIES ... [DESKTOP] [LABELS ...]): one test program.
+# DESKTOP runs it inside the virtual desktop of Tests/Rig, one program at a time.
+function(cobaltreel_test name)
+    cmake_parse_arguments(ARG "DESKTOP" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+    target_link_libraries(${name} PRIVATE CobaltreelFlags ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main)
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    if(ARG_DESKTOP)
+        add_test(NAME ${name}
+            COMMAND ${PROJECT_SOURCE_DIR}/Tests/Rig/desktop -- $<TARGET_FILE:${name}>)
+        set_tests_properties(${name} PROPERTIES RUN_SERIAL ON TIMEOUT ${ARG_TIMEOUT})
+    else()
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+    endif()
+endfunction()
