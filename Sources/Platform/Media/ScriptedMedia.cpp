@@ -1,0 +1,301 @@
+#include "Platform/Media/ScriptedMedia.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr std::int32_t scriptTimescale = 90000;
+
+MediaTime scriptTime(double seconds) { return MediaTime::fromSeconds(seconds, scriptTimescale); }
+
+class ScriptedAsset final : public Asset {
+  public:
+    ScriptedAsset(std::filesystem::path path, std::optional<ScriptedMovie> movie)
+        : path_(std::move(path)), movie_(std::move(movie)) {}
+
+    const std::filesystem::path& path() const override { return path_; }
+    const ScriptedMovie& movie() const { return *movie_; }
+
+    std::vector<AssetTrack> loadTracks(MediaType type) override {
+        if (!movie_)
+            throw PlatformError("ScriptedMedia", 1, path_.string() + " cannot be opened: no such file.");
+        const auto& loadError = type == MediaType::video ? movie_->videoLoadError : movie_->audioLoadError;
+        if (loadError) throw PlatformError(*loadError);
+        if (type == MediaType::video && !movie_->frames.empty()) return {videoTrack()};
+        if (type == MediaType::audio && movie_->sound) return {audioTrack()};
+        return {};
+    }
+
+  private:
+    AssetTrack videoTrack() const {
+        AssetTrack track;
+        track.timeRange = {movie_->frames.front().time, movie_->frames.back().time};
+        track.codec = "h264";
+        track.width = movie_->width;
+        track.height = movie_->height;
+        return track;
+    }
+    AssetTrack audioTrack() const {
+        AssetTrack track;
+        track.index = 1;
+        track.type = MediaType::audio;
+        track.timeRange = *movie_->sound;
+        track.codec = "aac";
+        track.sampleRate = 48000;
+        track.channels = 2;
+        return track;
+    }
+
+    std::filesystem::path path_;
+    std::optional<ScriptedMovie> movie_;
+};
+
+/// The part of a reader that every scripted reader shares: its states.
+class ScriptedReader : public AssetReader {
+  public:
+    ScriptedReader(bool starts, std::optional<PlatformError> failure)
+        : starts_(starts), failure_(std::move(failure)) {}
+
+    bool startReading() override {
+        status_ = starts_ ? Status::reading : Status::failed;
+        return starts_;
+    }
+    Status status() const override { return status_; }
+    std::optional<PlatformError> error() const override {
+        return status_ == Status::failed ? failure_ : std::nullopt;
+    }
+
+  protected:
+    std::optional<SampleBuffer> end(Status status) {
+        status_ = status;
+        return std::nullopt;
+    }
+
+  private:
+    bool starts_;
+    std::optional<PlatformError> failure_;
+    Status status_ = Status::unknown;
+};
+
+class ScriptedTrackReader final : public ScriptedReader {
+  public:
+    ScriptedTrackReader(const ScriptedMovie& movie, const TimeRange& range, PixelFormat format)
+        : ScriptedReader(movie.readerStarts, movie.readerError), movie_(movie), format_(format) {
+        const auto& frames = movie_.frames;
+        next_ = 0;
+        while (next_ + 1 < frames.size() && frames[next_ + 1].time <= range.start) ++next_;
+        end_ = next_;
+        while (end_ < frames.size() && frames[end_].time < range.end) ++end_;
+    }
+
+    std::optional<SampleBuffer> copyNextSampleBuffer() override {
+        if (status() != Status::reading) return std::nullopt;
+        if (movie_.readerFailsAfter && delivered_ >= *movie_.readerFailsAfter) return end(Status::failed);
+        if (next_ >= end_) return end(Status::completed);
+        const ScriptedFrame& frame = movie_.frames[next_++];
+        ++delivered_;
+        SampleBuffer sample{scriptTime(frame.time), nullptr, nullptr};
+        if (frame.withImage) {
+            auto image = std::make_shared<PixelBuffer>(format_, movie_.width, movie_.height);
+            for (int i = 0; i < image->planeCount(); ++i) {
+                const Plane& plane = image->plane(i);
+                std::memset(plane.data, frame.value,
+                            static_cast<std::size_t>(plane.stride) * static_cast<std::size_t>(plane.height));
+            }
+            sample.image = std::move(image);
+        }
+        return sample;
+    }
+
+  private:
+    ScriptedMovie movie_;
+    PixelFormat format_;
+    std::size_t next_ = 0;
+    std::size_t end_ = 0;
+    std::size_t delivered_ = 0;
+};
+
+class ScriptedMixReader final : public ScriptedReader {
+  public:
+    ScriptedMixReader(const ScriptedMix& mix, Composition composition)
+        : ScriptedReader(mix.starts, mix.error), mix_(mix), composition_(std::move(composition)) {}
+
+    std::optional<SampleBuffer> copyNextSampleBuffer() override {
+        constexpr std::int64_t runLength = 1024;
+        if (status() != Status::reading) return std::nullopt;
+        const AudioFormat format;
+        const std::int64_t total = std::llround(composition_.duration() * format.sampleRate);
+        if (mix_.failsAt && static_cast<double>(position_) >= *mix_.failsAt * format.sampleRate)
+            return end(Status::failed);
+        if (position_ >= total) return end(Status::completed);
+        const std::int64_t count = std::min(runLength, total - position_);
+        auto audio = std::make_shared<AudioBuffer>();
+        audio->bytes.resize(static_cast<std::size_t>(count) * format.bytesPerFrame());
+        for (std::int64_t i = 0; i < count; ++i) {
+            const float level = levelAt(static_cast<double>(position_ + i) / format.sampleRate);
+            audio->floats()[static_cast<std::size_t>(2 * i)] = level;
+            audio->floats()[static_cast<std::size_t>(2 * i + 1)] = level;
+        }
+        const MediaTime time{position_, format.sampleRate};
+        position_ += count;
+        return SampleBuffer{time, nullptr, std::move(audio)};
+    }
+
+  private:
+    float levelAt(double time) const {
+        float sum = 0;
+        for (const auto& track : composition_.tracks())
+            for (const auto& segment : track.segments())
+                if (time >= segment.start && time < segment.start + segment.source.duration())
+                    sum += static_cast<const ScriptedAsset&>(*segment.asset).movie().soundLevel;
+        return std::clamp(sum, -1.0F, 1.0F);
+    }
+
+    ScriptedMix mix_;
+    Composition composition_;
+    std::int64_t position_ = 0;
+};
+
+class ScriptedWriter;
+
+class ScriptedInput final : public AssetWriterInput {
+  public:
+    ScriptedInput(ScriptedWriter& writer, MediaType type) : writer_(writer), type_(type) {}
+
+    bool isReadyForMoreMediaData() const override;
+    bool waitUntilReady(double) override { return isReadyForMoreMediaData(); }
+    bool append(const SampleBuffer& sample) override;
+    void markAsFinished() override;
+    PixelBufferPool* pixelBufferPool() override;
+
+  private:
+    ScriptedWriter& writer_;
+    MediaType type_;
+    std::optional<PixelBufferPool> pool_;
+};
+
+class ScriptedWriter final : public AssetWriter {
+  public:
+    ScriptedWriter(ScriptedWriting writing, std::shared_ptr<WriterRecord> writerRecord)
+        : script(std::move(writing)), record(std::move(writerRecord)) {}
+
+    AssetWriterInput& addVideoInput(const VideoSettings& settings) override {
+        record->videoSettings = settings;
+        return video_;
+    }
+    AssetWriterInput& addAudioInput(const AudioSettings& settings) override {
+        record->audioSettings = settings;
+        return audio_;
+    }
+    bool startWriting() override {
+        record->started = script.starts;
+        state = script.starts ? Status::writing : Status::failed;
+        if (script.createsFile) std::ofstream(record->path).flush();
+        return script.starts;
+    }
+    void startSession(MediaTime atSourceTime) override { record->sessionStart = atSourceTime; }
+    Status status() const override { return state; }
+    std::optional<PlatformError> error() const override {
+        return state == Status::failed ? script.error : std::nullopt;
+    }
+    void finishWriting(std::function<void()> done) override {
+        if (state == Status::writing) {
+            record->finished = true;
+            state = script.failsOnFinish ? Status::failed : Status::completed;
+        }
+        done();
+    }
+    void cancelWriting() override {
+        record->cancelled = true;
+        state = Status::cancelled;
+    }
+
+    ScriptedWriting script;
+    std::shared_ptr<WriterRecord> record;
+    Status state = Status::unknown;
+
+  private:
+    ScriptedInput video_{*this, MediaType::video};
+    ScriptedInput audio_{*this, MediaType::audio};
+};
+
+bool ScriptedInput::isReadyForMoreMediaData() const {
+    WriterRecord& record = *writer_.record;
+    const bool video = type_ == MediaType::video;
+    const std::size_t asks = ++(video ? record.videoAsks : record.audioAsks);
+    if (video && writer_.script.onVideoAsk) writer_.script.onVideoAsk(asks);
+    const std::size_t refused = video ? writer_.script.videoNotReadyAsks : writer_.script.audioNotReadyAsks;
+    return writer_.state == AssetWriter::Status::writing && asks > refused;
+}
+
+bool ScriptedInput::append(const SampleBuffer& sample) {
+    WriterRecord& record = *writer_.record;
+    const bool video = type_ == MediaType::video;
+    const bool finished = video ? record.videoFinished : record.audioFinished;
+    if (writer_.state != AssetWriter::Status::writing || finished) return false;
+    auto& samples = video ? record.video : record.audio;
+    samples.push_back(sample);
+    record.order.push_back(type_);
+    if (!video) return true;
+    if (writer_.script.failsAfter && samples.size() >= *writer_.script.failsAfter)
+        writer_.state = AssetWriter::Status::failed;
+    if (writer_.script.onVideoAppend) writer_.script.onVideoAppend(samples.size());
+    return true;
+}
+
+void ScriptedInput::markAsFinished() {
+    (type_ == MediaType::video ? writer_.record->videoFinished : writer_.record->audioFinished) = true;
+}
+
+PixelBufferPool* ScriptedInput::pixelBufferPool() {
+    const auto& settings = writer_.record->videoSettings;
+    if (type_ == MediaType::audio || !writer_.script.hasPool || !settings) return nullptr;
+    if (!pool_) pool_.emplace(PixelFormat::i420, settings->width, settings->height, writer_.script.poolLimit);
+    return &*pool_;
+}
+
+}  // namespace
+
+ScriptedMovie ScriptedMovie::withFrames(std::size_t count, double framesPerSecond) {
+    ScriptedMovie movie;
+    for (std::size_t i = 0; i < count; ++i)
+        movie.frames.push_back(
+            {static_cast<double>(i) / framesPerSecond, static_cast<std::uint8_t>(i + 1), true});
+    return movie;
+}
+
+std::shared_ptr<Asset> ScriptedMedia::asset(const std::filesystem::path& path) {
+    const auto found = movies.find(path);
+    if (found == movies.end()) return std::make_shared<ScriptedAsset>(path, std::nullopt);
+    return std::make_shared<ScriptedAsset>(path, found->second);
+}
+
+std::unique_ptr<AssetReader> ScriptedMedia::makeTrackReader(const std::shared_ptr<Asset>& asset,
+                                                            const AssetTrack& track, const TimeRange& range,
+                                                            PixelFormat format) {
+    const ScriptedMovie& movie = static_cast<const ScriptedAsset&>(*asset).movie();
+    readerRequests.push_back({asset->path(), track.type, range, format});
+    if (movie.readerCreationError) throw PlatformError(*movie.readerCreationError);
+    return std::make_unique<ScriptedTrackReader>(movie, range, format);
+}
+
+std::unique_ptr<AssetReader> ScriptedMedia::makeAudioMixReader(const Composition& composition) {
+    mixedCompositions.push_back(composition);
+    return std::make_unique<ScriptedMixReader>(mix, composition);
+}
+
+std::unique_ptr<AssetWriter> ScriptedMedia::makeWriter(const std::filesystem::path& path, FileType type) {
+    if (writing.creationError) throw PlatformError(*writing.creationError);
+    auto record = std::make_shared<WriterRecord>();
+    record->path = path;
+    record->type = type;
+    writers.push_back(record);
+    return std::make_unique<ScriptedWriter>(writing, std::move(record));
+}
+
+}  // namespace platform
