@@ -1,0 +1,177 @@
+#include "Platform/Capture/ScriptedScreenCapture.hpp"
+
+#include <cstring>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+std::size_t indexOf(StreamOutputType type) { return type == StreamOutputType::screen ? 0 : 1; }
+
+}  // namespace
+
+ScriptedStream::State ScriptedStream::state() const {
+    const std::lock_guard lock(mutex_);
+    return state_;
+}
+
+bool ScriptedStream::hasOutput(StreamOutputType type) const {
+    const std::lock_guard lock(mutex_);
+    return outputs_[indexOf(type)].queue != nullptr;
+}
+
+int ScriptedStream::stopRequests() const {
+    const std::lock_guard lock(mutex_);
+    return stopRequests_;
+}
+
+bool ScriptedStream::deliver(StreamOutputType type, const CapturedSample& sample) {
+    const std::lock_guard delivering(delivery_);
+    Output output;
+    {
+        const std::lock_guard lock(mutex_);
+        output = outputs_[indexOf(type)];
+        if (state_ != State::running || output.queue == nullptr) return false;
+    }
+    output.queue->sync([&] { output.handler(sample); });
+    return true;
+}
+
+bool ScriptedStream::deliverFrame(double seconds, std::optional<FrameStatus> status,
+                                  ConstPixelBufferRef picture) {
+    if (!picture) {
+        const auto plain =
+            std::make_shared<PixelBuffer>(PixelFormat::bgra, configuration.width, configuration.height);
+        const Plane& plane = plain->plane();
+        std::memset(plane.data, 0x80, static_cast<std::size_t>(plane.stride) * plane.height);
+        picture = plain;
+    }
+    CapturedSample sample;
+    sample.buffer.presentationTime = MediaTime::fromSeconds(seconds, nanosecondTimescale);
+    sample.buffer.image = std::move(picture);
+    sample.status = status;
+    return deliver(StreamOutputType::screen, sample);
+}
+
+bool ScriptedStream::deliverAudio(double seconds, std::size_t frames) {
+    auto sound = std::make_shared<AudioBuffer>();
+    sound->format = {configuration.sampleRate, configuration.channelCount, true};
+    sound->bytes.resize(frames * sound->format.bytesPerFrame());
+    CapturedSample sample;
+    sample.buffer.presentationTime = MediaTime::fromSeconds(seconds, nanosecondTimescale);
+    sample.buffer.audio = std::move(sound);
+    return deliver(StreamOutputType::audio, sample);
+}
+
+void ScriptedStream::stopByItself(const PlatformError& error) {
+    std::function<void(const PlatformError&)> onStopped;
+    {
+        const std::lock_guard delivering(delivery_);
+        const std::lock_guard lock(mutex_);
+        if (state_ != State::running) return;
+        state_ = State::stopped;
+        onStopped = std::exchange(onStopped_, nullptr);
+    }
+    if (onStopped) onStopped(error);
+}
+
+bool ScriptedStream::finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error) {
+    Done done;
+    {
+        const std::lock_guard lock(mutex_);
+        if (state_ != from || !waiting) return false;
+        state_ = to;
+        done = std::exchange(waiting, nullptr);
+    }
+    done(error);
+    return true;
+}
+
+bool ScriptedStream::finishStart() {
+    return finish(State::starting, startError_ ? State::stopped : State::running, waitingStart_, startError_);
+}
+
+bool ScriptedStream::finishStop() {
+    return finish(State::stopping, State::stopped, waitingStop_, stopError_);
+}
+
+bool ScriptedStream::isOnOutputQueue() const {
+    const std::lock_guard lock(mutex_);
+    for (const Output& output : outputs_)
+        if (output.queue != nullptr && output.queue->isCurrent()) return true;
+    return false;
+}
+
+/// What the owner of the stream holds.
+class ScriptedStreamHandle final : public CaptureStream {
+  public:
+    explicit ScriptedStreamHandle(std::shared_ptr<ScriptedStream> stream) : stream_(std::move(stream)) {}
+    ~ScriptedStreamHandle() override {
+        waitForHandlers();
+        const std::lock_guard lock(stream_->mutex_);
+        stream_->state_ = ScriptedStream::State::stopped;
+        stream_->outputs_ = {};
+        stream_->onStopped_ = nullptr;
+    }
+
+    void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override {
+        const std::lock_guard lock(stream_->mutex_);
+        ScriptedStream::Output& output = stream_->outputs_[indexOf(type)];
+        if (output.queue != nullptr)
+            throw PlatformError("ScreenCapture", 1, "This output of the stream is already taken.");
+        output = {&queue, std::move(handler)};
+    }
+
+    void startCapture(std::function<void(std::optional<PlatformError>)> done) override {
+        {
+            const std::lock_guard lock(stream_->mutex_);
+            stream_->state_ = ScriptedStream::State::starting;
+            stream_->waitingStart_ = std::move(done);
+            if (stream_->holdsStart_) return;
+        }
+        stream_->finishStart();
+    }
+
+    void stopCapture(std::function<void(std::optional<PlatformError>)> done) override {
+        {
+            const std::lock_guard lock(stream_->mutex_);
+            ++stream_->stopRequests_;
+            stream_->state_ = ScriptedStream::State::stopping;
+            stream_->waitingStop_ = std::move(done);
+        }
+        waitForHandlers();
+        if (!stream_->holdsStop_) stream_->finishStop();
+    }
+
+  private:
+    void waitForHandlers() {
+        if (!stream_->isOnOutputQueue()) const std::lock_guard none(stream_->delivery_);
+    }
+
+    std::shared_ptr<ScriptedStream> stream_;
+};
+
+ShareableContent ScriptedScreenCapture::shareableContent() {
+    ++contentRequests;
+    if (contentError) throw *contentError;
+    return content;
+}
+
+std::unique_ptr<CaptureStream> ScriptedScreenCapture::makeStream(
+    const ContentFilter& filter, const StreamConfiguration& configuration,
+    std::function<void(const PlatformError&)> onStopped) {
+    if (makeStreamError) throw *makeStreamError;
+    auto stream = std::make_shared<ScriptedStream>();
+    stream->filter = filter;
+    stream->configuration = configuration;
+    stream->onStopped_ = std::move(onStopped);
+    stream->startError_ = startError;
+    stream->stopError_ = stopError;
+    stream->holdsStart_ = holdsStart;
+    stream->holdsStop_ = holdsStop;
+    streams.push_back(stream);
+    return std::make_unique<ScriptedStreamHandle>(std::move(stream));
+}
+
+}  // namespace platform
