@@ -1,0 +1,37 @@
+#pragma once
+
+#include "CobaltreelCore/Models.hpp"
+
+#include <optional>
+#include <vector>
+
+namespace cobaltreel {
+
+/// From pointer positions to pixels of the screen movie. Pure; safe on any thread.
+namespace Transforms {
+
+/// A point in frame pixel space: pixels of the screen movie, origin top left, y down.
+struct FramePoint {
+    double x = 0;
+    double y = 0;
+
+    friend bool operator==(const FramePoint&, const FramePoint&) = default;
+};
+
+/// The pixel under a pointer position (global mouse space) of a recorded display. Absent outside the
+/// display; its left and bottom edges are inside, its right and top edges are not.
+std::optional<FramePoint> displayPixel(double mouseX, double mouseY, const DisplayFrame& frame, double scale);
+
+/// The pixel under a pointer position (global mouse space) of a recorded window whose bounds are in
+/// global window space. Absent outside the window; its left and top edges are inside.
+std::optional<FramePoint> windowPixel(double mouseX, double mouseY, const WindowFrameSample& window,
+                                      double mainScreenHeightPoints, double scale);
+
+/// One click for every press of the primary or secondary button inside the picture, in the samples'
+/// order; `t` is the sample's host-clock time. In window mode a press is placed by the latest window
+/// frame that is not after it, and lost when there is none.
+std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints);
+
+}  // namespace Transforms
+
+}  // namespace cobaltreel
