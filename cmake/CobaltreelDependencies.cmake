@@ -9,7 +9,8 @@ find_package(CLI11 2.1 REQUIRED)
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
     libavformat libavcodec libavutil libswresample)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-shm xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-ewmh xcb-icccm xcb-res)
+    xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-ewmh xcb-icccm xcb-res)
+pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
 
 # libyuv ships neither a pkg-config file nor a CMake package.
 find_library(LIBYUV_LIBRARY yuv REQUIRED)
