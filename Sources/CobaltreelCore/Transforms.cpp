@@ -1,6 +1,7 @@
 #include "CobaltreelCore/Transforms.hpp"
 
 #include <algorithm>
+#include <limits>
 
 namespace cobaltreel::Transforms {
 
@@ -23,19 +24,34 @@ std::optional<FramePoint> windowPixel(double mouseX, double mouseY, const Window
 
 namespace {
 
-/// The last frame of the list that is not after `t`. Searched from the end rather than by halving:
-/// the answer stays the same one when the clock of a damaged log steps back.
-const WindowFrameSample* windowFrameAt(const std::vector<WindowFrameSample>& frames, double t) {
-    const auto found = std::find_if(frames.rbegin(), frames.rend(),
-                                    [t](const WindowFrameSample& frame) { return frame.t <= t; });
-    return found == frames.rend() ? nullptr : &*found;
-}
+/// Finds the last frame of the list that is not after a time, also when the clock of a damaged log
+/// steps back.
+class WindowFrames {
+  public:
+    explicit WindowFrames(const std::vector<WindowFrameSample>& frames)
+        : frames_(frames), earliestFrom_(frames.size()) {
+        double earliest = std::numeric_limits<double>::infinity();
+        for (std::size_t i = frames.size(); i-- > 0;)
+            earliestFrom_[i] = earliest = std::min(earliest, frames[i].t);
+    }
+
+    const WindowFrameSample* at(double t) const {
+        const auto later = std::upper_bound(earliestFrom_.begin(), earliestFrom_.end(), t);
+        if (later == earliestFrom_.begin()) return nullptr;
+        return &frames_[static_cast<std::size_t>(later - earliestFrom_.begin()) - 1];
+    }
+
+  private:
+    const std::vector<WindowFrameSample>& frames_;
+    std::vector<double> earliestFrom_;  // the least time from each frame to the end; never falls
+};
 
 }  // namespace
 
 std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints) {
     constexpr std::int64_t clickingButtons = 3;  // primary and secondary
     std::vector<Click> result;
+    const WindowFrames windowFrames(log.windowFrames);
     std::int64_t previous = 0;
     for (const MouseSample& sample : log.samples) {
         const std::int64_t current = sample.buttons & clickingButtons;
@@ -45,7 +61,7 @@ std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double m
 
         std::optional<FramePoint> point;
         if (meta.mode == CaptureMode::window) {
-            if (const auto* frame = windowFrameAt(log.windowFrames, sample.t))
+            if (const auto* frame = windowFrames.at(sample.t))
                 point = windowPixel(sample.x, sample.y, *frame, mainScreenHeightPoints, meta.scaleFactor);
         } else {
             point = displayPixel(sample.x, sample.y, meta.displayFramePoints, meta.scaleFactor);
