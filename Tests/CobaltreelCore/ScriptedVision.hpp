@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Platform/Vision/PersonSegmentation.hpp"
+
+#include <cstddef>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cobaltreel {
+
+using Masks = std::vector<platform::ConstPixelBufferRef>;
+
+/// A mask of one value all over.
+inline std::shared_ptr<platform::PixelBuffer> gray(int width, int height, int value) {
+    auto buffer = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::gray8, width, height);
+    const auto& plane = buffer->plane();
+    for (int y = 0; y < height; ++y)
+        std::memset(plane.data + static_cast<std::ptrdiff_t>(y) * plane.stride, value,
+                    static_cast<std::size_t>(width));
+    return buffer;
+}
+
+/// Answers one frame after the other with what the script says; the last answer stays.
+struct ScriptedVision : platform::VisionService {
+    using Request = platform::PersonSegmentationRequest;
+    using QualityLevel = Request::QualityLevel;
+
+    std::deque<std::function<Masks()>> script;
+    std::vector<QualityLevel> levels;
+
+    struct ScriptedRequest : Request {
+        explicit ScriptedRequest(ScriptedVision& owner) : vision(owner) {}
+        Masks perform(const platform::PixelBuffer&) override {
+            const auto answer = vision.script.front();
+            if (vision.script.size() > 1) vision.script.pop_front();
+            return answer();
+        }
+        ScriptedVision& vision;
+    };
+    std::unique_ptr<Request> makePersonSegmentationRequest(QualityLevel level) override {
+        levels.push_back(level);
+        return std::make_unique<ScriptedRequest>(*this);
+    }
+    std::string implementation() const override { return "scripted"; }
+};
+
+}  // namespace cobaltreel

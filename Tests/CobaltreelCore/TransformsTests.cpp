@@ -1,0 +1,142 @@
+#include "CobaltreelCore/Transforms.hpp"
+#include "CobaltreelCore/TrimMath.hpp"
+
+#include <gtest/gtest.h>
+
+namespace cobaltreel {
+namespace {
+
+using Transforms::FramePoint;
+
+TEST(Transforms, DisplayPixelsCountFromTheTopLeft) {
+    const DisplayFrame main{0, 0, 1440, 900};
+    const DisplayFrame left{-1920, -180, 1920, 1080};
+    const struct {
+        double x, y;
+        DisplayFrame frame;
+        double scale;
+        std::optional<FramePoint> expected;
+    } cases[]{
+        {100, 800, main, 2, FramePoint{200, 200}},
+        {0, 0, main, 2, FramePoint{0, 1800}},  // left and bottom edges are inside
+        {1440, 10, main, 2, std::nullopt},     // right and top edges are not
+        {10, 900, main, 2, std::nullopt},
+        {-0.5, 10, main, 2, std::nullopt},
+        {-1919, -179, left, 1, FramePoint{1, 1079}},
+        {0, 0, left, 1, std::nullopt},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Transforms::displayPixel(c.x, c.y, c.frame, c.scale), c.expected) << c.x << ", " << c.y;
+}
+
+TEST(Transforms, WindowPixelsAreFlippedAtTheMainScreensHeight) {
+    const WindowFrameSample window{0, 100, 50, 400, 300};
+    const struct {
+        double x, y;
+        std::optional<FramePoint> expected;
+    } cases[]{
+        {100, 850, FramePoint{0, 0}},  // left and top edges are inside
+        {150, 800, FramePoint{100, 100}}, {499, 551, FramePoint{798, 598}}, {500, 800, std::nullopt},
+        {150, 550, std::nullopt},         {150, 850.5, std::nullopt},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Transforms::windowPixel(c.x, c.y, window, 900, 2), c.expected) << c.x << ", " << c.y;
+}
+
+SessionMeta displayMeta() {
+    SessionMeta meta = SessionMeta::makeDefault();
+    meta.displayFramePoints = {0, 0, 1440, 900};
+    return meta;
+}
+
+TEST(Clicks, AreTheMomentsWhenAButtonGoesDown) {
+    const struct {
+        std::vector<std::int64_t> buttons;
+        std::vector<double> times;  // the number of the sample is its time
+    } cases[]{
+        {{}, {}},         {{0, 1, 1, 0, 1}, {1, 4}}, {{1, 3, 2, 3, 1}, {0, 1, 3}},
+        {{4, 5, 4}, {1}}, {{2, 0, 6}, {0, 2}},       {{-1, -4, -1}, {0, 2}},
+    };
+    for (const auto& c : cases) {
+        EventLog log;
+        for (const auto buttons : c.buttons)
+            log.samples.push_back({static_cast<double>(log.samples.size()), 100, 800, buttons});
+        const auto clicks = Transforms::clicks(log, displayMeta(), 900);
+        std::vector<double> times;
+        for (const Click& click : clicks) {
+            times.push_back(click.t);
+            EXPECT_EQ(click, (Click{click.t, 200, 200}));
+        }
+        EXPECT_EQ(times, c.times) << ::testing::PrintToString(c.buttons);
+    }
+}
+
+TEST(Clicks, APressOutsideStaysPressedWhenDraggedInside) {
+    EventLog log;
+    log.samples = {{0, -5, 10, 1}, {1, 5, 10, 1}, {2, 5, 10, 0}, {3, 5, 10, 1}};
+    const auto clicks = Transforms::clicks(log, displayMeta(), 900);
+    EXPECT_EQ(clicks, (std::vector<Click>{{3, 10, 1780}}));
+}
+
+TEST(Clicks, FollowTheWindowWhereItIsAtTheTime) {
+    SessionMeta meta = displayMeta();
+    meta.mode = CaptureMode::window;
+    EventLog log;
+    log.windowFrames = {
+        {1, 0, 0, 100, 100}, {2, 50, 0, 100, 100}, {2, 60, 0, 100, 100}, {3, 500, 0, 100, 100}};
+    // Before the first frame; under the first; on the instant of the second pair, the later of which
+    // counts; when the window has left.
+    for (const double t : {0.5, 1.5, 2.0, 3.0}) {
+        log.samples.push_back({t, 70, 890, 1});
+        log.samples.push_back({t, 70, 890, 0});
+    }
+    const auto clicks = Transforms::clicks(log, meta, 900);
+    EXPECT_EQ(clicks, (std::vector<Click>{{1.5, 140, 20}, {2.0, 20, 20}}));
+}
+
+TEST(Clicks, TheLastWindowFrameNotAfterThePressCountsAlsoWhenTheClockStepsBack) {
+    SessionMeta meta = displayMeta();
+    meta.mode = CaptureMode::window;
+    EventLog log;
+    log.windowFrames = {
+        {1, 10, 0, 100, 100}, {5, 20, 0, 100, 100}, {3, 30, 0, 100, 100}, {6, 40, 0, 100, 100}};
+    for (const double t : {2.0, 4.0, 5.5, 7.0}) {
+        log.samples.push_back({t, 50, 890, 1});
+        log.samples.push_back({t, 50, 890, 0});
+    }
+    const auto clicks = Transforms::clicks(log, meta, 900);
+    EXPECT_EQ(clicks, (std::vector<Click>{{2, 80, 20}, {4, 40, 20}, {5.5, 40, 20}, {7, 20, 20}}));
+}
+
+TEST(ExportTiming, TiesTheTimelinesTogether) {
+    const ExportTiming timing{2, 12, 1000, 999.5};
+    EXPECT_EQ(timing.duration(), 10);
+    EXPECT_EQ(timing.screenTime(0), 2);
+    EXPECT_EQ(timing.cameraTime(0), 2.5);
+    EXPECT_EQ(timing.outputTime(1003), 1);
+}
+
+TEST(OutputSize, IsEvenAndNeverLargerThanTheCapture) {
+    const struct {
+        std::int64_t w, h;
+        std::optional<std::int64_t> target;
+        OutputSize expected;
+    } cases[]{
+        {1921, 1081, std::nullopt, {1920, 1080}},
+        {2880, 1800, 1080, {1728, 1080}},
+        {1366, 768, 720, {1280, 720}},
+        {3024, 1964, 1080, {1662, 1080}},
+        {1280, 720, 1080, {1280, 720}},
+        {1920, 1080, 1080, {1920, 1080}},
+        {1921, 1081, 1080, {1918, 1080}},
+        {641, 1440, 720, {320, 720}},
+        {641, 361, 721, {640, 360}},
+        {1, 1, std::nullopt, {0, 0}},
+        {643, 1440, 720, {322, 720}},  // 321.5 rounds away from zero
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(OutputSize::compute(c.w, c.h, c.target), c.expected) << c.w << " x " << c.h;
+}
+
+}  // namespace
+}  // namespace cobaltreel
