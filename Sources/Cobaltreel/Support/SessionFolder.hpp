@@ -1,0 +1,31 @@
+#pragma once
+
+#include "CobaltreelCore/Models.hpp"
+
+#include <filesystem>
+
+namespace cobaltreel {
+
+/// One recording on disk: a directory with at most four files of fixed names. A value; all operations
+/// are synchronous and safe on any thread.
+struct SessionFolder {
+    std::filesystem::path dir;
+
+    std::filesystem::path screenMovie() const { return dir / "screen.mov"; }
+    std::filesystem::path cameraMovie() const { return dir / "camera.mov"; }
+    std::filesystem::path metaFile() const { return dir / "session.json"; }
+    std::filesystem::path eventsFile() const { return dir / "events.json"; }
+
+    /// Replaces session.json or events.json as a whole: a reader sees the old document or the new one,
+    /// and a failure leaves the old one as it was. Throws DocumentError for a number that is not
+    /// finite, PlatformError("Files") when the file cannot be written.
+    void writeMeta(const SessionMeta& meta) const;
+    void writeEvents(const EventLog& log) const;
+
+    /// Throws DocumentError, naming the file and the key, for a damaged document, PlatformError("Files")
+    /// when the file is absent, cannot be read or is far larger than any document of ours.
+    SessionMeta readMeta() const;
+    EventLog readEvents() const;
+};
+
+}  // namespace cobaltreel
