@@ -1,0 +1,145 @@
+#include "Cobaltreel/Support/SessionFolder.hpp"
+#include "Cobaltreel/Support/TemporaryHome.hpp"
+#include "CobaltreelCore/DocumentError.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cobaltreel {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+struct SessionFolderTest : TemporaryHome {
+    SessionFolderTest() { fs::create_directories(folder.dir); }
+
+    static std::string contents(const fs::path& file) {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    int fileCount() const { return static_cast<int>(std::distance(fs::directory_iterator(folder.dir), {})); }
+
+    SessionFolder folder{home / "הקלטה 1"};
+    SessionMeta meta = SessionMeta::makeDefault();
+};
+
+/// For its lifetime no file of this process can grow beyond `bytes`, as on a full disk.
+class FullDisk {
+  public:
+    explicit FullDisk(rlim_t bytes) {
+        before_ = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &limit_);
+        const rlimit small{bytes, limit_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &limit_);
+        std::signal(SIGXFSZ, before_);
+    }
+
+  private:
+    rlimit limit_{};
+    void (*before_)(int) = nullptr;
+};
+
+TEST_F(SessionFolderTest, DocumentsReadBackAsWritten) {
+    EventLog log;
+    log.samples = {{1, 2, 3, 1}};
+    folder.writeMeta(meta);
+    folder.writeEvents(log);
+    EXPECT_EQ(folder.readMeta(), meta);
+    EXPECT_EQ(folder.readEvents(), log);
+
+    meta.screenFirstPTS = 12.5;
+    folder.writeMeta(meta);
+    EXPECT_EQ(folder.readMeta(), meta);
+    EXPECT_EQ(fileCount(), 2);
+}
+
+TEST_F(SessionFolderTest, AFailedWriteLeavesTheOldDocumentAlone) {
+    folder.writeMeta(meta);
+    const std::string before = contents(folder.metaFile());
+    const auto expectUntouched = [&] {
+        EXPECT_EQ(contents(folder.metaFile()), before);
+        EXPECT_EQ(fileCount(), 1);
+    };
+
+    SessionMeta spoilt = meta;
+    spoilt.scaleFactor = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_THROW(folder.writeMeta(spoilt), DocumentError);
+    expectUntouched();
+
+    EventLog large;
+    large.samples.resize(10'000);
+    {
+        const FullDisk full(64 * 1024);
+        try {
+            folder.writeEvents(large);
+            ADD_FAILURE() << "no error";
+        } catch (const platform::PlatformError& error) {
+            EXPECT_THAT(error.what(), HasSubstr(folder.eventsFile().string()));
+        }
+    }
+    expectUntouched();
+}
+
+TEST_F(SessionFolderTest, AReadOnlyFolderCannotBeWritten) {
+    if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
+    fs::permissions(folder.dir, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_THROW(folder.writeMeta(meta), platform::PlatformError);
+    EXPECT_EQ(fileCount(), 0);
+    fs::permissions(folder.dir, fs::perms::owner_all);
+}
+
+TEST_F(SessionFolderTest, AFolderThatIsGoneCannotBeWritten) {
+    fs::remove_all(folder.dir);
+    EXPECT_THROW(folder.writeMeta(meta), platform::PlatformError);
+    EXPECT_FALSE(fs::exists(folder.dir));
+}
+
+TEST_F(SessionFolderTest, ADamagedDocumentIsNamedWithItsKey) {
+    folder.writeMeta(meta);
+    std::string json = contents(folder.metaFile());
+    json.replace(json.find("\"display\""), 9, "\"screen\"");
+    std::ofstream(folder.metaFile()) << json;
+    try {
+        folder.readMeta();
+        FAIL() << "no error";
+    } catch (const DocumentError& error) {
+        EXPECT_EQ(error.key(), "mode");
+        EXPECT_EQ(error.what(), folder.metaFile().string() + ": mode must be one of \"display\" \"window\"");
+    }
+}
+
+TEST_F(SessionFolderTest, WhatIsNoDocumentIsNotRead) {
+    const auto expectRefused = [&](const char* what) {
+        SCOPED_TRACE(what);
+        try {
+            folder.readMeta();
+            ADD_FAILURE() << "no error";
+        } catch (const platform::PlatformError& error) {
+            EXPECT_THAT(error.what(), HasSubstr(folder.metaFile().string()));
+        }
+        fs::remove(folder.metaFile());
+    };
+    expectRefused("absent");
+    fs::create_directory(folder.metaFile());
+    expectRefused("a folder");
+    mkfifo(folder.metaFile().c_str(), 0600);
+    expectRefused("a pipe");
+    std::ofstream(folder.metaFile()) << "{";
+    fs::resize_file(folder.metaFile(), 2'000'000);
+    expectRefused("huge");
+}
+
+}  // namespace
+}  // namespace cobaltreel
