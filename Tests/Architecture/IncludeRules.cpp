@@ -1,0 +1,138 @@
+// Walks Sources and holds every #include against the table.
+#include "Architecture/IncludeTable.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+const fs::path sources = COBALTREEL_SOURCES;
+
+/// The family of a system header, empty for one that no rule knows.
+std::string family(const std::string& header) {
+    static const std::vector<std::pair<std::regex, std::string>> families{
+        {std::regex("libyuv.*"), "yuv"},
+        {std::regex("libav.*|libsw.*"), "ffmpeg"},
+        {std::regex("xcb/.*|X11/.*"), "xcb"},
+        {std::regex("nlohmann/.*"), "json"},
+        {std::regex("CLI/.*"), "cli"},
+        {std::regex("opencv2/.*"), "opencv"},
+        {std::regex("pipewire/.*|spa/.*"), "pipewire"},
+        {std::regex("QCoro.*"), "qcoro"},
+        {std::regex(
+             "Q(GuiApplication|Application|Image|Painter\\w*|Window|Screen|Pixmap|Colou?r|Font\\w*|Icon|"
+             "Quick.*|Qml.*|Widget|Menu|SystemTrayIcon|Svg.*)"),
+         "qt-gui"},
+        {std::regex("Q[A-Z]\\w*|Qt\\w*"), "qt-core"},
+        {std::regex("[a-z_]+"), "std"},
+        {std::regex("[a-z0-9_]+\\.h|(sys|linux)/.*\\.h"), "os"},
+    };
+    for (const auto& [pattern, name] : families)
+        if (std::regex_match(header, pattern)) return name;
+    return {};
+}
+
+const IncludeRule* ruleFor(const std::string& file) {
+    const bool header = file.ends_with(".hpp");
+    const IncludeRule* best = nullptr;
+    for (const auto& rule : includeTable) {
+        if (!file.starts_with(rule.from) || (rule.headersOnly && !header)) continue;
+        const bool longer = !best || rule.from.size() > best->from.size();
+        const bool closer = best && rule.from.size() == best->from.size() && rule.headersOnly;
+        if (longer || closer) best = &rule;
+    }
+    return best;
+}
+
+bool within(const std::string& path, const std::vector<std::string_view>& folders) {
+    return std::any_of(folders.begin(), folders.end(),
+                       [&](std::string_view folder) { return path.starts_with(folder); });
+}
+
+/// What is wrong with one include of one file; empty when nothing is.
+std::string fault(const std::string& file, const IncludeRule& rule, const std::string& header, bool quoted) {
+    if (!quoted) {
+        const std::string name = family(header);
+        if (name.empty()) return "is of no known library";
+        const auto& allowed = rule.libraries;
+        return std::find(allowed.begin(), allowed.end(), name) == allowed.end() ? "is of library " + name
+                                                                                : "";
+    }
+    if (!within(header, rule.mayInclude)) return "is outside what this folder may include";
+    for (const auto folder : libraryFolders) {
+        if (!header.starts_with(folder) || file.starts_with(folder)) continue;
+        const bool named =
+            std::find(rule.mayInclude.begin(), rule.mayInclude.end(), folder) != rule.mayInclude.end();
+        const auto service = folder.substr(0, folder.find('/', std::string_view("Platform/").size()) + 1);
+        const bool chooser = rule.from == "Platform/PlatformServices";
+        // The library-free sources of a service may use its library folder; its interfaces may not.
+        const bool ownService = file.starts_with(service) && file.ends_with(".cpp");
+        if (!named && !chooser && !ownService) return "is private to " + std::string(folder);
+    }
+    return {};
+}
+
+TEST(Architecture, EveryIncludeIsAllowedByTheTable) {
+    const std::regex include(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])");
+    int files = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(sources)) {
+        const auto extension = entry.path().extension();
+        if (extension != ".hpp" && extension != ".cpp" && extension != ".h") continue;
+        ++files;
+        const std::string file = entry.path().lexically_relative(sources).generic_string();
+        const IncludeRule* rule = ruleFor(file);
+        if (!rule) {
+            ADD_FAILURE() << file << " stands in no folder of the table";
+            continue;
+        }
+        std::ifstream stream(entry.path());
+        int number = 0;
+        for (std::string line; std::getline(stream, line);) {
+            ++number;
+            std::smatch match;
+            if (!std::regex_search(line, match, include)) continue;
+            const std::string wrong = fault(file, *rule, match[2], match[1] == "\"");
+            EXPECT_EQ(wrong, "") << file << ":" << number << ": " << line;
+        }
+    }
+    EXPECT_GT(files, 20);
+}
+
+TEST(Architecture, TheRulesCatchWhatTheyAreFor) {
+    struct Case {
+        const char* file;
+        const char* header;
+        bool quoted;
+        bool allowed;
+    };
+    const Case cases[]{
+        {"CobaltreelCore/Models.hpp", "nlohmann/json.hpp", false, false},
+        {"CobaltreelCore/Models.cpp", "nlohmann/json.hpp", false, true},
+        {"CobaltreelCore/Models.cpp", "Platform/Media/Asset.hpp", true, false},
+        {"Platform/Media/Asset.hpp", "Cobaltreel/Support/Paths.hpp", true, false},
+        {"Platform/Media/Asset.hpp", "libavformat/avformat.h", false, false},
+        {"Platform/Media/FFmpeg/Asset.cpp", "libavformat/avformat.h", false, true},
+        {"Platform/Media/Asset.hpp", "unistd.h", false, false},
+        {"Cobaltreel/Export/FrameComposer.cpp", "QImage", false, false},
+        {"Cobaltreel/Export/FrameComposer.cpp", "QString", false, true},
+        {"Cobaltreel/Export/FrameComposer.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
+        {"Cobaltreel/CommandLine/Doctor.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
+        {"Platform/PlatformServices.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, true},
+        {"Platform/PlatformServices.hpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
+    };
+    for (const Case& c : cases) {
+        const IncludeRule* rule = ruleFor(c.file);
+        ASSERT_NE(rule, nullptr) << c.file;
+        EXPECT_EQ(fault(c.file, *rule, c.header, c.quoted).empty(), c.allowed)
+            << c.file << " -> " << c.header;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+/// Who may include whom. The rule with the longest matching `from` holds for a file; a file that no
+/// rule matches is a fault. `mayInclude` lists folders (or files) below Sources; `libraries` lists
+/// families of system headers, as IncludeRules.cpp names them.
+struct IncludeRule {
+    std::string_view from;
+    bool headersOnly;  ///< the rule is for .hpp files; the .cpp files beside them follow the next rule
+    std::vector<std::string_view> mayInclude;
+    std::vector<std::string_view> libraries;
+};
+
+inline const std::vector<IncludeRule> includeTable{
+    {"Platform/Foundation/", false, {"Platform/Foundation/"}, {"std", "os"}},
+    {"Platform/Foundation/Qt/", false, {"Platform/Foundation/"}, {"std", "os", "qt-core"}},
+
+    {"Platform/Imaging/", false, {"Platform/Foundation/", "Platform/Imaging/"}, {"std"}},
+    {"Platform/Imaging/Yuv/", false, {"Platform/Foundation/", "Platform/Imaging/"}, {"std", "yuv"}},
+    {"Platform/Imaging/QtRaster/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/"},
+     {"std", "qt-core", "qt-gui"}},
+
+    {"Platform/Vision/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Vision/"}, {"std"}},
+    {"Platform/Vision/OpenCv/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Vision/"},
+     {"std", "os", "opencv", "json", "yuv"}},
+
+    {"Platform/Media/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"}, {"std"}},
+    {"Platform/Media/FFmpeg/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
+     {"std", "os", "ffmpeg", "yuv"}},
+
+    {"Platform/Capture/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"}, {"std"}},
+    {"Platform/Capture/Xcb/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/", "Platform/Desktop/Xcb/"},
+     {"std", "os", "xcb", "yuv"}},
+    {"Platform/Capture/PipeWire/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"},
+     {"std", "os", "pipewire", "yuv", "ffmpeg"}},
+
+    {"Platform/Desktop/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"}, {"std"}},
+    {"Platform/Desktop/Xcb/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/", "Platform/Capture/Xcb/"},
+     {"std", "os", "xcb"}},
+
+    // The one place that chooses implementations.
+    {"Platform/PlatformServices", false, {"Platform/"}, {"std", "os"}},
+    {"Platform/PlatformServices",
+     true,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Vision/", "Platform/Media/", "Platform/Capture/",
+      "Platform/Desktop/"},
+     {"std"}},
+
+    {"CobaltreelCore/", true, {"CobaltreelCore/", "Platform/Imaging/", "Platform/Vision/"}, {"std"}},
+    {"CobaltreelCore/", false, {"CobaltreelCore/", "Platform/Imaging/", "Platform/Vision/"}, {"std", "json"}},
+
+    {"Cobaltreel/Support/",
+     false,
+     {"Cobaltreel/Support/", "CobaltreelCore/", "Platform/Foundation/", "Platform/Imaging/",
+      "Platform/Desktop/"},
+     {"std", "qt-core"}},
+    {"Cobaltreel/Capture/",
+     false,
+     {"Cobaltreel/Capture/", "Cobaltreel/Support/", "CobaltreelCore/", "Platform/Foundation/",
+      "Platform/Imaging/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/", "Platform/Vision/"},
+     {"std", "qt-core", "qcoro"}},
+    {"Cobaltreel/Export/",
+     false,
+     {"Cobaltreel/Export/", "Cobaltreel/Support/", "CobaltreelCore/", "Platform/Foundation/",
+      "Platform/Imaging/", "Platform/Media/", "Platform/Vision/"},
+     {"std", "qt-core"}},
+    {"Cobaltreel/CommandLine/",
+     false,
+     {"Cobaltreel/", "CobaltreelCore/", "Platform/"},
+     {"std", "os", "qt-core", "qt-gui", "qcoro", "cli", "json"}},
+    {"Cobaltreel/CobaltreelApp",
+     false,
+     {"Cobaltreel/", "CobaltreelCore/", "Platform/"},
+     {"std", "os", "qt-core", "qt-gui", "qcoro"}},
+};
+
+/// Folders of one library each: nobody outside may include their headers but the chooser and, where a
+/// rule above names them, a sibling of the same library.
+inline const std::vector<std::string_view> libraryFolders{
+    "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",  "Platform/Imaging/QtRaster/",
+    "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/", "Platform/Capture/Xcb/",
+    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",
+};
