@@ -1,0 +1,283 @@
+#include "Cobaltreel/Export/ExportRenderer.hpp"
+
+#include "CobaltreelCore/Transforms.hpp"
+#include "CobaltreelCore/TrimMath.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <future>
+#include <limits>
+#include <utility>
+
+namespace cobaltreel {
+
+using platform::AssetReader;
+using platform::AssetTrack;
+using platform::AssetWriter;
+using platform::AssetWriterInput;
+using platform::MediaTime;
+using platform::MediaType;
+using platform::PixelFormat;
+using platform::PlatformError;
+using platform::TimeRange;
+
+namespace {
+
+/// Sound is kept this far ahead of the picture, seconds.
+constexpr double audioLead = 0.5;
+/// After the last frame sound is taken up to this long past the end, seconds.
+constexpr double audioTail = 1.5;
+/// The encoder is asked again after this long, seconds, so that a cancellation is never waited for.
+constexpr double readinessPoll = 0.002;
+
+std::vector<AssetTrack> tracksOrNone(platform::Asset& asset, MediaType type) {
+    try {
+        return asset.loadTracks(type);
+    } catch (const PlatformError&) {
+        return {};
+    }
+}
+
+[[noreturn]] void throwErrorOf(const AssetWriter& writer, const char* stage) {
+    if (const auto error = writer.error()) throw *error;
+    throw ExportRenderer::Error::setup(stage);
+}
+
+}  // namespace
+
+/// What one run of the export holds between its steps.
+struct ExportRenderer::Run {
+    const ExportOptions& options;
+    int wOut;
+    int hOut;
+    double duration;
+    std::int64_t frames;
+    FrameComposer composer;
+    FrameSource screen;
+    std::optional<FrameSource> camera;
+    std::unique_ptr<AssetReader> audio;  // null once there is no sound or no more of it
+    std::unique_ptr<AssetWriter> writer;
+    AssetWriterInput* videoInput = nullptr;
+    AssetWriterInput* audioInput = nullptr;
+    double audioEnd = -std::numeric_limits<double>::infinity();  // time of the last run of sound appended
+    std::optional<platform::Image> lastImage;
+    platform::PixelBufferRef lastRendered;
+};
+
+ExportRenderer::ExportRenderer(SessionFolder folder, SessionMeta meta,
+                               std::shared_ptr<platform::MediaService> media,
+                               std::shared_ptr<platform::VisionService> vision)
+    : folder_(std::move(folder)),
+      meta_(std::move(meta)),
+      media_(std::move(media)),
+      vision_(std::move(vision)) {}
+
+ExportRenderer::~ExportRenderer() = default;
+
+std::int64_t ExportRenderer::frameCount(double duration) {
+    constexpr double most = 1e15;  // keeps the conversion defined for any duration
+    return static_cast<std::int64_t>(std::clamp(std::floor(duration * framesPerSecond), 1.0, most));
+}
+
+std::vector<Click> ExportRenderer::clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
+                                                      double trimStart, double trimEnd) {
+    const double mainScreenHeight = meta.mainScreenHeightPoints.value_or(meta.displayFramePoints.h);
+    const double screenFirst = meta.screenFirstPTS.value_or(0);
+    std::vector<Click> kept;
+    for (Click click : Transforms::clicks(log, meta, mainScreenHeight)) {
+        click.t = click.t - screenFirst - trimStart;
+        if (click.t >= 0 && click.t <= trimEnd - trimStart) kept.push_back(click);
+    }
+    return kept;
+}
+
+void ExportRenderer::planClicksAndZoom(const ExportOptions& options) {
+    preparedClicks_.clear();
+    zoomMoves_.clear();
+    if (!options.clickRipples && !options.autoZoom) return;
+    try {
+        preparedClicks_ = clicksInOutputTime(folder_.readEvents(), meta_, options.trimStart, options.trimEnd);
+    } catch (const std::exception&) {
+        // Without its pointer log a session exports without zoom and ripples.
+        return;
+    }
+    if (!options.autoZoom) return;
+    zoomMoves_ = ZoomEngine::moves(preparedClicks_, static_cast<double>(meta_.captureWidthPx),
+                                   static_cast<double>(meta_.captureHeightPx),
+                                   options.trimEnd - options.trimStart, ZoomConfig{});
+}
+
+std::unique_ptr<AssetReader> ExportRenderer::openScreen(const ExportOptions& options) {
+    const auto asset = media_->asset(folder_.screenMovie());
+    const auto tracks = asset->loadTracks(MediaType::video);
+    if (tracks.empty()) throw Error::setup("no screen track");
+    auto reader = media_->makeTrackReader(asset, tracks.front(), {options.trimStart, options.trimEnd},
+                                          PixelFormat::i420);
+    if (!reader->startReading()) throw Error::setup("screen reader");
+    return reader;
+}
+
+std::unique_ptr<AssetReader> ExportRenderer::openCamera(const ExportOptions& options, double offset) {
+    if (!options.bubble || !meta_.cameraEnabled) return nullptr;
+    const auto asset = media_->asset(folder_.cameraMovie());
+    const auto tracks = tracksOrNone(*asset, MediaType::video);
+    const TimeRange range{std::max(0.0, options.trimStart + offset), options.trimEnd + offset};
+    // A camera that began after the kept span has nothing to show in it.
+    if (tracks.empty() || range.duration() <= 0) return nullptr;
+    auto reader = media_->makeTrackReader(asset, tracks.front(), range, PixelFormat::i420);
+    if (!reader->startReading()) throw Error::setup("camera reader");
+    return reader;
+}
+
+std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& options, double offset) {
+    platform::Composition composition;
+    const auto insert = [&](const std::filesystem::path& movie, double from, double to, double at) {
+        const auto asset = media_->asset(movie);
+        const auto tracks = tracksOrNone(*asset, MediaType::audio);
+        if (tracks.empty()) return;
+        auto& track = composition.addMutableTrack(MediaType::audio);
+        const TimeRange source{from, std::min(to, tracks.front().timeRange.end)};
+        if (source.start >= source.end) return;
+        try {
+            track.insertTimeRange(source, asset, tracks.front(), at);
+        } catch (const PlatformError&) {
+            // A source that cannot be placed is silent.
+        }
+    };
+    const double cameraStart = options.trimStart + offset;
+    insert(folder_.cameraMovie(), std::max(0.0, cameraStart), options.trimEnd + offset,
+           std::max(0.0, -cameraStart));
+    if (options.systemAudio) insert(folder_.screenMovie(), options.trimStart, options.trimEnd, 0);
+    if (composition.tracks().empty()) return nullptr;
+
+    auto reader = media_->makeAudioMixReader(composition);
+    if (!reader->startReading()) throw Error::setup("audio reader");
+    return reader;
+}
+
+void ExportRenderer::exportMovie(const ExportOptions& options) {
+    cancelled = false;
+    const auto size =
+        OutputSize::compute(meta_.captureWidthPx, meta_.captureHeightPx, targetHeight(options.quality));
+    const int wOut = static_cast<int>(size.w);
+    const int hOut = static_cast<int>(size.h);
+    const double duration = options.trimEnd - options.trimStart;
+    const double screenFirst = meta_.screenFirstPTS.value_or(0);
+    const double offset = screenFirst - meta_.cameraFirstPTS.value_or(screenFirst);
+
+    planClicksAndZoom(options);
+    FrameComposer composer({options, meta_, zoomMoves_, preparedClicks_, wOut, hOut}, vision_);
+    if (options.bubble && meta_.cameraEnabled) composer.makeBubbleStatics(composer.overlayHeight());
+
+    auto screenReader = openScreen(options);
+    auto cameraReader = openCamera(options, offset);
+    auto audioReader = openAudioMix(options, offset);
+
+    std::error_code ignored;
+    std::filesystem::remove(options.outputURL, ignored);
+    auto writer = media_->makeWriter(options.outputURL, platform::FileType::mpeg4);
+    auto& videoInput = writer->addVideoInput({.codec = platform::VideoCodec::h264,
+                                              .width = wOut,
+                                              .height = hOut,
+                                              .averageBitRate = averageBitRate(options.quality),
+                                              .expectedFrameRate = framesPerSecond,
+                                              .h264HighProfile = true});
+    AssetWriterInput* audioInput =
+        audioReader ? &writer->addAudioInput({.sampleRate = 48000, .channels = 2, .bitRate = 128000})
+                    : nullptr;
+    if (!writer->startWriting()) throwErrorOf(*writer, "writer");
+    writer->startSession(MediaTime::fromSeconds(0));
+
+    Run run{options,
+            wOut,
+            hOut,
+            duration,
+            frameCount(duration),
+            std::move(composer),
+            FrameSource(std::move(screenReader), options.trimStart),
+            std::nullopt,
+            std::move(audioReader),
+            std::move(writer),
+            &videoInput,
+            audioInput,
+            {},
+            {},
+            {}};
+    if (cameraReader) run.camera.emplace(std::move(cameraReader), options.trimStart + offset);
+
+    runFrames(run);
+    drainAudio(run);
+    if (cancelled) {
+        run.writer->cancelWriting();
+        std::filesystem::remove(options.outputURL, ignored);
+        throw Error::cancelled();
+    }
+    finish(run);
+}
+
+void ExportRenderer::runFrames(Run& run) {
+    const platform::Rect bounds{0, 0, static_cast<double>(run.wOut), static_cast<double>(run.hOut)};
+    for (std::int64_t i = 0; i < run.frames; ++i) {
+        if (cancelled) return;
+        const double t = static_cast<double>(i) / framesPerSecond;
+        run.screen.advance(t);
+        if (run.camera) run.camera->advance(t);
+        appendAudio(run, t + audioLead);
+        if (!run.screen.current()) continue;
+
+        const auto image =
+            run.composer.compose(run.screen.current(), run.camera ? run.camera->current() : nullptr, t);
+        if (!run.lastImage || !run.lastImage->isSameRecipe(image)) {
+            auto* pool = run.videoInput->pixelBufferPool();
+            if (!pool) throw Error::setup("pool");
+            run.lastRendered = pool->createPixelBuffer();
+            if (!run.lastRendered) throw Error::setup("pixel buffer");
+            ci_.render(image, *run.lastRendered, bounds);
+            run.lastImage = image;
+        }
+
+        while (!run.videoInput->waitUntilReady(readinessPoll) && !cancelled &&
+               run.writer->status() != AssetWriter::Status::failed) {
+        }
+        if (run.writer->status() == AssetWriter::Status::failed) throwErrorOf(*run.writer, "writer failed");
+        if (cancelled) return;
+        run.videoInput->append({MediaTime::fromSeconds(t), run.lastRendered, nullptr});
+        if (onProgress) onProgress(static_cast<double>(i + 1) / static_cast<double>(run.frames));
+    }
+}
+
+void ExportRenderer::appendAudio(Run& run, double limit) {
+    while (run.audio && run.audioInput->isReadyForMoreMediaData()) {
+        const bool reading = run.audio->status() == AssetReader::Status::reading;
+        auto sample = reading ? run.audio->copyNextSampleBuffer() : std::nullopt;
+        if (!sample) {
+            run.audio.reset();
+            return;
+        }
+        run.audioInput->append(*sample);
+        run.audioEnd = sample->presentationTime.seconds();
+        if (run.audioEnd > limit) return;
+    }
+}
+
+void ExportRenderer::drainAudio(Run& run) {
+    const double limit = run.duration + audioTail;
+    while (run.audio && run.audioEnd <= limit && !cancelled &&
+           run.writer->status() != AssetWriter::Status::failed) {
+        appendAudio(run, limit);
+        if (run.audio) run.audioInput->waitUntilReady(readinessPoll);
+    }
+}
+
+void ExportRenderer::finish(Run& run) {
+    run.videoInput->markAsFinished();
+    if (run.audioInput) run.audioInput->markAsFinished();
+    // Shared: the writer's thread may still be inside set_value when this one wakes.
+    const auto finished = std::make_shared<std::promise<void>>();
+    run.writer->finishWriting([finished] { finished->set_value(); });
+    finished->get_future().wait();
+    if (run.writer->status() == AssetWriter::Status::failed) throwErrorOf(*run.writer, "finish");
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "Cobaltreel/Export/ExportOptions.hpp"
+#include "Cobaltreel/Export/FrameComposer.hpp"
+#include "Cobaltreel/Export/FrameSource.hpp"
+#include "Cobaltreel/Support/SessionFolder.hpp"
+#include "CobaltreelCore/ZoomEngine.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Media/MediaService.hpp"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace cobaltreel {
+
+/// Turns one finished session folder into one composed movie. One object serves one export: create it,
+/// set `onProgress`, call `exportMovie` on a thread that nobody waits for to stay
+/// responsive.
+class ExportRenderer {
+  public:
+    /// The pipeline's own failures; those of files, readers and writers pass through as they come.
+    class Error : public std::runtime_error {
+      public:
+        enum class Kind { setup, cancelled };
+        static Error setup(const std::string& stage) { return {Kind::setup, stage}; }
+        static Error cancelled() { return {Kind::cancelled, "cancelled"}; }
+        Kind kind() const { return kind_; }
+
+      private:
+        Error(Kind kind, const std::string& what) : std::runtime_error(what), kind_(kind) {}
+        Kind kind_;
+    };
+
+    static constexpr int framesPerSecond = 30;
+
+    ExportRenderer(SessionFolder folder, SessionMeta meta, std::shared_ptr<platform::MediaService> media,
+                   std::shared_ptr<platform::VisionService> vision);
+    ~ExportRenderer();
+
+    /// Progress from 0 to 1, after every written frame; called on the export's thread.
+    std::function<void(double)> onProgress;
+    /// Set on any thread to give up; read once a frame and while waiting for the encoder.
+    std::atomic<bool> cancelled{false};
+
+    /// Runs the export and returns when the movie is complete at `options.outputURL`. Throws `Error`,
+    /// or what the platform threw. After a cancellation no file is left; after another failure the
+    /// partial file stays as the writer left it.
+    void exportMovie(const ExportOptions& options);
+
+    /// Output frames of a kept span of `duration` seconds: at least one.
+    static std::int64_t frameCount(double duration);
+    /// The clicks of a session's log in output time, restricted to the kept span.
+    static std::vector<Click> clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
+                                                 double trimStart, double trimEnd);
+
+    const std::vector<Click>& preparedClicks() const { return preparedClicks_; }
+    const std::vector<CameraMove>& zoomMoves() const { return zoomMoves_; }
+
+  private:
+    struct Run;
+    std::unique_ptr<platform::AssetReader> openScreen(const ExportOptions& options);
+    std::unique_ptr<platform::AssetReader> openCamera(const ExportOptions& options, double offset);
+    std::unique_ptr<platform::AssetReader> openAudioMix(const ExportOptions& options, double offset);
+    void planClicksAndZoom(const ExportOptions& options);
+    void runFrames(Run& run);
+    void appendAudio(Run& run, double limit);
+    void drainAudio(Run& run);
+    void finish(Run& run);
+
+    SessionFolder folder_;
+    SessionMeta meta_;
+    std::shared_ptr<platform::MediaService> media_;
+    std::shared_ptr<platform::VisionService> vision_;
+    platform::RenderContext ci_;
+    std::vector<Click> preparedClicks_;
+    std::vector<CameraMove> zoomMoves_;
+};
+
+}  // namespace cobaltreel
