@@ -1,0 +1,169 @@
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
+
+#include "Cobaltreel/Capture/Awaiting.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace cobaltreel {
+
+using platform::AssetWriter;
+using platform::CapturedSample;
+using platform::PlatformError;
+using platform::StreamOutputType;
+
+namespace {
+
+constexpr double capturedFramesPerSecond = 60;
+constexpr std::int64_t screenBitRate = 20'000'000;
+
+int grownToEven(double points, double scale) {
+    const int pixels = static_cast<int>(scale * points);
+    return pixels > 0 && pixels % 2 != 0 ? pixels + 1 : pixels;
+}
+
+}  // namespace
+
+ScreenRecorder::ScreenRecorder(std::shared_ptr<platform::ScreenCaptureService> capture,
+                               std::shared_ptr<platform::MediaService> media,
+                               std::shared_ptr<platform::MainLoop> mainLoop)
+    : capture_(std::move(capture)),
+      media_(std::move(media)),
+      mainLoop_(std::move(mainLoop)),
+      self_(std::make_shared<ScreenRecorder*>(this)) {}
+
+ScreenRecorder::~ScreenRecorder() = default;
+
+ScreenRecorder::Target ScreenRecorder::displayTarget(const platform::Display& display, double scale,
+                                                     const std::string& excludingAppBundleID,
+                                                     const platform::ShareableContent& from) {
+    platform::DisplayContentFilter filter{display, {}};
+    std::copy_if(from.applications.begin(), from.applications.end(),
+                 std::back_inserter(filter.excludingApplications),
+                 [&](const auto& app) { return app.bundleIdentifier == excludingAppBundleID; });
+    return {std::move(filter), static_cast<int>(display.width() * scale),
+            static_cast<int>(display.height() * scale)};
+}
+
+ScreenRecorder::Target ScreenRecorder::windowTarget(const platform::Window& window, double scale) {
+    return {platform::WindowContentFilter{window}, grownToEven(window.frame.w, scale),
+            grownToEven(window.frame.h, scale)};
+}
+
+void ScreenRecorder::openWriter(const Target& target, const std::filesystem::path& outputURL,
+                                bool captureSystemAudio) {
+    input_ = nullptr;
+    audioInput_ = nullptr;
+    writer_ = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
+    auto& input = writer_->addVideoInput({.codec = platform::VideoCodec::hevc,
+                                          .width = target.width,
+                                          .height = target.height,
+                                          .averageBitRate = screenBitRate,
+                                          .expectedFrameRate = capturedFramesPerSecond,
+                                          .expectsMediaDataInRealTime = true});
+    platform::AssetWriterInput* audioInput =
+        captureSystemAudio
+            ? &writer_->addAudioInput(
+                  {.sampleRate = 48000, .channels = 2, .bitRate = 128000, .expectsMediaDataInRealTime = true})
+            : nullptr;
+    if (!writer_->startWriting()) {
+        if (const auto error = writer_->error()) throw *error;
+        throw PlatformError("Cobaltreel", 1, "writing " + outputURL.string() + " could not be started");
+    }
+    input_ = &input;
+    audioInput_ = audioInput;
+}
+
+QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path outputURL,
+                                        bool captureSystemAudio) {
+    firstPTS_.reset();
+    failedWriting_.reset();
+    sessionStarted_ = false;
+    offered_ = written_ = dropped_ = 0;
+
+    // Opening an encoder takes longer than the main thread may be kept.
+    co_await AwaitOnQueue(*mainLoop_, captureQueue_,
+                          [&] { openWriter(target, outputURL, captureSystemAudio); });
+
+    platform::StreamConfiguration configuration;
+    configuration.width = target.width;
+    configuration.height = target.height;
+    configuration.minimumFrameInterval = {1, 60};
+    configuration.showsCursor = true;
+    configuration.capturesAudio = captureSystemAudio;
+    configuration.sampleRate = 48000;
+    configuration.channelCount = 2;
+    configuration.excludesCurrentProcessAudio = true;
+    configuration.pixelFormat = platform::PixelFormat::bgra;
+    configuration.queueDepth = 8;
+
+    auto stream = capture_->makeStream(
+        target.filter, configuration,
+        [weakSelf = std::weak_ptr(self_), mainLoop = mainLoop_](const PlatformError& error) {
+            mainLoop->post([weakSelf, error] {
+                if (const auto self = weakSelf.lock(); self && (*self)->onError) (*self)->onError(error);
+            });
+        });
+    stream->addOutput(StreamOutputType::screen, captureQueue_,
+                      [this](const CapturedSample& sample) { receiveVideo(sample); });
+    if (captureSystemAudio)
+        stream->addOutput(StreamOutputType::audio, audioQueue_,
+                          [this](const CapturedSample& sample) { receiveAudio(sample); });
+
+    const auto failure =
+        co_await AwaitCompletion(*mainLoop_, [&](auto done) { stream->startCapture(std::move(done)); });
+    if (failure) throw *failure;
+    stream_ = std::move(stream);
+}
+
+void ScreenRecorder::receiveVideo(const CapturedSample& sample) {
+    if (!sample.buffer.image || sample.status != platform::FrameStatus::complete) return;
+    ++offered_;
+    if (!firstPTS_) {
+        const std::lock_guard lock(startLock_);
+        if (writer_) writer_->startSession(sample.buffer.presentationTime);
+        firstPTS_ = sample.buffer.presentationTime.seconds();
+        sessionStarted_ = true;
+    }
+    if (input_ && input_->isReadyForMoreMediaData() && input_->append(sample.buffer))
+        ++written_;
+    else
+        ++dropped_;
+}
+
+void ScreenRecorder::receiveAudio(const CapturedSample& sample) {
+    {
+        const std::lock_guard lock(startLock_);
+        if (!sessionStarted_) return;
+    }
+    if (audioInput_ && audioInput_->isReadyForMoreMediaData()) audioInput_->append(sample.buffer);
+}
+
+QCoro::Task<void> ScreenRecorder::stop() {
+    if (stream_) {
+        // Whatever stopping the stream says, the movie is completed.
+        co_await AwaitCompletion(*mainLoop_, [&](auto done) { stream_->stopCapture(std::move(done)); });
+        stream_.reset();
+    }
+    if (input_) input_->markAsFinished();
+    if (audioInput_) audioInput_->markAsFinished();
+    if (writer_ && writer_->status() == AssetWriter::Status::writing) {
+        co_await AwaitCompletion(*mainLoop_, [&](auto done) {
+            writer_->finishWriting([done = std::move(done)] { done(std::nullopt); });
+        });
+    }
+    failedWriting_ = writingError();
+    input_ = nullptr;
+    audioInput_ = nullptr;
+    writer_.reset();
+}
+
+std::optional<PlatformError> ScreenRecorder::writingError() const {
+    if (!writer_ || writer_->status() != AssetWriter::Status::failed) return failedWriting_;
+    return writer_->error();
+}
+
+ScreenRecorder::Statistics ScreenRecorder::statistics() const { return {offered_, written_, dropped_}; }
+
+}  // namespace cobaltreel

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Foundation/SerialQueue.hpp"
+#include "Platform/Media/MediaService.hpp"
+
+#include <QCoroTask>
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace cobaltreel {
+
+/// Records one display or one window, with the system's sound when asked, into a movie. Operations are
+/// called and awaited on the main thread; one recorder is used for every recording, one at a time.
+class ScreenRecorder {
+  public:
+    /// What to capture, and the size of the movie in pixels.
+    struct Target {
+        platform::ContentFilter filter;
+        int width = 0;
+        int height = 0;
+    };
+    /// What became of the frames that the stream offered since the last `start`.
+    struct Statistics {
+        std::uint64_t offered = 0;
+        std::uint64_t written = 0;
+        std::uint64_t dropped = 0;  ///< complete frames for which the encoder had no room
+    };
+
+    ScreenRecorder(std::shared_ptr<platform::ScreenCaptureService> capture,
+                   std::shared_ptr<platform::MediaService> media,
+                   std::shared_ptr<platform::MainLoop> mainLoop);
+    ~ScreenRecorder();
+
+    /// The whole display without the windows of one application. `scale` is pixels per point.
+    static Target displayTarget(const platform::Display& display, double scale,
+                                const std::string& excludingAppBundleID,
+                                const platform::ShareableContent& from);
+    /// One window; both sides are made even by growing.
+    static Target windowTarget(const platform::Window& window, double scale);
+
+    /// Creates the movie and starts the capture. Throws the platform's error, or
+    /// PlatformError("Cobaltreel", 1) when the writer will not start and does not say why.
+    QCoro::Task<void> start(Target target, std::filesystem::path outputURL, bool captureSystemAudio);
+    /// Ends the capture and completes the movie. Never fails; at once when nothing runs.
+    QCoro::Task<void> stop();
+
+    /// Told once, on the main thread, when a running capture dies by itself; the owner then calls `stop`.
+    std::function<void(const platform::PlatformError&)> onError;
+
+    /// Host-clock seconds of the first frame written; read it once `stop` has returned.
+    std::optional<double> firstPTS() const { return firstPTS_; }
+    Statistics statistics() const;
+    /// Why the movie can no longer be written (a full disk, say); absent while all is well.
+    std::optional<platform::PlatformError> writingError() const;
+
+  private:
+    void openWriter(const Target& target, const std::filesystem::path& outputURL, bool captureSystemAudio);
+    void receiveVideo(const platform::CapturedSample& sample);
+    void receiveAudio(const platform::CapturedSample& sample);
+
+    std::shared_ptr<platform::ScreenCaptureService> capture_;
+    std::shared_ptr<platform::MediaService> media_;
+    std::shared_ptr<platform::MainLoop> mainLoop_;
+
+    std::unique_ptr<platform::AssetWriter> writer_;
+    platform::AssetWriterInput* input_ = nullptr;
+    platform::AssetWriterInput* audioInput_ = nullptr;
+    std::optional<platform::PlatformError> failedWriting_;  // of the writer that `stop` let go of
+    std::optional<double> firstPTS_;
+    std::mutex startLock_;  // the writer's session starts in one step as seen from the sound's queue
+    bool sessionStarted_ = false;
+    std::atomic<std::uint64_t> offered_{0}, written_{0}, dropped_{0};
+    std::shared_ptr<ScreenRecorder*> self_;  // emptied when the recorder goes; held weakly by callbacks
+
+    // Declared last: the stream ends first, then its queues, then what they write to.
+    platform::SerialQueue captureQueue_{"cobaltreel.screen.capture"};
+    platform::SerialQueue audioQueue_{"cobaltreel.screen.audio"};
+    std::unique_ptr<platform::CaptureStream> stream_;
+};
+
+}  // namespace cobaltreel
