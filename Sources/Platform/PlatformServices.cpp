@@ -1,0 +1,43 @@
+#include "Platform/PlatformServices.hpp"
+
+#include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+#include "Platform/Desktop/Xcb/XcbDesktop.hpp"
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+/// Stands where there is no display server.
+class UnavailableDesktop final : public Desktop {
+  public:
+    PointerState pointer() override { return {}; }
+    std::vector<Screen> screens() override { return {}; }
+    std::optional<Rect> windowBounds(std::uint32_t) override { return std::nullopt; }
+    std::string implementation() const override { return "none"; }
+};
+
+std::shared_ptr<Desktop> chooseDesktop() {
+    try {
+        return std::make_shared<XcbDesktop>();
+    } catch (const PlatformError&) {
+        return std::make_shared<UnavailableDesktop>();
+    }
+}
+
+}  // namespace
+
+PlatformServices PlatformServices::makeDefault() {
+    PlatformServices services;
+    services.clock = std::make_shared<HostClock>();
+    services.mainLoop = std::make_shared<QtMainLoop>();
+    services.media = std::make_shared<FFmpegMediaService>();
+    services.screenCapture = std::make_shared<XcbScreenCaptureService>();
+    services.desktop = chooseDesktop();
+    return services;
+}
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Cobaltreel/CommandLine/CommandLine.hpp"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace cobaltreel {
+
+/// A command that cannot go on: the message names the file or the value and the remedy.
+class CommandError : public std::runtime_error {
+  public:
+    explicit CommandError(const std::string& message, ExitStatus status = ExitStatus::failed)
+        : std::runtime_error(message), status_(status) {}
+    ExitStatus status() const { return status_; }
+
+  private:
+    ExitStatus status_;
+};
+
+/// What the chosen subcommand will do once the arguments have been understood.
+using CommandBody = std::function<ExitStatus()>;
+
+// Each of these adds one subcommand to `app` and, when it is chosen, fills `body`.
+void addSourcesCommand(CLI::App& app, CommandBody& body);
+void addRecordCommand(CLI::App& app, CommandBody& body);
+void addSessionsCommand(CLI::App& app, CommandBody& body);
+void addInspectCommand(CLI::App& app, CommandBody& body);
+void addExportCommand(CLI::App& app, CommandBody& body);
+void addDoctorCommand(CLI::App& app, CommandBody& body);
+
+}  // namespace cobaltreel

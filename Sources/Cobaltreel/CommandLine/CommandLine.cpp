@@ -1,0 +1,45 @@
+#include "Cobaltreel/CommandLine/CommandLine.hpp"
+
+#include "Cobaltreel/CommandLine/Command.hpp"
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace cobaltreel {
+
+int runCommandLine(int argc, char** argv) {
+    CLI::App app{"Records the screen for short tutorials and exports them as composed movies.", "cobaltreel"};
+    app.set_version_flag("--version", std::string("cobaltreel ") + COBALTREEL_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "Results go to standard output, progress and messages to standard error.\n"
+        "Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+
+    CommandBody body;
+    addSourcesCommand(app, body);
+    addRecordCommand(app, body);
+    addSessionsCommand(app, body);
+    addInspectCommand(app, body);
+    addExportCommand(app, body);
+    addDoctorCommand(app, body);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+        app.exit(error, std::cout, std::cerr);
+        return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);
+    }
+    try {
+        return static_cast<int>(body());
+    } catch (const CommandError& error) {
+        std::cerr << "cobaltreel: " << error.what() << '\n';
+        return static_cast<int>(error.status());
+    } catch (const std::exception& error) {
+        std::cerr << "cobaltreel: " << error.what() << '\n';
+        return static_cast<int>(ExitStatus::failed);
+    }
+}
+
+}  // namespace cobaltreel

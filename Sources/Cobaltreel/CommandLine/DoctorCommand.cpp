@@ -1,0 +1,87 @@
+#include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/JsonOutput.hpp"
+#include "Cobaltreel/Support/DiskSpace.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
+#include "Platform/PlatformServices.hpp"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cobaltreel {
+
+namespace {
+
+struct Finding {
+    std::string service;
+    bool available;
+    std::string implementation;
+    std::string remedy;  // what to do when it is not available
+};
+
+Finding findScreen(const platform::PlatformServices& services) {
+    try {
+        services.screenCapture->shareableContent();
+        return {"screen capture", true, services.screenCapture->implementation(), ""};
+    } catch (const platform::PlatformError& error) {
+        return {"screen capture", false, "", error.description()};
+    }
+}
+
+Finding findDesktop(const platform::PlatformServices& services) {
+    if (services.desktop->screens().empty())
+        return {"pointer and windows", false, "", "start in a desktop session, or set DISPLAY"};
+    return {"pointer and windows", true, services.desktop->implementation(), ""};
+}
+
+Finding findRecordingsFolder() {
+    std::error_code error;
+    std::filesystem::create_directories(Paths::sessionsRoot(), error);
+    const auto free = DiskSpace::freeBytes(Paths::sessionsRoot());
+    const std::string place = Paths::sessionsRoot().string();
+    if (error || free == 0) return {"recordings folder", false, "", place + " cannot be created or written"};
+    return {"recordings folder", true, place + ", " + std::to_string(free / 1'000'000) + " MB free", ""};
+}
+
+std::vector<Finding> examine() {
+    const auto services = platform::PlatformServices::makeDefault();
+    std::vector<Finding> findings{findScreen(services), findDesktop(services)};
+    for (const auto& encoder : services.media->encoders())
+        findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
+    findings.push_back({"movies", true, services.media->implementation(), ""});
+    findings.push_back({"person segmentation", services.vision != nullptr,
+                        services.vision ? services.vision->implementation() : "",
+                        "not part of this version; the camera is shown as a round bubble"});
+    findings.push_back(findRecordingsFolder());
+    return findings;
+}
+
+}  // namespace
+
+void addDoctorCommand(CLI::App& app, CommandBody& body) {
+    auto* command = app.add_subcommand("doctor", "Tell which services are there and what to install");
+    auto json = std::make_shared<bool>(false);
+    command->add_flag("--json", *json, "Print one JSON document");
+    command->callback([&body, json] {
+        body = [json] {
+            const auto findings = examine();
+            OrderedJson list = OrderedJson::array();
+            for (const auto& finding : findings) {
+                OrderedJson item{{"service", finding.service}, {"available", finding.available}};
+                if (finding.available)
+                    item["implementation"] = finding.implementation;
+                else
+                    item["remedy"] = finding.remedy;
+                list.push_back(std::move(item));
+                if (!*json)
+                    std::cout << (finding.available ? "ok       " : "missing  ") << finding.service << ": "
+                              << (finding.available ? finding.implementation : finding.remedy) << '\n';
+            }
+            if (*json) printJson({{"services", std::move(list)}});
+            return ExitStatus::done;
+        };
+    });
+}
+
+}  // namespace cobaltreel

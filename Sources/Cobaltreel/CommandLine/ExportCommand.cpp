@@ -1,0 +1,119 @@
+#include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/Interrupt.hpp"
+#include "Cobaltreel/CommandLine/Progress.hpp"
+#include "Cobaltreel/CommandLine/TrimArguments.hpp"
+#include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
+#include "Platform/PlatformServices.hpp"
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace cobaltreel {
+
+namespace {
+
+struct ExportArguments : TrimArguments {
+    std::optional<bool> autoZoom, camera, ripples, systemAudio;
+    std::optional<CameraStyle> style;
+    std::string name;
+    std::string output;
+};
+
+void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& value,
+               const std::string& what) {
+    static const std::map<std::string, bool> positions{{"on", true}, {"off", false}};
+    command.add_option(flag, value, what)
+        ->transform(CLI::CheckedTransformer(positions).description(""))
+        ->type_name("on|off");
+}
+
+/// "Tutorial 2025-03-07 14.05", as the preview window proposes it.
+std::string defaultName() {
+    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    std::tm local{};
+    localtime_r(&now, &local);
+    char text[64];
+    std::strftime(text, sizeof text, "Tutorial %Y-%m-%d %H.%M", &local);
+    return text;
+}
+
+std::filesystem::path outputFile(const ExportArguments& arguments) {
+    if (arguments.output.empty())
+        return Paths::uniqueOutputURL(arguments.name.empty() ? defaultName() : arguments.name);
+    const auto file = std::filesystem::absolute(arguments.output);
+    std::error_code ignored;
+    if (std::filesystem::is_directory(file, ignored))
+        throw CommandError("--output " + arguments.output + " is a folder; name a file", ExitStatus::usage);
+    return file;
+}
+
+/// What the preview window starts with, changed by what was asked.
+ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& meta, const Trim& trim) {
+    ExportOptions options;
+    options.trimStart = trim.start;
+    options.trimEnd = trim.end;
+    options.quality = arguments.quality;
+    options.autoZoom = arguments.autoZoom.value_or(meta.autoZoomEnabled);
+    options.bubble = arguments.camera.value_or(meta.cameraEnabled);
+    options.cameraStyle = arguments.style.value_or(meta.resolvedCameraStyle());
+    options.clickRipples = arguments.ripples.value_or(true);
+    options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
+    options.outputURL = outputFile(arguments);
+    return options;
+}
+
+ExitStatus runExport(const ExportArguments& arguments) {
+    const auto services = platform::PlatformServices::makeDefault();
+    const auto session = openSession(arguments.session);
+    const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
+    ExportOptions options = optionsFor(arguments, session.meta, trim);
+
+    ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);
+    const Interrupt interrupt([&renderer] { renderer.cancelled = true; });
+    Progress progress("Exporting");
+    renderer.onProgress = [&](double share) {
+        // An interrupt that came before the run began was reset by its beginning.
+        if (interrupt.happened()) renderer.cancelled = true;
+        progress.show(share);
+    };
+    try {
+        renderer.exportMovie(options);
+    } catch (const ExportRenderer::Error& error) {
+        if (error.kind() == ExportRenderer::Error::Kind::cancelled)
+            throw CommandError("the export was cancelled; nothing was written", ExitStatus::interrupted);
+        throw CommandError("exporting " + session.folder.dir.string() + " failed: " + error.what());
+    }
+    std::cout << options.outputURL.string() << '\n';
+    return ExitStatus::done;
+}
+
+}  // namespace
+
+void addExportCommand(CLI::App& app, CommandBody& body) {
+    auto* command = app.add_subcommand("export", "Compose a session into one MP4");
+    auto arguments = std::make_shared<ExportArguments>();
+    arguments->addTo(*command);
+    addSwitch(*command, "--auto-zoom", arguments->autoZoom, "Follow the clicks; default as recorded");
+    addSwitch(*command, "--camera", arguments->camera, "Show the camera; default as recorded");
+    static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
+                                                           {"cutout", CameraStyle::cutout}};
+    command->add_option("--style", arguments->style, "How the camera is shown; default as recorded")
+        ->transform(CLI::CheckedTransformer(styles).description(""))
+        ->type_name("bubble|cutout");
+    addSwitch(*command, "--ripples", arguments->ripples, "Rings where the user clicked; default on");
+    addSwitch(*command, "--system-audio", arguments->systemAudio,
+              "Mix in the computer's sound; default as recorded");
+    auto* name = command->add_option("--name", arguments->name, "Name of the movie in the exports folder");
+    command->add_option("--output", arguments->output, "The file to write; one that is there is replaced")
+        ->type_name("FILE")
+        ->excludes(name);
+    command->callback([&body, arguments] { body = [arguments] { return runExport(*arguments); }; });
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,116 @@
+#include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/Interrupt.hpp"
+#include "Cobaltreel/CommandLine/Progress.hpp"
+#include "Cobaltreel/CommandLine/Take.hpp"
+
+#include <QCoreApplication>
+#include <cmath>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <memory>
+
+namespace cobaltreel {
+
+namespace {
+
+struct RecordArguments {
+    TakeOptions take;
+    std::string camera = "none";
+    std::string microphone = "none";
+    bool noMirror = false;
+};
+
+void refuseDevices(const RecordArguments& arguments) {
+    if (arguments.camera != "none")
+        throw CommandError("this version records no camera; use --camera none", ExitStatus::usage);
+    if (arguments.microphone != "none")
+        throw CommandError("this version records no microphone; use --mic none", ExitStatus::usage);
+    if (arguments.take.systemAudio)
+        throw CommandError("this version records no system audio; leave --system-audio out",
+                           ExitStatus::usage);
+}
+
+/// Runs the take on the main thread's event loop and keeps what came of it.
+struct Outcome {
+    std::optional<SessionFolder> session;
+    std::exception_ptr failure;
+};
+
+QCoro::Task<void> follow(Take& take, Outcome& outcome) {
+    try {
+        outcome.session = co_await take.run();
+    } catch (...) {
+        outcome.failure = std::current_exception();
+    }
+    QCoreApplication::quit();
+}
+
+ExitStatus runRecord(const RecordArguments& arguments) {
+    refuseDevices(arguments);
+    const auto services = platform::PlatformServices::makeDefault();
+    Take take(services, arguments.take);
+    Progress progress("Recording");
+    take.onDigit = [](int digit) { std::cerr << digit << "...\n"; };
+    take.onElapsed = [&](double elapsed) { progress.status(minutesAndSeconds(elapsed) + "  Ctrl-C stops"); };
+    const Interrupt interrupt([&] { services.mainLoop->post([&take] { take.requestStop(); }); });
+
+    Outcome outcome;
+    services.mainLoop->post([&] { follow(take, outcome); });
+    QCoreApplication::exec();
+
+    if (outcome.failure) std::rethrow_exception(outcome.failure);
+    if (!outcome.session) throw CommandError("stopped before the recording began", ExitStatus::interrupted);
+    if (!take.endReason().empty()) std::cerr << "cobaltreel: " << take.endReason() << '\n';
+    const auto frames = take.statistics();
+    if (frames.dropped > 0)
+        std::cerr << "cobaltreel: " << frames.dropped << " of " << frames.offered
+                  << " frames were dropped because the encoder was behind\n";
+    std::cout << outcome.session->dir.string() << '\n';
+    return ExitStatus::done;
+}
+
+}  // namespace
+
+void addRecordCommand(CLI::App& app, CommandBody& body) {
+    auto* command =
+        app.add_subcommand("record", "Record until the duration or Ctrl-C; prints the session folder");
+    auto arguments = std::make_shared<RecordArguments>();
+    TakeOptions& take = arguments->take;
+    auto* display =
+        command->add_option("--display", take.displayID, "Record this display; default the main one")
+            ->type_name("N");
+    command->add_option("--window", take.windowID, "Record this window")->type_name("ID")->excludes(display);
+    command->add_option("--duration", take.duration, "Stop after so many seconds")
+        ->type_name("S")
+        ->check(CLI::Range(0.1, Take::longestTake).description(""));
+    command->add_option("--camera", arguments->camera, "Camera to record, or none")->type_name("ID|none");
+    command->add_option("--mic", arguments->microphone, "Microphone to record, or none")
+        ->type_name("ID|none");
+    command->add_flag("--system-audio", take.systemAudio, "Record what the computer plays");
+    command->add_flag("--auto-zoom", take.autoZoom, "Let the export follow the clicks");
+    static const std::map<std::string, CameraCorner> corners{{"bottomLeft", CameraCorner::bottomLeft},
+                                                             {"bottomRight", CameraCorner::bottomRight},
+                                                             {"topLeft", CameraCorner::topLeft},
+                                                             {"topRight", CameraCorner::topRight}};
+    command->add_option("--corner", take.corner, "bottomLeft, bottomRight, topLeft or topRight")
+        ->transform(CLI::CheckedTransformer(corners).description(""))
+        ->type_name("CORNER")
+        ->default_str("bottomLeft");
+    command
+        ->add_option("--bubble-size", take.bubbleSizeFraction, "Size of the camera as a share of the height")
+        ->type_name("F")
+        ->check(CLI::Range(0.05, 1.0).description(""))
+        ->default_str("0.24");
+    static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
+                                                           {"cutout", CameraStyle::cutout}};
+    command->add_option("--style", take.style, "How the camera is shown")
+        ->transform(CLI::CheckedTransformer(styles).description(""))
+        ->type_name("bubble|cutout")
+        ->default_str("bubble");
+    command->add_flag("--no-mirror", arguments->noMirror, "Record the camera as it sees, not mirrored");
+    command->add_flag("--countdown", take.countdown, "Count 3-2-1 before recording");
+    command->callback([&body, arguments] { body = [arguments] { return runRecord(*arguments); }; });
+}
+
+}  // namespace cobaltreel

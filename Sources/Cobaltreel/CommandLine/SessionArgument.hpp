@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Cobaltreel/Support/SessionFolder.hpp"
+#include "CobaltreelCore/Models.hpp"
+#include "Platform/Media/MediaService.hpp"
+
+#include <optional>
+#include <string>
+
+namespace cobaltreel {
+
+/// A session as a command's argument names it.
+struct SessionArgument {
+    SessionFolder folder;
+    SessionMeta meta;
+};
+
+/// Opens a session by the path of its folder or by its name among the recordings. Throws CommandError
+/// when there is no such folder or its session.json cannot be read.
+SessionArgument openSession(const std::string& text);
+
+/// Length of the whole recording in seconds: from the first frame to the moment of the stop, at least
+/// half a second; for a recording that never ended properly, the length of its screen movie.
+double recordedDuration(const SessionArgument& session, platform::MediaService& media);
+
+/// The kept span. Throws CommandError unless 0 ≤ start < end ≤ `duration`; absent sides keep all.
+struct TrimOptions {
+    std::optional<double> start;
+    std::optional<double> end;
+};
+struct Trim {
+    double start;
+    double end;
+};
+Trim resolveTrim(const TrimOptions& options, double duration);
+
+}  // namespace cobaltreel

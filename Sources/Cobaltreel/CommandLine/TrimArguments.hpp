@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Cobaltreel/CommandLine/SessionArgument.hpp"
+#include "Cobaltreel/Export/ExportOptions.hpp"
+
+#include <map>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace cobaltreel {
+
+/// What `inspect` and `export` ask alike: the session, the kept span, the quality.
+struct TrimArguments {
+    std::string session;
+    TrimOptions trim;
+    ExportOptions::Quality quality = ExportOptions::Quality::p1080;
+
+    void addTo(CLI::App& command) {
+        command.add_option("session", session, "Folder of the session, or its name among the recordings")
+            ->required()
+            ->type_name("SESSION");
+        command.add_option("--trim-start", trim.start, "Where the kept span begins, seconds")->type_name("S");
+        command.add_option("--trim-end", trim.end, "Where the kept span ends, seconds")->type_name("S");
+        static const std::map<std::string, ExportOptions::Quality> qualities{
+            {"p720", ExportOptions::Quality::p720},
+            {"p1080", ExportOptions::Quality::p1080},
+            {"full", ExportOptions::Quality::full}};
+        command.add_option("--quality", quality, "Size of the picture: p720, p1080 or full")
+            ->transform(CLI::CheckedTransformer(qualities).description(""))
+            ->type_name("QUALITY")
+            ->default_str("p1080");
+    }
+};
+
+}  // namespace cobaltreel
