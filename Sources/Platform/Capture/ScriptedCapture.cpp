@@ -1,0 +1,156 @@
+#include "Platform/Capture/ScriptedCapture.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+std::size_t indexOf(MediaType type) { return type == MediaType::video ? 0 : 1; }
+
+}  // namespace
+
+std::vector<ScriptedSession::Configuration> ScriptedSession::commits() const {
+    const std::lock_guard lock(mutex_);
+    return commits_;
+}
+
+bool ScriptedSession::isRunning() const {
+    const std::lock_guard lock(mutex_);
+    return running_;
+}
+
+bool ScriptedSession::deliver(const SampleBuffer& sample) {
+    const std::lock_guard delivering(delivery_);
+    Output output;
+    {
+        const std::lock_guard lock(mutex_);
+        output = outputs_[indexOf(sample.image ? MediaType::video : MediaType::audio)];
+        if (!running_ || output.queue == nullptr) return false;
+    }
+    output.queue->sync([&] { output.handler(sample); });
+    return true;
+}
+
+bool ScriptedSession::deliverPicture(double seconds) {
+    const CaptureSession::Preset preset =
+        commits().empty() ? CaptureSession::Preset{} : commits().back().preset;
+    const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, preset.width, preset.height);
+    for (int i = 0; i < picture->planeCount(); ++i) {
+        const Plane& plane = picture->plane(i);
+        std::memset(plane.data, 0x80,
+                    static_cast<std::size_t>(plane.stride) * static_cast<std::size_t>(plane.height));
+    }
+    return deliver({MediaTime::fromSeconds(seconds, nanosecondTimescale), picture, nullptr});
+}
+
+bool ScriptedSession::deliverSound(double seconds, float level, std::size_t frames) {
+    auto sound = std::make_shared<AudioBuffer>();
+    sound->format = {48000, 1, true};
+    sound->bytes.resize(frames * sound->format.bytesPerFrame());
+    std::ranges::fill(sound->floats(), level);
+    return deliver({MediaTime::fromSeconds(seconds, nanosecondTimescale), nullptr, std::move(sound)});
+}
+
+void ScriptedSession::tell(const CaptureEvent& event) {
+    std::function<void(const CaptureEvent&)> handler;
+    {
+        const std::lock_guard lock(mutex_);
+        handler = onEvent_;
+    }
+    if (handler) handler(event);
+}
+
+/// What the owner of the session holds.
+class ScriptedSessionHandle final : public CaptureSession {
+  public:
+    explicit ScriptedSessionHandle(std::shared_ptr<ScriptedSession> session) : session_(std::move(session)) {}
+    ~ScriptedSessionHandle() override {
+        stopRunning();
+        const std::lock_guard lock(session_->mutex_);
+        session_->outputs_ = {};
+        session_->onEvent_ = nullptr;
+    }
+
+    void beginConfiguration() override { pending_ = session_->current_; }
+    void commitConfiguration() override {
+        if (session_->onCommit) session_->onCommit();
+        const std::lock_guard lock(session_->mutex_);
+        session_->current_ = pending_;
+        session_->outputs_ = pendingOutputs_;
+        session_->commits_.push_back(pending_);
+    }
+    void removeAllInputs() override { pending_.inputs.clear(); }
+    void removeAllOutputs() override {
+        pending_.outputs.clear();
+        pendingOutputs_ = {};
+    }
+    void setPreset(const Preset& preset) override { pending_.preset = preset; }
+    void addInput(const CaptureDevice& device) override {
+        const auto refused = session_->inputErrors_.find(device.uniqueID);
+        if (refused != session_->inputErrors_.end()) throw PlatformError(refused->second);
+        if (std::ranges::find(pending_.inputs, device.type, &CaptureDevice::type) != pending_.inputs.end())
+            throw PlatformError("Capture", 1, "The session has an input of this type already.");
+        pending_.inputs.push_back(device);
+    }
+    void addOutput(MediaType type, SerialQueue& queue, SampleHandler handler) override {
+        auto& output = pendingOutputs_[indexOf(type)];
+        if (output.queue != nullptr)
+            throw PlatformError("Capture", 2, "The session has an output of this type already.");
+        output = {&queue, std::move(handler)};
+        pending_.outputs.push_back(type);
+    }
+    void setVideoMirrored(bool mirrored) override { pending_.mirrored = mirrored; }
+
+    std::vector<CaptureDevice> inputs() const override {
+        const std::lock_guard lock(session_->mutex_);
+        return session_->current_.inputs;
+    }
+    bool isRunning() const override { return session_->isRunning(); }
+    void startRunning() override {
+        const std::lock_guard lock(session_->mutex_);
+        session_->running_ = true;
+    }
+    void stopRunning() override {
+        const std::lock_guard delivering(session_->delivery_);
+        const std::lock_guard lock(session_->mutex_);
+        session_->running_ = false;
+    }
+    void setEventHandler(std::function<void(const CaptureEvent&)> handler) override {
+        const std::lock_guard lock(session_->mutex_);
+        session_->onEvent_ = std::move(handler);
+    }
+
+  private:
+    std::shared_ptr<ScriptedSession> session_;
+    ScriptedSession::Configuration pending_;
+    std::array<ScriptedSession::Output, 2> pendingOutputs_;
+};
+
+std::unique_ptr<CaptureSession> ScriptedCaptureService::makeSession() {
+    auto session = std::make_shared<ScriptedSession>();
+    session->inputErrors_ = inputErrors;
+    sessions.push_back(session);
+    return std::make_unique<ScriptedSessionHandle>(std::move(session));
+}
+
+void ScriptedCaptureService::changeDevices(CaptureDevices devices) {
+    scriptedDevices = std::move(devices);
+    if (changed_) changed_();
+}
+
+void ScriptedSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
+    if (startError) throw PlatformError(*startError);
+    queue_ = &queue;
+    handler_ = std::move(handler);
+}
+
+bool ScriptedSystemAudio::deliver(const SampleBuffer& sample) {
+    if (queue_ == nullptr) return false;
+    queue_->sync([&] { handler_(sample); });
+    return true;
+}
+
+}  // namespace platform

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "Platform/Capture/CaptureSession.hpp"
+#include "Platform/Capture/SystemAudio.hpp"
+
+#include <array>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// A scripted session as its test sees it. Stays valid after the owner of the session has let go of it.
+/// Safe on any thread, but not inside a sample handler.
+class ScriptedSession {
+  public:
+    /// What one configuration transaction left behind.
+    struct Configuration {
+        std::vector<CaptureDevice> inputs;
+        std::vector<MediaType> outputs;
+        CaptureSession::Preset preset;
+        bool mirrored = false;
+    };
+
+    /// Called in each commit before it takes effect: a test holds the owner's queue up here.
+    std::function<void()> onCommit;
+
+    /// Every transaction committed so far.
+    std::vector<Configuration> commits() const;
+    bool isRunning() const;
+
+    /// Hands a sample to its handler on the handler's queue and waits until it has been handled. False, and
+    /// nothing happens, when the session does not run or nobody listens to this type.
+    bool deliver(const SampleBuffer& sample);
+    /// Delivers a gray picture of the preset's size at `seconds` of the host clock.
+    bool deliverPicture(double seconds);
+    /// Delivers `frames` frames of sound, every sample of it `level`.
+    bool deliverSound(double seconds, float level = 0, std::size_t frames = 480);
+    void tell(const CaptureEvent& event);
+
+  private:
+    friend class ScriptedCaptureService;
+    friend class ScriptedSessionHandle;
+    struct Output {
+        SerialQueue* queue = nullptr;
+        CaptureSession::SampleHandler handler;
+    };
+
+    mutable std::mutex mutex_;
+    std::mutex delivery_;  // held while a handler runs, so that stopping can wait for it
+    std::vector<Configuration> commits_;
+    Configuration current_;
+    bool running_ = false;
+    std::array<Output, 2> outputs_;
+    std::function<void(const CaptureEvent&)> onEvent_;
+    std::map<std::string, PlatformError> inputErrors_;
+};
+
+/// A capture service whose devices, sessions and failures are scripted by a test.
+class ScriptedCaptureService final : public CaptureService {
+  public:
+    // The script.
+    CaptureDevices scriptedDevices;
+    std::map<std::string, PlatformError> inputErrors;  ///< by identifier: what adding the input fails with
+    std::optional<PlatformError> unavailableError;
+
+    /// Every session made so far, the newest last.
+    std::vector<std::shared_ptr<ScriptedSession>> sessions;
+
+    CaptureDevices devices() override { return scriptedDevices; }
+    void setDevicesChangedHandler(std::function<void()> changed) override { changed_ = std::move(changed); }
+    std::unique_ptr<CaptureSession> makeSession() override;
+    std::optional<PlatformError> unavailable() override { return unavailableError; }
+    std::string implementation() const override { return "scripted"; }
+
+    /// Replaces the devices and tells the handler.
+    void changeDevices(CaptureDevices devices);
+
+  private:
+    std::function<void()> changed_;
+};
+
+/// System audio that a test delivers.
+class ScriptedSystemAudio final : public SystemAudioSource {
+  public:
+    std::optional<PlatformError> startError;
+
+    void start(SerialQueue& queue, SampleHandler handler) override;
+    void stop() override { queue_ = nullptr; }
+    std::string implementation() const override { return "scripted"; }
+
+    bool isRunning() const { return queue_ != nullptr; }
+    /// Delivers and waits until the sample has been handled; false when not running.
+    bool deliver(const SampleBuffer& sample);
+
+  private:
+    SerialQueue* queue_ = nullptr;
+    SampleHandler handler_;
+};
+
+}  // namespace platform

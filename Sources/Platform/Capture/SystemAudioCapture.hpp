@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/SystemAudio.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace platform {
+
+/// Adds the system's sound to the streams of another screen capture service: a stream that is configured
+/// to capture audio delivers it to its audio output while it runs. When the sound cannot be had the picture
+/// is captured all the same, and `onUnavailable` is told why on the thread that started the stream.
+class SystemAudioCapture final : public ScreenCaptureService {
+  public:
+    SystemAudioCapture(std::shared_ptr<ScreenCaptureService> screen,
+                       std::function<std::unique_ptr<SystemAudioSource>()> makeSource,
+                       std::function<void(const PlatformError&)> onUnavailable);
+
+    ShareableContent shareableContent() override;
+    std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
+                                              const StreamConfiguration& configuration,
+                                              std::function<void(const PlatformError&)> onStopped) override;
+    std::string implementation() const override;
+
+  private:
+    std::shared_ptr<ScreenCaptureService> screen_;
+    std::function<std::unique_ptr<SystemAudioSource>()> makeSource_;
+    std::function<void(const PlatformError&)> onUnavailable_;
+};
+
+}  // namespace platform
