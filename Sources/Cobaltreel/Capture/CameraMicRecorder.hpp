@@ -1,0 +1,124 @@
+#pragma once
+
+#include "Platform/Capture/CaptureSession.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Foundation/SerialQueue.hpp"
+#include "Platform/Media/MediaService.hpp"
+
+#include <QCoroTask>
+#include <atomic>
+#include <coroutine>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace cobaltreel {
+
+/// Runs the one capture session of the application: shows the camera, measures the microphone, and writes
+/// both into a movie while a recording runs. Operations are called and awaited on the main thread; one
+/// recorder is used for every preview and recording.
+class CameraMicRecorder {
+  public:
+    using PreviewFrameHandler = std::function<void(const platform::ConstPixelBufferRef&)>;
+
+    /// What became of the samples that arrived since the last `beginWriting`.
+    struct Statistics {
+        std::uint64_t picturesWritten = 0;
+        std::uint64_t picturesDropped = 0;  ///< the encoder had no room
+        std::uint64_t soundsWritten = 0;
+        std::uint64_t soundsDropped = 0;
+    };
+
+    static constexpr int pictureWidth = 1280;
+    static constexpr int pictureHeight = 720;
+
+    CameraMicRecorder(std::shared_ptr<platform::CaptureService> capture,
+                      std::shared_ptr<platform::MediaService> media,
+                      std::shared_ptr<platform::MainLoop> mainLoop);
+    ~CameraMicRecorder();
+
+    /// Reconfigures the session and starts it, asynchronously. Requests in quick succession collapse to the
+    /// last one. A device that cannot be used is left out and reported through `onDeviceEvent`.
+    void startPreview(std::optional<platform::CaptureDevice> camera, platform::CaptureDevice mic,
+                      bool mirror);
+    /// Receives every camera picture on the session's queue; empty for none. Takes effect asynchronously.
+    void setPreviewFrameHandler(PreviewFrameHandler handler);
+
+    /// Creates the movie; from then on samples are written. Throws the platform's error, or
+    /// PlatformError("Cobaltreel.CameraMic", 2) when the writer will not start and does not say why.
+    QCoro::Task<void> beginWriting(std::filesystem::path outputURL);
+    /// Completes the movie; the preview goes on. Never fails.
+    QCoro::Task<void> finishWriting();
+    /// Completes the movie if one is open and stops the session. Never fails.
+    QCoro::Task<void> stop();
+
+    /// Told on the main thread what befalls a device in use.
+    std::function<void(const platform::CaptureEvent&)> onDeviceEvent;
+
+    /// The latest level of the microphone, 0…1. Any thread.
+    float currentMicLevel() const { return currentMicLevel_; }
+    /// Host-clock seconds of the first sample written; read it once `stop` or `finishWriting` has returned.
+    std::optional<double> firstPTS() const { return firstPTS_; }
+    /// Whether the last preview asked for a camera.
+    bool wantCamera() const { return wantCamera_; }
+    Statistics statistics() const;
+
+    /// The level of one run of sound over all its channels, 0…1; 0 for a sample without sound.
+    static float peakLevel(const platform::SampleBuffer& sample);
+
+  private:
+    struct OpenMovie;
+    class AwaitEarlierFinish;
+
+    void reconfigure(const std::optional<platform::CaptureDevice>& camera, const platform::CaptureDevice& mic,
+                     bool mirror);
+    void addInput(const platform::CaptureDevice& device);
+    std::unique_ptr<OpenMovie> openMovie(const std::filesystem::path& outputURL, bool withCamera);
+    void receive(const platform::SampleBuffer& sample);
+    void listenForSilence(const platform::SampleBuffer& sound, float level);
+    void write(const platform::SampleBuffer& sample);
+    void report(platform::CaptureEvent::Kind kind, const platform::CaptureDevice& device,
+                std::string message);
+    void tell(const platform::CaptureEvent& event);
+    void watchForStalls();
+
+    std::shared_ptr<platform::MediaService> media_;
+    std::shared_ptr<platform::MainLoop> mainLoop_;
+
+    // Main thread.
+    bool wantCamera_ = false;
+    bool finishing_ = false;
+    std::vector<std::coroutine_handle<>> waitingForFinish_;
+    std::optional<platform::WorkItem> pendingConfig_;
+    std::unique_ptr<platform::Timer> stallTimer_;
+    struct StallWatch {
+        std::optional<platform::CaptureDevice> device;
+        std::uint64_t seen = 0;
+        int quietTicks = 0;
+    };
+    StallWatch cameraWatch_, micWatch_;
+    std::shared_ptr<CameraMicRecorder*> self_;  // held weakly by callbacks
+
+    // The session's queue.
+    std::unique_ptr<OpenMovie> movie_;
+    bool writing_ = false;
+    PreviewFrameHandler onPreviewFrame_;
+    std::optional<platform::CaptureDevice> mic_;
+    std::optional<double> silentSince_;
+    bool listensForSilence_ = false;  // until the microphone has been heard, or reported
+
+    std::optional<double> firstPTS_;
+    std::atomic<float> currentMicLevel_{0};
+    std::atomic<std::uint64_t> picturesSeen_{0}, soundsSeen_{0};
+    std::atomic<std::uint64_t> picturesWritten_{0}, picturesDropped_{0}, soundsWritten_{0}, soundsDropped_{0};
+
+    // Ended in the reverse order: what configures, then the session, then what it delivers to.
+    platform::SerialQueue ioQueue_{"cobaltreel.session.io", 256};
+    std::unique_ptr<platform::CaptureSession> session_;
+    platform::SerialQueue configQueue_{"cobaltreel.session.config", 256};
+};
+
+}  // namespace cobaltreel
