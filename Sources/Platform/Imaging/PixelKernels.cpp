@@ -1,0 +1,252 @@
+#include "Platform/Imaging/PixelKernels.hpp"
+
+#include "Platform/Imaging/AxisFilter.hpp"
+#include "Platform/Imaging/CpuFeatures.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#ifdef COBALTREEL_X86
+#include <immintrin.h>
+#endif
+
+// Each loop is written once, as a body that the compiler inlines into a portable and an AVX2 function
+// and vectorises there. Only the gathering filters, which no compiler vectorises, exist twice.
+
+namespace platform::imaging {
+namespace {
+
+constexpr int sumShift = 7;
+/// Sums (7 fractional bits) times horizontal weights (14) down to a byte.
+constexpr int filterShift = sumShift + 14;
+constexpr std::int32_t filterRounding = 1 << (filterShift - 1);
+
+[[gnu::always_inline]] inline std::int16_t scaledSample(std::int16_t value, std::int16_t weight) {
+    return static_cast<std::int16_t>(((static_cast<std::int32_t>(value) * weight >> 14) + 1) >> 1);
+}
+[[gnu::always_inline]] inline std::int16_t scaledSample(std::uint8_t value, std::int16_t weight) {
+    return scaledSample(static_cast<std::int16_t>(value << sumShift), weight);
+}
+
+template <typename Sample>
+[[gnu::always_inline]] inline void weighBody(const Sample* const* rows, const std::int16_t* weights, int taps,
+                                             int count, std::int16_t* __restrict sums) {
+    if (taps == 1) {
+        const Sample* __restrict r0 = rows[0];
+        const std::int16_t w0 = weights[0];
+        for (int i = 0; i < count; ++i) sums[i] = scaledSample(r0[i], w0);
+        return;
+    }
+    const Sample* __restrict r0 = rows[0];
+    const Sample* __restrict r1 = rows[1];
+    const std::int16_t w0 = weights[0], w1 = weights[1];
+    for (int i = 0; i < count; ++i)
+        sums[i] = static_cast<std::int16_t>(scaledSample(r0[i], w0) + scaledSample(r1[i], w1));
+    int t = 2;
+    for (; t + 4 <= taps; t += 4) {
+        const Sample* __restrict a = rows[t];
+        const Sample* __restrict b = rows[t + 1];
+        const Sample* __restrict c = rows[t + 2];
+        const Sample* __restrict d = rows[t + 3];
+        const std::int16_t wa = weights[t], wb = weights[t + 1], wc = weights[t + 2], wd = weights[t + 3];
+        for (int i = 0; i < count; ++i)
+            sums[i] = static_cast<std::int16_t>(sums[i] + scaledSample(a[i], wa) + scaledSample(b[i], wb) +
+                                                scaledSample(c[i], wc) + scaledSample(d[i], wd));
+    }
+    for (; t < taps; ++t) {
+        const Sample* __restrict a = rows[t];
+        const std::int16_t wa = weights[t];
+        for (int i = 0; i < count; ++i) sums[i] = static_cast<std::int16_t>(sums[i] + scaledSample(a[i], wa));
+    }
+}
+
+[[gnu::always_inline]] inline void roundSumsBody(const std::int16_t* __restrict sums, int count,
+                                                 std::uint8_t* __restrict out) {
+    for (int i = 0; i < count; ++i) {
+        const int level = (sums[i] + (1 << (sumShift - 1))) >> sumShift;
+        out[i] = static_cast<std::uint8_t>(level < 255 ? level : 255);
+    }
+}
+
+[[gnu::always_inline]] inline std::uint32_t pixelAt(const std::uint8_t* bgra) {
+    std::uint32_t pixel;
+    std::memcpy(&pixel, bgra, 4);
+    return pixel;
+}
+
+/// Two channels at once, each in the low byte of 16 bits: value × factor / 255, rounded.
+[[gnu::always_inline]] inline std::uint32_t scaledPair(std::uint32_t pair, std::uint32_t factor) {
+    const std::uint32_t product = pair * factor + 0x00800080;
+    return ((product + ((product >> 8) & 0x00ff00ff)) >> 8) & 0x00ff00ff;
+}
+/// Keeps a sum of two bytes within its byte, should a caller's colours exceed their alpha.
+[[gnu::always_inline]] inline std::uint32_t saturatedPair(std::uint32_t pair) {
+    const std::uint32_t over = (pair >> 8) & 0x00010001;
+    return (pair | (over * 255)) & 0x00ff00ff;
+}
+
+[[gnu::always_inline]] inline void blendOverBody(const std::uint8_t* __restrict top,
+                                                 std::uint8_t* __restrict below, int pixels) {
+    for (int i = 0; i < pixels; ++i) {
+        const std::uint32_t a = pixelAt(top + 4 * i);
+        const std::uint32_t b = pixelAt(below + 4 * i);
+        const std::uint32_t rest = 255 - (a >> 24);
+        const std::uint32_t even = saturatedPair((a & 0x00ff00ff) + scaledPair(b & 0x00ff00ff, rest));
+        const std::uint32_t odd =
+            saturatedPair(((a >> 8) & 0x00ff00ff) + scaledPair((b >> 8) & 0x00ff00ff, rest));
+        const std::uint32_t result = even | (odd << 8);
+        std::memcpy(below + 4 * i, &result, 4);
+    }
+}
+
+[[gnu::always_inline]] inline void multiplyByMaskBody(std::uint8_t* __restrict bgra,
+                                                      const std::uint8_t* __restrict mask, int pixels) {
+    for (int i = 0; i < pixels; ++i) {
+        const std::uint32_t pixel = pixelAt(bgra + 4 * i);
+        const std::uint32_t result =
+            scaledPair(pixel & 0x00ff00ff, mask[i]) | (scaledPair((pixel >> 8) & 0x00ff00ff, mask[i]) << 8);
+        std::memcpy(bgra + 4 * i, &result, 4);
+    }
+}
+
+std::uint8_t roundedFilterSum(std::int32_t sum) {
+    return static_cast<std::uint8_t>(std::min((sum + filterRounding) >> filterShift, 255));
+}
+
+template <int channels>
+void filterRow(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
+    const std::int16_t* weights = filter.weights.data();
+    for (int i = 0; i < filter.count; ++i, weights += filter.taps) {
+        const std::int16_t* samples = sums + filter.starts[static_cast<std::size_t>(i)] * channels;
+        std::int32_t total[channels] = {};
+        for (int t = 0; t < filter.taps; ++t)
+            for (int c = 0; c < channels; ++c) total[c] += samples[t * channels + c] * weights[t];
+        for (int c = 0; c < channels; ++c) out[i * channels + c] = roundedFilterSum(total[c]);
+    }
+}
+
+void weighBytes(const std::uint8_t* const* rows, const std::int16_t* weights, int taps, int count,
+                std::int16_t* sums) {
+    weighBody(rows, weights, taps, count, sums);
+}
+void weighSums(const std::int16_t* const* rows, const std::int16_t* weights, int taps, int count,
+               std::int16_t* sums) {
+    weighBody(rows, weights, taps, count, sums);
+}
+void roundSums(const std::int16_t* sums, int count, std::uint8_t* out) { roundSumsBody(sums, count, out); }
+void blendOver(const std::uint8_t* top, std::uint8_t* below, int pixels) {
+    blendOverBody(top, below, pixels);
+}
+void multiplyByMask(std::uint8_t* bgra, const std::uint8_t* mask, int pixels) {
+    multiplyByMaskBody(bgra, mask, pixels);
+}
+
+#ifdef COBALTREEL_X86
+
+COBALTREEL_AVX2 void weighBytesAvx2(const std::uint8_t* const* rows, const std::int16_t* weights, int taps,
+                                    int count, std::int16_t* sums) {
+    weighBody(rows, weights, taps, count, sums);
+}
+COBALTREEL_AVX2 void weighSumsAvx2(const std::int16_t* const* rows, const std::int16_t* weights, int taps,
+                                   int count, std::int16_t* sums) {
+    weighBody(rows, weights, taps, count, sums);
+}
+COBALTREEL_AVX2 void roundSumsAvx2(const std::int16_t* sums, int count, std::uint8_t* out) {
+    roundSumsBody(sums, count, out);
+}
+COBALTREEL_AVX2 void blendOverAvx2(const std::uint8_t* top, std::uint8_t* below, int pixels) {
+    blendOverBody(top, below, pixels);
+}
+COBALTREEL_AVX2 void multiplyByMaskAvx2(std::uint8_t* bgra, const std::uint8_t* mask, int pixels) {
+    multiplyByMaskBody(bgra, mask, pixels);
+}
+
+[[gnu::always_inline]] COBALTREEL_AVX2 inline __m256i loadTwo(const std::int16_t* low,
+                                                              const std::int16_t* high) {
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(low))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(high)), 1);
+}
+
+/// Eight 32-bit totals to eight bytes, in order.
+[[gnu::always_inline]] COBALTREEL_AVX2 inline __m128i roundedBytes(__m256i totals) {
+    const __m256i levels = _mm256_srai_epi32(totals, filterShift);
+    const __m256i words = _mm256_packs_epi32(levels, levels);
+    const __m256i bytes = _mm256_packus_epi16(words, words);
+    return _mm_unpacklo_epi32(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1));
+}
+
+COBALTREEL_AVX2 void filterGrayAvx2(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
+    if (filter.blocks.empty()) return filterRow<1>(sums, filter, out);
+    const int pairs = filter.taps / 2;
+    const std::int16_t* weights = filter.blockWeights.data();
+    int written = 0;
+    for (const AxisFilter::Block& block : filter.blocks) {
+        const __m256i shuffle = _mm256_load_si256(reinterpret_cast<const __m256i*>(block.shuffle.data()));
+        __m256i totals = _mm256_set1_epi32(filterRounding);
+        for (int pair = 0; pair < pairs; ++pair, weights += 16) {
+            const __m256i samples = loadTwo(sums + block.base[0] + 2 * pair, sums + block.base[1] + 2 * pair);
+            totals = _mm256_add_epi32(
+                totals, _mm256_madd_epi16(_mm256_shuffle_epi8(samples, shuffle),
+                                          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(weights))));
+        }
+        const __m128i bytes = roundedBytes(totals);
+        if (written + 8 <= filter.count) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + written), bytes);
+        } else {
+            std::uint8_t rest[16];
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(rest), bytes);
+            std::memcpy(out + written, rest, static_cast<std::size_t>(filter.count - written));
+        }
+        written += 8;
+    }
+}
+
+COBALTREEL_AVX2 void filterBgraAvx2(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
+    const __m256i sideBySide =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+    const auto pairOfWeights = [&](int output, int tap) {
+        std::int32_t both;
+        std::memcpy(&both, &filter.weights[static_cast<std::size_t>(output * filter.taps + tap)], 4);
+        return both;
+    };
+    for (int i = 0; i < filter.count; i += 2) {
+        const int second = std::min(i + 1, filter.count - 1);
+        const std::int16_t* low = sums + 4 * filter.starts[static_cast<std::size_t>(i)];
+        const std::int16_t* high = sums + 4 * filter.starts[static_cast<std::size_t>(second)];
+        __m256i totals = _mm256_set1_epi32(filterRounding);
+        for (int t = 0; t < filter.taps; t += 2) {
+            const __m256i weights =
+                _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_set1_epi32(pairOfWeights(i, t))),
+                                        _mm_set1_epi32(pairOfWeights(second, t)), 1);
+            const __m256i samples = _mm256_shuffle_epi8(loadTwo(low + 4 * t, high + 4 * t), sideBySide);
+            totals = _mm256_add_epi32(totals, _mm256_madd_epi16(samples, weights));
+        }
+        const __m128i bytes = roundedBytes(totals);
+        std::uint8_t both[16];
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(both), bytes);
+        std::memcpy(out + 4 * i, both, second == i ? 4 : 8);
+    }
+}
+
+#endif
+
+}  // namespace
+
+const PixelKernels& portablePixelKernels() {
+    static constexpr PixelKernels kernels{weighBytes,   weighSums, roundSums,     filterRow<1>,
+                                          filterRow<4>, blendOver, multiplyByMask};
+    return kernels;
+}
+
+const PixelKernels& pixelKernels() {
+#ifdef COBALTREEL_X86
+    static constexpr PixelKernels avx2{weighBytesAvx2, weighSumsAvx2, roundSumsAvx2,     filterGrayAvx2,
+                                       filterBgraAvx2, blendOverAvx2, multiplyByMaskAvx2};
+    if (hasAvx2()) return avx2;
+#endif
+    return portablePixelKernels();
+}
+
+}  // namespace platform::imaging
