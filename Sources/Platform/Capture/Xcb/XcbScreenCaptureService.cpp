@@ -1,0 +1,71 @@
+#include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+
+#include "Platform/Capture/Xcb/ContentReader.hpp"
+#include "Platform/Capture/Xcb/DisplaySource.hpp"
+#include "Platform/Capture/Xcb/GrabStream.hpp"
+#include "Platform/Capture/Xcb/WindowSource.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+
+namespace {
+
+void requireContent(XcbConnection& connection, const DisplayContentFilter& filter) {
+    const auto monitors = readMonitors(connection);
+    if (std::none_of(monitors.begin(), monitors.end(), [&](const XcbMonitor& monitor) {
+            return monitor.displayID == filter.display.displayID;
+        }))
+        throw PlatformError("ScreenCapture", noSuchContent,
+                            "There is no display with the number " +
+                                std::to_string(filter.display.displayID) +
+                                ". Choose one of the displays that are connected now.");
+}
+
+void requireContent(XcbConnection& connection, const WindowContentFilter& filter) {
+    if (!outerBounds(connection, filter.window.windowID))
+        throw PlatformError("ScreenCapture", noSuchContent,
+                            "There is no window with the number " + std::to_string(filter.window.windowID) +
+                                ". It may have been closed; choose a window that is open now.");
+}
+
+std::unique_ptr<PictureSource> makeSource(XcbConnection& connection, const DisplayContentFilter& filter,
+                                          const StreamConfiguration& configuration) {
+    return std::make_unique<DisplaySource>(connection, filter, configuration);
+}
+
+std::unique_ptr<PictureSource> makeSource(XcbConnection& connection, const WindowContentFilter& filter,
+                                          const StreamConfiguration& configuration) {
+    return std::make_unique<WindowSource>(connection, filter, configuration);
+}
+
+}  // namespace
+
+XcbScreenCaptureService::XcbScreenCaptureService(std::string displayName, std::string ownBundleIdentifier)
+    : displayName_(std::move(displayName)), ownBundleIdentifier_(std::move(ownBundleIdentifier)) {}
+
+ShareableContent XcbScreenCaptureService::shareableContent() {
+    XcbConnection connection(displayName_);
+    requireKnownPixels(connection);
+    return readShareableContent(connection, ownBundleIdentifier_);
+}
+
+std::unique_ptr<CaptureStream> XcbScreenCaptureService::makeStream(
+    const ContentFilter& filter, const StreamConfiguration& configuration,
+    std::function<void(const PlatformError&)> onStopped) {
+    if (configuration.width <= 0 || configuration.height <= 0 ||
+        configuration.pixelFormat != PixelFormat::bgra)
+        throw PlatformError("ScreenCapture", badConfiguration,
+                            "The screen is recorded as BGRA pictures of a positive size.");
+    XcbConnection connection(displayName_);
+    std::visit([&](const auto& each) { requireContent(connection, each); }, filter);
+    return std::make_unique<GrabStream>(
+        displayName_, configuration,
+        [filter](XcbConnection& own, const StreamConfiguration& wanted) {
+            return std::visit([&](const auto& each) { return makeSource(own, each, wanted); }, filter);
+        },
+        std::move(onStopped));
+}
+
+}  // namespace platform

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Capture/Xcb/ScreenDamage.hpp"
+#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+
+#include <cstdint>
+#include <memory>
+
+namespace platform {
+
+/// One monitor's part of the root window.
+class DisplaySource final : public PictureSource {
+  public:
+    /// Throws PlatformError when there is no such display or the server lacks what is needed.
+    DisplaySource(XcbConnection& connection, const DisplayContentFilter& filter,
+                  const StreamConfiguration& configuration);
+
+    void handle(const xcb_generic_event_t& event) override;
+    bool hasChanged() const override;
+    std::optional<GrabbedPicture> grab() override;
+    void touch() override { hasChanged_ = true; }
+
+  private:
+    void findDisplay();
+    bool isPointerSeen();
+
+    XcbConnection& connection_;
+    const Display display_;
+    FrameGrabber grabber_;
+    ScreenDamage damage_;
+    std::unique_ptr<PointerOverlay> pointer_;
+    PixelRect area_;
+    bool areMonitorsStale_ = false;
+    bool hasChanged_ = true;
+    int refusals_ = 0;
+};
+
+}  // namespace platform

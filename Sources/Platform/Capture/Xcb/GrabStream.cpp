@@ -1,0 +1,185 @@
+#include "Platform/Capture/Xcb/GrabStream.hpp"
+
+#include "Platform/Capture/Xcb/FrameGrid.hpp"
+#include "Platform/Foundation/Clock.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+namespace platform {
+
+GrabStream::GrabStream(std::string displayName, const StreamConfiguration& configuration,
+                       SourceMaker makeSource, std::function<void(const PlatformError&)> onStopped)
+    : displayName_(std::move(displayName)),
+      configuration_(configuration),
+      makeSource_(std::move(makeSource)),
+      onStopped_(std::move(onStopped)),
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!wake_)
+        throw PlatformError("ScreenCapture", serverLacks, "Too many files are open to record the screen.");
+}
+
+GrabStream::~GrabStream() {
+    requestStop();
+    thread_.join();
+}
+
+void GrabStream::addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) {
+    const bool isTaken = type == StreamOutputType::screen ? queue_ != nullptr : hasAudioOutput_;
+    if (isTaken)
+        throw PlatformError("ScreenCapture", badConfiguration, "This output of the stream is already taken.");
+    if (type == StreamOutputType::audio) {
+        hasAudioOutput_ = true;  // the X server has no sound to deliver
+        return;
+    }
+    queue_ = &queue;
+    gate_->handler = std::move(handler);
+}
+
+void GrabStream::startCapture(Done done) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (std::exchange(isStarted_, true))
+            throw PlatformError("ScreenCapture", badConfiguration, "A stream can be started only once.");
+    }
+    thread_ = NamedThread("screen.grab", [this, done = std::move(done)] { run(done); });
+}
+
+void GrabStream::stopCapture(Done done) {
+    {
+        const std::lock_guard lock(mutex_);
+        if (isStarted_ && !hasEnded_) {
+            waitingForEnd_.push_back(std::move(done));
+            done = nullptr;
+        }
+    }
+    requestStop();
+    if (done) done(std::nullopt);
+}
+
+void GrabStream::requestStop() {
+    const std::lock_guard lock(mutex_);
+    isStopping_ = true;
+    if (socket_ >= 0) shutdown(socket_, SHUT_RDWR);
+    eventfd_write(wake_.get(), 1);
+}
+
+bool GrabStream::isStopping() {
+    const std::lock_guard lock(mutex_);
+    return isStopping_;
+}
+
+void GrabStream::run(const Done& started) {
+    bool hasStarted = false;
+    std::optional<PlatformError> failure;
+    try {
+        capture(started, hasStarted);
+    } catch (const PlatformError& error) {
+        failure = error;
+    } catch (const std::exception& error) {
+        failure = PlatformError("ScreenCapture", serverLacks,
+                                std::string("Recording the screen failed: ") + error.what());
+    }
+    if (!hasStarted) {
+        if (!failure) failure = PlatformError("ScreenCapture", serverLost, "The recording was stopped.");
+        started(failure);
+    } else if (failure && !isStopping() && onStopped_) {
+        onStopped_(*failure);
+    }
+    waitForStop();
+    {
+        const std::lock_guard closing(gate_->mutex);
+        gate_->isOpen = false;
+    }
+    std::vector<Done> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        hasEnded_ = true;
+        waiting.swap(waitingForEnd_);
+    }
+    for (const Done& done : waiting) done(std::nullopt);
+}
+
+void GrabStream::capture(const Done& started, bool& hasStarted) {
+    XcbConnection connection(displayName_);
+    struct Published {
+        Published(GrabStream& owner, int fd) : stream(owner) {
+            const std::lock_guard lock(stream.mutex_);
+            stream.socket_ = fd;
+            if (stream.isStopping_) shutdown(fd, SHUT_RDWR);
+        }
+        ~Published() {
+            const std::lock_guard lock(stream.mutex_);
+            stream.socket_ = -1;
+        }
+        Published(const Published&) = delete;
+        Published& operator=(const Published&) = delete;
+        GrabStream& stream;
+    } const published(*this, xcb_get_file_descriptor(connection.get()));
+
+    const std::unique_ptr<PictureSource> source = makeSource_(connection, configuration_);
+    hasStarted = true;
+    started(std::nullopt);
+    takePictures(connection, *source);
+}
+
+void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) {
+    FrameGrid grid(configuration_.minimumFrameInterval.seconds());
+    while (!isStopping()) {
+        while (const XcbEvent event{xcb_poll_for_event(connection.get())})
+            if (event->response_type != 0) source.handle(*event);
+        if (connection.isBroken())
+            throw PlatformError("ScreenCapture", serverLost,
+                                "The connection to the X server of display \"" + connection.name() +
+                                    "\" was lost. What was recorded so far is kept.");
+        if (!source.hasChanged()) {
+            sleep(&connection, false, 0);
+            continue;
+        }
+        const double now = HostClock().now();
+        if (now < grid.nextTime()) {
+            // Whatever else happens until then is in the next picture anyway.
+            sleep(nullptr, true, grid.nextTime());
+            continue;
+        }
+        grid.take(now);
+        auto picture = source.grab();
+        if (picture && !deliver(std::move(*picture))) source.touch();
+    }
+}
+
+bool GrabStream::deliver(GrabbedPicture picture) {
+    if (queue_ == nullptr) return true;
+    CapturedSample sample;
+    sample.buffer.presentationTime = picture.time;
+    sample.buffer.image = std::move(picture.picture);
+    sample.status = FrameStatus::complete;
+    return queue_->async([gate = gate_, sample = std::move(sample)] {
+        const std::lock_guard passing(gate->mutex);
+        if (gate->isOpen) gate->handler(sample);
+    });
+}
+
+void GrabStream::sleep(const XcbConnection* connection, bool quietly, double until) {
+    if (connection != nullptr) xcb_flush(connection->get());
+    pollfd watched[2] = {{wake_.get(), POLLIN, 0},
+                         {quietly ? -1 : xcb_get_file_descriptor(connection->get()), POLLIN, 0}};
+    timespec limit{};
+    if (until > 0) {
+        const double left = std::max(0.0, until - HostClock().now());
+        limit.tv_sec = static_cast<time_t>(left);
+        limit.tv_nsec = static_cast<long>((left - std::floor(left)) * 1e9);
+    }
+    ppoll(watched, 2, until > 0 ? &limit : nullptr, nullptr);
+}
+
+void GrabStream::waitForStop() {
+    while (!isStopping()) sleep(nullptr, true, 0);
+}
+
+}  // namespace platform

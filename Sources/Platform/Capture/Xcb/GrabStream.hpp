@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Foundation/NamedThread.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// A stream that takes pictures on a thread and a connection of its own. The thread sleeps until the server
+/// tells of a change; it ends with the stream. Callbacks must not destroy the stream.
+class GrabStream final : public CaptureStream {
+  public:
+    using SourceMaker =
+        std::function<std::unique_ptr<PictureSource>(XcbConnection&, const StreamConfiguration&)>;
+
+    GrabStream(std::string displayName, const StreamConfiguration& configuration, SourceMaker makeSource,
+               std::function<void(const PlatformError&)> onStopped);
+    ~GrabStream() override;
+
+    void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override;
+    void startCapture(std::function<void(std::optional<PlatformError>)> done) override;
+    void stopCapture(std::function<void(std::optional<PlatformError>)> done) override;
+
+  private:
+    using Done = std::function<void(std::optional<PlatformError>)>;
+    /// Between the thread and the output queue; closing it waits for a handler that is running.
+    struct Gate {
+        std::mutex mutex;
+        bool isOpen = true;
+        OutputHandler handler;
+    };
+
+    void run(const Done& started);
+    void capture(const Done& started, bool& hasStarted);
+    void takePictures(XcbConnection& connection, PictureSource& source);
+    bool deliver(GrabbedPicture picture);
+    bool isStopping();
+    void requestStop();
+    /// Sleeps until a stop is requested, the connection has something to say (unless `quietly`) or the
+    /// host clock reads `until` (0: no limit).
+    void sleep(const XcbConnection* connection, bool quietly, double until);
+    void waitForStop();
+
+    const std::string displayName_;
+    const StreamConfiguration configuration_;
+    const SourceMaker makeSource_;
+    const std::function<void(const PlatformError&)> onStopped_;
+    SerialQueue* queue_ = nullptr;
+    bool hasAudioOutput_ = false;
+    const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
+
+    std::mutex mutex_;
+    bool isStarted_ = false;
+    bool isStopping_ = false;
+    bool hasEnded_ = false;
+    int socket_ = -1;  // of the connection while there is one, so that stopping can break a wait for replies
+    std::vector<Done> waitingForEnd_;
+
+    UniqueFd wake_;
+    NamedThread thread_;
+};
+
+}  // namespace platform

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Platform/Capture/Xcb/FrameGrabber.hpp"
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+
+#include <optional>
+
+namespace platform {
+
+/// Codes of PlatformError("ScreenCapture") while capturing.
+enum ScreenCaptureError {
+    noSuchContent = 3,
+    contentVanished = 4,
+    serverLost = 5,
+    serverLacks = 6,
+    badConfiguration = 7,
+};
+
+/// Something that pictures are taken of. Lives on its stream's thread.
+class PictureSource {
+  public:
+    virtual ~PictureSource() = default;
+    /// Takes note of one event of the connection.
+    virtual void handle(const xcb_generic_event_t& event) = 0;
+    /// Whether a picture now may differ from the last one.
+    virtual bool hasChanged() const = 0;
+    /// Takes one. Absent when there is nothing new after all, or no memory free (then `hasChanged` stays
+    /// true). Throws PlatformError when the content is gone for good.
+    virtual std::optional<GrabbedPicture> grab() = 0;
+    /// The last picture was lost on its way: `hasChanged` until the next one.
+    virtual void touch() = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Platform/Desktop/Xcb/PixelRect.hpp"
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+
+#include <optional>
+
+namespace platform {
+
+/// What was drawn on one drawable (and the windows inside it) since the last `clear`, as one bounding box.
+class ScreenDamage {
+  public:
+    /// Throws PlatformError when the server has no DAMAGE.
+    ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable);
+    ~ScreenDamage();
+    ScreenDamage(const ScreenDamage&) = delete;
+    ScreenDamage& operator=(const ScreenDamage&) = delete;
+
+    /// The box, in the drawable's pixels, when the event tells that it grew.
+    std::optional<PixelRect> boxOf(const xcb_generic_event_t& event) const;
+    /// Begins anew; drawing that the server does from here on is told of again.
+    void clear();
+
+  private:
+    const XcbConnection& connection_;
+    int event_ = -1;
+    xcb_window_t damage_ = XCB_NONE;
+};
+
+}  // namespace platform

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Imaging/PixelBuffer.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace platform {
+
+/// Memory that the X server writes pictures into. Shared with the server when both run on one machine and
+/// MIT-SHM can pass descriptors (1.2), else plain memory that pictures are copied to.
+class SharedSegment;
+
+/// A loan of one segment; giving up the last reference returns it.
+using SegmentLease = std::shared_ptr<SharedSegment>;
+
+/// A ring of segments of one size, made when they are first needed. The loans outlive the ring.
+class SharedFrames {
+  public:
+    SharedFrames(const XcbConnection& connection, std::size_t bytes, std::size_t limit);
+    ~SharedFrames();
+    SharedFrames(const SharedFrames&) = delete;
+    SharedFrames& operator=(const SharedFrames&) = delete;
+
+    /// A free segment with unspecified contents; null when `limit` of them are out.
+    SegmentLease borrow();
+    std::size_t segmentBytes() const { return bytes_; }
+
+  private:
+    const XcbConnection& connection_;
+    std::size_t bytes_;
+    std::size_t limit_;
+    bool isShared_;
+    std::vector<std::shared_ptr<SharedSegment>> segments_;
+};
+
+std::uint8_t* memoryOf(const SharedSegment& segment);
+
+/// A request for a picture that is under way.
+struct ImageRequest {
+    bool isShared = false;
+    unsigned int sequence = 0;
+    int width = 0;
+    int height = 0;
+};
+
+/// Asks for a part of a drawable, as 32-bit pixels without gaps between the rows.
+ImageRequest requestImage(const XcbConnection& connection, xcb_drawable_t drawable, int x, int y, int width,
+                          int height, const SharedSegment& into);
+/// Waits for it; false when the server refused (the part is not inside the drawable, the drawable is gone).
+bool awaitImage(const XcbConnection& connection, const ImageRequest& request, SharedSegment& into);
+
+/// Throws PlatformError unless pictures of the screen are 32-bit little-endian pixels of 8-bit red, green
+/// and blue, the layout of `PixelFormat::bgra`.
+void requireKnownPixels(const XcbConnection& connection);
+
+}  // namespace platform
