@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Platform/Media/ScriptedMedia.hpp"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+namespace cobaltreel {
+
+/// A folder that is removed at the end of the test.
+class TemporaryFolder {
+  public:
+    TemporaryFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "cobaltreel-XXXXXX").string();
+        path_ = mkdtemp(name.data());
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+/// A session over scripted movies: 4 × 4 pixels, screen at 60 frames a second, the host clock of the
+/// first screen frame at 100 s.
+class ScriptedExport : public testing::Test {
+  protected:
+    ScriptedExport() {
+        meta.version = 1;
+        meta.captureWidthPx = meta.captureHeightPx = 4;
+        meta.displayFramePoints = {0, 0, 4, 4};
+        meta.scaleFactor = 1;
+        meta.mainScreenHeightPoints = 4;
+        meta.screenFirstPTS = 100;
+        meta.cameraEnabled = false;
+        meta.bubbleSizeFraction = 0.24;
+        options.trimStart = 0;
+        options.trimEnd = 1;
+        options.quality = ExportOptions::Quality::full;
+        options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
+        options.outputURL = temporary.path() / "out.mp4";
+        media->movies[folder.screenMovie()] = platform::ScriptedMovie::withFrames(60, 60);
+    }
+
+    /// Runs the export; the writer's record is absent when it failed before there was one.
+    std::shared_ptr<platform::WriterRecord> run() {
+        ExportRenderer renderer(folder, meta, media, nullptr);
+        renderer.onProgress = [this](double share) { progress.push_back(share); };
+        renderer.exportMovie(options);
+        return media->writers.empty() ? nullptr : media->writers.back();
+    }
+
+    static int luma(const platform::SampleBuffer& sample) { return sample.image->plane(0).data[0]; }
+
+    TemporaryFolder temporary;
+    SessionFolder folder{temporary.path()};
+    SessionMeta meta;
+    ExportOptions options;
+    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    std::vector<double> progress;
+};
+
+}  // namespace cobaltreel
