@@ -71,7 +71,7 @@ std::string fault(const std::string& file, const IncludeRule& rule, const std::s
         const bool named =
             std::find(rule.mayInclude.begin(), rule.mayInclude.end(), folder) != rule.mayInclude.end();
         const auto service = folder.substr(0, folder.find('/', std::string_view("Platform/").size()) + 1);
-        const bool chooser = rule.from == "Platform/PlatformServices";
+        const bool chooser = rule.from == "Platform/PlatformServices" && !rule.headersOnly;
         // The library-free sources of a service may use its library folder; its interfaces may not.
         const bool ownService = file.starts_with(service) && file.ends_with(".cpp");
         if (!named && !chooser && !ownService) return "is private to " + std::string(folder);

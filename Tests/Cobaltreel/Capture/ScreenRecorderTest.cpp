@@ -1,0 +1,185 @@
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
+#include "Platform/Capture/ScriptedScreenCapture.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+#include "Platform/Media/ScriptedMedia.hpp"
+
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace cobaltreel {
+namespace {
+
+using platform::FrameStatus;
+using platform::PlatformError;
+
+class ScreenRecorderTest : public testing::Test {
+  protected:
+    ScreenRecorderTest() {
+        recorder.onError = [this](const PlatformError& error) {
+            streamErrors.push_back(error.description());
+        };
+    }
+
+    /// Lets a task and the queues it waits for run until it is done.
+    std::string finish(QCoro::Task<void> task) {
+        std::string failure;
+        bool done = false;
+        const auto follow = [&]() -> QCoro::Task<void> {
+            try {
+                co_await task;
+            } catch (const PlatformError& error) {
+                failure = error.domain() + " " + std::to_string(error.code());
+            }
+            done = true;
+        };
+        const auto following = follow();
+        while (!done) {
+            time->drain();
+            std::this_thread::yield();
+        }
+        return failure;
+    }
+    std::string start(bool sound = false) {
+        platform::Display display;
+        display.frame = {0, 0, 64, 48};
+        return finish(
+            recorder.start({platform::DisplayContentFilter{display, {}}, 64, 48}, "screen.mov", sound));
+    }
+    platform::ScriptedStream& stream() { return *capture->streams.back(); }
+    platform::WriterRecord& record() { return *media->writers.back(); }
+
+    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
+    std::shared_ptr<platform::ScriptedScreenCapture> capture =
+        std::make_shared<platform::ScriptedScreenCapture>();
+    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    ScreenRecorder recorder{capture, media, time};
+    std::vector<std::string> streamErrors;
+};
+
+TEST_F(ScreenRecorderTest, TargetsHaveTheSizesOfTheirContent) {
+    platform::ShareableContent content;
+    content.applications = {{"ours", "Cobaltreel", 1}, {"other", "Editor", 2}, {"ours", "Cobaltreel", 3}};
+    platform::Display display;
+    display.frame = {0, 0, 1512, 982};
+    const auto whole = ScreenRecorder::displayTarget(display, 2, "ours", content);
+    EXPECT_EQ((std::pair{whole.width, whole.height}), (std::pair{3024, 1964}));
+    EXPECT_EQ(std::get<platform::DisplayContentFilter>(whole.filter).excludingApplications.size(), 2U);
+    display.frame = {0, 0, 1365, 767};
+    const auto odd = ScreenRecorder::displayTarget(display, 1, "none", content);
+    EXPECT_EQ((std::pair{odd.width, odd.height}), (std::pair{1365, 767})) << "a display's size is kept";
+
+    struct Case {
+        double w, h, scale;
+        int width, height;
+    };
+    for (const Case& c :
+         {Case{801.5, 600.5, 2, 1604, 1202}, {800, 600, 2, 1600, 1200}, {641, 481, 1, 642, 482}}) {
+        platform::Window window;
+        window.frame = {0, 0, c.w, c.h};
+        const auto target = ScreenRecorder::windowTarget(window, c.scale);
+        EXPECT_EQ((std::pair{target.width, target.height}), (std::pair{c.width, c.height}));
+    }
+}
+
+TEST_F(ScreenRecorderTest, WritesCompleteFramesFromTheFirstOneOn) {
+    ASSERT_EQ(start(true), "");
+    EXPECT_EQ(stream().configuration.queueDepth, 8);
+    EXPECT_TRUE(stream().configuration.capturesAudio && stream().configuration.excludesCurrentProcessAudio);
+    EXPECT_EQ(record().type, platform::FileType::quickTimeMovie);
+    EXPECT_EQ(record().videoSettings->averageBitRate, 20'000'000);
+    EXPECT_TRUE(record().videoSettings->expectsMediaDataInRealTime);
+
+    EXPECT_TRUE(stream().deliverAudio(9.9)) << "sound before the first picture is dropped";
+    EXPECT_TRUE(stream().deliverFrame(9.95, FrameStatus::idle));
+    EXPECT_TRUE(stream().deliverFrame(9.96, std::nullopt));
+    EXPECT_FALSE(recorder.firstPTS());
+    EXPECT_TRUE(stream().deliverFrame(10.0));
+    EXPECT_TRUE(stream().deliverAudio(10.01));
+    EXPECT_TRUE(stream().deliverFrame(10.5));
+    EXPECT_TRUE(stream().deliverFrame(10.6, FrameStatus::suspended));
+    EXPECT_EQ(finish(recorder.stop()), "");
+
+    EXPECT_DOUBLE_EQ(*recorder.firstPTS(), 10.0);
+    EXPECT_DOUBLE_EQ(record().sessionStart->seconds(), 10.0);
+    EXPECT_EQ(record().video.size(), 2U);
+    ASSERT_EQ(record().audio.size(), 1U);
+    EXPECT_NEAR(record().audio[0].presentationTime.seconds(), 10.01, 1e-9);
+    EXPECT_TRUE(record().videoFinished && record().audioFinished && record().finished);
+
+    ASSERT_EQ(start(), "");
+    EXPECT_FALSE(recorder.firstPTS()) << "a second recording begins without a first time";
+    EXPECT_FALSE(record().audioSettings);
+    EXPECT_FALSE(stream().hasOutput(platform::StreamOutputType::audio));
+    finish(recorder.stop());
+}
+
+TEST_F(ScreenRecorderTest, FramesAreDroppedNotQueuedWhenTheEncoderIsBehind) {
+    media->writing.videoNotReadyAsks = 2;
+    ASSERT_EQ(start(), "");
+    for (int i = 0; i < 5; ++i) stream().deliverFrame(10 + i / 60.0);
+    finish(recorder.stop());
+    EXPECT_EQ(record().video.size(), 3U);
+    const auto frames = recorder.statistics();
+    EXPECT_EQ(frames.offered, 5U);
+    EXPECT_EQ(frames.written, 3U);
+    EXPECT_EQ(frames.dropped, 2U);
+    EXPECT_DOUBLE_EQ(*recorder.firstPTS(), 10.0);
+}
+
+TEST_F(ScreenRecorderTest, EveryFailureToStartIsThrownAndTheRecorderStaysUsable) {
+    const PlatformError denied("host", 5, "denied");
+    media->writing.creationError = denied;
+    EXPECT_EQ(start(), "host 5");
+    media->writing = {};
+    media->writing.starts = false;
+    EXPECT_EQ(start(), "Cobaltreel 1") << "the writer gave no reason";
+    media->writing.error = denied;
+    EXPECT_EQ(start(), "host 5");
+    media->writing = {};
+    capture->makeStreamError = denied;
+    EXPECT_EQ(start(), "host 5");
+    capture->makeStreamError.reset();
+    capture->startError = denied;
+    EXPECT_EQ(start(), "host 5");
+    EXPECT_EQ(finish(recorder.stop()), "") << "releases what a failed start left";
+    capture->startError.reset();
+    EXPECT_EQ(start(), "");
+    stream().deliverFrame(1);
+    capture->stopError = denied;
+    finish(recorder.stop());
+    EXPECT_TRUE(record().finished) << "a stream that will not stop does not cost the movie";
+}
+
+TEST_F(ScreenRecorderTest, StoppingWithoutStartingDoesNothing) {
+    EXPECT_EQ(finish(recorder.stop()), "");
+    EXPECT_FALSE(recorder.firstPTS());
+}
+
+TEST_F(ScreenRecorderTest, AStreamThatDiesIsReportedOnceAndTheMovieIsStillFinished) {
+    ASSERT_EQ(start(), "");
+    stream().deliverFrame(1);
+    stream().stopByItself({"host", 9, "the window was closed"});
+    EXPECT_TRUE(streamErrors.empty()) << "told on the main thread only";
+    time->drain();
+    EXPECT_EQ(streamErrors, std::vector<std::string>{"the window was closed"});
+    EXPECT_FALSE(record().finished) << "stopping is the owner's";
+    finish(recorder.stop());
+    EXPECT_TRUE(record().finished);
+}
+
+TEST_F(ScreenRecorderTest, AWriterThatFailedIsNotFinishedAndSaysWhy) {
+    media->writing.failsAfter = 1;
+    media->writing.error = PlatformError("disk", 28, "screen.mov: no space left");
+    ASSERT_EQ(start(), "");
+    EXPECT_FALSE(recorder.writingError());
+    stream().deliverFrame(1);
+    stream().deliverFrame(2);
+    EXPECT_EQ(recorder.writingError()->code(), 28);
+    finish(recorder.stop());
+    EXPECT_FALSE(record().finished);
+    EXPECT_EQ(recorder.writingError()->code(), 28) << "still known after the stop";
+}
+
+}  // namespace
+}  // namespace cobaltreel

@@ -1,0 +1,65 @@
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+
+#include <QCoreApplication>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace platform {
+namespace {
+
+class QtMainLoopTest : public testing::Test {
+  protected:
+    int argc = 1;
+    char name[5] = "test";
+    char* argv[2] = {name, nullptr};
+    QCoreApplication application{argc, argv};
+    QtMainLoop loop;
+};
+
+TEST_F(QtMainLoopTest, RunsPostedWorkOnTheMainThreadInOrder) {
+    std::vector<int> order;
+    const auto mainThread = std::this_thread::get_id();
+    std::thread poster([&] {
+        for (int i = 0; i < 3; ++i)
+            loop.post([&, i] { order.push_back(std::this_thread::get_id() == mainThread ? i : -1); });
+        loop.post([] { QCoreApplication::quit(); });
+    });
+    QCoreApplication::exec();
+    poster.join();
+    EXPECT_EQ(order, (std::vector{0, 1, 2}));
+}
+
+TEST_F(QtMainLoopTest, SixtyTicksTakeASecondAndMissedOnesAreNotMadeUpFor) {
+    const HostClock clock;
+    const double begin = clock.now();
+    int ticks = 0;
+    std::unique_ptr<Timer> timer = loop.scheduleRepeating(1.0 / 60, [&] {
+        ++ticks;
+        if (ticks == 10)  // the main thread is busy for a tenth of a second
+            while (clock.now() < begin + 10.0 / 60 + 0.1) {
+            }
+        if (ticks == 30) {
+            timer.reset();  // a timer may end itself
+            QCoreApplication::quit();
+        }
+    });
+    QCoreApplication::exec();
+    const double spent = clock.now() - begin;
+    EXPECT_EQ(ticks, 30);
+    // Thirty beats and about six that went by unheard.
+    EXPECT_GE(spent, 34.0 / 60);
+}
+
+TEST_F(QtMainLoopTest, FiresOnceEvenWithoutDelay) {
+    int fired = 0;
+    const auto timer = loop.scheduleOnce(0, [&] { ++fired; });
+    const auto end = loop.scheduleOnce(0.05, [] { QCoreApplication::quit(); });
+    QCoreApplication::exec();
+    EXPECT_EQ(fired, 1);
+}
+
+}  // namespace
+}  // namespace platform
