@@ -1,0 +1,116 @@
+#include "Platform/Imaging/AxisFilter.hpp"
+#include "Platform/Imaging/PixelKernels.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace platform::imaging {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Sums = std::vector<std::int16_t>;
+
+class PixelKernelTest : public testing::Test {
+  protected:
+    Bytes bytes(std::size_t count) {
+        Bytes result(count);
+        for (auto& b : result) b = static_cast<std::uint8_t>(random_());
+        return result;
+    }
+    Sums sums(std::size_t count) {
+        Sums result(count);
+        for (auto& s : result) s = static_cast<std::int16_t>(random_() % (255 * 128 + 1));
+        return result;
+    }
+    const PixelKernels& fast_ = pixelKernels();
+    const PixelKernels& plain_ = portablePixelKernels();
+
+  private:
+    std::mt19937 random_{7};
+};
+
+TEST_F(PixelKernelTest, fastAndPortableRowsAgree) {
+    for (const int count : {1, 15, 16, 17, 100}) {
+        for (const int taps : {1, 2, 3, 4, 5, 9}) {
+            const Bytes source = bytes(static_cast<std::size_t>(count + taps));
+            const Sums levels = sums(static_cast<std::size_t>(count + taps));
+            std::vector<const std::uint8_t*> byteRows;
+            std::vector<const std::int16_t*> sumRows;
+            std::vector<std::int16_t> weights;
+            for (int t = 0; t < taps; ++t) {
+                byteRows.push_back(source.data() + t);
+                sumRows.push_back(levels.data() + t);
+                weights.push_back(
+                    static_cast<std::int16_t>(verticalUnit / taps + (t == 0 ? verticalUnit % taps : 0)));
+            }
+            const auto size = static_cast<std::size_t>(count);
+            Sums a(size), b(size);
+            fast_.weighBytes(byteRows.data(), weights.data(), taps, count, a.data());
+            plain_.weighBytes(byteRows.data(), weights.data(), taps, count, b.data());
+            EXPECT_EQ(a, b) << count << " bytes, taps " << taps;
+            fast_.weighSums(sumRows.data(), weights.data(), taps, count, a.data());
+            plain_.weighSums(sumRows.data(), weights.data(), taps, count, b.data());
+            EXPECT_EQ(a, b) << count << " sums, taps " << taps;
+            Bytes c(size), d(size);
+            fast_.roundSums(a.data(), count, c.data());
+            plain_.roundSums(b.data(), count, d.data());
+            EXPECT_EQ(c, d);
+        }
+    }
+}
+
+TEST_F(PixelKernelTest, fastAndPortableFiltersAgree) {
+    for (const int outputs : {1, 3, 8, 21, 64}) {
+        for (const double step : {0.11, 0.5, 1.0, 1.5, 2.0, 2.3, 7.7, -0.6, -1.8}) {
+            const int size = 40;
+            const AxisFilter filter =
+                makeHorizontalFilter({step, step < 0 ? size - 0.3 : 0.3, 1, size - 2, outputs});
+            for (const int channels : {1, 4}) {
+                const Sums row = sums(static_cast<std::size_t>((filter.span + rowOverhang) * channels));
+                // One byte more, which nobody may touch.
+                Bytes a(static_cast<std::size_t>(outputs * channels + 1), 77), b = a;
+                (channels == 1 ? fast_.filterGray : fast_.filterBgra)(row.data(), filter, a.data());
+                (channels == 1 ? plain_.filterGray : plain_.filterBgra)(row.data(), filter, b.data());
+                EXPECT_EQ(a, b) << outputs << " outputs, step " << step << ", channels " << channels;
+                EXPECT_EQ(a.back(), 77);
+            }
+        }
+    }
+}
+
+TEST_F(PixelKernelTest, theUsualStepsTakeTheFastFilter) {
+    for (const double step : {0.25, 0.5, 1.3, 1.5, 2.0})
+        EXPECT_FALSE(makeHorizontalFilter({step, 0.4, 0, 1920, 900}).blocks.empty()) << step;
+}
+
+/// Each pair of an alpha and a channel, against arithmetic on fractions.
+TEST_F(PixelKernelTest, blendingAndMaskingAreRoundedExactly) {
+    for (const PixelKernels* kernels : {&fast_, &plain_}) {
+        for (int alpha = 0; alpha <= 255; ++alpha) {
+            Bytes top, below, mask, masked;
+            for (int value = 0; value <= 255; ++value) {
+                const auto colour = static_cast<std::uint8_t>(std::min(value, alpha));
+                const auto v = static_cast<std::uint8_t>(value);
+                top.insert(top.end(), {colour, 0, colour, static_cast<std::uint8_t>(alpha)});
+                below.insert(below.end(), {v, v, static_cast<std::uint8_t>(255 - v), 255});
+                mask.push_back(static_cast<std::uint8_t>(alpha));
+            }
+            masked = below;
+            Bytes blended = below;
+            kernels->blendOver(top.data(), blended.data(), 256);
+            kernels->multiplyByMask(masked.data(), mask.data(), 256);
+            for (std::size_t i = 0; i < below.size(); ++i) {
+                EXPECT_EQ(blended[i], top[i] + std::lround(below[i] * (255 - alpha) / 255.0));
+                EXPECT_EQ(masked[i], std::lround(below[i] * alpha / 255.0));
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace platform::imaging
