@@ -27,10 +27,12 @@ std::string family(const std::string& header) {
         {std::regex("pipewire/.*|spa/.*"), "pipewire"},
         {std::regex("QCoro.*"), "qcoro"},
         {std::regex(
-             "Q(GuiApplication|Application|Image|Painter\\w*|Window|Screen|Pixmap|Colou?r|Font\\w*|Icon|"
+             "Qt(Qml|Quick|Gui|Svg|Widgets)/"
+             ".*|Q(GuiApplication|Application|Image|Painter\\w*|Window|Screen|Pixmap|Colou?r|Font\\w*|Icon|"
              "Quick.*|Qml.*|Widget|Menu|SystemTrayIcon|Svg.*)"),
          "qt-gui"},
         {std::regex("Q[A-Z]\\w*|Qt\\w*"), "qt-core"},
+        {std::regex("immintrin\\.h"), "simd"},
         {std::regex("[a-z_]+"), "std"},
         {std::regex("[a-z0-9_]+\\.h|(sys|linux)/.*\\.h"), "os"},
     };

@@ -17,7 +17,8 @@ inline const std::vector<IncludeRule> includeTable{
     {"Platform/Foundation/", false, {"Platform/Foundation/"}, {"std", "os"}},
     {"Platform/Foundation/Qt/", false, {"Platform/Foundation/"}, {"std", "os", "qt-core"}},
 
-    {"Platform/Imaging/", false, {"Platform/Foundation/", "Platform/Imaging/"}, {"std"}},
+    {"Platform/Imaging/", true, {"Platform/Foundation/", "Platform/Imaging/"}, {"std"}},
+    {"Platform/Imaging/", false, {"Platform/Foundation/", "Platform/Imaging/"}, {"std", "simd"}},
     {"Platform/Imaging/Yuv/", false, {"Platform/Foundation/", "Platform/Imaging/"}, {"std", "yuv"}},
     {"Platform/Imaging/QtRaster/",
      false,
