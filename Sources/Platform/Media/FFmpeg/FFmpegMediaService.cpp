@@ -1,0 +1,62 @@
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+
+#include "Platform/Media/FFmpeg/AudioMixReader.hpp"
+#include "Platform/Media/FFmpeg/Errors.hpp"
+#include "Platform/Media/FFmpeg/FFmpegAsset.hpp"
+#include "Platform/Media/FFmpeg/FFmpegWriter.hpp"
+#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
+#include "Platform/Media/FFmpeg/VideoTrackReader.hpp"
+
+namespace platform {
+namespace {
+
+using namespace ffmpeg;
+
+EncoderReport videoReport(const std::string& purpose, const VideoSettings& settings) {
+    try {
+        const CodecPtr encoder = openVideoEncoder(settings, true, videoEncoderCandidates(settings.codec));
+        return {purpose, encoder->codec->name, ""};
+    } catch (const PlatformError& problem) {
+        return {purpose, "", problem.description()};
+    }
+}
+
+EncoderReport audioReport() {
+    const std::string purpose = "sound (AAC)";
+    if (const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC)) return {purpose, codec->name, ""};
+    return {purpose, "", "FFmpeg here has no encoder for AAC. Install FFmpeg's libavcodec with it."};
+}
+
+class FFmpegMediaService final : public MediaService {
+  public:
+    FFmpegMediaService() { captureLibraryLog(); }
+
+    std::shared_ptr<Asset> asset(const std::filesystem::path& path) override {
+        return std::make_shared<FFmpegAsset>(path);
+    }
+    std::unique_ptr<AssetReader> makeTrackReader(const std::shared_ptr<Asset>& asset, const AssetTrack& track,
+                                                 const TimeRange& range, PixelFormat format) override {
+        return std::make_unique<VideoTrackReader>(asset->path(), track, range, format);
+    }
+    std::unique_ptr<AssetReader> makeAudioMixReader(const Composition& composition) override {
+        return std::make_unique<AudioMixReader>(composition);
+    }
+    std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override {
+        return std::make_unique<FFmpegWriter>(path, type);
+    }
+    std::vector<EncoderReport> encoders() override {
+        const VideoSettings screen{VideoCodec::hevc, 1280, 720, 20'000'000, 60, false, true};
+        const VideoSettings camera{VideoCodec::h264, 1280, 720, 4'000'000, 30, false, true};
+        const VideoSettings exported{VideoCodec::h264, 1920, 1080, 10'000'000, 30, true, false};
+        return {videoReport("screen recording (HEVC)", screen),
+                videoReport("camera recording (H.264)", camera), videoReport("export (H.264)", exported),
+                audioReport()};
+    }
+    std::string implementation() const override { return std::string("FFmpeg ") + av_version_info(); }
+};
+
+}  // namespace
+
+std::shared_ptr<MediaService> makeFFmpegMediaService() { return std::make_shared<FFmpegMediaService>(); }
+
+}  // namespace platform

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Platform/Media/FFmpeg/MovieInput.hpp"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace platform::ffmpeg {
+
+inline constexpr int mixSampleRate = 48000;
+inline constexpr int mixChannels = 2;
+
+/// The sound of one track as 48 kHz stereo floats that can be read at any frame of the movie's
+/// timeline. Where the track has no sound, or it cannot be decoded, there is silence. One thread.
+class AudioTrackDecoder {
+  public:
+    /// Throws PlatformError when the file cannot be opened or decoded.
+    AudioTrackDecoder(const std::filesystem::path& path, int trackIndex);
+
+    /// Adds the frames from `position` on (in 1/48000 s of the movie's timeline) to `target`, which
+    /// holds whole stereo frames. Reading on from where the last call ended is cheap, going elsewhere
+    /// costs a seek.
+    void addFrames(std::int64_t position, std::span<float> target);
+
+    /// Makes a waiting read end. Any thread.
+    void interrupt() { input_.interrupt(); }
+
+  private:
+    void seek(std::int64_t position);
+    bool fill();
+    bool decodeFrame();
+    bool continuesRun() const;
+    void startRun();
+    void convert(const AVFrame* frame);
+    void prepareResampler(const AVFrame& frame);
+    std::int64_t storedFrames() const;
+    void dropStored(std::int64_t frames);
+
+    MovieInput input_;
+    CodecPtr decoder_;
+    SwrPtr resampler_;
+    PacketPtr packet_ = makePacket();
+    FramePtr frame_ = makeFrame();
+    bool framePending_ = false;  // `frame_` begins the next run
+    bool atEnd_ = false;
+    std::int64_t nextPosition_ = 0;  // where the last call ended
+
+    // The current run: sound without a gap. Its output is placed by counting, so that rounding in the
+    // file's time stamps moves nothing.
+    bool inRun_ = false;
+    double runStart_ = 0;  // seconds
+    std::int64_t runSourceFrames_ = 0;
+    std::int64_t storedStart_ = 0;  // position of the first stored frame
+    std::vector<float> stored_;     // converted and not yet read past
+};
+
+}  // namespace platform::ffmpeg

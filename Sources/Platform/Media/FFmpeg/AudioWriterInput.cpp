@@ -1,0 +1,68 @@
+#include "Platform/Media/FFmpeg/AudioWriterInput.hpp"
+
+#include "Platform/Media/FFmpeg/Errors.hpp"
+
+#include <algorithm>
+#include <new>
+
+namespace platform::ffmpeg {
+namespace {
+
+constexpr double queuedSeconds = 2;
+
+}  // namespace
+
+AudioWriterInput::AudioWriterInput(WriterState& state, const AudioSettings& settings)
+    : WriterInput(state, queuedSeconds, "encode.audio"),
+      settings_(settings),
+      conformer_(settings.sampleRate, settings.channels, settings.expectsMediaDataInRealTime,
+                 [this] { encodeFrames(encoder_->frame_size); }) {}
+
+void AudioWriterInput::open() {
+    const std::string sentence = "The encoder for AAC sound does not open";
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
+    if (!codec) throw libraryError(AVERROR_ENCODER_NOT_FOUND, sentence);
+    encoder_.reset(avcodec_alloc_context3(codec));
+    if (!encoder_) throw std::bad_alloc();
+    encoder_->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    encoder_->sample_rate = settings_.sampleRate;
+    av_channel_layout_default(&encoder_->ch_layout, settings_.channels);
+    encoder_->bit_rate = settings_.bitRate;
+    encoder_->time_base = {1, settings_.sampleRate};
+    if (state_.muxer.wantsGlobalHeaders()) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    check(avcodec_open2(encoder_.get(), codec, nullptr), sentence);
+    track_ = state_.muxer.addTrack(*encoder_);
+}
+
+bool AudioWriterInput::accepts(const SampleBuffer& sample) const {
+    return sample.audio && sample.audio->format.sampleRate > 0 && sample.audio->format.channels > 0;
+}
+
+void AudioWriterInput::encode(const SampleBuffer& sample, double time) {
+    conformer_.add(*sample.audio, time);
+}
+
+void AudioWriterInput::encodeRest() {
+    conformer_.finish();
+    encodeFrames(1);
+    feedEncoder(nullptr);
+}
+
+/// Encodes full encoder frames while `atLeast` frames of sound are waiting.
+void AudioWriterInput::encodeFrames(int atLeast) {
+    AVAudioFifo* waiting = conformer_.output();
+    while (av_audio_fifo_size(waiting) >= atLeast) {
+        const FramePtr frame = makeFrame();
+        frame->format = AV_SAMPLE_FMT_FLTP;
+        frame->sample_rate = settings_.sampleRate;
+        frame->nb_samples = std::min(encoder_->frame_size, av_audio_fifo_size(waiting));
+        check(av_channel_layout_copy(&frame->ch_layout, &encoder_->ch_layout), "Sound cannot be encoded");
+        check(av_frame_get_buffer(frame.get(), 0), "Sound cannot be encoded");
+        av_audio_fifo_read(waiting, reinterpret_cast<void**>(frame->data), frame->nb_samples);
+        frame->pts = *conformer_.firstFrame() + encodedFrames_;
+        encodedFrames_ += frame->nb_samples;
+        feedEncoder(frame.get());
+    }
+}
+
+}  // namespace platform::ffmpeg

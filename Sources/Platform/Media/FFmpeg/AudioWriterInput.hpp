@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Platform/Media/FFmpeg/AudioConformer.hpp"
+#include "Platform/Media/FFmpeg/WriterInput.hpp"
+
+#include <cstdint>
+
+namespace platform::ffmpeg {
+
+/// Sound into a movie, as AAC.
+class AudioWriterInput final : public WriterInput {
+  public:
+    AudioWriterInput(WriterState& state, const AudioSettings& settings);
+
+    void open() override;
+
+  private:
+    bool accepts(const SampleBuffer& sample) const override;
+    double weight(const SampleBuffer& sample) const override { return sample.audio->duration(); }
+    void encode(const SampleBuffer& sample, double time) override;
+    void encodeRest() override;
+    void encodeFrames(int atLeast);
+
+    AudioSettings settings_;
+    AudioConformer conformer_;
+    std::int64_t encodedFrames_ = 0;
+};
+
+}  // namespace platform::ffmpeg

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <string>
+
+namespace platform::ffmpeg {
+
+/// The library's error `code` (negative) as PlatformError("FFmpeg", code): `sentence`, without a full
+/// stop, names the file or device and what could not be done; the reason, what the library last logged
+/// on this thread and the remedy follow.
+PlatformError libraryError(int code, const std::string& sentence);
+
+/// Throws libraryError when `code` is negative; returns it otherwise.
+int check(int code, const std::string& sentence);
+
+/// Takes over the library's log for the process: nothing reaches standard error, the last error of each
+/// thread is kept for `libraryError`. Repeating it does nothing.
+void captureLibraryLog();
+
+}  // namespace platform::ffmpeg

@@ -1,0 +1,147 @@
+#include "Platform/Media/FFmpeg/MovieInput.hpp"
+
+#include "Platform/Media/FFmpeg/Errors.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <new>
+
+namespace platform::ffmpeg {
+namespace {
+
+// Kinds of movie that people have; a text file or a picture is not taken for one.
+constexpr const char* acceptedFormats = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,avi";
+
+bool hasMovieTimeline(const AVFormatContext& context) {
+    // QuickTime and MPEG-4 files say where their timeline's zero is; of the others, players take the
+    // first time stamp for it.
+    return std::strstr(context.iformat->name, "mov") != nullptr;
+}
+
+double seconds(std::int64_t timestamp, AVRational base) {
+    return static_cast<double>(timestamp) * base.num / base.den;
+}
+
+AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
+    const AVCodecParameters& codec = *stream.codecpar;
+    AssetTrack track;
+    track.index = stream.index;
+    track.codec = avcodec_get_name(codec.codec_id);
+    double start = 0;
+    if (stream.start_time != AV_NOPTS_VALUE) start = seconds(stream.start_time, stream.time_base) - origin;
+    double end = movieEnd;
+    if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0)
+        end = start + seconds(stream.duration, stream.time_base);
+    // Sound that only primes the decoder lies before zero and is not part of the movie.
+    track.timeRange.start = std::max(0.0, start);
+    track.timeRange.end = std::max(track.timeRange.start, end);
+    if (codec.codec_type == AVMEDIA_TYPE_AUDIO) {
+        track.type = MediaType::audio;
+        track.sampleRate = codec.sample_rate;
+        track.channels = codec.ch_layout.nb_channels;
+    } else {
+        track.type = MediaType::video;
+        track.width = codec.width;
+        track.height = codec.height;
+        if (stream.avg_frame_rate.den > 0) track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
+    }
+    return track;
+}
+
+bool isPicture(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
+
+}  // namespace
+
+MovieInput::MovieInput(const std::filesystem::path& path)
+    : path_(path), interrupted_(std::make_unique<std::atomic<bool>>(false)) {
+    captureLibraryLog();
+    const std::string sentence = "The movie " + path.string() + " cannot be opened";
+    AVFormatContext* context = avformat_alloc_context();
+    if (!context) throw std::bad_alloc();
+    context->interrupt_callback = {
+        [](void* flag) { return static_cast<std::atomic<bool>*>(flag)->load() ? 1 : 0; }, interrupted_.get()};
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    av_dict_set(&options, "format_whitelist", acceptedFormats, 0);
+    // The prefix keeps a colon in a file's name from being taken for a protocol.
+    const int result = avformat_open_input(&context, ("file:" + path.string()).c_str(), nullptr, &options);
+    av_dict_free(&options);
+    check(result, sentence);
+    context_.reset(context);
+    check(avformat_find_stream_info(context_.get(), nullptr), sentence);
+}
+
+double MovieInput::originSeconds() const {
+    if (hasMovieTimeline(*context_) || context_->start_time == AV_NOPTS_VALUE) return 0;
+    return static_cast<double>(context_->start_time) / AV_TIME_BASE;
+}
+
+std::vector<AssetTrack> MovieInput::tracks() const {
+    const double end =
+        context_->duration == AV_NOPTS_VALUE ? 0 : static_cast<double>(context_->duration) / AV_TIME_BASE;
+    std::vector<AssetTrack> result;
+    for (unsigned i = 0; i < context_->nb_streams; ++i) {
+        const AVStream& candidate = *context_->streams[i];
+        const AVMediaType type = candidate.codecpar->codec_type;
+        if ((type == AVMEDIA_TYPE_VIDEO && !isPicture(candidate)) || type == AVMEDIA_TYPE_AUDIO)
+            result.push_back(describe(candidate, originSeconds(), end));
+    }
+    return result;
+}
+
+AVStream& MovieInput::stream(int index) const {
+    if (index < 0 || index >= static_cast<int>(context_->nb_streams))
+        throw PlatformError("FFmpeg", AVERROR_STREAM_NOT_FOUND,
+                            "The movie " + path_.string() + " has no track " + std::to_string(index) + ".");
+    return *context_->streams[index];
+}
+
+void MovieInput::selectStream(int index) {
+    const AVStream& chosen = stream(index);
+    for (unsigned i = 0; i < context_->nb_streams; ++i)
+        context_->streams[i]->discard = static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+    selected_ = index;
+    origin_ = std::llround(originSeconds() / av_q2d(chosen.time_base));
+}
+
+double MovieInput::movieSeconds(std::int64_t timestamp) const {
+    return seconds(movieTimestamp(timestamp), stream(selected_).time_base);
+}
+
+void MovieInput::seek(double target) {
+    const AVStream& chosen = stream(selected_);
+    const auto timestamp = static_cast<std::int64_t>(std::floor(target / av_q2d(chosen.time_base))) + origin_;
+    if (av_seek_frame(context_.get(), selected_, timestamp, AVSEEK_FLAG_BACKWARD) >= 0) return;
+    // Nothing at or before the target: begin with the first.
+    const std::int64_t first = chosen.start_time == AV_NOPTS_VALUE ? 0 : chosen.start_time;
+    check(av_seek_frame(context_.get(), selected_, first, 0),
+          "The movie " + path_.string() + " cannot be read at " + std::to_string(target) + " seconds");
+}
+
+bool MovieInput::read(AVPacket& packet) {
+    for (;;) {
+        av_packet_unref(&packet);
+        const int result = av_read_frame(context_.get(), &packet);
+        if (result == AVERROR_EOF) return false;
+        check(result, "The movie " + path_.string() + " cannot be read on");
+        if (packet.stream_index == selected_) return true;
+    }
+}
+
+CodecPtr MovieInput::openDecoder() const {
+    const AVStream& chosen = stream(selected_);
+    const std::string name = avcodec_get_name(chosen.codecpar->codec_id);
+    const std::string sentence = "The " + name + " track of " + path_.string() + " cannot be decoded";
+    const AVCodec* codec = avcodec_find_decoder(chosen.codecpar->codec_id);
+    if (!codec) throw libraryError(AVERROR_DECODER_NOT_FOUND, sentence);
+    CodecPtr decoder(avcodec_alloc_context3(codec));
+    if (!decoder) throw std::bad_alloc();
+    check(avcodec_parameters_to_context(decoder.get(), chosen.codecpar), sentence);
+    decoder->pkt_timebase = chosen.time_base;
+    decoder->thread_count = codec->type == AVMEDIA_TYPE_VIDEO ? 0 : 1;
+    check(avcodec_open2(decoder.get(), codec, nullptr), sentence);
+    return decoder;
+}
+
+}  // namespace platform::ffmpeg

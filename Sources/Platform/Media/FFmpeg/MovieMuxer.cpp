@@ -1,0 +1,129 @@
+#include "Platform/Media/FFmpeg/MovieMuxer.hpp"
+
+#include "Platform/Media/FFmpeg/Errors.hpp"
+
+#include <algorithm>
+#include <new>
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+namespace platform::ffmpeg {
+namespace {
+
+constexpr std::int64_t fragmentMicroseconds = 500'000;
+// How far the tracks of a fragmented file wait for one that delivers nothing.
+constexpr std::int64_t interleaveMicroseconds = 1'000'000;
+// The track list is written once every track has begun, or this long after the first.
+constexpr double headDelaySeconds = 1.5;
+// The least common multiple of 48000 and 90000: starts of tracks are exact in it.
+constexpr int movieTimescale = 720'000;
+
+}  // namespace
+
+MovieMuxer::MovieMuxer(const std::filesystem::path& path, FileType type) : path_(path), type_(type) {
+    captureLibraryLog();
+    const std::string what = "The movie " + path.string() + " cannot be created";
+    AVFormatContext* context = nullptr;
+    const char* format = type == FileType::quickTimeMovie ? "mov" : "mp4";
+    const std::string url = "file:" + path.string();
+    check(avformat_alloc_output_context2(&context, nullptr, format, url.c_str()), what);
+    context_.reset(context);
+    AVIOContext* file = nullptr;
+    check(avio_open(&file, url.c_str(), AVIO_FLAG_WRITE), what);
+    file_.reset(file);
+    context_->pb = file;
+}
+
+bool MovieMuxer::wantsGlobalHeaders() const { return (context_->oformat->flags & AVFMT_GLOBALHEADER) != 0; }
+
+int MovieMuxer::addTrack(const AVCodecContext& encoder) {
+    AVStream* stream = avformat_new_stream(context_.get(), nullptr);
+    if (!stream) throw std::bad_alloc();
+    check(avcodec_parameters_from_context(stream->codecpar, &encoder), sentence());
+    stream->time_base = encoder.time_base;
+    stream->avg_frame_rate = encoder.framerate;
+    // The name under which players of every make know HEVC with its parameters in the track list.
+    if (encoder.codec_id == AV_CODEC_ID_HEVC) stream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    started_.push_back(false);
+    return stream->index;
+}
+
+void MovieMuxer::begin() {
+    const std::lock_guard lock(mutex_);
+    AVDictionary* options = nullptr;
+    av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
+    if (type_ == FileType::quickTimeMovie) {
+        av_dict_set(&options, "movflags", "delay_moov+default_base_moof", 0);
+        av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
+        context_->max_interleave_delta = interleaveMicroseconds;
+        context_->flags |= AVFMT_FLAG_FLUSH_PACKETS;
+    } else {
+        av_dict_set(&options, "movflags", "faststart", 0);
+    }
+    const int result = avformat_write_header(context_.get(), &options);
+    av_dict_free(&options);
+    check(result, sentence());
+    requireNoWriteError();
+}
+
+void MovieMuxer::requireNoWriteError() {
+    if (context_->pb && context_->pb->error < 0) throw libraryError(context_->pb->error, sentence());
+}
+
+void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
+    const std::lock_guard lock(mutex_);
+    if (!file_) return;
+    av_packet_rescale_ts(&packet, base, context_->streams[track]->time_base);
+    packet.stream_index = track;
+    const double time = static_cast<double>(packet.dts) * av_q2d(context_->streams[track]->time_base);
+    if (!firstTime_) firstTime_ = time;
+    if (!started_[static_cast<std::size_t>(track)]) startLateTrack(track);
+    dirty_ = true;
+    check(av_interleaved_write_frame(context_.get(), &packet), sentence());
+    requireNoWriteError();
+    if (type_ != FileType::quickTimeMovie || headOut_) return;
+    if (std::ranges::find(started_, false) == started_.end())
+        headOut_ = true;  // the library writes it with the first fragment
+    else if (time > *firstTime_ + headDelaySeconds)
+        cutFragment();
+}
+
+/// The start of a track that begins after the track list was written cannot go into its edit list; its
+/// fragments then carry it.
+void MovieMuxer::startLateTrack(int track) {
+    started_[static_cast<std::size_t>(track)] = true;
+    if (type_ == FileType::quickTimeMovie && headOut_)
+        check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0), sentence());
+}
+
+void MovieMuxer::cutFragment() {
+    check(av_interleaved_write_frame(context_.get(), nullptr), sentence());
+    check(av_write_frame(context_.get(), nullptr), sentence());
+    requireNoWriteError();
+    headOut_ = true;
+    dirty_ = false;
+}
+
+void MovieMuxer::settle() {
+    const std::lock_guard lock(mutex_);
+    if (file_ && dirty_ && type_ == FileType::quickTimeMovie) cutFragment();
+}
+
+void MovieMuxer::finish() {
+    const std::lock_guard lock(mutex_);
+    check(av_write_trailer(context_.get()), sentence());
+    requireNoWriteError();
+    AVIOContext* file = file_.release();
+    context_->pb = nullptr;
+    check(avio_closep(&file), sentence());
+}
+
+void MovieMuxer::abandon() {
+    const std::lock_guard lock(mutex_);
+    context_->pb = nullptr;
+    file_.reset();
+}
+
+}  // namespace platform::ffmpeg

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Media/FFmpeg/Handles.hpp"
+
+#include <optional>
+
+namespace platform::ffmpeg {
+
+/// Pictures between the codec's frames and pixel buffers. Planar 4:2:0 frames pass without a copy, each
+/// side keeping the other's memory alive. Keeps scratch memory; one thread.
+class PictureConversion {
+  public:
+    /// A decoded frame as a buffer of `format` (i420 or bgra) of the frame's visible size.
+    PixelBufferRef buffer(const AVFrame& frame, PixelFormat format);
+
+    /// A buffer as a frame for an encoder: i420 with BT.709 limited colours, both sides even; an odd
+    /// side's last line is repeated. Takes bgra and i420 of any matrix.
+    FramePtr frame(const ConstPixelBufferRef& buffer);
+
+  private:
+    PixelBufferRef planar(const AVFrame& frame);
+    PixelBufferRef scaled(const AVFrame& frame, ColourMatrix matrix, ColourMatrix wanted);
+
+    SwsPtr scaler_;
+    std::optional<PixelBufferPool> converted_;
+    std::optional<PixelBufferPool> coded_;
+};
+
+/// The matrix of a decoded frame; of an unmarked one the usual guess by its height.
+ColourMatrix colourMatrix(const AVFrame& frame);
+
+}  // namespace platform::ffmpeg

@@ -1,0 +1,69 @@
+#include "Platform/Media/FFmpeg/WriterInput.hpp"
+
+#include "Platform/Media/FFmpeg/Errors.hpp"
+
+#include <chrono>
+#include <exception>
+#include <utility>
+
+namespace platform::ffmpeg {
+namespace {
+
+// After so long without a sample what was encoded goes into the file.
+constexpr std::chrono::milliseconds pause{700};
+
+}  // namespace
+
+WriterInput::WriterInput(WriterState& state, double capacity, std::string threadName)
+    : state_(state), queue_(capacity), threadName_(std::move(threadName)) {
+    state_.addQueue(queue_);
+}
+
+bool WriterInput::waitUntilReady(double seconds) {
+    return state_.isWriting() && queue_.waitForRoom(std::chrono::duration<double>(seconds)) &&
+           state_.isWriting();
+}
+
+bool WriterInput::append(const SampleBuffer& sample) {
+    if (!state_.isWriting() || !state_.sessionStart() || !sample.isValid() || !accepts(sample)) return false;
+    return queue_.tryPush(sample, weight(sample));
+}
+
+void WriterInput::start() {
+    thread_ = NamedThread(threadName_, [this] { run(); });
+}
+
+void WriterInput::run() {
+    try {
+        for (;;) {
+            const SampleQueue::Taken taken = queue_.pop(pause);
+            if (taken.sample)
+                encode(*taken.sample,
+                       taken.sample->presentationTime.seconds() - state_.sessionStart()->seconds());
+            else if (taken.ended)
+                break;
+            else
+                state_.muxer.settle();
+        }
+        if (state_.isWriting()) encodeRest();
+    } catch (const PlatformError& problem) {
+        state_.end(AssetWriter::Status::failed, problem);
+    } catch (const std::exception& problem) {
+        state_.end(
+            AssetWriter::Status::failed,
+            PlatformError("FFmpeg", -1, std::string("Writing a movie failed: ") + problem.what() + "."));
+    }
+}
+
+void WriterInput::feedEncoder(const AVFrame* frame) {
+    const std::string sentence = std::string("The encoder ") + encoder_->codec->name + " failed";
+    check(avcodec_send_frame(encoder_.get(), frame), sentence);
+    for (;;) {
+        const int result = avcodec_receive_packet(encoder_.get(), packet_.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        check(result, sentence);
+        state_.muxer.write(track_, *packet_, encoder_->time_base);
+    }
+}
+
+}  // namespace platform::ffmpeg

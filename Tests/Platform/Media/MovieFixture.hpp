@@ -1,0 +1,73 @@
+#pragma once
+
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace platform::test {
+
+/// A picture of one grey level (0…255 of limited-range luma).
+ConstPixelBufferRef greyPicture(int width, int height, int luma);
+/// The luma in the middle of an i420 picture.
+int middleLuma(const PixelBuffer& picture);
+
+/// A run of sound whose frame i has the value `wave(i)` on every channel.
+SampleBuffer soundRun(double time, std::size_t frames, const AudioFormat& format,
+                      const std::function<float(std::size_t)>& wave);
+SampleBuffer pictureAt(double time, ConstPixelBufferRef picture);
+
+/// Appends, waiting for room; fails the test when the writer never takes it.
+void appendPatiently(AssetWriterInput& input, const SampleBuffer& sample);
+/// Finishes and waits for the end; the status by then.
+AssetWriter::Status finishAndWait(AssetWriter& writer);
+
+struct ReadFrame {
+    double time;
+    int luma;
+    int width;
+    int height;
+};
+
+/// What a command printed on both of its outputs.
+std::string outputOf(const std::string& command);
+
+/// A test with a folder of its own, removed afterwards, and the real media service.
+class MovieTest : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    std::filesystem::path file(const std::string& name) const { return folder_ / name; }
+    const std::filesystem::path& folder() const { return folder_; }
+
+    /// Writes grey pictures (luma 20 + 10·(i mod 20)) at the times and closes the movie.
+    void writePictures(const std::filesystem::path& path, FileType type, VideoSettings settings,
+                       const std::vector<double>& times, double sessionStart = 0);
+    /// Writes mono float sound, `wave(i)` for frame i from time 0 on.
+    void writeSound(const std::filesystem::path& path, FileType type, std::size_t frames,
+                    const std::function<float(std::size_t)>& wave, int channels = 1);
+
+    std::vector<ReadFrame> readFrames(const std::filesystem::path& path, TimeRange range,
+                                      PixelFormat format = PixelFormat::i420);
+    /// The left channel of a file's first audio track through the mixer, from the movie's time 0.
+    std::vector<float> readSound(const std::filesystem::path& path, double seconds);
+
+    std::shared_ptr<MediaService> media = makeFFmpegMediaService();
+
+  private:
+    std::filesystem::path folder_;
+};
+
+inline constexpr VideoSettings smallH264{VideoCodec::h264, 64, 48, 400'000, 30, true, false};
+inline constexpr VideoSettings smallHevc{VideoCodec::hevc, 64, 64, 400'000, 60, false, true};
+
+/// Grey level of picture i as MovieTest writes it.
+inline int expectedLuma(std::size_t i) { return 20 + 10 * static_cast<int>(i % 20); }
+
+}  // namespace platform::test
