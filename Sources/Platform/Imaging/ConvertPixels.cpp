@@ -1,7 +1,9 @@
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
-#include "Platform/Imaging/Yuv/YuvConversion.hpp"
+#include "Platform/Imaging/Yuv/GrayConversion.hpp"
 #include "Platform/Imaging/YuvBlend.hpp"
+#include "Platform/Imaging/YuvMatrix.hpp"
+#include "Platform/Imaging/YuvToBgra.hpp"
 
 #include <array>
 #include <cstddef>
@@ -20,8 +22,10 @@ std::string sizeOf(const PixelBuffer& buffer) {
 void copyPlanes(const PixelBuffer& from, PixelBuffer& to) {
     const int pixelBytes = from.format() == PixelFormat::bgra ? 4 : 1;
     for (int i = 0; i < from.planeCount(); ++i)
-        copyRows(from.plane(i).data, from.plane(i).stride, to.plane(i).data, to.plane(i).stride,
-                 to.plane(i).width * pixelBytes, to.plane(i).height);
+        for (std::ptrdiff_t y = 0; y < to.plane(i).height; ++y)
+            std::memcpy(to.plane(i).data + y * to.plane(i).stride,
+                        from.plane(i).data + y * from.plane(i).stride,
+                        static_cast<std::size_t>(to.plane(i).width * pixelBytes));
 }
 
 void translateLuma(const PixelBuffer& from, PixelBuffer& to, const std::array<std::uint8_t, 256>& table) {

@@ -1,7 +1,8 @@
 #include "Platform/Imaging/RenderContext.hpp"
 
 #include "Platform/Imaging/TilePainter.hpp"
-#include "Platform/Imaging/Yuv/YuvConversion.hpp"
+#include "Platform/Imaging/Yuv/GrayConversion.hpp"
+#include "Platform/Imaging/YuvBlend.hpp"
 
 #include <algorithm>
 #include <utility>

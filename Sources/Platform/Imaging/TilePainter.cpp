@@ -3,7 +3,8 @@
 #include "Platform/Imaging/GaussianBlur.hpp"
 #include "Platform/Imaging/PixelKernels.hpp"
 #include "Platform/Imaging/QtRaster/CanvasRaster.hpp"
-#include "Platform/Imaging/Yuv/YuvConversion.hpp"
+#include "Platform/Imaging/Yuv/GrayConversion.hpp"
+#include "Platform/Imaging/YuvToBgra.hpp"
 
 #include <array>
 #include <cmath>

@@ -1,31 +1,13 @@
 #include "Platform/Imaging/YuvBlend.hpp"
 
 #include "Platform/Imaging/CpuFeatures.hpp"
+#include "Platform/Imaging/YuvMatrix.hpp"
 
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstring>
 
 namespace platform::imaging {
 namespace {
-
-/// The numbers of ITU-R BT.601 and BT.709; the limited range is 16…235 for luma, 16…240 for chroma.
-struct MatrixFigures {
-    double kr, kb;
-    double lumaRange, chromaRange;  // part of 0…255 in use
-    int lumaOffset;
-};
-
-MatrixFigures figuresOf(ColourMatrix matrix) {
-    const bool is601 = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt601Full;
-    const bool limited = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt709Limited;
-    return {is601 ? 0.299 : 0.2126, is601 ? 0.114 : 0.0722, limited ? 219.0 / 255 : 1,
-            limited ? 224.0 / 255 : 1, limited ? 16 : 0};
-}
-
-constexpr double fixedOne = 65536;
-int fixedPoint(double value) { return static_cast<int>(std::lround(value * fixedOne)); }
 
 /// RGB to YUV in 1/65536.
 struct Coefficients {
@@ -57,10 +39,6 @@ constexpr int alphaStep = 257;
     std::memcpy(&pixel, bgra, 4);
     return pixel;
 }
-[[gnu::always_inline]] inline std::uint8_t byteOf(int value) {
-    return static_cast<std::uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-}
-
 template <bool over>
 [[gnu::always_inline]] inline void lumaRow(const std::uint8_t* __restrict bgra, std::uint8_t* __restrict luma,
                                            int width, const Coefficients& c) {
@@ -162,28 +140,7 @@ void writeBgra(const std::uint8_t* bgra, int stride, const I420View& to, ColourM
     }
 }
 
-std::array<std::uint8_t, 256> levels(double factor, double from, double to) {
-    std::array<std::uint8_t, 256> table{};
-    for (std::size_t i = 0; i < table.size(); ++i)
-        table[i] = byteOf(static_cast<int>(std::lround((static_cast<double>(i) - from) * factor + to)));
-    return table;
-}
-
 }  // namespace
-
-I420View viewOf(const PixelBuffer& buffer, int left, int top, int width, int height) {
-    I420View view;
-    view.width = width;
-    view.height = height;
-    for (int i = 0; i < 3; ++i) {
-        const Plane& plane = buffer.plane(i);
-        const int half = i == 0 ? 1 : 2;
-        const auto place = static_cast<std::size_t>(i);
-        view.data[place] = plane.data + static_cast<std::ptrdiff_t>(top / half) * plane.stride + left / half;
-        view.stride[place] = plane.stride;
-    }
-    return view;
-}
 
 void blendBgraOverI420(const std::uint8_t* bgra, int stride, const I420View& below, ColourMatrix matrix) {
     writeBgra<true>(bgra, stride, below, matrix);
@@ -191,64 +148,6 @@ void blendBgraOverI420(const std::uint8_t* bgra, int stride, const I420View& bel
 
 void bgraToI420(const std::uint8_t* bgra, int stride, const I420View& to, ColourMatrix matrix) {
     writeBgra<false>(bgra, stride, to, matrix);
-}
-
-void fillBlack(const I420View& to, ColourMatrix matrix) {
-    const int luma = figuresOf(matrix).lumaOffset;
-    for (std::size_t i = 0; i < 3; ++i) {
-        const int width = i == 0 ? to.width : (to.width + 1) / 2;
-        const int height = i == 0 ? to.height : (to.height + 1) / 2;
-        for (int y = 0; y < height; ++y)
-            std::memset(to.data[i] + static_cast<std::ptrdiff_t>(y) * to.stride[i], i == 0 ? luma : 128,
-                        static_cast<std::size_t>(width));
-    }
-}
-
-void convertMatrix(const I420View& picture, ColourMatrix from, ColourMatrix to) {
-    if (from == to) return;
-    // With normalised y, b − y and r − y, both matrices describe the same colour; blue and red differences
-    // of the target follow from those of the source alone, its luma from all three.
-    const MatrixFigures a = figuresOf(from), b = figuresOf(to);
-    const double kgA = 1 - a.kr - a.kb, kgB = 1 - b.kr - b.kb;
-    const double blueA = 2 * (1 - a.kb),
-                 redA = 2 * (1 - a.kr);  // (B − y) per unit of u, (R − y) per unit of v
-    const double lumaU = b.kb * blueA - kgB * a.kb / kgA * blueA;
-    const double lumaV = b.kr * redA - kgB * a.kr / kgA * redA;
-    const double chroma = b.chromaRange / a.chromaRange;
-    const double blueB = 2 * (1 - b.kb), redB = 2 * (1 - b.kr);
-    const int yy = fixedPoint(b.lumaRange / a.lumaRange);
-    const int yu = fixedPoint(lumaU * b.lumaRange / a.chromaRange),
-              yv = fixedPoint(lumaV * b.lumaRange / a.chromaRange);
-    const int uu = fixedPoint((blueA - lumaU) / blueB * chroma), uv = fixedPoint(-lumaV / blueB * chroma);
-    const int vu = fixedPoint(-lumaU / redB * chroma), vv = fixedPoint((redA - lumaV) / redB * chroma);
-
-    for (int y = 0; y < picture.height; y += 2) {
-        std::uint8_t* const us = picture.data[1] + static_cast<std::ptrdiff_t>(y / 2) * picture.stride[1];
-        std::uint8_t* const vs = picture.data[2] + static_cast<std::ptrdiff_t>(y / 2) * picture.stride[2];
-        for (int row = y; row < std::min(y + 2, picture.height); ++row) {
-            std::uint8_t* const luma = picture.data[0] + static_cast<std::ptrdiff_t>(row) * picture.stride[0];
-            for (int x = 0; x < picture.width; ++x) {
-                const int u = us[x / 2] - 128, v = vs[x / 2] - 128;
-                luma[x] =
-                    byteOf(b.lumaOffset + (((luma[x] - a.lumaOffset) * yy + u * yu + v * yv + 32768) >> 16));
-            }
-        }
-        for (int x = 0; x < (picture.width + 1) / 2; ++x) {
-            const int u = us[x] - 128, v = vs[x] - 128;
-            us[x] = byteOf(128 + ((u * uu + v * uv + 32768) >> 16));
-            vs[x] = byteOf(128 + ((u * vu + v * vv + 32768) >> 16));
-        }
-    }
-}
-
-std::array<std::uint8_t, 256> grayOfLuma(ColourMatrix matrix) {
-    const MatrixFigures f = figuresOf(matrix);
-    return levels(1 / f.lumaRange, f.lumaOffset, 0);
-}
-
-std::array<std::uint8_t, 256> lumaOfGray(ColourMatrix matrix) {
-    const MatrixFigures f = figuresOf(matrix);
-    return levels(f.lumaRange, 0, f.lumaOffset);
 }
 
 }  // namespace platform::imaging

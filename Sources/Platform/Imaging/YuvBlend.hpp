@@ -1,25 +1,10 @@
 #pragma once
 
-#include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Imaging/YuvPlanes.hpp"
 
-#include <array>
 #include <cstdint>
 
 namespace platform::imaging {
-
-/// The planes of an i420 picture or of a part of one that starts at even coordinates.
-struct I420View {
-    std::array<std::uint8_t*, 3> data{};
-    std::array<int, 3> stride{};
-    int width = 0;
-    int height = 0;
-};
-
-/// The part of an i420 buffer from (left, top), both even, of the given size.
-I420View viewOf(const PixelBuffer& buffer, int left, int top, int width, int height);
-inline I420View viewOf(const PixelBuffer& buffer) {
-    return viewOf(buffer, 0, 0, buffer.width(), buffer.height());
-}
 
 /// Source-over of premultiplied bgra onto `below`: A + B × (1 − alpha), evaluated on Y, U and V, which
 /// are linear in the colours; a chroma sample takes the mean of its block. Where alpha and colour are 0
@@ -28,14 +13,5 @@ void blendBgraOverI420(const std::uint8_t* bgra, int stride, const I420View& bel
 
 /// Writes premultiplied bgra, its transparency read as black, to `to`.
 void bgraToI420(const std::uint8_t* bgra, int stride, const I420View& to, ColourMatrix matrix);
-
-void fillBlack(const I420View& to, ColourMatrix matrix);
-
-/// Rewrites planes of one matrix as those of another.
-void convertMatrix(const I420View& picture, ColourMatrix from, ColourMatrix to);
-
-/// Levels of luma as full-range gray, and back.
-std::array<std::uint8_t, 256> grayOfLuma(ColourMatrix matrix);
-std::array<std::uint8_t, 256> lumaOfGray(ColourMatrix matrix);
 
 }  // namespace platform::imaging

@@ -1,10 +1,10 @@
 #include "Platform/Imaging/QtRaster/CanvasRaster.hpp"
 
-#include <QBrush>
 #include <QColor>
 #include <QImage>
 #include <QPainter>
-#include <QPen>
+#include <QPainterPath>
+#include <QRectF>
 #include <QTransform>
 #include <algorithm>
 #include <cmath>
@@ -17,6 +17,20 @@ QColor toQColor(const Colour& colour) {
     return QColor::fromRgbF(unit(colour.red), unit(colour.green), unit(colour.blue), unit(colour.alpha));
 }
 
+/// A line is filled as the ring between two ellipses: the painter's own pen draws it a tenth of a pixel
+/// too thin.
+QPainterPath outlineOf(const CanvasNode::Shape& shape) {
+    const auto ellipse = [&](double grow) {
+        const Rect r = shape.bounds.insetBy(-grow);
+        return r.isEmpty() ? QRectF() : QRectF(r.x, r.y, r.w, r.h);
+    };
+    QPainterPath path;
+    path.setFillRule(Qt::OddEvenFill);
+    path.addEllipse(ellipse(shape.lineWidth / 2));
+    if (shape.lineWidth > 0) path.addEllipse(ellipse(-shape.lineWidth / 2));
+    return path;
+}
+
 }  // namespace
 
 void rasteriseCanvas(const CanvasNode& canvas, const AxisMap& map, const Tile& tile) {
@@ -24,20 +38,13 @@ void rasteriseCanvas(const CanvasNode& canvas, const AxisMap& map, const Tile& t
     QImage surface(tile.data, area.width(), area.height(), tile.stride, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&surface);
     painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
     painter.setTransform(QTransform(map.sx, 0, 0, map.sy, map.tx - area.left, map.ty - area.top));
     const Rect seen{static_cast<double>(area.left), static_cast<double>(area.top),
                     static_cast<double>(area.width()), static_cast<double>(area.height())};
     for (const CanvasNode::Shape& shape : canvas.shapes) {
         if (map(shape.bounds.insetBy(-shape.lineWidth / 2)).insetBy(-1).intersected(seen).isEmpty()) continue;
-        const QColor colour = toQColor(shape.colour);
-        if (shape.lineWidth > 0) {
-            painter.setPen(QPen(colour, shape.lineWidth));
-            painter.setBrush(Qt::NoBrush);
-        } else {
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(colour);
-        }
-        painter.drawEllipse(QRectF(shape.bounds.x, shape.bounds.y, shape.bounds.w, shape.bounds.h));
+        painter.fillPath(outlineOf(shape), toQColor(shape.colour));
     }
 }
 
