@@ -47,8 +47,8 @@ struct CaptureEvent {
 
 /// Reads a camera and a microphone. What is asked for between `beginConfiguration` and
 /// `commitConfiguration` takes effect at the commit, in one step; a device that was in use before and still
-/// is goes on without a gap. All operations are called on one queue of the owner's, never on the queue
-/// that receives samples; none waits for a device.
+/// is stays open. All operations are called on one queue of the owner's, never on the queue that receives
+/// samples; none waits for a device.
 ///
 /// Pictures are i420 in the size of the preset whatever the camera offers: scaled and cropped in the
 /// middle, never distorted. Sound is 48 kHz float with the channels asked for. Presentation times are
@@ -87,7 +87,8 @@ class CaptureSession {
     /// After it returns no handler is running and none is called until the next start.
     virtual void stopRunning() = 0;
 
-    /// Told on a thread of the session's, which must not be kept. Set it before the first start.
+    /// Told on a thread of the session's or within one of these operations. The handler must neither wait
+    /// nor call the session. Set it before the first start.
     virtual void setEventHandler(std::function<void(const CaptureEvent&)> handler) = 0;
 };
 

@@ -38,10 +38,6 @@ std::string programName(int process) {
     return name;
 }
 
-bool isClient(XcbConnection& connection, xcb_window_t window) {
-    return !cardinals(connection, window, connection.atom("WM_STATE"), 1).empty();
-}
-
 }  // namespace
 
 int processOf(XcbConnection& connection, xcb_window_t window) {
@@ -69,17 +65,19 @@ RunningApplication applicationOf(XcbConnection& connection, xcb_window_t window)
 xcb_window_t clientWithin(XcbConnection& connection, xcb_window_t frame) {
     // Frames nest no deeper than this in any window manager.
     constexpr int deepest = 3;
+    xcb_window_t classed = XCB_NONE;
     std::vector<xcb_window_t> level{frame};
     for (int depth = 0; depth <= deepest && !level.empty(); ++depth) {
         std::vector<xcb_window_t> below;
         for (const xcb_window_t window : level) {
-            if (isClient(connection, window)) return window;
+            if (!cardinals(connection, window, connection.atom("WM_STATE"), 1).empty()) return window;
+            if (classed == XCB_NONE && !windowClass(connection, window).empty()) classed = window;
             const auto children = childrenOf(connection, window);
             below.insert(below.end(), children.begin(), children.end());
         }
         level = std::move(below);
     }
-    return frame;
+    return classed == XCB_NONE ? frame : classed;
 }
 
 bool belongsToAny(XcbConnection& connection, xcb_window_t topLevel,

@@ -14,8 +14,8 @@ int processOf(XcbConnection& connection, xcb_window_t window);
 /// The identifier is "pid:N" when it tells neither; all empty when nothing is known.
 RunningApplication applicationOf(XcbConnection& connection, xcb_window_t window);
 
-/// The application's own window inside a window manager's frame (the one with WM_STATE), or the window
-/// itself when there is none.
+/// The application's own window inside a window manager's frame: the one that is marked as managed
+/// (WM_STATE) or, while it is not yet, the one with a window class; else the window itself.
 xcb_window_t clientWithin(XcbConnection& connection, xcb_window_t frame);
 
 /// Whether a child of the root belongs to one of the applications, by process or by identifier.

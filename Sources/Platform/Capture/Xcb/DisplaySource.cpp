@@ -13,6 +13,8 @@ DisplaySource::DisplaySource(XcbConnection& connection, const DisplayContentFilt
     requireKnownPixels(connection);
     watchMonitors(connection);
     if (configuration.showsCursor) pointer_ = std::make_unique<PointerOverlay>(connection);
+    if (!filter.excludingApplications.empty())
+        excluded_ = std::make_unique<ExcludedWindows>(connection, filter.excludingApplications);
     findDisplay();
 }
 
@@ -39,9 +41,14 @@ void DisplaySource::findDisplay() {
 void DisplaySource::handle(const xcb_generic_event_t& event) {
     if (const auto box = damage_.boxOf(event)) {
         // Drawing elsewhere only makes the box grow, until it meets this display.
-        if (!box->intersected(area_).isEmpty()) hasChanged_ = true;
+        if (box->intersected(area_).isEmpty()) return;
+        if (excluded_ && excluded_->hides(*box))
+            damage_.clear();
+        else
+            hasChanged_ = true;
         return;
     }
+    if (excluded_ && excluded_->handle(event)) hasChanged_ = true;
     if (isMonitorChange(connection_, event)) areMonitorsStale_ = true;
     if (pointer_) pointer_->handle(event);
 }
@@ -57,11 +64,12 @@ bool DisplaySource::isPointerSeen() {
     return !pointer_->bounds().intersected(area_).isEmpty() || !pointer_->drawnBounds().isEmpty();
 }
 
-std::optional<GrabbedPicture> DisplaySource::grab() {
-    if (areMonitorsStale_) findDisplay();
-    if (!hasChanged_ && !isPointerSeen()) return std::nullopt;
-    hasChanged_ = true;  // until there is a picture
+void DisplaySource::handleWaitingEvents() {
+    while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
+        if (event->response_type != 0) handle(*event);
+}
 
+std::optional<FrameGrabber::Draft> DisplaySource::read() {
     auto draft = grabber_.begin(area_.width, area_.height);
     if (!draft) return std::nullopt;
     damage_.clear();
@@ -76,9 +84,32 @@ std::optional<GrabbedPicture> DisplaySource::grab() {
         return std::nullopt;
     }
     refusals_ = 0;
-    if (pointer_) pointer_->draw(draft->plane, area_.x, area_.y);
-    auto picture = grabber_.finish(std::move(*draft));
-    hasChanged_ = !picture;
+    return draft;
+}
+
+std::optional<GrabbedPicture> DisplaySource::grab() {
+    if (areMonitorsStale_) findDisplay();
+    if (!hasChanged_ && !isPointerSeen()) return std::nullopt;
+    hasChanged_ = false;
+
+    std::optional<FrameGrabber::Draft> draft;
+    if (excluded_) {
+        handleWaitingEvents();
+        excluded_->prepare(area_);
+        const std::uint64_t before = excluded_->revision();
+        draft = read();
+        // The server's events come in order: what these do not tell happened after the picture was taken.
+        handleWaitingEvents();
+        if (draft && (excluded_->revision() != before || !excluded_->compose(draft->plane))) draft.reset();
+    } else {
+        draft = read();
+    }
+    std::optional<GrabbedPicture> picture;
+    if (draft) {
+        if (pointer_) pointer_->draw(draft->plane, area_.x, area_.y);
+        picture = grabber_.finish(std::move(*draft));
+    }
+    if (!picture) hasChanged_ = true;
     return picture;
 }
 

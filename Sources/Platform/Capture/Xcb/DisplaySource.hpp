@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/Xcb/ExcludedWindows.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
@@ -10,7 +11,7 @@
 
 namespace platform {
 
-/// One monitor's part of the root window.
+/// One monitor's part of the root window, less the windows of some applications.
 class DisplaySource final : public PictureSource {
   public:
     /// Throws PlatformError when there is no such display or the server lacks what is needed.
@@ -24,6 +25,8 @@ class DisplaySource final : public PictureSource {
 
   private:
     void findDisplay();
+    void handleWaitingEvents();
+    std::optional<FrameGrabber::Draft> read();
     bool isPointerSeen();
 
     XcbConnection& connection_;
@@ -31,6 +34,7 @@ class DisplaySource final : public PictureSource {
     FrameGrabber grabber_;
     ScreenDamage damage_;
     std::unique_ptr<PointerOverlay> pointer_;
+    std::unique_ptr<ExcludedWindows> excluded_;
     PixelRect area_;
     bool areMonitorsStale_ = false;
     bool hasChanged_ = true;

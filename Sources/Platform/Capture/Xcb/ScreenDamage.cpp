@@ -3,11 +3,9 @@
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
-#include <xcb/damage.h>
-
 namespace platform {
 
-ScreenDamage::ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable)
+ScreenDamage::ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable, std::uint8_t level)
     : connection_(connection) {
     const auto* extension = connection.extension(xcb_damage_id);
     const bool isThere =
@@ -20,7 +18,7 @@ ScreenDamage::ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawa
                                 "\" has no DAMAGE extension, so changes of the screen cannot be followed.");
     event_ = extension->first_event + XCB_DAMAGE_NOTIFY;
     damage_ = xcb_generate_id(connection.get());
-    xcb_damage_create(connection.get(), damage_, drawable, XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
+    xcb_damage_create(connection.get(), damage_, drawable, level);
 }
 
 ScreenDamage::~ScreenDamage() { xcb_damage_destroy(connection_.get(), damage_); }

@@ -3,20 +3,25 @@
 #include "Platform/Desktop/Xcb/PixelRect.hpp"
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 
+#include <cstdint>
 #include <optional>
+
+#include <xcb/damage.h>
 
 namespace platform {
 
-/// What was drawn on one drawable (and the windows inside it) since the last `clear`, as one bounding box.
+/// Tells what was drawn on one drawable (and the windows inside it) since the last `clear`: as one bounding
+/// box that grows, or rectangle by rectangle.
 class ScreenDamage {
   public:
     /// Throws PlatformError when the server has no DAMAGE.
-    ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable);
+    ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable,
+                 std::uint8_t level = XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
     ~ScreenDamage();
     ScreenDamage(const ScreenDamage&) = delete;
     ScreenDamage& operator=(const ScreenDamage&) = delete;
 
-    /// The box, in the drawable's pixels, when the event tells that it grew.
+    /// The box or rectangle, in the drawable's pixels, when the event tells of one.
     std::optional<PixelRect> boxOf(const xcb_generic_event_t& event) const;
     /// Begins anew; drawing that the server does from here on is told of again.
     void clear();

@@ -1,0 +1,152 @@
+#include "Platform/Capture/Xcb/ExcludedWindows.hpp"
+
+#include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
+#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Capture/Xcb/RootBackdrop.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include <xcb/composite.h>
+#include <xcb/shape.h>
+
+namespace platform {
+
+ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications)
+    : connection_(connection), applications_(std::move(applications)), stack_(connection) {
+    const bool canCompose = connection.extension(xcb_composite_id) != nullptr &&
+                            connection.reply(xcb_composite_query_version_reply,
+                                             xcb_composite_query_version(connection.get(), 0, 4));
+    if (!canCompose && !connection.isBroken())
+        throw PlatformError("ScreenCapture", serverLacks,
+                            "The X server of display \"" + connection.name() +
+                                "\" has no Composite extension, so Cobaltreel's own windows cannot be kept "
+                                "out of the picture.");
+}
+
+bool ExcludedWindows::isExcluded(xcb_window_t window) const {
+    const auto known = isExcluded_.find(window);
+    return known != isExcluded_.end() && known->second;
+}
+
+bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
+    bool isPainted = false;
+    for (const auto& [id, window] : redirected_) isPainted = window->handle(event) || isPainted;
+    if (isPainted) return true;
+    if (!stack_.handle(event)) return false;
+
+    // The window is at the same place in each of these events.
+    const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
+    const bool concernsExcluded = isExcluded(window) || !isExcluded_.contains(window);
+    const TopLevel* topLevel = stack_.find(window);
+    if (topLevel == nullptr) {
+        isExcluded_.erase(window);
+        redirected_.erase(window);
+    } else if (const auto kept = redirected_.find(window); kept != redirected_.end()) {
+        // Here, before the events that tell of its painting.
+        kept->second->follow(*topLevel, coveredOf(*topLevel));
+    }
+    const bool isOfInterest = event.response_type == XCB_MAP_NOTIFY ||
+                              event.response_type == XCB_UNMAP_NOTIFY || topLevel == nullptr ||
+                              topLevel->isShown;
+    if (!isOfInterest) return false;
+    if (!concernsExcluded) return !holes_.empty();
+    ++revision_;
+    return true;
+}
+
+bool ExcludedWindows::hides(const PixelRect& box) const {
+    const auto& stack = stack_.bottomToTop();
+    for (auto each = stack.rbegin(); each != stack.rend(); ++each) {
+        if (!each->isShown) continue;
+        if (isExcluded(each->window)) {
+            if (each->bounds.contains(box)) return true;
+        } else if (!each->bounds.intersected(box).isEmpty()) {
+            return false;
+        }
+    }
+    return false;
+}
+
+RectList ExcludedWindows::coveredOf(const TopLevel& topLevel) const {
+    RectList covered;
+    bool isAbove = false;
+    for (const TopLevel& each : stack_.bottomToTop()) {
+        if (each.window == topLevel.window) isAbove = true;
+        if (!isAbove || !each.isShown || !isExcluded(each.window)) continue;
+        if (each.bounds.intersected(topLevel.bounds).isEmpty()) continue;
+        for (const PixelRect& part : boundingShape(connection_, each))
+            if (const PixelRect common =
+                    part.translated(each.bounds.x, each.bounds.y).intersected(topLevel.bounds);
+                !common.isEmpty())
+                covered.push_back(common);
+    }
+    return covered;
+}
+
+void ExcludedWindows::prepare(const PixelRect& area) {
+    area_ = area;
+    holes_.clear();
+    int largest = 0;
+    for (const TopLevel& each : stack_.bottomToTop()) {
+        if (!each.isShown) continue;
+        const auto known = isExcluded_.find(each.window);
+        const bool isLeftOut =
+            known != isExcluded_.end()
+                ? known->second
+                : isExcluded_.emplace(each.window, belongsToAny(connection_, each.window, applications_))
+                      .first->second;
+        const PixelRect hole = each.bounds.intersected(area);
+        if (!isLeftOut || hole.isEmpty()) continue;
+        holes_.push_back(hole);
+        largest = std::max(largest, hole.width * hole.height);
+    }
+    if (holes_.empty()) {
+        redirected_.clear();
+        scratch_.reset();
+        return;
+    }
+
+    const std::size_t bytes = static_cast<std::size_t>(largest) * 4;
+    if (!scratch_ || scratch_->segmentBytes() < bytes)
+        scratch_ = std::make_unique<SharedFrames>(connection_, bytes, 1);
+    const auto manager =
+        connection_.reply(xcb_get_selection_owner_reply,
+                          xcb_get_selection_owner(connection_.get(), connection_.atom("_NET_WM_CM_S0")));
+    isTranslucent_ = manager && manager->owner != XCB_NONE;
+
+    for (const TopLevel& each : stack_.bottomToTop()) {
+        const bool isNeeded =
+            each.isShown && !isExcluded(each.window) && !redirected_.contains(each.window) &&
+            std::any_of(holes_.begin(), holes_.end(),
+                        [&](const PixelRect& hole) { return !each.bounds.intersected(hole).isEmpty(); });
+        if (isNeeded)
+            redirected_.emplace(each.window,
+                                std::make_unique<RedirectedWindow>(connection_, each, coveredOf(each)));
+    }
+    for (const auto& [id, window] : redirected_) window->clearDamage();
+}
+
+bool ExcludedWindows::compose(const Plane& picture) {
+    return std::all_of(holes_.begin(), holes_.end(),
+                       [&](const PixelRect& hole) { return composeHole(hole, picture); });
+}
+
+bool ExcludedWindows::composeHole(const PixelRect& hole, const Plane& picture) {
+    for (const auto& [id, window] : redirected_)
+        if (window->isWaitingFor(hole)) return false;
+    drawRootBackdrop(connection_, hole, picture, area_.x, area_.y, *scratch_);
+    for (const TopLevel& each : stack_.bottomToTop()) {
+        if (!each.isShown || isExcluded(each.window)) continue;
+        const auto window = redirected_.find(each.window);
+        if (window == redirected_.end()) {
+            if (!each.bounds.intersected(hole).isEmpty()) return false;  // shown since; prepare anew
+            continue;
+        }
+        if (!window->second->draw(hole, picture, area_.x, area_.y, *scratch_, isTranslucent_)) return false;
+    }
+    return true;
+}
+
+}  // namespace platform

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Platform/Capture/ShareableContent.hpp"
+#include "Platform/Capture/Xcb/RedirectedWindow.hpp"
+#include "Platform/Capture/Xcb/WindowStack.hpp"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace platform {
+
+/// Keeps the windows of some applications out of a picture of the root: where one of them is, the picture
+/// is composed again from the windows beneath and the root's background. While none of them is shown this
+/// costs nothing but a look at the events of top-level windows.
+class ExcludedWindows {
+  public:
+    ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications);
+
+    /// Takes note of an event; true when the picture may have changed by it.
+    bool handle(const xcb_generic_event_t& event);
+    /// Whether drawing inside `box` (on the root) can only have been seen in the windows left out.
+    bool hides(const PixelRect& box) const;
+
+    /// Gets ready for a picture of `area`. When `revision` is the same afterwards, once the events up to
+    /// the picture have been handled, the picture can be composed.
+    void prepare(const PixelRect& area);
+    std::uint64_t revision() const { return revision_; }
+    /// Composes the picture's parts that show a window left out. False when that has to wait a moment.
+    bool compose(const Plane& picture);
+
+  private:
+    bool isExcluded(xcb_window_t window) const;
+    RectList coveredOf(const TopLevel& topLevel) const;
+    bool composeHole(const PixelRect& hole, const Plane& picture);
+
+    XcbConnection& connection_;
+    const std::vector<RunningApplication> applications_;
+    WindowStack stack_;
+    std::map<xcb_window_t, bool> isExcluded_;  // of those that have been shown
+    std::map<xcb_window_t, std::unique_ptr<RedirectedWindow>> redirected_;
+    PixelRect area_;
+    RectList holes_;  // on the root, inside `area_`
+    std::unique_ptr<SharedFrames> scratch_;
+    bool isTranslucent_ = false;  // a compositing manager blends windows
+    std::uint64_t revision_ = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,155 @@
+#include "Platform/Capture/Xcb/RedirectedWindow.hpp"
+
+#include "Platform/Foundation/Clock.hpp"
+
+#include <utility>
+
+#include <libyuv.h>
+#include <xcb/composite.h>
+#include <xcb/shape.h>
+
+namespace platform {
+
+RectList boundingShape(const XcbConnection& connection, const TopLevel& topLevel) {
+    const PixelRect whole{0, 0, topLevel.bounds.width, topLevel.bounds.height};
+    if (connection.extension(xcb_shape_id) == nullptr) return {whole};
+    const auto answer =
+        connection.reply(xcb_shape_get_rectangles_reply,
+                         xcb_shape_get_rectangles(connection.get(), topLevel.window, XCB_SHAPE_SK_BOUNDING));
+    if (!answer) return {whole};
+    RectList shape;
+    const xcb_rectangle_t* first = xcb_shape_get_rectangles_rectangles(answer.get());
+    for (int i = 0; i < xcb_shape_get_rectangles_rectangles_length(answer.get()); ++i)
+        shape.push_back(
+            {first[i].x + topLevel.border, first[i].y + topLevel.border, first[i].width, first[i].height});
+    return intersected(shape, whole);
+}
+
+RedirectedWindow::RedirectedWindow(XcbConnection& connection, const TopLevel& topLevel,
+                                   const RectList& covered)
+    : connection_(connection),
+      topLevel_(topLevel),
+      damage_(connection, topLevel.window, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES) {
+    xcb_connection_t* c = connection_.get();
+    // A compositing manager keeps the contents already; then all of it is painted.
+    const bool isKept = nameContents();
+    damage_.clear();
+    redirection_ =
+        xcb_composite_redirect_window(c, topLevel.window, XCB_COMPOSITE_REDIRECT_AUTOMATIC).sequence;
+    if (const auto* shape = connection_.extension(xcb_shape_id)) {
+        shapeEvent_ = shape->first_event + XCB_SHAPE_NOTIFY;
+        xcb_shape_select_input(c, topLevel.window, 1);
+    }
+    readShape();
+    if (!isKept) distrust(covered);
+}
+
+RedirectedWindow::~RedirectedWindow() {
+    forgetContents();
+    if (shapeEvent_ >= 0) xcb_shape_select_input(connection_.get(), topLevel_.window, 0);
+    xcb_composite_unredirect_window(connection_.get(), topLevel_.window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+}
+
+void RedirectedWindow::readShape() { shape_ = boundingShape(connection_, topLevel_); }
+
+void RedirectedWindow::distrust(const RectList& covered) {
+    distrustedAt_ = HostClock().now();
+    for (const PixelRect& hidden : covered)
+        for (const PixelRect& part :
+             intersected(shape_, hidden.translated(-topLevel_.bounds.x, -topLevel_.bounds.y))) {
+            unpainted_ = without(unpainted_, part);
+            unpainted_.push_back(part);
+        }
+}
+
+bool RedirectedWindow::nameContents() {
+    xcb_connection_t* c = connection_.get();
+    const xcb_pixmap_t name = xcb_generate_id(c);
+    const auto naming = xcb_composite_name_window_pixmap_checked(c, topLevel_.window, name);
+    const auto size = connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(c, name));
+    if (!connection_.succeeded(naming)) return false;
+    contents_ = name;
+    depth_ = size ? size->depth : 0;
+    return size != nullptr;
+}
+
+void RedirectedWindow::forgetContents() {
+    if (contents_ != XCB_NONE) xcb_free_pixmap(connection_.get(), contents_);
+    contents_ = XCB_NONE;
+}
+
+bool RedirectedWindow::handle(const xcb_generic_event_t& event) {
+    if (const auto box = damage_.boxOf(event)) {
+        // Relative to the window's inner top left.
+        if (static_cast<std::int32_t>(event.full_sequence - redirection_) >= 0)
+            unpainted_ = without(unpainted_, box->translated(topLevel_.border, topLevel_.border));
+        return true;
+    }
+    if ((event.response_type & 0x7f) == shapeEvent_ &&
+        reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window == topLevel_.window) {
+        readShape();
+        return true;
+    }
+    return false;
+}
+
+void RedirectedWindow::follow(const TopLevel& topLevel, const RectList& covered) {
+    const TopLevel before = std::exchange(topLevel_, topLevel);
+    const bool isResized =
+        before.bounds.width != topLevel.bounds.width || before.bounds.height != topLevel.bounds.height;
+    if (!isResized && before.isShown == topLevel.isShown) return;
+    forgetContents();
+    readShape();
+    if (!topLevel.isShown) {
+        unpainted_.clear();
+        return;
+    }
+    // What a resized window keeps is moved over by the server; only what it gained has to be painted.
+    RectList gained = covered;
+    if (before.isShown)
+        gained = without(gained,
+                         {topLevel.bounds.x, topLevel.bounds.y, before.bounds.width, before.bounds.height});
+    distrust(gained);
+}
+
+bool RedirectedWindow::isWaitingFor(const PixelRect& part) const {
+    constexpr double patience = 0.2;  // seconds; a program that paints at all has done so by then
+    return HostClock().now() < distrustedAt_ + patience &&
+           !intersected(unpainted_, part.translated(-topLevel_.bounds.x, -topLevel_.bounds.y)).empty();
+}
+
+bool RedirectedWindow::draw(const PixelRect& part, const Plane& picture, int originX, int originY,
+                            SharedFrames& scratch, bool isTranslucent) {
+    const PixelRect seen = topLevel_.bounds.intersected(part);
+    if (seen.isEmpty()) return true;
+    if (contents_ == XCB_NONE && !nameContents()) return false;
+    if (depth_ != 24 && depth_ != 32) return true;
+    const SegmentLease memory = scratch.borrow();
+    if (!memory) return false;
+    const PixelRect inside = seen.translated(-topLevel_.bounds.x, -topLevel_.bounds.y);
+    const ImageRequest request =
+        requestImage(connection_, contents_, inside.x, inside.y, inside.width, inside.height, *memory);
+    if (!awaitImage(connection_, request, *memory)) {
+        forgetContents();
+        return false;
+    }
+    RectList drawn = intersected(shape_, inside);
+    for (const PixelRect& hidden : unpainted_) drawn = without(drawn, hidden);
+    const int stride = inside.width * 4;
+    for (const PixelRect& area : drawn) {
+        const std::uint8_t* from = memoryOf(*memory) +
+                                   static_cast<std::ptrdiff_t>(area.y - inside.y) * stride +
+                                   (area.x - inside.x) * 4;
+        std::uint8_t* to =
+            picture.data +
+            static_cast<std::ptrdiff_t>(area.y + topLevel_.bounds.y - originY) * picture.stride +
+            (area.x + topLevel_.bounds.x - originX) * 4;
+        if (isTranslucent && depth_ == 32)
+            libyuv::ARGBBlend(from, stride, to, picture.stride, to, picture.stride, area.width, area.height);
+        else
+            libyuv::ARGBCopy(from, stride, to, picture.stride, area.width, area.height);
+    }
+    return true;
+}
+
+}  // namespace platform

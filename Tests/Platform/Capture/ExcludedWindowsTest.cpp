@@ -1,0 +1,133 @@
+#include "Platform/Capture/CaptureHarness.hpp"
+
+#include <atomic>
+
+#include <gmock/gmock.h>
+
+namespace platform::test {
+
+namespace {
+
+constexpr std::uint32_t ownColour = 0xff00ff;
+constexpr std::uint32_t beneathColour = 0x11aa33;
+
+/// Records the main display without the windows of the class "OwnApp" and counts the pixels of their
+/// colour in every frame.
+class ExcludedWindowsOnScreen : public ::testing::Test {
+  protected:
+    void record() {
+        const Display display = service_.shareableContent().displays.at(0);
+        recording_ = std::make_unique<Recording>(
+            service_, DisplayContentFilter{display, {{"OwnApp", "OwnApp", 0}}},
+            configurationFor(display.width(), display.height()), [this](const PixelBuffer& picture, double) {
+                for (int y = 0; y < picture.height(); y += 3)
+                    for (int x = 0; x < picture.width(); x += 3)
+                        if (colourAt(picture, x, y) == ownColour) ++leaked_;
+            });
+        ASSERT_EQ(recording_->startError(), "");
+    }
+    std::unique_ptr<ColourWindow> own(int x, int y, int width, int height, bool isOverride) {
+        auto window = std::make_unique<ColourWindow>(connection_, x, y, width, height,
+                                                     ColourWindow::Look{ownColour, isOverride, "Own"});
+        using namespace std::string_literals;
+        window->setText(XCB_ATOM_WM_CLASS, "own\0OwnApp\0"s);
+        return window;
+    }
+    bool shows(int x, int y, std::uint32_t colour) {
+        return recording_->waitForPicture(
+            [=](const PixelBuffer& picture) { return colourAt(picture, x, y) == colour; });
+    }
+
+    XcbConnection connection_;
+    XcbScreenCaptureService service_;
+    std::unique_ptr<Recording> recording_;
+    std::atomic<int> leaked_{0};
+};
+
+}  // namespace
+
+TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
+    for (const bool isOverride : {true, false}) {
+        SCOPED_TRACE(isOverride ? "override-redirect" : "managed");
+        ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+        beneath.show();
+        auto covering = own(250, 200, 200, 150, isOverride);
+        covering->show();
+        record();
+        EXPECT_TRUE(shows(350, 280, beneathColour)) << "already covered when the recording began";
+
+        // What is drawn beneath the cover is seen although it does not change the screen.
+        beneath.paint(0x2255cc);
+        EXPECT_TRUE(shows(350, 280, 0x2255cc));
+
+        for (int step = 0; step < 40; ++step) covering->move(250 + 20 * step, 200 + 5 * step);
+        beneath.paint(beneathColour);
+        EXPECT_TRUE(shows(350, 280, beneathColour));
+        covering->hide();
+        covering->move(150, 150);
+        covering->show();
+        covering->raise();
+        beneath.paint(0x777711);
+        EXPECT_TRUE(shows(200, 200, 0x777711));
+        beneath.resize(700, 420);
+        beneath.move(90, 120);
+        beneath.paint(beneathColour);
+        EXPECT_TRUE(shows(200, 200, beneathColour));
+
+        // A window above the cover is in front of everything.
+        ColourWindow above(connection_, 160, 160, 60, 60, {0xdddd00, true, "Above"});
+        above.show();
+        EXPECT_TRUE(shows(190, 190, 0xdddd00));
+        recording_->stop();
+        EXPECT_EQ(leaked_, 0);
+    }
+}
+
+TEST_F(ExcludedWindowsOnScreen, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
+    rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
+    ASSERT_EQ(scene.readLine(), "ready");
+    record();
+    ASSERT_TRUE(recording_->waitForFrames(1));
+    recording_->settle();
+    const std::uint32_t background = colourAt(*recording_->latest(), 640, 620);
+    const std::uint32_t lower = colourAt(*recording_->latest(), 640, 690);
+    ASSERT_NE(background, lower);
+    auto covering = own(600, 600, 100, 110, true);
+    covering->show();
+    recording_->settle();
+    EXPECT_EQ(colourAt(*recording_->latest(), 640, 620), background);
+    EXPECT_EQ(colourAt(*recording_->latest(), 640, 690), lower);
+    recording_->stop();
+    EXPECT_EQ(leaked_, 0);
+}
+
+TEST_F(ExcludedWindowsOnScreen, GiveNoFramesForTheirOwnDrawing) {
+    ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+    beneath.show();
+    auto covering = own(250, 200, 200, 150, true);
+    covering->show();
+    record();
+    ASSERT_TRUE(shows(350, 280, beneathColour));
+    const std::size_t before = recording_->settle();
+    for (int i = 0; i < 20; ++i) covering->paint(i % 2 == 0 ? 0xff00fe : ownColour);
+    EXPECT_EQ(recording_->settle(), before);
+    beneath.paint(0x2255cc);
+    EXPECT_TRUE(shows(350, 280, 0x2255cc));
+}
+
+TEST_F(ExcludedWindowsOnScreen, AreFoundByProcessToo) {
+    rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
+    ASSERT_EQ(scene.readLine(), "ready");
+    ColourWindow mine(connection_, 300, 300, 200, 200, {ownColour, true, "Mine"});
+    mine.show();
+    const ShareableContent content = service_.shareableContent();
+    Recording recording(service_,
+                        DisplayContentFilter{content.displays.at(0), {{"some.identifier", "", getpid()}}},
+                        configurationFor(content.displays[0].width(), content.displays[0].height()));
+    EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
+        const std::uint32_t colour = colourAt(picture, 400, 450);
+        return colour != ownColour && colour != 0;
+    }));
+}
+
+}  // namespace platform::test
