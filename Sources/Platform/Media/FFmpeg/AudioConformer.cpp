@@ -86,9 +86,10 @@ void AudioConformer::add(const AudioBuffer& buffer, double time) {
         drain();
         addSilence(std::llround(wanted) - position_);
         openResampler(buffer.format);
-    } else if (offset < -largestDrift) {
+    } else if (offset < -largestDrift || (overlapping_ && offset < 0)) {
         cut = static_cast<std::int64_t>(std::ceil(-offset / sampleRate_ * sourceRate));
-        if (cut >= frames) return;
+        overlapping_ = cut >= frames;
+        if (overlapping_) return;
     } else if (followsDrift_) {
         followDrift(offset, buffer.duration());
     }

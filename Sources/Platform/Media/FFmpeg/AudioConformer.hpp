@@ -46,6 +46,7 @@ class AudioConformer {
     std::optional<AudioFormat> format_;
     std::optional<std::int64_t> first_;
     std::int64_t position_ = 0;  // frames after zero where the next output goes
+    bool overlapping_ = false;   // the last run lay wholly before the output's end
     double drift_ = 0;           // smoothed offset of the source against the output, in frames
 };
 

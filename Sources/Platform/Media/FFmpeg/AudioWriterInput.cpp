@@ -48,6 +48,13 @@ void AudioWriterInput::encodeRest() {
     feedEncoder(nullptr);
 }
 
+/// The encoder's first packet only primes the decoder and lies before the sound. A fragmented file cannot
+/// hide it: players would take its time for the movie's zero and show every picture 21 ms late. Without
+/// it the first 21 ms of sound fade in.
+bool AudioWriterInput::isWanted(const AVPacket& packet) const {
+    return !state_.muxer.isFragmented() || packet.pts >= conformer_.firstFrame().value_or(0);
+}
+
 /// Encodes full encoder frames while `atLeast` frames of sound are waiting.
 void AudioWriterInput::encodeFrames(int atLeast) {
     AVAudioFifo* waiting = conformer_.output();

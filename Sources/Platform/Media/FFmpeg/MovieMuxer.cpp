@@ -54,7 +54,7 @@ void MovieMuxer::begin() {
     const std::lock_guard lock(mutex_);
     AVDictionary* options = nullptr;
     av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
-    if (type_ == FileType::quickTimeMovie) {
+    if (isFragmented()) {
         av_dict_set(&options, "movflags", "delay_moov+default_base_moof", 0);
         av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
         context_->max_interleave_delta = interleaveMicroseconds;
@@ -83,7 +83,7 @@ void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
     dirty_ = true;
     check(av_interleaved_write_frame(context_.get(), &packet), sentence());
     requireNoWriteError();
-    if (type_ != FileType::quickTimeMovie || headOut_) return;
+    if (!isFragmented() || headOut_) return;
     if (std::ranges::find(started_, false) == started_.end())
         headOut_ = true;  // the library writes it with the first fragment
     else if (time > *firstTime_ + headDelaySeconds)
@@ -94,7 +94,7 @@ void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
 /// fragments then carry it.
 void MovieMuxer::startLateTrack(int track) {
     started_[static_cast<std::size_t>(track)] = true;
-    if (type_ == FileType::quickTimeMovie && headOut_)
+    if (isFragmented() && headOut_)
         check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0), sentence());
 }
 
@@ -108,7 +108,7 @@ void MovieMuxer::cutFragment() {
 
 void MovieMuxer::settle() {
     const std::lock_guard lock(mutex_);
-    if (file_ && dirty_ && type_ == FileType::quickTimeMovie) cutFragment();
+    if (file_ && dirty_ && isFragmented()) cutFragment();
 }
 
 void MovieMuxer::finish() {

@@ -20,6 +20,8 @@ class MovieMuxer {
     /// Adds a track of what the opened encoder makes; returns its number.
     int addTrack(const AVCodecContext& encoder);
     bool wantsGlobalHeaders() const;
+    /// The file is written in fragments.
+    bool isFragmented() const { return type_ == FileType::quickTimeMovie; }
     /// Writes the file's head; the tracks are complete.
     void begin();
     /// Writes a packet whose times are in `base`; the packet is consumed. Tracks are interleaved by time.

@@ -62,7 +62,8 @@ void WriterInput::feedEncoder(const AVFrame* frame) {
         const int result = avcodec_receive_packet(encoder_.get(), packet_.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
         check(result, sentence);
-        state_.muxer.write(track_, *packet_, encoder_->time_base);
+        if (isWanted(*packet_)) state_.muxer.write(track_, *packet_, encoder_->time_base);
+        av_packet_unref(packet_.get());
     }
 }
 

@@ -39,6 +39,9 @@ class WriterInput : public AssetWriterInput {
     /// Encodes what is left at the end. Encoder thread; throws PlatformError.
     virtual void encodeRest() = 0;
 
+    /// Whether what the encoder made goes into the file.
+    virtual bool isWanted(const AVPacket&) const { return true; }
+
     /// Gives a frame, or the end with null, to the encoder and what comes out to the file.
     void feedEncoder(const AVFrame* frame);
 
