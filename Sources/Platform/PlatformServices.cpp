@@ -34,7 +34,7 @@ PlatformServices PlatformServices::makeDefault() {
     PlatformServices services;
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
-    services.media = std::make_shared<FFmpegMediaService>();
+    services.media = makeFFmpegMediaService();
     services.screenCapture = std::make_shared<XcbScreenCaptureService>();
     services.desktop = chooseDesktop();
     return services;
