@@ -70,7 +70,7 @@ class AssetWriter {
     virtual Status status() const = 0;
     virtual std::optional<PlatformError> error() const = 0;
     /// Ends the inputs, drains the encoders, completes the file, then calls `done` on a thread of the
-    /// writer's; `status` is completed or failed by then.
+    /// writer's; `status` is completed or failed by then. `done` must not destroy the writer.
     virtual void finishWriting(std::function<void()> done) = 0;
     /// Stops at once. The partial file stays for the caller to remove.
     virtual void cancelWriting() = 0;

@@ -31,15 +31,16 @@ const int* coefficients(ColourMatrix matrix) {
 bool isPlanar420(int format) { return format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P; }
 
 /// A buffer of a pool that is made anew when the shape or the matrix changes.
-PixelBufferRef takeFrom(std::optional<PixelBufferPool>& pool, int width, int height, ColourMatrix matrix) {
-    const auto renew = [&] { pool.emplace(PixelFormat::i420, width, height, poolLimit, matrix); };
-    if (!pool || pool->width() != width || pool->height() != height) renew();
+PixelBufferRef takeFrom(std::optional<PixelBufferPool>& pool, PixelFormat format, int width, int height,
+                        ColourMatrix matrix) {
+    const auto renew = [&] { pool.emplace(format, width, height, poolLimit, matrix); };
+    if (!pool || pool->format() != format || pool->width() != width || pool->height() != height) renew();
     PixelBufferRef buffer = pool->createPixelBuffer();
     if (buffer && buffer->matrix() != matrix) {
         renew();
         buffer = pool->createPixelBuffer();
     }
-    return buffer ? buffer : std::make_shared<PixelBuffer>(PixelFormat::i420, width, height, matrix);
+    return buffer ? buffer : std::make_shared<PixelBuffer>(format, width, height, matrix);
 }
 
 PixelBufferRef wrap(const AVFrame& frame, ColourMatrix matrix) {
@@ -143,7 +144,7 @@ PixelBufferRef PictureConversion::scaled(const AVFrame& frame, ColourMatrix matr
     constexpr int one = 1 << 16;  // brightness, contrast and saturation stay as they are
     sws_setColorspaceDetails(scaler_.get(), coefficients(matrix), isFullRange(matrix), coefficients(wanted),
                              isFullRange(wanted), 0, one, one);
-    PixelBufferRef target = takeFrom(converted_, frame.width, frame.height, wanted);
+    PixelBufferRef target = takeFrom(planar_, PixelFormat::i420, frame.width, frame.height, wanted);
     const std::array<std::uint8_t*, 4> data{target->plane(0).data, target->plane(1).data,
                                             target->plane(2).data, nullptr};
     const std::array<int, 4> strides{target->plane(0).stride, target->plane(1).stride,
@@ -163,7 +164,7 @@ PixelBufferRef PictureConversion::planar(const AVFrame& frame) {
 PixelBufferRef PictureConversion::buffer(const AVFrame& frame, PixelFormat format) {
     PixelBufferRef picture = planar(frame);
     if (format == PixelFormat::i420) return picture;
-    auto result = std::make_shared<PixelBuffer>(format, frame.width, frame.height);
+    PixelBufferRef result = takeFrom(shown_, format, frame.width, frame.height, ColourMatrix::bt709Limited);
     convertPixels(*picture, *result);
     return result;
 }
@@ -177,7 +178,8 @@ FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer) {
     if (picture->format() == PixelFormat::i420 && even) return frameOver(picture);
 
     const int codedWidth = width + width % 2, codedHeight = height + height % 2;
-    PixelBufferRef coded = takeFrom(coded_, codedWidth, codedHeight, ColourMatrix::bt709Limited);
+    PixelBufferRef coded =
+        takeFrom(coded_, PixelFormat::i420, codedWidth, codedHeight, ColourMatrix::bt709Limited);
     PixelBuffer visible = visiblePart(coded, width, height);
     if (picture->format() == PixelFormat::i420)
         copyPlanes(*picture, visible);

@@ -23,8 +23,9 @@ class PictureConversion {
     PixelBufferRef scaled(const AVFrame& frame, ColourMatrix matrix, ColourMatrix wanted);
 
     SwsPtr scaler_;
-    std::optional<PixelBufferPool> converted_;
-    std::optional<PixelBufferPool> coded_;
+    std::optional<PixelBufferPool> planar_;  // i420 made from other formats
+    std::optional<PixelBufferPool> shown_;   // what a reader delivers when it isn't i420
+    std::optional<PixelBufferPool> coded_;   // what an encoder gets when it can't have the original
 };
 
 /// The matrix of a decoded frame; of an unmarked one the usual guess by its height.
