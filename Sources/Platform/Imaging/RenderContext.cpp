@@ -4,7 +4,6 @@
 #include "Platform/Imaging/Yuv/GrayConversion.hpp"
 #include "Platform/Imaging/YuvBlend.hpp"
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -64,9 +63,8 @@ std::vector<LayerGroup> groupLayers(std::vector<Layer>::const_iterator begin,
                 grew = true;
             }
         }
+        // Groups that were apart do not care which of them comes first; this layer lies over them all.
         joined.layers.push_back(&*layer);
-        // Pointers into one list: their order is the order of the stack.
-        std::sort(joined.layers.begin(), joined.layers.end());
         groups.push_back(std::move(joined));
     }
     return groups;

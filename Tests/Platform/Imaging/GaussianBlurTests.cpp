@@ -55,7 +55,8 @@ TEST_P(GaussianBlur, followsTheReference) {
             for (int x = 0; x < out.width(); ++x)
                 worst = std::max(worst, std::abs(sampleAt(out, x, y)[c] -
                                                  expected[static_cast<std::size_t>(y * out.width() + x)]));
-        EXPECT_LE(worst, 1.5) << "channel " << c;
+        // Beyond sixteen pixels it is computed at a reduced size; still below one in a hundred.
+        EXPECT_LE(worst, sigma <= 16 ? 1.2 : 2.5) << "channel " << c;
     }
 }
 

@@ -105,6 +105,26 @@ TEST(PlanarRender, overlaysChangeNothingOutsideTheirRectangle) {
     EXPECT_GT(changed, 500);
 }
 
+/// Two that do not meet, one that joins them, one that lies under all: the order of the stack counts.
+TEST(PlanarRender, overlaysKeepTheirOrder) {
+    const Image screen = Image::fromBuffer(converted(*waves(64, 32), PixelFormat::i420));
+    const Image red = Image::constant({0.8, 0.1, 0.1, 1}).cropped({4, 4, 16, 16});
+    const Image green = Image::constant({0.1, 0.8, 0.1, 1}).cropped({40, 8, 16, 16});
+    const Image blue = Image::constant({0.1, 0.1, 0.8, 1}).cropped({12, 10, 36, 8});
+    const Image gray = Image::constant({0.5, 0.5, 0.5, 1}).cropped({0, 12, 64, 4});
+    const Image stacks[] = {
+        blue.compositedOver(green).compositedOver(red).compositedOver(gray),
+        green.compositedOver(gray.compositedOver(red).compositedOver(blue)),
+        gray.compositedOver(red.compositedOver(blue.compositedOver(green))),
+    };
+    for (const Image& stack : stacks) {
+        PixelBuffer planar(PixelFormat::i420, 64, 32);
+        RenderContext().render(stack.compositedOver(screen), planar, boundsOf(planar));
+        const auto direct = RenderContext().makeBitmap(stack.compositedOver(screen), 64, 32);
+        EXPECT_GT(peakSignalToNoise(*converted(planar, PixelFormat::bgra), *direct), 40);
+    }
+}
+
 TEST(PlanarRender, overlaysBlendAsInColours) {
     const auto colours = waves(96, 64);
     for (const ColourMatrix matrix : matrices) {
