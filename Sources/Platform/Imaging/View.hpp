@@ -11,8 +11,8 @@ struct View {
     AxisMap map;
     /// In the output: nothing shows outside.
     Rect clip = wholePlane();
-    /// In the node's plane: no sample is taken outside. It ends at the nearest scaling below a crop; a
-    /// crop of the scaled picture cuts it, but does not change how its last pixels are sampled.
+    /// In the node's plane: no sample is taken outside. Crops that were made before the picture was scaled
+    /// limit its samples; one that was made afterwards only clips what shows.
     Rect limit = wholePlane();
 
     View cropped(const Rect& to) const { return {map, clip.intersected(map(to)), limit.intersected(to)}; }
