@@ -1,0 +1,329 @@
+// The whole run on real movies: sessions are made with the real writer, exported with the real codecs, and
+// what comes out is decoded and looked at.
+#include "Cobaltreel/Export/ExportFixture.hpp"
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <future>
+#include <numbers>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace cobaltreel {
+namespace {
+
+using platform::AudioBuffer;
+using platform::MediaTime;
+using platform::MediaType;
+using platform::PixelBuffer;
+using platform::PixelFormat;
+
+constexpr int width = 320, height = 180, bits = 8, cell = width / bits;
+constexpr double firstPTS = 500;
+
+/// A picture that carries a number: eight cells, black or white, lowest bit left.
+std::shared_ptr<PixelBuffer> numbered(int number) {
+    auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            picture->plane(0).data[y * picture->plane(0).stride + x] = (number >> (x / cell)) & 1 ? 220 : 30;
+    for (int plane : {1, 2})
+        std::memset(picture->plane(plane).data, 128,
+                    static_cast<std::size_t>(picture->plane(plane).stride * picture->plane(plane).height));
+    return picture;
+}
+
+int numberIn(const PixelBuffer& picture) {
+    int number = 0;
+    for (int bit = 0; bit < bits; ++bit) {
+        const int x = picture.width() * (2 * bit + 1) / (2 * bits), y = picture.height() / 4;
+        if (picture.plane(0).data[y * picture.plane(0).stride + x] > 125) number |= 1 << bit;
+    }
+    return number;
+}
+
+std::shared_ptr<PixelBuffer> plain(int w, int h, int luma) {
+    auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, w, h);
+    for (int plane = 0; plane < 3; ++plane)
+        std::memset(picture->plane(plane).data, plane == 0 ? luma : 128,
+                    static_cast<std::size_t>(picture->plane(plane).stride * picture->plane(plane).height));
+    return picture;
+}
+
+/// Silence with a loud tone of a tenth of a second at `beepAt` (seconds from the first sample).
+std::shared_ptr<AudioBuffer> soundWithBeep(double seconds, int channels, double beepAt) {
+    auto sound = std::make_shared<AudioBuffer>();
+    sound->format = {48000, channels, true};
+    sound->bytes.resize(static_cast<std::size_t>(seconds * 48000) * sound->format.bytesPerFrame());
+    auto samples = sound->floats();
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const double t = static_cast<double>(i / static_cast<std::size_t>(channels)) / 48000 - beepAt;
+        samples[i] =
+            t >= 0 && t < 0.1 ? static_cast<float>(0.6 * std::sin(2 * std::numbers::pi * 1000 * t)) : 0;
+    }
+    return sound;
+}
+
+class RealExportTest : public testing::Test {
+  protected:
+    RealExportTest() {
+        meta.version = 1;
+        meta.captureWidthPx = width;
+        meta.captureHeightPx = height;
+        meta.displayFramePoints = {0, 0, width, height};
+        meta.scaleFactor = 1;
+        meta.mainScreenHeightPoints = height;
+        meta.screenFirstPTS = firstPTS;
+        meta.bubbleSizeFraction = 0.4;
+        meta.cameraCorner = CameraCorner::bottomRight;
+        options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
+        options.quality = ExportOptions::Quality::full;
+        options.outputURL = temporary.path() / "out.mp4";
+    }
+
+    struct Picture {
+        double time;
+        std::shared_ptr<PixelBuffer> picture;
+    };
+    void writeMovie(const std::filesystem::path& path, platform::VideoSettings video, double start,
+                    const std::vector<Picture>& pictures, std::shared_ptr<AudioBuffer> sound) {
+        auto writer = media->makeWriter(path, platform::FileType::quickTimeMovie);
+        video.expectsMediaDataInRealTime = true;
+        platform::AssetWriterInput* videoInput = pictures.empty() ? nullptr : &writer->addVideoInput(video);
+        platform::AssetWriterInput* audioInput = nullptr;
+        if (sound) audioInput = &writer->addAudioInput({48000, sound->format.channels, 128000, true});
+        ASSERT_TRUE(writer->startWriting()) << (writer->error() ? writer->error()->description() : "");
+        writer->startSession(MediaTime::fromSeconds(start, 90000));
+        const auto append = [&](platform::AssetWriterInput& input, const platform::SampleBuffer& sample) {
+            while (!input.waitUntilReady(0.1) && writer->status() == platform::AssetWriter::Status::writing) {
+            }
+            ASSERT_TRUE(input.append(sample));
+        };
+        constexpr std::size_t runFrames = 4800;
+        std::size_t soundDone = 0;
+        const auto appendSoundUpTo = [&](double time) {
+            while (sound && soundDone < sound->frameCount() &&
+                   static_cast<double>(soundDone) / 48000 <= time) {
+                auto run = std::make_shared<AudioBuffer>();
+                run->format = sound->format;
+                const std::size_t frames = std::min(runFrames, sound->frameCount() - soundDone);
+                const auto from = sound->bytes.begin() +
+                                  static_cast<std::ptrdiff_t>(soundDone * sound->format.bytesPerFrame());
+                run->bytes.assign(from,
+                                  from + static_cast<std::ptrdiff_t>(frames * sound->format.bytesPerFrame()));
+                append(*audioInput,
+                       {MediaTime::fromSeconds(start + static_cast<double>(soundDone) / 48000, 48000),
+                        nullptr, run});
+                soundDone += frames;
+            }
+        };
+        for (const Picture& p : pictures) {
+            appendSoundUpTo(p.time);
+            append(*videoInput, {MediaTime::fromSeconds(start + p.time, 90000), p.picture, nullptr});
+        }
+        appendSoundUpTo(1e9);
+        const auto finished = std::make_shared<std::promise<void>>();
+        writer->finishWriting([finished] { finished->set_value(); });
+        finished->get_future().wait();
+        ASSERT_EQ(writer->status(), platform::AssetWriter::Status::completed);
+    }
+    /// Numbered frames at 60 a second; the pictures between 1 s and 1.5 s never came.
+    void writeScreen(double seconds, std::shared_ptr<AudioBuffer> sound = nullptr) {
+        std::vector<Picture> pictures;
+        for (int i = 0; i < seconds * 60; ++i)
+            if (i < 60 || i >= 90) pictures.push_back({i / 60.0, numbered(i)});
+        writeMovie(folder.screenMovie(),
+                   {.codec = platform::VideoCodec::hevc,
+                    .width = width,
+                    .height = height,
+                    .averageBitRate = 20'000'000,
+                    .expectedFrameRate = 60},
+                   firstPTS, pictures, std::move(sound));
+    }
+    static int expectedNumber(double movieTime) {
+        const int frame = static_cast<int>(std::floor(movieTime * 60 + 1e-6));
+        return frame >= 60 && frame < 90 ? 59 : frame;
+    }
+
+    void run() {
+        ExportRenderer renderer(folder, meta, media, nullptr);
+        renderer.exportMovie(options);
+    }
+    std::vector<platform::SampleBuffer> decodedPictures() {
+        const auto asset = media->asset(options.outputURL);
+        const auto tracks = asset->loadTracks(MediaType::video);
+        EXPECT_EQ(tracks.size(), 1U);
+        auto reader = media->makeTrackReader(asset, tracks.at(0), {0, 1000}, PixelFormat::i420);
+        EXPECT_TRUE(reader->startReading());
+        std::vector<platform::SampleBuffer> pictures;
+        while (auto sample = reader->copyNextSampleBuffer()) pictures.push_back(*sample);
+        return pictures;
+    }
+    /// Times at which the exported sound becomes loud.
+    std::vector<double> decodedBeeps() {
+        const auto asset = media->asset(options.outputURL);
+        const auto tracks = asset->loadTracks(MediaType::audio);
+        if (tracks.empty()) return {};
+        platform::Composition composition;
+        composition.addMutableTrack(MediaType::audio)
+            .insertTimeRange(tracks[0].timeRange, asset, tracks[0], 0);
+        auto reader = media->makeAudioMixReader(composition);
+        EXPECT_TRUE(reader->startReading());
+        std::vector<double> beeps;
+        double loudUntil = -1;
+        while (auto sample = reader->copyNextSampleBuffer()) {
+            const auto samples = sample->audio->floats();
+            for (std::size_t i = 0; i < samples.size(); i += 2) {
+                if (std::abs(samples[i]) < 0.3) continue;
+                const double t = sample->presentationTime.seconds() + static_cast<double>(i / 2) / 48000;
+                if (t > loudUntil) beeps.push_back(t);
+                loudUntil = t + 0.05;
+            }
+        }
+        return beeps;
+    }
+
+    TemporaryFolder temporary;
+    SessionFolder folder{temporary.path()};
+    SessionMeta meta;
+    ExportOptions options;
+    std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
+};
+
+TEST_F(RealExportTest, EveryFrameShowsThePictureOfItsTimeFromTheFirstToTheLast) {
+    writeScreen(3);
+    for (const auto& [start, end] : {std::pair(0.0, 3.0), {0.51, 2.26}, {2.5, 2.51}}) {
+        options.trimStart = start;
+        options.trimEnd = end;
+        run();
+        const auto pictures = decodedPictures();
+        ASSERT_EQ(static_cast<std::int64_t>(pictures.size()), ExportRenderer::frameCount(end - start));
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            const double t = static_cast<double>(i) / 30;
+            EXPECT_NEAR(pictures[i].presentationTime.seconds(), t, 1e-4);
+            EXPECT_EQ(numberIn(*pictures[i].image), expectedNumber(start + t))
+                << "frame " << i << " from " << start;
+        }
+        EXPECT_TRUE(media->asset(options.outputURL)->loadTracks(MediaType::audio).empty());
+    }
+}
+
+TEST_F(RealExportTest, CameraAndSoundsKeepTheirTimes) {
+    // The camera began 0.3 s after the screen; its picture turns bright, and it hears a beep, at 1.2 s of
+    // its own time. The computer beeps at 2.4 s of the screen's time.
+    writeScreen(3, soundWithBeep(3, 2, 2.4));
+    std::vector<Picture> camera;
+    for (int i = 0; i < 81; ++i) camera.push_back({i / 30.0, plain(1280, 720, i < 36 ? 60 : 220)});
+    writeMovie(folder.cameraMovie(),
+               {.codec = platform::VideoCodec::h264,
+                .width = 1280,
+                .height = 720,
+                .averageBitRate = 4'000'000,
+                .expectedFrameRate = 30},
+               firstPTS + 0.3, camera, soundWithBeep(2.7, 1, 1.2));
+    meta.cameraFirstPTS = firstPTS + 0.3;
+    meta.cameraEnabled = meta.systemAudioEnabled = true;
+    options.bubble = options.systemAudio = true;
+
+    for (const double trimStart : {0.0, 0.7}) {
+        options.trimStart = trimStart;
+        options.trimEnd = 3;
+        run();
+        double bright = -1, appears = -1;
+        int before = -1;
+        for (const auto& picture : decodedPictures()) {
+            // The middle of the bubble: 72 pixels across, 5.4 from the corner.
+            const int luma =
+                picture.image->plane(0).data[(180 - 41) * picture.image->plane(0).stride + 320 - 41];
+            const double t = picture.presentationTime.seconds();
+            if (appears < 0 && std::abs(luma - 60) < 8) appears = t;
+            if (bright < 0 && luma > 180 && before >= 0 && before < 100) bright = t;
+            before = luma;
+        }
+        EXPECT_NEAR(bright, 1.5 - trimStart, 1.0 / 30 + 1e-3);
+        EXPECT_NEAR(appears, std::max(0.0, 0.3 - trimStart), 1.0 / 30 + 1e-3);
+        const auto beeps = decodedBeeps();
+        ASSERT_EQ(beeps.size(), 2U);
+        EXPECT_NEAR(beeps[0], 1.5 - trimStart, 0.005);
+        EXPECT_NEAR(beeps[1], 2.4 - trimStart, 0.005);
+    }
+    options.systemAudio = false;
+    run();
+    EXPECT_EQ(decodedBeeps().size(), 1U);
+}
+
+TEST_F(RealExportTest, TheZoomShowsTheClickedPlace) {
+    writeScreen(3);
+    EventLog log;
+    log.samples = {{firstPTS + 0.1, 300, 170, 0}, {firstPTS + 0.2, 300, 170, 1}};  // the upper right corner
+    folder.writeEvents(log);
+    options.autoZoom = options.clickRipples = true;
+    options.trimEnd = 2;
+    run();
+    const auto pictures = decodedPictures();
+    ASSERT_EQ(pictures.size(), 60U);
+    // Zoomed by two into the right half, the picture shows the four highest bits, each twice as wide.
+    // By frame 23 the zoom is complete and the ripple gone; the zoom-out begins at 0.8 s.
+    const auto& zoomed = *pictures[23].image;
+    for (int bit = 0; bit < 4; ++bit) {
+        const int luma = zoomed.plane(0).data[150 * zoomed.plane(0).stride + 40 + 80 * bit];
+        EXPECT_EQ(luma > 125, ((expectedNumber(23 / 30.0) >> (4 + bit)) & 1) != 0) << "bit " << bit;
+    }
+}
+
+TEST_F(RealExportTest, CancellingStopsSoonAndLeavesNothing) {
+    writeScreen(3);
+    options.trimEnd = 1800;  // the last frame stays: an export that would run for minutes
+    ExportRenderer renderer(folder, meta, media, nullptr);
+    std::promise<void> under_way;
+    bool told = false;
+    renderer.onProgress = [&](double) {
+        if (!std::exchange(told, true)) under_way.set_value();
+    };
+    auto exporting = std::async(std::launch::async, [&] { renderer.exportMovie(options); });
+    under_way.get_future().wait();
+    renderer.cancelled = true;
+    ASSERT_EQ(exporting.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_THROW(exporting.get(), ExportRenderer::Error);
+    EXPECT_FALSE(std::filesystem::exists(options.outputURL));
+}
+
+TEST_F(RealExportTest, DamagedSessionsAndFullFoldersAreErrorsThatNameTheFile) {
+    const auto failure = [&]() -> std::string {
+        try {
+            run();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "exported";
+    };
+    options.trimEnd = 2;
+    EXPECT_NE(failure().find("screen.mov"), std::string::npos) << "no movie at all: " << failure();
+    std::ofstream(folder.screenMovie()) << "not a movie";
+    EXPECT_NE(failure().find("screen.mov"), std::string::npos) << "garbage: " << failure();
+    std::filesystem::remove(folder.screenMovie());
+    writeMovie(folder.screenMovie(), {}, firstPTS, {}, soundWithBeep(1, 2, 0.1));
+    EXPECT_EQ(failure(), "no screen track");
+
+    std::filesystem::remove(folder.screenMovie());
+    writeScreen(3);
+    options.outputURL = temporary.path() / "no such folder" / "out.mp4";
+    EXPECT_NE(failure().find("no such folder"), std::string::npos) << failure();
+
+    // A movie that breaks off keeps what it has: the rest of the export shows its last frame.
+    options.outputURL = temporary.path() / "out.mp4";
+    options.trimEnd = 3;
+    std::filesystem::resize_file(folder.screenMovie(),
+                                 std::filesystem::file_size(folder.screenMovie()) * 2 / 3);
+    EXPECT_EQ(failure(), "exported");
+    const auto pictures = decodedPictures();
+    ASSERT_EQ(pictures.size(), 90U);
+    EXPECT_EQ(numberIn(*pictures[15].image), 30);
+}
+
+}  // namespace
+}  // namespace cobaltreel
