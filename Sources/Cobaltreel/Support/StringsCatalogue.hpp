@@ -1,0 +1,67 @@
+#pragma once
+
+/// Every fixed text of the interface: ENTRY(name, Hebrew, English). The one list from which the
+/// accessors of `S`, their counterparts in the declarative views and the catalogue walk are made.
+// clang-format off
+#define COBALTREEL_TEXTS(ENTRY)                                                                              \
+    ENTRY(startRecording, u"התחל הקלטה", u"Start Recording")                                                  \
+    ENTRY(stopRecording, u"עצור הקלטה", u"Stop Recording")                                                    \
+    ENTRY(fullScreen, u"מסך מלא", u"Full Screen")                                                             \
+    ENTRY(window, u"חלון", u"Window")                                                                         \
+    ENTRY(systemAudio, u"צלילי מערכת", u"System audio")                                                       \
+    ENTRY(autoZoom, u"זום אוטומטי", u"Auto-zoom")                                                             \
+    ENTRY(camera, u"מצלמה", u"Camera")                                                                        \
+    ENTRY(microphone, u"מיקרופון", u"Microphone")                                                             \
+    ENTRY(mirror, u"מראה", u"Mirror")                                                                         \
+    ENTRY(topLeft, u"שמאל למעלה", u"Top left")                                                                \
+    ENTRY(topRight, u"ימין למעלה", u"Top right")                                                              \
+    ENTRY(bottomLeft, u"שמאל למטה", u"Bottom left")                                                           \
+    ENTRY(bottomRight, u"ימין למטה", u"Bottom right")                                                         \
+    ENTRY(bubbleSize, u"גודל הבועה", u"Bubble size")                                                          \
+    ENTRY(cameraStyle, u"סגנון מצלמה", u"Camera style")                                                       \
+    ENTRY(bubble, u"בועה", u"Bubble")                                                                         \
+    ENTRY(cutout, u"הסרת רקע", u"Cutout")                                                                     \
+    ENTRY(settings, u"הגדרות", u"Settings")                                                                   \
+    ENTRY(quit, u"צא מ-Cobaltreel", u"Quit Cobaltreel")                                                       \
+    ENTRY(shortcut, u"⌥⌘2", u"⌥⌘2")                                                                           \
+    ENTRY(version, u"Cobaltreel v1.0", u"Cobaltreel v1.0")                                                    \
+    ENTRY(versionEgg, u"👑 Zorvath המלך", u"👑 Zorvath המלך")                                                 \
+    ENTRY(quality, u"איכות", u"Quality")                                                                      \
+    ENTRY(quality720, u"720p — קובץ קטן", u"720p — small file")                                               \
+    ENTRY(quality1080, u"1080p — מומלץ", u"1080p — recommended")                                              \
+    ENTRY(qualityFull, u"רזולוציה מלאה", u"Full resolution")                                                  \
+    ENTRY(clickHighlights, u"הדגשת קליקים", u"Click highlights")                                              \
+    ENTRY(fileName, u"שם הקובץ", u"File name")                                                                \
+    ENTRY(trimStart, u"תחילת הסרטון", u"Start of video")                                                      \
+    ENTRY(trimEnd, u"סוף הסרטון", u"End of video")                                                            \
+    ENTRY(exportNote, u"הזום, הבועה והקליקים ייראו בקובץ המיוצא",                                             \
+          u"Zoom, camera overlay, and click highlights appear in the exported file")                         \
+    ENTRY(exportMovie, u"ייצא", u"Export")                                                                    \
+    ENTRY(exporting, u"מייצא…", u"Exporting…")                                                                \
+    ENTRY(cancel, u"בטל", u"Cancel")                                                                          \
+    ENTRY(showInFinder, u"הצג ב-Finder", u"Show in Finder")                                                   \
+    ENTRY(exportFailed, u"הייצוא נכשל. ההקלטה שמורה — אפשר לנסות שוב",                                        \
+          u"Export failed. The recording is saved — you can try again")                                      \
+    ENTRY(onboardingHeading, u"כמה אישורים לפני שמתחילים", u"A few permissions before we start")              \
+    ENTRY(screenRecording, u"הקלטת מסך", u"Screen Recording")                                                 \
+    ENTRY(allow, u"אשר", u"Allow")                                                                            \
+    ENTRY(openSystemSettings, u"פתח הגדרות", u"Open System Settings")                                         \
+    ENTRY(relaunch, u"הפעל מחדש", u"Relaunch")                                                                \
+    ENTRY(language, u"שפה", u"Language")                                                                      \
+    ENTRY(orphanTitle, u"נמצאה הקלטה שלא יוצאה", u"Found a recording that wasn't exported")                   \
+    ENTRY(orphanMessage, u"רוצה לפתוח אותה ולייצא?", u"Open it and export?")                                  \
+    ENTRY(open, u"פתח", u"Open")                                                                              \
+    ENTRY(notEnoughDiskSpace, u"אין מספיק מקום פנוי בדיסק (נדרשים לפחות 2GB)",                                \
+          u"Not enough free disk space (at least 2 GB required)")                                            \
+    ENTRY(recordingFailed, u"ההקלטה נכשלה. בדוק את הרשאת הקלטת המסך בהגדרות",                                 \
+          u"Recording failed. Check the Screen Recording permission in System Settings")                     \
+    ENTRY(cameraBusy, u"המצלמה תפוסה על ידי אפליקציה אחרת — סגור אותה ונסה שוב",                              \
+          u"The camera is in use by another app — close it and try again")                                   \
+    ENTRY(stoppedDiskFull, u"ההקלטה נעצרה — הדיסק כמעט מלא", u"Recording stopped — disk almost full")         \
+    ENTRY(stoppedTimeLimit, u"ההקלטה נעצרה אוטומטית אחרי 30 דקות",                                            \
+          u"Recording stopped automatically after 30 minutes")                                               \
+    ENTRY(microphoneRequired,                                                                                \
+          u"צריך הרשאת מיקרופון כדי להקליט. אשר בהגדרות המערכת ← פרטיות ואבטחה ← מיקרופון, והפעל מחדש",        \
+          u"Microphone permission is required to record. Allow it in System Settings → Privacy & Security → " \
+          u"Microphone, then relaunch")
+// clang-format on
