@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QColor>
+#include <QQuickPaintedItem>
+#include <QString>
+
+#include <QtQml/qqmlregistration.h>
+
+namespace cobaltreel {
+
+/// One of the pictures of IconArt, sharp at every density.
+class Icon : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged REQUIRED FINAL)
+    Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
+
+  public:
+    explicit Icon(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
+
+    QString name() const { return name_; }
+    void setName(const QString& name);
+    QColor colour() const { return colour_; }
+    void setColour(const QColor& colour);
+    void paint(QPainter* painter) override;
+
+  Q_SIGNALS:
+    void nameChanged();
+    void colourChanged();
+
+  private:
+    QString name_;
+    QColor colour_ = Qt::white;
+};
+
+}  // namespace cobaltreel

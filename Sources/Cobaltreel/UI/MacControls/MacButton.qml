@@ -1,0 +1,77 @@
+import QtQuick
+import QtQuick.Templates as T
+import Cobaltreel.Controls
+
+/// A plain push button: a text, a picture, or both, on a filled rounded rectangle. Answers Space and Return.
+T.AbstractButton {
+    id: control
+
+    /// A picture of the kit; empty for none.
+    property string iconName: ""
+    property color fill: Color.button
+    property color outline: "transparent"
+    property real corner: 5
+    property bool showsFocus: visualFocus
+
+    readonly property real pictureRoom: picture.visible ? picture.width + (text === "" ? 0 : row.spacing) : 0
+
+    implicitWidth: pictureRoom + (text === "" ? 0 : title.implicitWidth) + leftPadding + rightPadding
+    implicitHeight: Math.max(picture.height, title.implicitHeight) + topPadding + bottomPadding
+    horizontalPadding: 8
+    verticalPadding: 4
+    opacity: enabled ? 1 : 0.4
+    focusPolicy: Qt.StrongFocus
+    font.pixelSize: TextSize.small
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: control.clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    background: SmoothRectangle {
+        colour: control.fill
+        radius: control.corner
+
+        Rectangle {
+            anchors.fill: parent
+            radius: control.corner
+            color: control.down ? Qt.rgba(0, 0, 0, 0.25) : "transparent"
+            border.color: control.outline
+        }
+    }
+
+    Row {
+        id: row
+
+        anchors.centerIn: parent
+        spacing: 6
+
+        Icon {
+            id: picture
+
+            anchors.verticalCenter: parent.verticalCenter
+            width: Math.round(control.font.pixelSize * 1.15)
+            height: width
+            name: control.iconName
+            visible: control.iconName !== ""
+        }
+        ControlText {
+            id: title
+
+            anchors.verticalCenter: parent.verticalCenter
+            width: Math.min(implicitWidth, control.availableWidth - control.pictureRoom)
+            text: control.text
+            font: control.font
+            color: "white"
+            visible: control.text !== ""
+            revealed: control.showsFocus
+            Accessible.ignored: true
+        }
+    }
+
+    FocusRing {
+        shown: control.showsFocus
+        corner: control.corner
+    }
+}

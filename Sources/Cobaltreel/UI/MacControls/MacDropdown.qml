@@ -1,0 +1,149 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Cobaltreel.Controls
+
+/// A pull-down menu under a MacMenuLabel. `content` is a list of { value, title }; choosing an item hands
+/// out its value through `chosen`. The item whose value is `selection`, if any, carries a check mark.
+T.AbstractButton {
+    id: control
+
+    required property var content
+    property var selection
+    property bool showsFocus: visualFocus
+    readonly property alias isOpen: menu.opened
+
+    signal chosen(var value)
+
+    implicitWidth: implicitContentWidth
+    implicitHeight: implicitContentHeight
+    opacity: enabled ? 1 : 0.4
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.role: Accessible.ButtonMenu
+    Accessible.name: text
+    Accessible.onPressAction: control.open()
+    onPressed: open()
+    Keys.onReturnPressed: open()
+    Keys.onEnterPressed: open()
+    Keys.onDownPressed: open()
+
+    function open() {
+        if (content.length === 0)
+            return;
+        items.currentIndex = Math.max(0, content.findIndex(item => item.value === selection));
+        menu.open();
+        items.positionViewAtIndex(items.currentIndex, ListView.Contain);
+    }
+    function choose(index: int) {
+        const value = content[index].value;
+        menu.close();
+        chosen(value);
+    }
+
+    contentItem: MacMenuLabel {
+        text: control.text
+        revealed: control.showsFocus && !control.isOpen
+    }
+
+    T.Popup {
+        id: menu
+
+        readonly property real room: control.Window.window ? control.Window.window.height - 2 * margins : 400
+
+        y: control.height + 4
+        width: control.width
+        height: Math.min(items.contentHeight + topPadding + bottomPadding, room)
+        margins: 6
+        padding: 4
+        focus: true
+        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+
+        background: Rectangle {
+            radius: 6
+            color: Color.menu
+            border.color: Color.separator
+        }
+        ListView {
+            id: items
+
+            anchors.fill: parent
+            LayoutMirroring.enabled: control.mirrored
+            LayoutMirroring.childrenInherit: true
+            Accessible.role: Accessible.PopupMenu
+            Accessible.name: control.text
+            clip: true
+            focus: true
+            boundsBehavior: Flickable.StopAtBounds
+            keyNavigationEnabled: true
+            model: control.content
+            Keys.onReturnPressed: control.choose(currentIndex)
+            Keys.onEnterPressed: control.choose(currentIndex)
+            Keys.onSpacePressed: control.choose(currentIndex)
+            Keys.onPressed: event => {
+                event.accepted = event.key === Qt.Key_Home || event.key === Qt.Key_End;
+                if (event.accepted)
+                    currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
+            }
+
+            delegate: T.AbstractButton {
+                id: item
+
+                required property int index
+                required property var modelData
+                readonly property bool isCurrent: index === items.currentIndex
+
+                width: items.width
+                implicitHeight: title.implicitHeight + 10
+                focusPolicy: Qt.NoFocus
+                hoverEnabled: true
+
+                Accessible.role: Accessible.MenuItem
+                Accessible.name: modelData.title
+                Accessible.checkable: control.selection !== undefined
+                Accessible.checked: mark.visible
+                Accessible.onPressAction: control.choose(index)
+                onHoveredChanged: if (hovered)
+                    items.currentIndex = index
+                onClicked: control.choose(index)
+
+                background: Rectangle {
+                    radius: 4
+                    color: item.isCurrent ? Color.crAccent : "transparent"
+                }
+
+                Icon {
+                    id: mark
+
+                    anchors.left: parent.left
+                    anchors.leftMargin: 6
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 10
+                    height: 10
+                    name: "check"
+                    visible: item.modelData.value === control.selection
+                }
+                ControlText {
+                    id: title
+
+                    anchors.left: parent.left
+                    anchors.leftMargin: 22
+                    anchors.right: parent.right
+                    anchors.rightMargin: 6
+                    anchors.verticalCenter: parent.verticalCenter
+                    horizontalAlignment: Text.AlignLeft
+                    text: item.modelData.title
+                    revealed: item.isCurrent
+                    color: item.isCurrent ? "white" : Color.text
+                    Accessible.ignored: true
+                }
+            }
+        }
+    }
+
+    FocusRing {
+        shown: control.showsFocus
+        corner: 6
+    }
+}

@@ -1,0 +1,102 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Templates as T
+import Cobaltreel.Controls
+
+/// A choice of one among a few. `options` is a list of { value, title }; `selection` is the chosen value,
+/// or one that matches no option. A tap on a segment, or an arrow key, asks for its value through `edited`.
+T.Control {
+    id: control
+
+    required property var selection
+    required property var options
+    property bool showsFocus: visualFocus
+
+    signal edited(var value)
+
+    readonly property int selectedIndex: options.findIndex(option => option.value === selection)
+    readonly property real widestTitle: {
+        let widest = 0;
+        for (let i = 0; i < segments.count; ++i)
+            widest = Math.max(widest, segments.itemAt(i)?.implicitWidth ?? 0);
+        return widest;
+    }
+
+    implicitWidth: 2 * 3 + options.length * (widestTitle + 3) - 3
+    implicitHeight: 2 * 3 + (segments.count > 0 ? segments.itemAt(0)?.implicitHeight ?? 0 : 0)
+    opacity: enabled ? 1 : 0.4
+    focusPolicy: Qt.TabFocus
+
+    Accessible.role: Accessible.PageTabList
+
+    function select(index: int) {
+        if (index >= 0)
+            edited(options[index].value);
+    }
+    function move(by: int) {
+        select(ControlMath.movedIndex(selectedIndex, by, options.length));
+    }
+
+    Keys.onLeftPressed: move(mirrored ? 1 : -1)
+    Keys.onRightPressed: move(mirrored ? -1 : 1)
+    Keys.onPressed: event => {
+        event.accepted = event.key === Qt.Key_Home || event.key === Qt.Key_End;
+        if (event.accepted)
+            select(event.key === Qt.Key_Home ? 0 : options.length - 1);
+    }
+
+    background: SmoothRectangle {
+        colour: Color.crFillSoft
+        radius: 8
+    }
+
+    Repeater {
+        id: segments
+
+        model: control.options
+
+        T.AbstractButton {
+            id: segment
+
+            required property int index
+            required property var modelData
+            readonly property bool isSelected: index === control.selectedIndex
+
+            x: ControlMath.segmentX(index, segments.count, control.width, control.mirrored)
+            y: 3
+            width: ControlMath.segmentWidth(index, segments.count, control.width)
+            height: control.height - 6
+            padding: 4
+            leftPadding: 6
+            rightPadding: 6
+            implicitWidth: implicitContentWidth + leftPadding + rightPadding
+            implicitHeight: implicitContentHeight + topPadding + bottomPadding
+            focusPolicy: Qt.NoFocus
+
+            Accessible.role: Accessible.RadioButton
+            Accessible.name: modelData.title
+            Accessible.checkable: true
+            Accessible.checked: isSelected
+            Accessible.onPressAction: control.select(index)
+            onClicked: control.select(index)
+
+            background: Rectangle {
+                radius: 6
+                color: segment.isSelected ? Color.segmentSelected : "transparent"
+            }
+            contentItem: ControlText {
+                text: segment.modelData.title
+                font.pixelSize: TextSize.small
+                horizontalAlignment: Text.AlignHCenter
+                revealed: control.showsFocus && segment.isSelected
+                Accessible.ignored: true
+            }
+        }
+    }
+
+    FocusRing {
+        shown: control.showsFocus
+        corner: 8
+    }
+}

@@ -1,0 +1,103 @@
+import QtQuick
+import QtQuick.Templates as T
+import Cobaltreel.Controls
+
+/// A slider over the closed range from `lowerBound` to `upperBound`. Touching it anywhere takes the knob
+/// there; every change goes out through `edited`.
+T.Control {
+    id: control
+
+    required property real value
+    required property real lowerBound
+    required property real upperBound
+    /// How far an arrow key goes.
+    property real step: (upperBound - lowerBound) / 20
+    property bool showsFocus: visualFocus
+
+    signal edited(real value)
+
+    readonly property real fraction: ControlMath.fraction(value, lowerBound, upperBound)
+    // Assistive technology reads these by name.
+    readonly property real minimumValue: lowerBound
+    readonly property real maximumValue: upperBound
+    readonly property real stepSize: step
+
+    implicitWidth: 160
+    implicitHeight: 16
+    opacity: enabled ? 1 : 0.4
+    focusPolicy: Qt.StrongFocus
+
+    Accessible.role: Accessible.Slider
+    Accessible.onIncreaseAction: control.nudge(1)
+    Accessible.onDecreaseAction: control.nudge(-1)
+
+    function edit(newValue: real) {
+        if (newValue !== value)
+            edited(newValue);
+    }
+    function nudge(steps: real) {
+        edit(ControlMath.clamped(value + steps * step, lowerBound, upperBound));
+    }
+
+    Keys.onLeftPressed: nudge(mirrored ? 1 : -1)
+    Keys.onRightPressed: nudge(mirrored ? -1 : 1)
+    Keys.onUpPressed: nudge(1)
+    Keys.onDownPressed: nudge(-1)
+    Keys.onPressed: event => {
+        event.accepted = true;
+        if (event.key === Qt.Key_Home)
+            edit(lowerBound);
+        else if (event.key === Qt.Key_End)
+            edit(upperBound);
+        else if (event.key === Qt.Key_PageUp)
+            nudge(4);
+        else if (event.key === Qt.Key_PageDown)
+            nudge(-4);
+        else
+            event.accepted = false;
+    }
+
+    background: Item {
+        Rectangle {
+            y: (parent.height - height) / 2
+            width: parent.width
+            height: 4
+            radius: 2
+            color: Color.crTrackOff
+        }
+        Rectangle {
+            x: control.mirrored ? parent.width - width : 0
+            y: (parent.height - height) / 2
+            width: control.fraction * parent.width
+            height: 4
+            radius: Math.min(width, height) / 2
+            color: Color.crAccent
+        }
+    }
+    contentItem: Item {
+        MouseArea {
+            anchors.fill: parent
+            preventStealing: true
+            onPressed: event => {
+                control.forceActiveFocus(Qt.MouseFocusReason);
+                follow(event);
+            }
+            onPositionChanged: event => follow(event)
+
+            function follow(event: MouseEvent) {
+                control.edit(ControlMath.sliderValue(event.x, width, control.lowerBound, control.upperBound,
+                                                     control.mirrored));
+            }
+        }
+        Knob {
+            x: ControlMath.knobX(control.fraction, control.width, control.mirrored) - margin
+            y: (parent.height - height) / 2
+            diameter: 16
+        }
+    }
+
+    FocusRing {
+        shown: control.showsFocus
+        corner: 8
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+
+/// A labelled switch; a tap on the label counts as one on the switch. With `stretch` the switch stands at
+/// the trailing edge, otherwise right behind its label.
+Item {
+    id: row
+
+    required property string label
+    required property bool isOn
+    required property bool stretch
+    property alias showsFocus: toggle.showsFocus
+
+    signal edited(bool isOn)
+
+    implicitWidth: title.implicitWidth + 8 + toggle.width
+    implicitHeight: Math.max(title.implicitHeight, toggle.height)
+
+    ControlText {
+        id: title
+
+        anchors.left: parent.left
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.max(0, Math.min(implicitWidth, row.width - 8 - toggle.width))
+        horizontalAlignment: Text.AlignLeft
+        opacity: row.enabled ? 1 : 0.4
+        text: row.label
+        revealed: toggle.showsFocus
+        Accessible.ignored: true
+
+        TapHandler {
+            onTapped: row.edited(!row.isOn)
+        }
+    }
+    MacSwitch {
+        id: toggle
+
+        x: {
+            const offset = row.stretch ? row.width - width : title.width + 8;
+            return mirrored ? row.width - offset - width : offset;
+        }
+        anchors.verticalCenter: parent.verticalCenter
+        isOn: row.isOn
+        Accessible.name: row.label
+        onEdited: isOn => row.edited(isOn)
+    }
+}
