@@ -1,0 +1,93 @@
+#include "Cobaltreel/UI/Gallery/Gallery.hpp"
+
+#include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
+
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QImage>
+#include <QQuickItem>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace cobaltreel {
+namespace {
+
+struct Board {
+    const char* picture;
+    const char* type;
+};
+
+constexpr Board boards[]{
+    {"MacSwitch", "SwitchBoard"},
+    {"MacSlider", "SliderBoard"},
+    {"MacSegmented", "SegmentedBoard"},
+    {"MacDropdown", "DropdownBoard"},
+    {"MacDropdown-open", "MenuBoard"},
+    {"MacToggleRow", "ToggleRowBoard"},
+    {"MacProgressBar", "ProgressBarBoard"},
+    {"MacButton", "ButtonBoard"},
+    {"Icons", "IconBoard"},
+    {"Tip", "TipBoard"},
+    {"Panel", "PanelBoard"},
+    {"SettingsWindow", "SettingsBoard"},
+    {"Countdown", "CountdownBoard"},
+};
+
+/// Boards that open menus or tooltips say when they are ready to be drawn.
+void waitUntilSettled(const QQuickView& window) {
+    const QDeadlineTimer deadline(5000);
+    for (;;) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        const auto* board = window.rootObject()->property("contentItem").value<QQuickItem*>();
+        if (!board) throw std::runtime_error("the board could not be built");
+        const QVariant settled = board->property("settled");
+        if (window.isExposed() && (!settled.isValid() || settled.toBool())) return;
+        if (deadline.hasExpired()) throw std::runtime_error("the board does not settle");
+    }
+}
+
+QImage draw(const Board& board) {
+    AppWindow window(&AppWindows::engine(), nullptr);
+    AppWindows::setLocalizedContent(
+        window, View::ofModule(QStringLiteral("Cobaltreel.Gallery"), QString::fromLatin1(board.type),
+                               {{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}}));
+    if (window.status() != QQuickView::Ready) throw std::runtime_error("the window could not be built");
+    window.resize(window.initialSize());
+    window.show();
+    waitUntilSettled(window);
+    return window.grabWindow();
+}
+
+}  // namespace
+
+int runGallery(const GalleryOptions& options) {
+    try {
+        std::filesystem::create_directories(options.directory);
+        platform::UserDefaults::setStandard(std::make_shared<platform::InMemoryUserDefaults>());
+        for (const Language language : allCases<Language>) {
+            AppSettings::shared().setLanguage(language);
+            for (const Board& board : boards) {
+                const auto name = std::string(board.picture) + "-" + std::string(rawValue(language)) + ".png";
+                const auto file = options.directory / name;
+                try {
+                    if (!draw(board).save(QString::fromStdString(file.string())))
+                        throw std::runtime_error("the file can't be written; is the folder writable?");
+                } catch (const std::exception& error) {
+                    throw std::runtime_error(file.string() + ": " + error.what());
+                }
+                std::cout << file.string() << "\n";
+            }
+        }
+    } catch (const std::exception& error) {
+        std::cerr << "gallery: " << error.what() << "\n";
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,7 @@
+import QtQuick
+import Cobaltreel.SettingsWindow
+
+SettingsView {
+    implicitWidth: 320
+    implicitHeight: 140
+}

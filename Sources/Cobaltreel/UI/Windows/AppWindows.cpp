@@ -1,0 +1,72 @@
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+
+#include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Cobaltreel/UI/Windows/RenderingChoice.hpp"
+
+#include <QGuiApplication>
+#include <QPointer>
+#include <QQmlEngine>
+#include <QScreen>
+
+namespace cobaltreel {
+
+View View::ofModule(const QString& module, const QString& type, const QVariantMap& properties) {
+    QString folder = module;
+    folder.replace(QLatin1Char('.'), QLatin1Char('/'));
+    return {QUrl(QStringLiteral("qrc:/qt-project.org/imports/%1/%2.qml").arg(folder, type)), properties};
+}
+
+bool AppWindow::event(QEvent* event) {
+    const bool closing = event->type() == QEvent::Close;
+    const bool handled = QQuickView::event(event);
+    if (closing && event->isAccepted()) Q_EMIT closed();
+    return handled;
+}
+
+QQmlEngine& AppWindows::engine() {
+    static QPointer<QQmlEngine> engine;
+    if (!engine) {
+        chooseRendering();
+        engine = new QQmlEngine(qApp);
+    }
+    return *engine;
+}
+
+InterfaceSettings& AppWindows::settings() {
+    static QPointer<InterfaceSettings> settings;
+    if (!settings) settings = new InterfaceSettings(AppSettings::shared(), &engine());
+    return *settings;
+}
+
+void AppWindows::setLocalizedContent(QQuickView& window, const View& view) {
+    window.setResizeMode(QQuickView::SizeRootObjectToView);
+    window.setInitialProperties({{QStringLiteral("settings"), QVariant::fromValue(&settings())},
+                                 {QStringLiteral("content"), view.source},
+                                 {QStringLiteral("contentProperties"), view.properties}});
+    window.setSource(
+        View::ofModule(QStringLiteral("Cobaltreel.Windows"), QStringLiteral("LocalizedRoot")).source);
+}
+
+std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& title, QSize size) {
+    auto window = std::make_unique<AppWindow>(&engine(), nullptr);
+    window->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                     Qt::WindowCloseButtonHint);
+    window->setTitle(title);
+    window->setMinimumSize(size);
+    window->setMaximumSize(size);
+    window->resize(size);
+    setLocalizedContent(*window, view);
+
+    if (const QScreen* screen = window->screen()) {
+        const QRect room = screen->availableGeometry();
+        window->setPosition(room.x() + (room.width() - size.width()) / 2,
+                            room.y() + (room.height() - size.height()) / 2);
+    }
+    window->show();
+    window->raise();
+    window->requestActivate();
+    return window;
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QQuickView>
+#include <QSize>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+#include <memory>
+
+class QQmlEngine;
+
+namespace cobaltreel {
+
+class InterfaceSettings;
+
+/// A declarative view that a window can show: its file and the values of its required properties.
+struct View {
+    QUrl source;
+    QVariantMap properties;
+
+    /// The view `type` of the module `module`, such as Cobaltreel.SettingsWindow.
+    static View ofModule(const QString& module, const QString& type, const QVariantMap& properties = {});
+};
+
+/// A window of the application. Closing hides it; it lives as long as its owner keeps it.
+class AppWindow : public QQuickView {
+    Q_OBJECT
+
+  public:
+    using QQuickView::QQuickView;
+
+  Q_SIGNALS:
+    /// The user closed the window.
+    void closed();
+
+  protected:
+    bool event(QEvent* event) override;
+};
+
+/// Opens the application's titled windows. Main thread.
+struct AppWindows {
+    AppWindows() = delete;
+
+    /// A window of this title and content size, in points, that can be closed but not resized or minimised;
+    /// already shown, centred on the screen, in front and with the keyboard. Its content follows the
+    /// interface language. The caller keeps it.
+    static std::unique_ptr<AppWindow> present(const View& view, const QString& title, QSize size);
+
+    /// Wraps a view of a window that is shown by other means, such as the popover.
+    static void setLocalizedContent(QQuickView& window, const View& view);
+
+    /// The shared settings, for views that show or change them; ends with the engine.
+    static InterfaceSettings& settings();
+    /// The one engine of all windows; made on first use, ends with the application object.
+    static QQmlEngine& engine();
+};
+
+}  // namespace cobaltreel
