@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -29,6 +30,15 @@ inline std::uint32_t colourAt(const PixelBuffer& picture, int x, int y) {
     std::memcpy(&pixel,
                 picture.plane().data + static_cast<std::ptrdiff_t>(y) * picture.plane().stride + x * 4, 4);
     return pixel & 0xffffff;
+}
+
+/// Equal but for the rounding of a scaled picture.
+inline bool isNear(std::uint32_t a, std::uint32_t b) {
+    constexpr int rounding = 4;
+    for (int shift = 0; shift < 24; shift += 8)
+        if (std::abs(static_cast<int>(a >> shift & 0xff) - static_cast<int>(b >> shift & 0xff)) > rounding)
+            return false;
+    return true;
 }
 
 inline std::optional<std::uint32_t> counterIn(const PixelBuffer& picture, int desktopWidth,

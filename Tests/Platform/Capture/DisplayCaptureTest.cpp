@@ -73,4 +73,86 @@ TEST_F(DisplayCapture, MeetsEveryFrameOfASceneThatDrawsAtTheSameRate) {
     EXPECT_LT(lateness[lateness.size() / 2], 0.035);
 }
 
+TEST_F(DisplayCapture, GivesNoFramesOfAStillScreenAndSleeps) {
+    rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
+    ASSERT_EQ(scene.readLine(), "ready");
+    Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, fullSize());
+    ASSERT_TRUE(recording.waitForFrames(1));
+    const std::size_t before = recording.settle();
+    const double processorBefore = processorSeconds();
+    constexpr std::chrono::milliseconds still(2000);
+    EXPECT_EQ(recording.settle(still), before);
+    const double share =
+        (processorSeconds() - processorBefore) / std::chrono::duration<double>(still).count();
+    std::printf("still screen: %.3f %% of a core\n", 100 * share);
+    EXPECT_LT(share, 0.01);
+}
+
+TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
+    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x404040, true, "Ground"});
+    ground.show();
+    Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, fullSize());
+    const Display display = mainDisplay();
+    const auto pointerAround = [](int px, int py) {
+        return [=](const PixelBuffer& picture) {
+            int inside = 0, outside = 0;
+            for (int y = 0; y < picture.height(); y += 2)
+                for (int x = 0; x < picture.width(); x += 2) {
+                    if (colourAt(picture, x, y) == 0x404040) continue;
+                    (std::abs(x - px) < 40 && std::abs(y - py) < 40 ? inside : outside) += 1;
+                }
+            return inside > 0 && outside == 0;
+        };
+    };
+    for (const auto& [x, y] : {std::pair(640, 360), std::pair(0, 0), std::pair(display.width() - 2, 300),
+                               std::pair(500, display.height() - 3)}) {
+        rig::ChildProcess pointer({rigProgram("RigPointer"), "move", std::to_string(x), std::to_string(y)});
+        pointer.wait();
+        EXPECT_TRUE(recording.waitForPicture(pointerAround(x, y))) << x << ", " << y;
+    }
+}
+
+TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
+    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x408020, true, "Ground"});
+    ground.show();
+    Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, configurationFor(640, 640));
+    ASSERT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
+        return colourAt(picture, 320, 320) == 0x408020 && colourAt(picture, 320, 20) == 0;
+    }));
+    const auto picture = recording.latest();
+    int transparent = 0;
+    for (int y = 0; y < picture->height(); ++y)
+        for (int x = 0; x < picture->width(); ++x)
+            transparent += picture->plane().data[y * picture->plane().stride + 4 * x + 3] != 0xff ? 1 : 0;
+    EXPECT_EQ(transparent, 0);
+}
+
+TEST_F(DisplayCapture, DropsFramesWhileAllAreHeldAndGoesOnAfter) {
+    rig::ChildProcess scene({rigProgram("RigScene"), "--fill"});
+    ASSERT_EQ(scene.readLine(), "ready");
+    StreamConfiguration configuration = fullSize();
+    configuration.queueDepth = 3;
+    SerialQueue queue("cobaltreel.test.held");
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<SampleBuffer> held;
+    std::size_t seen = 0;
+    const auto stream = service_.makeStream(DisplayContentFilter{mainDisplay(), {}}, configuration, {});
+    stream->addOutput(StreamOutputType::screen, queue, [&](const CapturedSample& sample) {
+        const std::lock_guard lock(mutex);
+        if (held.size() < 3) held.push_back(sample.buffer);
+        ++seen;
+        changed.notify_all();
+    });
+    EXPECT_THROW(stream->addOutput(StreamOutputType::screen, queue, {}), PlatformError);
+    stream->startCapture([](const auto&) {});
+    std::unique_lock lock(mutex);
+    ASSERT_TRUE(changed.wait_for(lock, patience, [&] { return held.size() == 3; }));
+    const auto counter = counterIn(*held[0].image, 1280, 720);
+    EXPECT_FALSE(changed.wait_for(lock, std::chrono::milliseconds(200), [&] { return seen > 3; }));
+    EXPECT_EQ(counterIn(*held[0].image, 1280, 720), counter) << "a held frame was written to";
+    held.erase(held.begin());
+    EXPECT_TRUE(changed.wait_for(lock, patience, [&] { return seen > 3; }));
+}
+
 }  // namespace platform::test

@@ -26,8 +26,20 @@ ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningA
 }
 
 bool ExcludedWindows::isExcluded(xcb_window_t window) const {
-    const auto known = isExcluded_.find(window);
-    return known != isExcluded_.end() && known->second;
+    const auto known = kinds_.find(window);
+    return known != kinds_.end() && known->second == Kind::leftOut;
+}
+
+ExcludedWindows::Kind ExcludedWindows::kindOf(xcb_window_t window) {
+    const auto known = kinds_.find(window);
+    if (known != kinds_.end()) return known->second;
+    const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
+                                              xcb_get_window_attributes(connection_.get(), window));
+    Kind kind = Kind::invisible;
+    if (attributes && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT)
+        kind = belongsToAny(connection_, window, applications_) ? Kind::leftOut : Kind::shown;
+    kinds_.emplace(window, kind);
+    return kind;
 }
 
 bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
@@ -38,10 +50,10 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
 
     // The window is at the same place in each of these events.
     const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
-    const bool concernsExcluded = isExcluded(window) || !isExcluded_.contains(window);
+    const bool concernsExcluded = isExcluded(window) || !kinds_.contains(window);
     const TopLevel* topLevel = stack_.find(window);
     if (topLevel == nullptr) {
-        isExcluded_.erase(window);
+        kinds_.erase(window);
         redirected_.erase(window);
     } else if (const auto kept = redirected_.find(window); kept != redirected_.end()) {
         // Here, before the events that tell of its painting.
@@ -59,7 +71,8 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
 bool ExcludedWindows::hides(const PixelRect& box) const {
     const auto& stack = stack_.bottomToTop();
     for (auto each = stack.rbegin(); each != stack.rend(); ++each) {
-        if (!each->isShown) continue;
+        const auto known = kinds_.find(each->window);
+        if (!each->isShown || (known != kinds_.end() && known->second == Kind::invisible)) continue;
         if (isExcluded(each->window)) {
             if (each->bounds.contains(box)) return true;
         } else if (!each->bounds.intersected(box).isEmpty()) {
@@ -91,12 +104,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     int largest = 0;
     for (const TopLevel& each : stack_.bottomToTop()) {
         if (!each.isShown) continue;
-        const auto known = isExcluded_.find(each.window);
-        const bool isLeftOut =
-            known != isExcluded_.end()
-                ? known->second
-                : isExcluded_.emplace(each.window, belongsToAny(connection_, each.window, applications_))
-                      .first->second;
+        const bool isLeftOut = kindOf(each.window) == Kind::leftOut;
         const PixelRect hole = each.bounds.intersected(area);
         if (!isLeftOut || hole.isEmpty()) continue;
         holes_.push_back(hole);
@@ -118,7 +126,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
 
     for (const TopLevel& each : stack_.bottomToTop()) {
         const bool isNeeded =
-            each.isShown && !isExcluded(each.window) && !redirected_.contains(each.window) &&
+            each.isShown && kindOf(each.window) == Kind::shown && !redirected_.contains(each.window) &&
             std::any_of(holes_.begin(), holes_.end(),
                         [&](const PixelRect& hole) { return !each.bounds.intersected(hole).isEmpty(); });
         if (isNeeded)
@@ -138,7 +146,7 @@ bool ExcludedWindows::composeHole(const PixelRect& hole, const Plane& picture) {
         if (window->isWaitingFor(hole)) return false;
     drawRootBackdrop(connection_, hole, picture, area_.x, area_.y, *scratch_);
     for (const TopLevel& each : stack_.bottomToTop()) {
-        if (!each.isShown || isExcluded(each.window)) continue;
+        if (!each.isShown || kindOf(each.window) != Kind::shown) continue;
         const auto window = redirected_.find(each.window);
         if (window == redirected_.end()) {
             if (!each.bounds.intersected(hole).isEmpty()) return false;  // shown since; prepare anew

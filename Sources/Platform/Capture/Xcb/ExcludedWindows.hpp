@@ -31,14 +31,17 @@ class ExcludedWindows {
     bool compose(const Plane& picture);
 
   private:
+    enum class Kind { leftOut, shown, invisible };
+
     bool isExcluded(xcb_window_t window) const;
+    Kind kindOf(xcb_window_t window);
     RectList coveredOf(const TopLevel& topLevel) const;
     bool composeHole(const PixelRect& hole, const Plane& picture);
 
     XcbConnection& connection_;
     const std::vector<RunningApplication> applications_;
     WindowStack stack_;
-    std::map<xcb_window_t, bool> isExcluded_;  // of those that have been shown
+    std::map<xcb_window_t, Kind> kinds_;  // of those that have been shown
     std::map<xcb_window_t, std::unique_ptr<RedirectedWindow>> redirected_;
     PixelRect area_;
     RectList holes_;  // on the root, inside `area_`

@@ -1,0 +1,69 @@
+#include "Platform/Capture/Xcb/FrameGrid.hpp"
+#include "Platform/Capture/Xcb/PictureFit.hpp"
+#include "Platform/Capture/Xcb/RectList.hpp"
+
+#include <gmock/gmock.h>
+
+namespace platform::test {
+
+TEST(PictureFit, KeepsProportionsAndTakesOnePixelAsRounding) {
+    const struct {
+        int sourceWidth, sourceHeight, frameWidth, frameHeight;
+        PixelRect fitted;
+    } cases[] = {
+        {1280, 720, 1280, 720, {0, 0, 1280, 720}}, {801, 601, 802, 602, {0, 0, 801, 601}},
+        {1280, 720, 640, 640, {0, 140, 640, 360}}, {100, 400, 400, 400, {150, 0, 100, 400}},
+        {801, 601, 804, 602, {1, 0, 802, 602}},    {1, 5000, 100, 100, {49, 0, 1, 100}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(fittedRect(c.sourceWidth, c.sourceHeight, c.frameWidth, c.frameHeight), c.fitted)
+            << c.sourceWidth << "x" << c.sourceHeight << " in " << c.frameWidth << "x" << c.frameHeight;
+}
+
+TEST(RectList, LeavesExactlyWhatTheHoleDoesNotCover) {
+    const RectList area{{0, 0, 10, 10}, {20, 0, 5, 5}};
+    const auto holds = [](const RectList& list, int x, int y) {
+        int count = 0;
+        for (const PixelRect& each : list) count += each.contains(x, y) ? 1 : 0;
+        return count;
+    };
+    for (const PixelRect& hole : {PixelRect{3, 3, 4, 4}, PixelRect{-5, -5, 50, 7}, PixelRect{8, 2, 14, 20}}) {
+        const RectList rest = without(area, hole);
+        for (int y = -1; y < 12; ++y)
+            for (int x = -1; x < 27; ++x)
+                EXPECT_EQ(holds(rest, x, y), holds(area, x, y) == 1 && !hole.contains(x, y) ? 1 : 0);
+    }
+}
+
+TEST(FrameGrid, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
+    constexpr double interval = 1.0 / 60;
+    for (const double phase : {0.0, 0.0005, 0.4, 0.999}) {
+        FrameGrid grid(interval);
+        grid.take(1000);
+        int taken = 0;
+        double last = 1000;
+        for (int i = 1; i <= 600; ++i) {
+            const double jitter = (i * 7919 % 21 - 10) * 1e-4;  // up to a millisecond to either side
+            const double drawn = 1000 + (i + phase) * interval + jitter;
+            const double at = std::max(drawn, grid.nextTime());
+            ASSERT_LT(at - drawn, 1.2 * interval);
+            grid.take(at);
+            EXPECT_GT(at, last);
+            last = at;
+            ++taken;
+        }
+        EXPECT_EQ(taken, 600);
+        EXPECT_NEAR(last, 1000 + 600 * interval, 2 * interval);
+    }
+}
+
+TEST(FrameGrid, DoesNotCatchUpAfterAPause) {
+    FrameGrid grid(0.1);
+    grid.take(10);
+    grid.take(12.34);
+    EXPECT_NEAR(grid.nextTime(), 12.4, 1e-9);
+    grid.take(12.4);
+    EXPECT_NEAR(grid.nextTime(), 12.5, 1e-9);
+}
+
+}  // namespace platform::test

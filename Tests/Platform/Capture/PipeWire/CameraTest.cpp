@@ -1,0 +1,167 @@
+#include "MediaHarness.hpp"
+
+#include <cmath>
+#include <thread>
+
+namespace {
+
+using platform::CaptureEvent;
+using rig::startDevice;
+
+class CameraTest : public rig::MediaTest {};
+
+TEST_F(CameraTest, DeliversOneSizeOfPictureWhateverTheCameraOffers) {
+    struct Case {
+        const char* format;
+        const char* size;
+        bool mirrored;
+    };
+    // Formats of real cameras, raw and compressed; narrower, larger, and too tall pictures.
+    for (const auto& [format, size, mirrored] : std::initializer_list<Case>{{"yuy2", "1280x720", false},
+                                                                            {"yuy2", "1280x720", true},
+                                                                            {"uyvy", "640x480", false},
+                                                                            {"nv12", "1920x1080", true},
+                                                                            {"nv21", "854x480", false},
+                                                                            {"i420", "1280x960", false},
+                                                                            {"yv12", "640x360", true},
+                                                                            {"bgrx", "800x600", false},
+                                                                            {"rgbx", "640x480", true},
+                                                                            {"xrgb", "1280x720", false},
+                                                                            {"xbgr", "320x240", false},
+                                                                            {"bgr", "642x362", false},
+                                                                            {"rgb", "1280x720", true},
+                                                                            {"mjpeg", "1280x720", true},
+                                                                            {"mjpeg", "1920x1080", false},
+                                                                            {"mjpeg", "640x480", false}}) {
+        SCOPED_TRACE(std::string(format) + " " + size + (mirrored ? " mirrored" : ""));
+        collector.clear();
+        ASSERT_TRUE(isListed("rig.camera", false));
+        const auto device = startDevice("RigCamera", {"--format", format, "--size", size});
+        configure({camera()}, mirrored);
+        ASSERT_TRUE(collector.waitForPictures(4));
+        session->stopRunning();
+        const auto pictures = collector.pictures();
+        for (std::size_t i = 0; i < pictures.size(); ++i) {
+            EXPECT_EQ(pictures[i].width, 1280);
+            EXPECT_EQ(pictures[i].height, 720);
+            ASSERT_TRUE(pictures[i].reading);
+            EXPECT_EQ(pictures[i].reading->mirrored, mirrored);
+            if (i == 0) continue;
+            const int lost = pictures[i].reading->counter - pictures[i - 1].reading->counter - 1;
+            EXPECT_EQ(lost, 0);
+        }
+        EXPECT_THAT(collector.events(), testing::IsEmpty());
+    }
+}
+
+TEST_F(CameraTest, KeepsTheCamerasOwnTimes) {
+    const double flash = now() + 1.0;
+    const auto device = startDevice("RigCamera", {"--at", std::to_string(flash)});
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(45));
+    session->stopRunning();
+    std::optional<double> seen;
+    double previous = 0;
+    for (const auto& picture : collector.pictures()) {
+        ASSERT_TRUE(picture.reading);
+        if (picture.reading->flash && !seen) seen = picture.time;
+        EXPECT_LT(picture.time, picture.arrival);
+        if (previous != 0) {
+            EXPECT_NEAR(picture.time - previous, 1.0 / 30, 0.0005);
+        }
+        previous = picture.time;
+    }
+    ASSERT_TRUE(seen);
+    EXPECT_NEAR(*seen, flash, 0.0005);
+}
+
+TEST_F(CameraTest, ACameraWithoutTimesIsStampedOnArrival) {
+    const auto device = startDevice("RigCamera", {"--without-times"});
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(10));
+    session->stopRunning();
+    for (const auto& picture : collector.pictures()) {
+        EXPECT_LE(picture.time, picture.arrival);
+        EXPECT_GT(picture.time, picture.arrival - 0.1);
+    }
+}
+
+TEST_F(CameraTest, TakesEverySecondPictureOfAFastCamera) {
+    const auto device = startDevice("RigCamera", {"--rate", "60", "--size", "640x360"});
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(30));
+    session->stopRunning();
+    const auto pictures = collector.pictures();
+    EXPECT_NEAR((pictures.back().time - pictures.front().time) / static_cast<double>(pictures.size() - 1),
+                1.0 / 30, 0.002);
+}
+
+TEST_F(CameraTest, ShowsTheFirstPictureSoon) {
+    const auto device = startDevice("RigCamera", {});
+    ASSERT_TRUE(isListed("rig.camera"));
+    const double start = now();
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(1));
+    const double waited = collector.pictures().front().arrival - start;
+    RecordProperty("firstPictureMs", static_cast<int>(waited * 1000));
+    EXPECT_LT(waited, 0.5);
+}
+
+TEST_F(CameraTest, SurvivesTheLossOfTheCameraAndTakesItUpAgain) {
+    auto device = startDevice("RigCamera", {});
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(5));
+    device.reset();
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
+    const double lost = collector.pictures().back().time;
+    device = startDevice("RigCamera", {"--format", "mjpeg", "--size", "640x480"});
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
+    const double back = now();
+    ASSERT_TRUE(collector.waitForPictures(5));
+    EXPECT_TRUE(session->isRunning());
+    session->stopRunning();
+    for (const auto& picture : collector.pictures())
+        EXPECT_TRUE(picture.time <= lost || picture.time > back - 0.1)
+            << "no picture has a time within the gap";
+    EXPECT_THAT(collector.events(), testing::SizeIs(2));
+    EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("\"Rig Camera\" was unplugged"));
+}
+
+TEST_F(CameraTest, SaysThatPicturesCannotBeRead) {
+    const auto device = startDevice("RigCamera", {"--format", "mjpeg", "--garbage-from", "0.5"});
+    configure({camera()});
+    ASSERT_TRUE(collector.waitForPictures(2));
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::unreadable));
+    const auto count = collector.pictures().size();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(collector.pictures().size(), count);
+    EXPECT_THAT(collector.events(), testing::SizeIs(1));
+}
+
+TEST_F(CameraTest, ACameraThatSendsNothingHoldsNothingUp) {
+    const auto device = startDevice("RigCamera", {"--nothing"});
+    const auto other = startDevice("RigCamera", {"--name", "rig.other", "--description", "Other"});
+    configure({camera()});
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_THAT(collector.pictures(), testing::IsEmpty());
+    configure({camera("rig.other")});
+    EXPECT_TRUE(collector.waitForPictures(3));
+}
+
+TEST_F(CameraTest, ChangesCamerasAsFastAsTheUserDoes) {
+    const auto device = startDevice("RigCamera", {});
+    const auto other =
+        startDevice("RigCamera", {"--name", "rig.other", "--description", "Other", "--format", "mjpeg"});
+    for (int i = 0; i < 20; ++i) configure({camera(i % 2 == 0 ? "rig.camera" : "rig.other")}, i % 3 == 0);
+    collector.clear();
+    ASSERT_TRUE(collector.waitForPictures(3));
+    session->stopRunning();
+    const auto count = collector.pictures().size();
+    session->startRunning();
+    ASSERT_TRUE(collector.waitForPictures(3));
+    session->stopRunning();
+    EXPECT_GT(collector.pictures().size(), count);
+    EXPECT_THAT(collector.events(), testing::IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,202 @@
+#include "MediaHarness.hpp"
+#include "Rig/BeepFinder.hpp"
+
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+using platform::CaptureEvent;
+using platform::SampleBuffer;
+using rig::startDevice;
+
+/// How far apart the end of each run of sound and the start of the next may lie: the graph's clock jitters
+/// by less than this.
+constexpr double seam = 0.002;
+
+class SoundTest : public rig::MediaTest {
+  protected:
+    /// Instants at which the devices beep, the first one far enough away for them to have started.
+    std::vector<double> instantsFromNow(double first, int count) const {
+        std::vector<double> instants;
+        for (int i = 0; i < count; ++i) instants.push_back(now() + first + 0.3 * i);
+        return instants;
+    }
+    static std::string listed(const std::vector<double>& instants) {
+        std::string list;
+        for (const double instant : instants) list += (list.empty() ? "" : ",") + std::to_string(instant);
+        return list;
+    }
+    static void expectBeeps(const std::vector<SampleBuffer>& sounds, const std::vector<double>& instants) {
+        rig::BeepFinder finder;
+        for (const auto& sound : sounds) finder.add(sound);
+        ASSERT_THAT(finder.starts(), testing::SizeIs(instants.size()));
+        for (std::size_t i = 0; i < instants.size(); ++i) EXPECT_NEAR(finder.starts()[i], instants[i], 0.005);
+        for (const double pitch : finder.pitches()) EXPECT_NEAR(pitch, 1000, 30);
+    }
+    static int seams(const std::vector<SampleBuffer>& sounds) {
+        int count = 0;
+        for (std::size_t i = 1; i < sounds.size(); ++i) {
+            const double end = sounds[i - 1].presentationTime.seconds() + sounds[i - 1].audio->duration();
+            if (std::abs(sounds[i].presentationTime.seconds() - end) > seam) ++count;
+        }
+        return count;
+    }
+};
+
+TEST_F(SoundTest, DeliversOneFormatOfSoundWhateverTheMicrophoneOffers) {
+    struct Case {
+        int rate;
+        int channels;
+    };
+    for (const auto& [rate, channels] : std::initializer_list<Case>{
+             {48000, 1}, {44100, 1}, {44100, 2}, {48000, 6}, {16000, 1}, {96000, 2}}) {
+        SCOPED_TRACE(std::to_string(rate) + " Hz, " + std::to_string(channels) + " channels");
+        collector.clear();
+        ASSERT_TRUE(isListed("rig.microphone", false));
+        const auto instants = instantsFromNow(0.6, 2);
+        const auto device =
+            startDevice("RigTone", {"--microphone", "--rate", std::to_string(rate), "--channels",
+                                    std::to_string(channels), "--loudness", "0.7", "--at", listed(instants)});
+        configure({microphone()});
+        ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
+        session->stopRunning();
+        const auto sounds = collector.sounds();
+        for (const auto& sound : sounds)
+            EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 1, true}));
+        expectBeeps(sounds, instants);
+        EXPECT_EQ(seams(sounds), 0);
+    }
+}
+
+TEST_F(SoundTest, AMicrophoneThatComesBackWithAnotherRateLeavesAGapAndKeepsTime) {
+    const auto first = instantsFromNow(0.6, 1);
+    auto device = startDevice("RigTone", {"--microphone", "--at", listed(first)});
+    configure({microphone()});
+    ASSERT_TRUE(collector.waitForSoundUntil(first.back() + 0.2));
+    device.reset();
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
+    const auto second = instantsFromNow(0.8, 1);
+    device = startDevice("RigTone", {"--microphone", "--rate", "16000", "--at", listed(second)});
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
+    ASSERT_TRUE(collector.waitForSoundUntil(second.back() + 0.2));
+    session->stopRunning();
+    expectBeeps(collector.sounds(), {first[0], second[0]});
+    EXPECT_EQ(seams(collector.sounds()), 1) << "one gap, of the time that the microphone was away";
+}
+
+TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
+    auto device = startDevice("RigTone", {"--microphone"});
+    configure({microphone()});
+    ASSERT_TRUE(collector.waitForSound(10));
+    kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
+    EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("media server ended"));
+    device->wait();
+    const double limit = now() + 10;
+    while (service.unavailable() && now() < limit) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    const auto instants = instantsFromNow(1.0, 1);
+    device = startDevice("RigTone", {"--microphone", "--at", listed(instants)});
+    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
+    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
+    session->stopRunning();
+    expectBeeps(collector.sounds(), instants);
+    EXPECT_EQ(seams(collector.sounds()), 1);
+}
+
+TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
+    std::atomic<int> changes{0};
+    service.setDevicesChangedHandler([&] { ++changes; });
+    EXPECT_EQ(service.devices(), platform::CaptureDevices{}) << "a speaker's own sound is no microphone";
+    EXPECT_FALSE(service.unavailable());
+    auto device = startDevice("RigTone", {"--microphone"});
+    ASSERT_TRUE(isListed("rig.microphone"));
+    EXPECT_THAT(service.devices().microphones, testing::ElementsAre(microphone()));
+    const double limit = now() + 5;
+    while (!service.devices().defaultMicrophone && now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(service.devices().defaultMicrophone, microphone());
+    EXPECT_GE(changes, 1);
+    device.reset();
+    ASSERT_TRUE(isListed("rig.microphone", false));
+    EXPECT_FALSE(service.devices().defaultMicrophone);
+    service.setDevicesChangedHandler({});
+
+    session->beginConfiguration();
+    EXPECT_THROW(session->addInput(microphone()), platform::PlatformError);
+    session->commitConfiguration();
+}
+
+class SystemAudioTest : public SoundTest {
+  protected:
+    void start() {
+        source->start(queue, [this](const SampleBuffer& sample) { collector.take(sample); });
+    }
+    std::unique_ptr<platform::SystemAudioSource> source = service.makeSystemAudio();
+};
+
+TEST_F(SystemAudioTest, RecordsOtherProgramsButNotThisOne) {
+    ASSERT_FALSE(service.unavailable());
+    start();
+    const auto instants = instantsFromNow(1.0, 3);
+    const auto player = startDevice("RigTone", {"--speaker", "--channels", "2", "--at", listed(instants)});
+    // This one would beep in between.
+    std::vector<double> between;
+    for (const double instant : instants) between.push_back(instant + 0.15);
+    const auto own = startDevice("RigTone", {"--speaker", "--name", "rig.own", "--process-id",
+                                             std::to_string(getpid()), "--at", listed(between)});
+    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.3));
+    source->stop();
+    const auto sounds = collector.sounds();
+    for (const auto& sound : sounds) EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 2, true}));
+    expectBeeps(sounds, instants);
+    EXPECT_EQ(seams(sounds), 0);
+    source->stop();
+    EXPECT_EQ(collector.sounds().size(), sounds.size());
+}
+
+TEST_F(SystemAudioTest, FollowsTheDefaultSpeakerAndMonoPrograms) {
+    ASSERT_FALSE(service.unavailable());
+    start();
+    const auto instants = instantsFromNow(1.0, 6);
+    const auto player = startDevice("RigTone", {"--speaker", "--rate", "44100", "--at", listed(instants)});
+    ASSERT_TRUE(collector.waitForSoundUntil(instants[2]));
+    const std::string quiet = " >/dev/null 2>&1";
+    ASSERT_EQ(
+        std::system(
+            ("pw-metadata 0 default.configured.audio.sink '{\"name\":\"rig.headphones\"}'" + quiet).c_str()),
+        0);
+    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
+    ASSERT_EQ(
+        std::system(
+            ("pw-metadata 0 default.configured.audio.sink '{\"name\":\"rig.speaker\"}'" + quiet).c_str()),
+        0);
+    source->stop();
+    expectBeeps(collector.sounds(), instants);
+}
+
+TEST_F(SystemAudioTest, MixesAndKeepsGaps) {
+    ASSERT_FALSE(service.unavailable());
+    start();
+    const auto first = instantsFromNow(0.8, 1);
+    auto player = startDevice("RigTone", {"--speaker", "--at", listed(first)});
+    ASSERT_TRUE(collector.waitForSoundUntil(first.back() + 0.2));
+    player.reset();
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    const auto second = instantsFromNow(0.8, 1);
+    player = startDevice("RigTone", {"--speaker", "--at", listed(second), "--loudness", "0.3"});
+    const auto other = startDevice(
+        "RigTone", {"--speaker", "--name", "rig.second", "--at", listed(second), "--loudness", "0.3"});
+    ASSERT_TRUE(collector.waitForSoundUntil(second.back() + 0.2));
+    source->stop();
+    expectBeeps(collector.sounds(), {first[0], second[0]});
+    float loudest = 0;
+    for (const auto& sound : collector.sounds())
+        if (sound.presentationTime.seconds() > second[0] - 0.05)
+            for (const float value : sound.audio->floats()) loudest = std::max(loudest, std::abs(value));
+    EXPECT_NEAR(loudest, 0.6, 0.05);
+}
+
+}  // namespace

@@ -1,0 +1,128 @@
+#include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/Desktop/VirtualMonitor.hpp"
+
+#include <gmock/gmock.h>
+#include <xcb/randr.h>
+
+namespace platform::test {
+
+namespace {
+
+/// An X server of the test's own, to be killed.
+class PrivateServer {
+  public:
+    PrivateServer()
+        : process_(
+              {"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"}) {
+        display_ = ":" + process_.readLine();
+    }
+    const std::string& display() const { return display_; }
+    void end(int signal) { process_.end(signal); }
+    pid_t id() const { return process_.id(); }
+
+  private:
+    rig::ChildProcess process_;
+    std::string display_;
+};
+
+/// Makes an 800 x 600 screen 640 x 400.
+void shrinkScreen(XcbConnection& connection) {
+    xcb_connection_t* c = connection.get();
+    const auto version = connection.reply(xcb_randr_query_version_reply, xcb_randr_query_version(c, 1, 5));
+    const auto resources = connection.reply(xcb_randr_get_screen_resources_reply,
+                                            xcb_randr_get_screen_resources(c, connection.root()));
+    ASSERT_TRUE(resources && resources->num_crtcs > 0);
+    const xcb_randr_crtc_t crtc = xcb_randr_get_screen_resources_crtcs(resources.get())[0];
+    connection.reply(xcb_randr_set_crtc_config_reply,
+                     xcb_randr_set_crtc_config(c, crtc, XCB_CURRENT_TIME, resources->config_timestamp, 0, 0,
+                                               XCB_NONE, XCB_RANDR_ROTATION_ROTATE_0, 0, nullptr));
+    ASSERT_TRUE(
+        connection.succeeded(xcb_randr_set_screen_size_checked(c, connection.root(), 640, 400, 200, 150)));
+}
+
+}  // namespace
+
+TEST(ServerLoss, IsToldOnceAndTheStreamEnds) {
+    PrivateServer server;
+    XcbScreenCaptureService service(server.display());
+    const Display display = service.shareableContent().displays.at(0);
+    Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
+    ASSERT_TRUE(recording.waitForFrames(1));
+    server.end(SIGKILL);
+    ASSERT_TRUE(recording.waitForError());
+    EXPECT_THAT(recording.errors(), testing::ElementsAre(testing::HasSubstr("was lost")));
+    EXPECT_TRUE(recording.stop());
+    EXPECT_THROW(service.shareableContent(), PlatformError);
+}
+
+TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
+    PrivateServer server;
+    XcbScreenCaptureService service(server.display());
+    const Display display = service.shareableContent().displays.at(0);
+    XcbConnection connection(server.display());
+    ColourWindow window(connection, 0, 0, 100, 100, {0xff0000, true, "Window"});
+    auto recording =
+        std::make_unique<Recording>(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
+    ASSERT_TRUE(recording->waitForFrames(1));
+    window.show();
+    kill(server.id(), SIGSTOP);
+    EXPECT_TRUE(recording->stop());
+    EXPECT_THAT(recording->errors(), testing::IsEmpty());
+    kill(server.id(), SIGCONT);
+}
+
+TEST(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
+    PrivateServer server;
+    XcbScreenCaptureService service(server.display());
+    const Display display = service.shareableContent().displays.at(0);
+    XcbConnection connection(server.display());
+    ColourWindow ground(connection, 0, 0, 800, 600, {0x40a060, true, "Ground"});
+    ground.show();
+    Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
+    ASSERT_TRUE(recording.waitForFrames(1));
+    shrinkScreen(connection);
+    // 640 x 400 in 800 x 600: bars of 50 above and below.
+    EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
+        return colourAt(picture, 400, 45) == 0 && isNear(colourAt(picture, 400, 55), 0x40a060) &&
+               colourAt(picture, 400, 555) == 0;
+    }));
+    EXPECT_THAT(recording.errors(), testing::IsEmpty());
+}
+
+TEST(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
+    for (const bool isRemoved : {true, false}) {
+        PrivateServer server;
+        XcbScreenCaptureService service(server.display());
+        XcbConnection connection(server.display());
+        auto monitor =
+            std::make_unique<VirtualMonitor>("RIGHT", PixelRect{300, 0, 500, 600}, true, server.display());
+        const Display display = service.shareableContent().displays.at(0);
+        ASSERT_EQ(display.name, "RIGHT");
+        Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(500, 600));
+        ASSERT_TRUE(recording.waitForFrames(1));
+        if (isRemoved) monitor.reset();
+        shrinkScreen(connection);
+        ASSERT_TRUE(recording.waitForError());
+        EXPECT_THAT(
+            recording.errors(),
+            testing::ElementsAre(testing::HasSubstr(isRemoved ? "\"RIGHT\" is no longer connected"
+                                                              : "\"RIGHT\" lies outside the screen")));
+        EXPECT_TRUE(recording.stop());
+    }
+}
+
+TEST(ServerLoss, StoppingAtAnyMomentEndsTheThread) {
+    PrivateServer server;
+    XcbScreenCaptureService service(server.display());
+    const Display display = service.shareableContent().displays.at(0);
+    for (int i = 0; i < 30; ++i) {
+        SerialQueue queue("cobaltreel.test.brief");
+        const auto stream =
+            service.makeStream(DisplayContentFilter{display, {}}, configurationFor(800, 600), {});
+        stream->addOutput(StreamOutputType::screen, queue, [](const CapturedSample&) {});
+        if (i % 3 != 0) stream->startCapture([](const auto&) {});
+        if (i % 2 != 0) stream->stopCapture([](const auto&) {});
+    }
+}
+
+}  // namespace platform::test

@@ -1,0 +1,150 @@
+#include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <xcb/xtest.h>
+
+namespace platform::test {
+
+namespace {
+
+constexpr std::uint32_t red = 0xcc2020, blue = 0x2030dd, green = 0x20bb40;
+
+class WindowCapture : public ::testing::Test {
+  protected:
+    WindowCapture() : window_(connection_, 200, 150, 320, 240, {red, false, "Recorded"}) {
+        window_.show();
+        const auto isListed = [this] { return find().has_value(); };
+        EXPECT_TRUE(ColourWindow::waitUntil(isListed));
+    }
+    std::optional<Window> find() {
+        const auto windows = service_.shareableContent().windows;
+        const auto found = std::find_if(windows.begin(), windows.end(),
+                                        [this](const Window& each) { return each.windowID == window_.id(); });
+        return found == windows.end() ? std::nullopt : std::optional(*found);
+    }
+    std::unique_ptr<Recording> record(int width = 0, int height = 0) {
+        const Window window = *find();
+        auto configuration = configurationFor(width > 0 ? width : static_cast<int>(window.frame.w),
+                                              height > 0 ? height : static_cast<int>(window.frame.h));
+        configuration.showsCursor = showsCursor_;
+        return std::make_unique<Recording>(service_, WindowContentFilter{window}, configuration);
+    }
+    static bool showsAt(Recording& recording, double x, double y, std::uint32_t colour) {
+        return recording.waitForPicture([=](const PixelBuffer& picture) {
+            return colourAt(picture, static_cast<int>(x * picture.width()),
+                            static_cast<int>(y * picture.height())) == colour;
+        });
+    }
+
+    XcbConnection connection_;
+    XcbScreenCaptureService service_;
+    ColourWindow window_;
+    bool showsCursor_ = false;
+};
+
+}  // namespace
+
+TEST_F(WindowCapture, GoesOnWhileCoveredMovedAndPartlyOffTheScreen) {
+    const auto recording = record();
+    ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
+    ColourWindow cover(connection_, 150, 100, 500, 400, {green, true, "Cover"});
+    cover.show();
+    window_.paint(blue);
+    EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
+    window_.move(-100, 600);
+    window_.paint(red);
+    EXPECT_TRUE(showsAt(*recording, 0.1, 0.9, red));
+    EXPECT_TRUE(recording->isMonotonic());
+    EXPECT_THAT(recording->errors(), testing::IsEmpty());
+}
+
+TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
+    const auto recording = record();
+    ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
+    const int width = recording->latest()->width(), height = recording->latest()->height();
+    window_.resize(600, 150);
+    window_.paint(blue);
+    EXPECT_TRUE(recording->waitForPicture([](const PixelBuffer& picture) {
+        const int middle = picture.width() / 2;
+        return isNear(colourAt(picture, middle, picture.height() / 2), blue) &&
+               colourAt(picture, middle, 2) == 0 && colourAt(picture, middle, picture.height() - 3) == 0;
+    }));
+    EXPECT_EQ(recording->latest()->width(), width);
+    EXPECT_EQ(recording->latest()->height(), height);
+}
+
+TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
+    const auto recording = record();
+    ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
+    xcb_client_message_event_t iconify{};
+    iconify.response_type = XCB_CLIENT_MESSAGE;
+    iconify.format = 32;
+    iconify.window = window_.id();
+    iconify.type = connection_.atom("WM_CHANGE_STATE");
+    iconify.data.data32[0] = 3;  // IconicState
+    xcb_send_event(connection_.get(), 0, connection_.root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&iconify));
+    ASSERT_TRUE(ColourWindow::waitUntil([this] { return !window_.isViewable(); }));
+    EXPECT_FALSE(find()->isOnScreen);
+    const std::size_t before = recording->settle();
+    window_.paint(blue);
+    EXPECT_EQ(recording->settle(), before);
+    EXPECT_THAT(recording->errors(), testing::IsEmpty());
+    window_.show();
+    EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
+}
+
+TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowIsClosed) {
+    const auto recording = record();
+    ASSERT_TRUE(recording->waitForFrames(1));
+    xcb_destroy_window(connection_.get(), window_.id());
+    xcb_flush(connection_.get());
+    ASSERT_TRUE(recording->waitForError());
+    recording->settle();
+    EXPECT_THAT(recording->errors(), testing::ElementsAre("The window \"Recorded\" was closed."));
+    EXPECT_TRUE(recording->stop());
+}
+
+TEST_F(WindowCapture, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {
+    const Window whole = *find();
+    window_.setCardinals("_GTK_FRAME_EXTENTS", {10, 11, 5, 6});
+    const Window cut = *find();
+    EXPECT_EQ(cut.frame.x, whole.frame.x + 10);
+    EXPECT_EQ(cut.frame.y, whole.frame.y + 5);
+    EXPECT_EQ(cut.frame.w, whole.frame.w - 21);
+    EXPECT_EQ(cut.frame.h, whole.frame.h - 11);
+    const int width = static_cast<int>(cut.frame.w), height = static_cast<int>(cut.frame.h);
+    const auto recording = record(width + width % 2, height + height % 2);
+    EXPECT_TRUE(recording->waitForPicture([](const PixelBuffer& picture) {
+        return colourAt(picture, picture.width() - 1, picture.height() / 2) == red &&
+               colourAt(picture, 0, picture.height() / 2) == red;
+    }));
+}
+
+TEST_F(WindowCapture, DrawsThePointerOnlyInsideTheWindow) {
+    showsCursor_ = true;
+    const auto recording = record();
+    const Rect frame = find()->frame;
+    const auto warp = [this](double x, double y) {
+        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, connection_.root(),
+                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+        xcb_flush(connection_.get());
+    };
+    const auto foreignPixels = [](const PixelBuffer& picture) {
+        int count = 0;
+        for (int y = picture.height() / 2; y < picture.height() - 10; ++y)
+            for (int x = 10; x < picture.width() - 10; ++x) count += colourAt(picture, x, y) != red ? 1 : 0;
+        return count;
+    };
+    ASSERT_TRUE(recording->waitForFrames(1));
+    warp(frame.x + frame.w / 2, frame.y + frame.h * 0.7);
+    EXPECT_TRUE(recording->waitForPicture([&](const PixelBuffer& p) { return foreignPixels(p) > 20; }));
+    warp(frame.maxX() + 200, frame.maxY() + 100);
+    EXPECT_TRUE(recording->waitForPicture([&](const PixelBuffer& p) { return foreignPixels(p) == 0; }));
+}
+
+}  // namespace platform::test

@@ -1,0 +1,112 @@
+#include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/Desktop/VirtualMonitor.hpp"
+#include "Platform/Desktop/Xcb/XcbDesktop.hpp"
+#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
+
+#include <algorithm>
+
+#include <gmock/gmock.h>
+#include <xcb/xtest.h>
+
+namespace platform::test {
+
+namespace {
+
+class DesktopOnScreen : public ::testing::Test {
+  protected:
+    void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
+        xcb_test_fake_input(connection_.get(), type, detail, XCB_CURRENT_TIME, connection_.root(),
+                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+        connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get()));
+    }
+    bool pointerIs(double x, double y, std::int64_t buttons) {
+        return ColourWindow::waitUntil([=, this] {
+            const PointerState now = desktop_.pointer();
+            return now.x == x && now.y == y && now.buttons == buttons;
+        });
+    }
+
+    XcbConnection connection_;
+    XcbDesktop desktop_;
+};
+
+}  // namespace
+
+TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
+    fake(XCB_MOTION_NOTIFY, 0, 300, 20);
+    EXPECT_TRUE(pointerIs(300, 700, 0));
+    const struct {
+        std::uint8_t button;
+        std::int64_t bits;
+    } cases[] = {{1, 1}, {3, 2}, {2, 4}, {8, 8}, {9, 16}, {4, 0}, {7, 0}};
+    for (const auto& c : cases) {
+        fake(XCB_BUTTON_PRESS, c.button);
+        EXPECT_TRUE(pointerIs(300, 700, c.bits)) << "button " << int{c.button};
+        fake(XCB_BUTTON_RELEASE, c.button);
+        EXPECT_TRUE(pointerIs(300, 700, 0));
+    }
+}
+
+TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
+    const VirtualMonitor left("LEFT", {0, 0, 500, 720}, false);
+    const VirtualMonitor right("RIGHT", {500, 100, 780, 620}, true);
+    XcbDesktop desktop;
+    const auto screens = desktop.screens();
+    ASSERT_GE(screens.size(), 2U);
+    EXPECT_EQ(screens[0].frame, (Rect{0, 0, 780, 620}));
+    const auto monitors = readMonitors(connection_);
+    EXPECT_EQ(screens[0].displayID, monitors.at(0).displayID);
+    EXPECT_TRUE(std::any_of(screens.begin(), screens.end(), [](const Screen& screen) {
+        return screen.frame == Rect{-500, 0, 500, 720};
+    }));
+    fake(XCB_MOTION_NOTIFY, 0, 510, 150);
+    EXPECT_TRUE(ColourWindow::waitUntil([&] {
+        const PointerState now = desktop.pointer();
+        return now.x == 10 && now.y == 570;
+    }));
+}
+
+TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
+    ColourWindow window(connection_, 200, 150, 320, 240, {0x123456, false, "Framed"});
+    EXPECT_EQ(desktop_.windowBounds(window.id()), std::nullopt) << "not shown yet";
+    window.show();
+    // Decorated by the window manager a moment after.
+    ASSERT_TRUE(ColourWindow::waitUntil([&] {
+        const auto bounds = desktop_.windowBounds(window.id());
+        return bounds && bounds->h > 240;
+    }));
+    const auto listed = XcbScreenCaptureService().shareableContent().windows;
+    ASSERT_EQ(listed.size(), 1U);
+    EXPECT_EQ(desktop_.windowBounds(window.id()), listed[0].frame) << "the same as in the content list";
+    const Rect before = *desktop_.windowBounds(window.id());
+    window.resize(400, 300);
+    EXPECT_TRUE(ColourWindow::waitUntil([&] {
+        const auto bounds = desktop_.windowBounds(window.id());
+        return bounds && bounds->w == before.w + 80 && bounds->h == before.h + 60;
+    }));
+    window.hide();
+    EXPECT_EQ(desktop_.windowBounds(window.id()), std::nullopt);
+    EXPECT_EQ(desktop_.windowBounds(0x7fffff1), std::nullopt);
+}
+
+TEST(DesktopWithoutServer, SaysWhatIsMissing) {
+    try {
+        XcbDesktop desktop(":987");
+        FAIL() << "there is such a server";
+    } catch (const PlatformError& error) {
+        EXPECT_THAT(error.description(), testing::HasSubstr("DISPLAY"));
+    }
+}
+
+TEST(DesktopWithoutServer, KeepsAnsweringAfterItsServerHasGone) {
+    rig::ChildProcess server({"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
+    XcbDesktop desktop(":" + server.readLine());
+    const PointerState last = desktop.pointer();
+    server.end(SIGKILL);
+    ASSERT_TRUE(ColourWindow::waitUntil([&] { return desktop.screens().empty(); }));
+    EXPECT_EQ(desktop.pointer().x, last.x);
+    EXPECT_EQ(desktop.pointer().y, last.y);
+    EXPECT_EQ(desktop.windowBounds(1), std::nullopt);
+}
+
+}  // namespace platform::test
