@@ -16,14 +16,13 @@ Column {
         anchors.left: parent.left
         width: parent.width
         horizontalAlignment: Text.AlignLeft
-        text: cell.caption
+        label: cell.caption
         color: Color.secondaryText
         font.pixelSize: TextSize.caption
     }
-    Item {
+    Row {
         id: place
 
         width: parent.width
-        implicitHeight: childrenRect.height
     }
 }

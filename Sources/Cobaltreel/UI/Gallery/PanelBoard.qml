@@ -45,9 +45,9 @@ Column {
             }
         }
     }
-    ControlText { width: 292; horizontalAlignment: Text.AlignLeft; text: S.bubbleSize; font.pixelSize: TextSize.caption }
+    ControlText { width: 292; horizontalAlignment: Text.AlignLeft; label: S.bubbleSize; font.pixelSize: TextSize.caption }
     MacSlider { width: 292; lowerBound: 0.15; upperBound: 0.35; value: 0.22 }
-    ControlText { width: 292; horizontalAlignment: Text.AlignLeft; text: S.cameraStyle; font.pixelSize: TextSize.caption }
+    ControlText { width: 292; horizontalAlignment: Text.AlignLeft; label: S.cameraStyle; font.pixelSize: TextSize.caption }
     MacSegmented { width: 292; selection: 0; options: [{value: 0, title: S.bubble}, {value: 1, title: S.cutout}] }
     MacDropdown { width: 292; text: S.microphone; content: [] }
     MacProgressBar { width: 292; value: 0.45 }
@@ -60,7 +60,7 @@ Column {
 
         MacButton { id: quit; anchors.left: parent.left; text: S.quit }
         MacButton { id: gear; anchors.left: quit.right; anchors.leftMargin: 6; iconName: "gearshape"; verticalPadding: 5; Accessible.name: S.settings }
-        ControlText { id: keys; anchors.left: gear.right; anchors.leftMargin: 6; anchors.verticalCenter: gear.verticalCenter; text: S.shortcut; font.pixelSize: TextSize.caption; color: Color.secondaryText }
-        ControlText { anchors.right: parent.right; anchors.verticalCenter: gear.verticalCenter; text: S.versionEgg; font.pixelSize: TextSize.caption2; color: Color.secondaryText }
+        ControlText { id: keys; anchors.left: gear.right; anchors.leftMargin: 6; anchors.verticalCenter: gear.verticalCenter; label: S.shortcut; font.pixelSize: TextSize.caption; color: Color.secondaryText }
+        ControlText { anchors.right: parent.right; anchors.verticalCenter: gear.verticalCenter; label: S.versionEgg; font.pixelSize: TextSize.caption2; color: Color.secondaryText }
     }
 }

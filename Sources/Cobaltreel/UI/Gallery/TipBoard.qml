@@ -23,7 +23,7 @@ Item {
         x: 20
         y: 80
         width: 280
-        text: S.exportNote
+        label: S.exportNote
 
         Tip { id: longTip; delay: 0; text: S.exportNote; visible: true }
     }

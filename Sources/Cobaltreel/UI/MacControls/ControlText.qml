@@ -1,13 +1,17 @@
 import QtQuick
+import Cobaltreel.Controls
 
 /// A line of text that never clips: one too long for its place ends in an ellipsis and is shown whole in a
 /// tooltip, when the pointer rests on it or `revealed` says so.
 Text {
-    id: label
+    id: line
 
+    /// The text as it stands; `text` is what the layout makes of it.
+    required property string label
     /// Shows the tooltip of a shortened text without the pointer, for the keyboard's sake.
     property bool revealed: false
 
+    text: TextDirection.laidOut(label, LayoutMirroring.enabled)
     color: Color.text
     font.pixelSize: TextSize.body
     textFormat: Text.PlainText
@@ -15,13 +19,13 @@ Text {
     maximumLineCount: 1
     verticalAlignment: Text.AlignVCenter
     Accessible.role: Accessible.StaticText
-    Accessible.name: text
+    Accessible.name: label
 
     HoverHandler {
         id: hover
     }
     Tip {
-        text: label.text
-        visible: label.truncated && (hover.hovered || label.revealed)
+        text: line.text
+        visible: line.truncated && (hover.hovered || line.revealed)
     }
 }

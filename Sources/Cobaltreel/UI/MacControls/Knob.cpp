@@ -24,7 +24,7 @@ void Knob::paint(QPainter* painter) {
     QPainter discPainter(&disc);
     discPainter.setRenderHint(QPainter::Antialiasing);
     discPainter.setPen(Qt::NoPen);
-    discPainter.setBrush(Qt::white);
+    discPainter.setBrush(dimmed_ ? QColor::fromRgbF(0.5F, 0.5F, 0.5F) : QColor(Qt::white));
     discPainter.drawEllipse(QRectF(QPointF(), size()).center(), diameter_ / 2, diameter_ / 2);
     discPainter.end();
 

@@ -12,6 +12,8 @@ class Knob : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(qreal diameter MEMBER diameter_ NOTIFY lookChanged REQUIRED FINAL)
+    /// Grey instead of white.
+    Q_PROPERTY(bool dimmed MEMBER dimmed_ NOTIFY lookChanged FINAL)
     Q_PROPERTY(qreal margin READ margin CONSTANT FINAL)
     Q_PROPERTY(qreal shadowOpacity MEMBER shadowOpacity_ NOTIFY lookChanged FINAL)
     Q_PROPERTY(qreal shadowRadius MEMBER shadowRadius_ NOTIFY lookChanged FINAL)
@@ -31,6 +33,7 @@ class Knob : public QQuickPaintedItem {
     void follow();
 
     qreal diameter_ = 0;
+    bool dimmed_ = false;
     qreal shadowOpacity_ = 0.3;
     qreal shadowRadius_ = 1;
     qreal shadowOffset_ = 0;

@@ -61,7 +61,7 @@ T.AbstractButton {
 
             anchors.verticalCenter: parent.verticalCenter
             width: Math.min(implicitWidth, control.availableWidth - control.pictureRoom)
-            text: control.text
+            label: control.text
             font: control.font
             color: "white"
             visible: control.text !== ""

@@ -133,7 +133,7 @@ T.AbstractButton {
                     anchors.rightMargin: 6
                     anchors.verticalCenter: parent.verticalCenter
                     horizontalAlignment: Text.AlignLeft
-                    text: item.modelData.title
+                    label: item.modelData.title
                     revealed: item.isCurrent
                     color: item.isCurrent ? "white" : Color.text
                     Accessible.ignored: true

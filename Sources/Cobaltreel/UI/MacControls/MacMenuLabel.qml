@@ -23,7 +23,7 @@ Rectangle {
         anchors.rightMargin: 6
         anchors.verticalCenter: parent.verticalCenter
         horizontalAlignment: Text.AlignLeft
-        text: label.text
+        label: label.text
         revealed: label.revealed
     }
     Rectangle {

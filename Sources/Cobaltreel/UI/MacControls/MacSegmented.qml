@@ -20,7 +20,7 @@ T.Control {
         let widest = 0;
         for (let i = 0; i < segments.count; ++i)
             widest = Math.max(widest, segments.itemAt(i)?.implicitWidth ?? 0);
-        return widest;
+        return Math.ceil(widest);
     }
 
     implicitWidth: 2 * 3 + options.length * (widestTitle + 3) - 3
@@ -86,7 +86,7 @@ T.Control {
                 color: segment.isSelected ? Color.segmentSelected : "transparent"
             }
             contentItem: ControlText {
-                text: segment.modelData.title
+                label: segment.modelData.title
                 font.pixelSize: TextSize.small
                 horizontalAlignment: Text.AlignHCenter
                 revealed: control.showsFocus && segment.isSelected

@@ -24,7 +24,6 @@ T.Control {
 
     implicitWidth: 160
     implicitHeight: 16
-    opacity: enabled ? 1 : 0.4
     focusPolicy: Qt.StrongFocus
 
     Accessible.role: Accessible.Slider
@@ -58,6 +57,8 @@ T.Control {
     }
 
     background: Item {
+        opacity: control.enabled ? 1 : 0.4
+
         Rectangle {
             y: (parent.height - height) / 2
             width: parent.width
@@ -93,6 +94,7 @@ T.Control {
             x: ControlMath.knobX(control.fraction, control.width, control.mirrored) - margin
             y: (parent.height - height) / 2
             diameter: 16
+            dimmed: !control.enabled
         }
     }
 

@@ -16,7 +16,6 @@ T.AbstractButton {
 
     implicitWidth: 38
     implicitHeight: 22
-    opacity: enabled ? 1 : 0.4
     focusPolicy: Qt.StrongFocus
 
     Accessible.role: Accessible.CheckBox
@@ -35,6 +34,7 @@ T.AbstractButton {
     }
 
     background: Rectangle {
+        opacity: control.enabled ? 1 : 0.4
         radius: height / 2
         color: control.isOn ? Color.crSwitchOn : Color.crTrackOff
 
@@ -51,6 +51,7 @@ T.AbstractButton {
             x: 2 - margin + (control.mirrored ? 1 - control.position : control.position) * 16
             y: 2 - margin
             diameter: 18
+            dimmed: !control.enabled
             shadowOpacity: 0.25
             shadowRadius: 1
             shadowOffset: 0.5

@@ -23,7 +23,7 @@ Item {
         width: Math.max(0, Math.min(implicitWidth, row.width - 8 - toggle.width))
         horizontalAlignment: Text.AlignLeft
         opacity: row.enabled ? 1 : 0.4
-        text: row.label
+        label: row.label
         revealed: toggle.showsFocus
         Accessible.ignored: true
 

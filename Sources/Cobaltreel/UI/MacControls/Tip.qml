@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Cobaltreel.Controls
 
 /// A short text beside the pointer. Longer ones wrap within the window.
 T.ToolTip {
@@ -17,7 +18,7 @@ T.ToolTip {
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent | T.Popup.CloseOnReleaseOutsideParent
 
     contentItem: Text {
-        text: tip.text
+        text: TextDirection.laidOut(tip.text, tip.parent?.LayoutMirroring.enabled ?? false)
         textFormat: Text.PlainText
         color: Color.text
         font.pixelSize: 11

@@ -22,7 +22,7 @@ Item {
 
         ControlText {
             anchors.left: parent.left
-            text: S.settings
+            label: S.settings
             font.pixelSize: TextSize.heading
             font.weight: Font.DemiBold
             Accessible.role: Accessible.Heading
@@ -40,7 +40,7 @@ Item {
                 anchors.rightMargin: 8
                 anchors.verticalCenter: parent.verticalCenter
                 horizontalAlignment: Text.AlignLeft
-                text: S.language
+                label: S.language
             }
             MacSegmented {
                 id: choice
