@@ -42,6 +42,8 @@ struct XcbDesktop::State {
         if (connection.extension(xcb_input_id) != nullptr) {
             const auto version = connection.reply(xcb_input_xi_query_version_reply,
                                                   xcb_input_xi_query_version(connection.get(), 2, 0));
+            // The server chooses a client's pointer when it is first asked about.
+            connection.reply(xcb_query_pointer_reply, xcb_query_pointer(connection.get(), connection.root()));
             const auto device =
                 version && version->major_version >= 2
                     ? connection.reply(xcb_input_xi_get_client_pointer_reply,
