@@ -27,8 +27,17 @@ Side sideOf(const std::string& channel) {
 
 }  // namespace
 
+/// A link that the server may end by itself, for instance when a program changes its format.
 struct PipeWireSystemAudio::Link {
+    PipeWireSystemAudio* owner = nullptr;
     Proxy<pw_proxy> proxy;
+    Hook hook;
+    bool hasEnded = false;
+
+    void end() {
+        hasEnded = true;
+        owner->relink_->signal();
+    }
 };
 
 PipeWireSystemAudio::PipeWireSystemAudio(std::shared_ptr<Connection> connection)
@@ -36,6 +45,10 @@ PipeWireSystemAudio::PipeWireSystemAudio(std::shared_ptr<Connection> connection)
     const LoopLock lock(connection_->threadLoop());
     retry_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
         hasFailed_ = false;
+        graphChanged();
+    });
+    relink_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
+        std::erase_if(links_, [](const auto& link) { return link.second->hasEnded; });
         graphChanged();
     });
     connection_->addListener(*this);
@@ -46,6 +59,7 @@ PipeWireSystemAudio::~PipeWireSystemAudio() {
     const LoopLock lock(connection_->threadLoop());
     connection_->removeListener(*this);
     retry_.reset();
+    relink_.reset();
 }
 
 void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
@@ -139,14 +153,23 @@ std::set<PipeWireSystemAudio::PortPair> PipeWireSystemAudio::wantedLinks() const
 void PipeWireSystemAudio::makeLink(const PortPair& ports) {
     const std::string output = std::to_string(ports.first);
     const std::string input = std::to_string(ports.second);
-    const std::array<spa_dict_item, 3> items{{{PW_KEY_LINK_OUTPUT_PORT, output.c_str()},
-                                              {PW_KEY_LINK_INPUT_PORT, input.c_str()},
-                                              {PW_KEY_LINK_PASSIVE, "true"}}};
+    const std::array<spa_dict_item, 2> items{
+        {{PW_KEY_LINK_OUTPUT_PORT, output.c_str()}, {PW_KEY_LINK_INPUT_PORT, input.c_str()}}};
     const spa_dict props{0, static_cast<std::uint32_t>(items.size()), items.data()};
     auto link = std::make_unique<Link>();
     link->proxy.reset(static_cast<pw_proxy*>(pw_core_create_object(
         connection_->core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &props, 0)));
-    if (link->proxy) links_[ports] = std::move(link);
+    if (!link->proxy) return;
+    static const pw_proxy_events events = [] {
+        pw_proxy_events table{};
+        table.version = PW_VERSION_PROXY_EVENTS;
+        table.removed = [](void* self) { static_cast<Link*>(self)->end(); };
+        table.error = [](void* self, int, int, const char*) { static_cast<Link*>(self)->end(); };
+        return table;
+    }();
+    link->owner = this;
+    pw_proxy_add_listener(link->proxy.get(), link->hook.get(), &events, link.get());
+    links_[ports] = std::move(link);
 }
 
 }  // namespace platform::pipewire

@@ -47,6 +47,7 @@ class PipeWireSystemAudio final : public SystemAudioSource, private GraphListene
     std::unique_ptr<SoundStream> stream_;
     std::map<PortPair, std::unique_ptr<Link>> links_;
     std::unique_ptr<LoopEvent> retry_;
+    std::unique_ptr<LoopEvent> relink_;
 };
 
 }  // namespace platform::pipewire

@@ -128,7 +128,9 @@ void SoundStream::handOn() {
         const auto size = static_cast<std::uint32_t>(sound->bytes.size());
         copyOut(ring_, at + sizeof chunk, sound->bytes.data(), size);
         read_.store(at + static_cast<std::uint32_t>(sizeof chunk) + size, std::memory_order_release);
-        receive_({{chunk.time, nanosecondTimescale}, nullptr, std::move(sound)});
+        const double measured = static_cast<double>(chunk.time) / static_cast<double>(second);
+        if (const auto time = clock_.place(measured, sound->duration()))
+            receive_({MediaTime::fromSeconds(*time, nanosecondTimescale), nullptr, std::move(sound)});
     }
 }
 

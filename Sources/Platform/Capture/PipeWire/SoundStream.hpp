@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/SoundClock.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <array>
@@ -52,6 +53,7 @@ class SoundStream {
     std::vector<std::byte> ring_;
     std::atomic<std::uint32_t> written_{0};  // advanced by the graph's thread
     std::atomic<std::uint32_t> read_{0};     // advanced by the loop
+    SoundClock clock_;
     LoopEvent ready_;
     StreamHandle stream_;
     Hook hook_;

@@ -12,9 +12,9 @@ using platform::CaptureEvent;
 using platform::SampleBuffer;
 using rig::startDevice;
 
-/// How far apart the end of each run of sound and the start of the next may lie: the graph's clock jitters
-/// by less than this.
-constexpr double seam = 0.002;
+/// A hole in the sound longer than this is a gap. On a busy machine the rig's own clock, which no hardware
+/// drives, slips by some milliseconds.
+constexpr double gapLength = 0.1;
 
 class SoundTest : public rig::MediaTest {
   protected:
@@ -33,14 +33,15 @@ class SoundTest : public rig::MediaTest {
         rig::BeepFinder finder;
         for (const auto& sound : sounds) finder.add(sound);
         ASSERT_THAT(finder.starts(), testing::SizeIs(instants.size()));
-        for (std::size_t i = 0; i < instants.size(); ++i) EXPECT_NEAR(finder.starts()[i], instants[i], 0.005);
+        for (std::size_t i = 0; i < instants.size(); ++i) EXPECT_NEAR(finder.starts()[i], instants[i], 0.02);
         for (const double pitch : finder.pitches()) EXPECT_NEAR(pitch, 1000, 30);
     }
-    static int seams(const std::vector<SampleBuffer>& sounds) {
+    static int gaps(const std::vector<SampleBuffer>& sounds) {
         int count = 0;
         for (std::size_t i = 1; i < sounds.size(); ++i) {
             const double end = sounds[i - 1].presentationTime.seconds() + sounds[i - 1].audio->duration();
-            if (std::abs(sounds[i].presentationTime.seconds() - end) > seam) ++count;
+            EXPECT_GT(sounds[i].presentationTime.seconds(), end - 0.01) << "runs of sound overlap";
+            if (sounds[i].presentationTime.seconds() - end > gapLength) ++count;
         }
         return count;
     }
@@ -67,7 +68,7 @@ TEST_F(SoundTest, DeliversOneFormatOfSoundWhateverTheMicrophoneOffers) {
         for (const auto& sound : sounds)
             EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 1, true}));
         expectBeeps(sounds, instants);
-        EXPECT_EQ(seams(sounds), 0);
+        EXPECT_EQ(gaps(sounds), 0);
     }
 }
 
@@ -78,13 +79,14 @@ TEST_F(SoundTest, AMicrophoneThatComesBackWithAnotherRateLeavesAGapAndKeepsTime)
     ASSERT_TRUE(collector.waitForSoundUntil(first.back() + 0.2));
     device.reset();
     ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
     const auto second = instantsFromNow(0.8, 1);
     device = startDevice("RigTone", {"--microphone", "--rate", "16000", "--at", listed(second)});
     ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
     ASSERT_TRUE(collector.waitForSoundUntil(second.back() + 0.2));
     session->stopRunning();
     expectBeeps(collector.sounds(), {first[0], second[0]});
-    EXPECT_EQ(seams(collector.sounds()), 1) << "one gap, of the time that the microphone was away";
+    EXPECT_EQ(gaps(collector.sounds()), 1) << "one gap, of the time that the microphone was away";
 }
 
 TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
@@ -103,7 +105,7 @@ TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
     ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
     session->stopRunning();
     expectBeeps(collector.sounds(), instants);
-    EXPECT_EQ(seams(collector.sounds()), 1);
+    EXPECT_EQ(gaps(collector.sounds()), 1);
 }
 
 TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
@@ -152,7 +154,7 @@ TEST_F(SystemAudioTest, RecordsOtherProgramsButNotThisOne) {
     const auto sounds = collector.sounds();
     for (const auto& sound : sounds) EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 2, true}));
     expectBeeps(sounds, instants);
-    EXPECT_EQ(seams(sounds), 0);
+    EXPECT_EQ(gaps(sounds), 0);
     source->stop();
     EXPECT_EQ(collector.sounds().size(), sounds.size());
 }
@@ -163,16 +165,16 @@ TEST_F(SystemAudioTest, FollowsTheDefaultSpeakerAndMonoPrograms) {
     const auto instants = instantsFromNow(1.0, 6);
     const auto player = startDevice("RigTone", {"--speaker", "--rate", "44100", "--at", listed(instants)});
     ASSERT_TRUE(collector.waitForSoundUntil(instants[2]));
-    const std::string quiet = " >/dev/null 2>&1";
-    ASSERT_EQ(
-        std::system(
-            ("pw-metadata 0 default.configured.audio.sink '{\"name\":\"rig.headphones\"}'" + quiet).c_str()),
-        0);
+    const auto makeDefault = [](const std::string& speaker) {
+        return std::system(("pw-metadata 0 default.configured.audio.sink '{\"name\":\"" + speaker +
+                            "\"}' Spa:String:JSON >/dev/null 2>&1")
+                               .c_str());
+    };
+    ASSERT_EQ(makeDefault("rig.headphones"), 0);
     ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
-    ASSERT_EQ(
-        std::system(
-            ("pw-metadata 0 default.configured.audio.sink '{\"name\":\"rig.speaker\"}'" + quiet).c_str()),
-        0);
+    EXPECT_EQ(std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player"), 0)
+        << "the session manager has not moved the program to the other speaker";
+    ASSERT_EQ(makeDefault("rig.speaker"), 0);
     source->stop();
     expectBeeps(collector.sounds(), instants);
 }

@@ -1,0 +1,347 @@
+// A camera for tests: a PipeWire video source that draws a counter, flashes at given instants of the host
+// clock, and misbehaves when told to. Runs until a signal ends it; prints a line when it is there.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <string>
+
+#include <libyuv.h>
+#include <pipewire/pipewire.h>
+#include <spa/buffer/meta.h>
+#include <spa/param/buffers.h>
+#include <spa/param/video/format-utils.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
+}
+
+#include "Rig/RigArguments.hpp"
+#include "Rig/RigEvents.hpp"
+#include "Rig/RigPicture.hpp"
+#include "Rig/RigUrgency.hpp"
+
+namespace {
+
+struct PixelFormatName {
+    const char* name;
+    std::uint32_t spa;
+    std::uint32_t fourcc;
+    int bytesPerPixel;  // of the first plane
+};
+constexpr std::array<PixelFormatName, 12> pixelFormats{{
+    {"yuy2", SPA_VIDEO_FORMAT_YUY2, libyuv::FOURCC_YUY2, 2},
+    {"uyvy", SPA_VIDEO_FORMAT_UYVY, libyuv::FOURCC_UYVY, 2},
+    {"nv12", SPA_VIDEO_FORMAT_NV12, libyuv::FOURCC_NV12, 1},
+    {"nv21", SPA_VIDEO_FORMAT_NV21, libyuv::FOURCC_NV21, 1},
+    {"i420", SPA_VIDEO_FORMAT_I420, libyuv::FOURCC_I420, 1},
+    {"yv12", SPA_VIDEO_FORMAT_YV12, libyuv::FOURCC_YV12, 1},
+    {"bgrx", SPA_VIDEO_FORMAT_BGRx, libyuv::FOURCC_ARGB, 4},
+    {"rgbx", SPA_VIDEO_FORMAT_RGBx, libyuv::FOURCC_ABGR, 4},
+    {"xrgb", SPA_VIDEO_FORMAT_xRGB, libyuv::FOURCC_BGRA, 4},
+    {"xbgr", SPA_VIDEO_FORMAT_xBGR, libyuv::FOURCC_RGBA, 4},
+    {"bgr", SPA_VIDEO_FORMAT_BGR, libyuv::FOURCC_24BG, 3},
+    {"rgb", SPA_VIDEO_FORMAT_RGB, libyuv::FOURCC_RAW, 3},
+}};
+
+struct Options {
+    std::string name = "rig.camera";
+    std::string description = "Rig Camera";
+    std::string format = "yuy2";
+    int width = 1280;
+    int height = 720;
+    int rate = 30;
+    double quitAfter = 0;
+    double garbageFrom = -1;  // seconds after the start
+    bool sendsNothing = false;
+    bool withoutTimes = false;
+    RigEvents events;
+};
+
+double hostTime() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+class JpegEncoder {
+  public:
+    JpegEncoder(int width, int height, int rate) {
+        const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
+        context_.reset(avcodec_alloc_context3(codec));
+        context_->width = width;
+        context_->height = height;
+        context_->time_base = {1, rate};
+        context_->pix_fmt = AV_PIX_FMT_YUVJ420P;
+        context_->flags |= AV_CODEC_FLAG_QSCALE;
+        context_->global_quality = 4 * FF_QP2LAMBDA;
+        avcodec_open2(context_.get(), codec, nullptr);
+        frame_->format = AV_PIX_FMT_YUVJ420P;
+        frame_->width = width;
+        frame_->height = height;
+        av_frame_get_buffer(frame_.get(), 0);
+    }
+    std::size_t encode(const std::uint8_t* i420, std::uint8_t* to, std::size_t room) {
+        const int width = context_->width;
+        const int height = context_->height;
+        const int half = (width + 1) / 2;
+        const std::uint8_t* u = i420 + width * height;
+        const std::uint8_t* v = u + half * ((height + 1) / 2);
+        av_frame_make_writable(frame_.get());
+        libyuv::I420Copy(i420, width, u, half, v, half, frame_->data[0], frame_->linesize[0], frame_->data[1],
+                         frame_->linesize[1], frame_->data[2], frame_->linesize[2], width, height);
+        frame_->pts++;
+        if (avcodec_send_frame(context_.get(), frame_.get()) < 0) return 0;
+        if (avcodec_receive_packet(context_.get(), packet_.get()) < 0) return 0;
+        const std::size_t size = std::min(room, static_cast<std::size_t>(packet_->size));
+        std::memcpy(to, packet_->data, size);
+        av_packet_unref(packet_.get());
+        return size;
+    }
+
+  private:
+    struct Free {
+        void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+        void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+        void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    };
+    std::unique_ptr<AVCodecContext, Free> context_;
+    std::unique_ptr<AVFrame, Free> frame_{av_frame_alloc()};
+    std::unique_ptr<AVPacket, Free> packet_{av_packet_alloc()};
+};
+
+class Camera {
+  public:
+    explicit Camera(Options options) : options_(std::move(options)) {
+        if (!isMjpeg())
+            raw_ = *std::ranges::find_if(pixelFormats,
+                                         [&](const auto& each) { return options_.format == each.name; });
+    }
+
+    int run() {
+        loop_ = pw_main_loop_new(nullptr);
+        for (const int number : {SIGINT, SIGTERM})
+            pw_loop_add_signal(
+                pw_main_loop_get_loop(loop_), number,
+                [](void* self, int) { pw_main_loop_quit(static_cast<Camera*>(self)->loop_); }, this);
+        frameTimer_ = pw_loop_add_timer(
+            pw_main_loop_get_loop(loop_),
+            [](void* self, std::uint64_t) { static_cast<Camera*>(self)->onFrameTime(); }, this);
+        static const pw_stream_events events = [] {
+            pw_stream_events table{};
+            table.version = PW_VERSION_STREAM_EVENTS;
+            table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char*) {
+                static_cast<Camera*>(self)->onState(state);
+            };
+            table.param_changed = [](void* self, std::uint32_t id, const spa_pod* param) {
+                if (id == SPA_PARAM_Format && param != nullptr) static_cast<Camera*>(self)->offerBuffers();
+            };
+            table.process = [](void* self) { static_cast<Camera*>(self)->fillBuffer(); };
+            return table;
+        }();
+        stream_ = pw_stream_new_simple(
+            pw_main_loop_get_loop(loop_), options_.name.c_str(),
+            pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, options_.name.c_str(),
+                              PW_KEY_NODE_DESCRIPTION, options_.description.c_str(), nullptr),
+            &events, this);
+        if (stream_ == nullptr) return fail("no media server");
+
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
+        const spa_rectangle size{static_cast<std::uint32_t>(options_.width),
+                                 static_cast<std::uint32_t>(options_.height)};
+        const spa_fraction rate{static_cast<std::uint32_t>(options_.rate), 1};
+        const spa_pod* format = nullptr;
+        if (isMjpeg())
+            format = static_cast<const spa_pod*>(spa_pod_builder_add_object(
+                &builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_mjpg),
+                SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate,
+                SPA_POD_Fraction(&rate)));
+        else
+            format = static_cast<const spa_pod*>(spa_pod_builder_add_object(
+                &builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
+                SPA_FORMAT_VIDEO_format, SPA_POD_Id(raw_.spa), SPA_FORMAT_VIDEO_size,
+                SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+        if (pw_stream_connect(
+                stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
+                static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &format,
+                1) < 0)
+            return fail("the camera cannot be offered");
+        started_ = hostTime();
+        if (options_.quitAfter > 0) {
+            spa_source* quit = pw_loop_add_timer(
+                pw_main_loop_get_loop(loop_),
+                [](void* self, std::uint64_t) { pw_main_loop_quit(static_cast<Camera*>(self)->loop_); },
+                this);
+            timespec delay{static_cast<time_t>(options_.quitAfter),
+                           static_cast<long>(std::fmod(options_.quitAfter, 1.0) * 1e9)};
+            pw_loop_update_timer(pw_main_loop_get_loop(loop_), quit, &delay, nullptr, false);
+        }
+        pw_main_loop_run(loop_);
+        pw_stream_destroy(stream_);
+        pw_main_loop_destroy(loop_);
+        return status_;
+    }
+
+  private:
+    bool isMjpeg() const { return options_.format == "mjpeg"; }
+    int fail(const char* why) {
+        std::fprintf(stderr, "RigCamera: %s\n", why);
+        return 1;
+    }
+
+    void onState(pw_stream_state state) {
+        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
+            // The server went away.
+            status_ = 1;
+            pw_main_loop_quit(loop_);
+            return;
+        }
+        if (state == PW_STREAM_STATE_PAUSED && !announced_) {
+            announced_ = true;
+            std::puts("there");
+            std::fflush(stdout);
+        }
+        if (state == PW_STREAM_STATE_STREAMING)
+            scheduleNext();
+        else
+            pw_loop_update_timer(pw_main_loop_get_loop(loop_), frameTimer_, nullptr, nullptr, false);
+    }
+
+    /// Frames lie on a grid of the host clock that the first listed event is on, so that an event and the
+    /// frame that shows it have the same time.
+    void scheduleNext() {
+        const double anchor = options_.events.instants.empty() ? 0 : options_.events.instants.front();
+        const double step = 1.0 / options_.rate;
+        const double after = std::max(hostTime(), nextFrame_ + step / 2);
+        nextFrame_ = anchor + (std::floor((after - anchor) / step) + 1) * step;
+        timespec when{static_cast<time_t>(nextFrame_), 0};
+        when.tv_nsec = static_cast<long>((nextFrame_ - static_cast<double>(when.tv_sec)) * 1e9);
+        pw_loop_update_timer(pw_main_loop_get_loop(loop_), frameTimer_, &when, nullptr, true);
+    }
+
+    void onFrameTime() {
+        frameTime_ = nextFrame_;
+        if (!options_.sendsNothing) pw_stream_trigger_process(stream_);
+        scheduleNext();
+    }
+
+    void offerBuffers() {
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
+        const int pixels = options_.width * options_.height;
+        const int size = isMjpeg() ? pixels * 2 : pixels * 4 + 4096;
+        const spa_pod* params[] = {
+            static_cast<const spa_pod*>(spa_pod_builder_add_object(
+                &builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
+                SPA_POD_CHOICE_RANGE_Int(4, 2, 16), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
+                SPA_PARAM_BUFFERS_size, SPA_POD_Int(size), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(stride()))),
+            static_cast<const spa_pod*>(spa_pod_builder_add_object(
+                &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type,
+                SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size, SPA_POD_Int(sizeof(spa_meta_header))))};
+        pw_stream_update_params(stream_, params, 2);
+    }
+
+    int stride() const { return isMjpeg() ? 0 : options_.width * raw_.bytesPerPixel; }
+
+    void fillBuffer() {
+        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_);
+        if (buffer == nullptr) return;
+        spa_data& data = buffer->buffer->datas[0];
+        auto* const header = static_cast<spa_meta_header*>(
+            spa_buffer_find_meta_data(buffer->buffer, SPA_META_Header, sizeof(spa_meta_header)));
+        if (header != nullptr) {
+            header->pts = options_.withoutTimes ? -1 : std::llround(frameTime_ * 1e9);
+            header->flags = 0;
+            header->seq = counter_;
+            header->dts_offset = 0;
+        }
+        data.chunk->offset = 0;
+        data.chunk->stride = stride();
+        data.chunk->size =
+            data.data == nullptr ? 0 : drawInto(static_cast<std::uint8_t*>(data.data), data.maxsize);
+        pw_stream_queue_buffer(stream_, buffer);
+        ++counter_;
+    }
+
+    std::uint32_t drawInto(std::uint8_t* to, std::uint32_t room) {
+        const int width = options_.width;
+        const int height = options_.height;
+        const int halfWidth = (width + 1) / 2;
+        const int halfHeight = (height + 1) / 2;
+        if (options_.garbageFrom >= 0 && hostTime() - started_ >= options_.garbageFrom) {
+            const std::uint32_t size = std::min(room, 5000U);
+            for (std::uint32_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(i * 2654435761U >> 24);
+            return size;
+        }
+        auto picture =
+            rigPicture::draw(width, height, counter_, options_.events.since(frameTime_).has_value());
+        auto& i420 = picture.pixels;
+        i420.resize(
+            i420.size() + 2 * static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),
+            128);
+        if (isMjpeg()) {
+            if (!jpeg_) jpeg_ = std::make_unique<JpegEncoder>(width, height, options_.rate);
+            return static_cast<std::uint32_t>(jpeg_->encode(i420.data(), to, room));
+        }
+        const std::uint8_t* u =
+            i420.data() + static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+        const std::uint8_t* v =
+            u + static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight);
+        libyuv::ConvertFromI420(i420.data(), width, u, halfWidth, v, halfWidth, to, stride(), width, height,
+                                raw_.fourcc);
+        const auto luma = static_cast<std::uint32_t>(stride()) * static_cast<std::uint32_t>(height);
+        return raw_.bytesPerPixel == 1 ? luma + 2 * static_cast<std::uint32_t>(halfWidth * halfHeight) : luma;
+    }
+
+    Options options_;
+    PixelFormatName raw_{};
+    std::unique_ptr<JpegEncoder> jpeg_;
+    pw_main_loop* loop_ = nullptr;
+    pw_stream* stream_ = nullptr;
+    spa_source* frameTimer_ = nullptr;
+    double started_ = 0;
+    double nextFrame_ = 0;
+    double frameTime_ = 0;
+    std::uint16_t counter_ = 0;
+    bool announced_ = false;
+    int status_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    RigArguments arguments;
+    arguments.value("--name", [&](const auto& text) { options.name = text; });
+    arguments.value("--description", [&](const auto& text) { options.description = text; });
+    arguments.value("--format", [&](const auto& text) { options.format = text; });
+    arguments.value("--size", [&](const auto& text) {
+        std::sscanf(text.c_str(), "%dx%d", &options.width, &options.height);
+    });
+    arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
+    arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
+    arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
+    arguments.value("--quit-after", [&](const auto& text) { options.quitAfter = std::atof(text.c_str()); });
+    arguments.value("--garbage-from",
+                    [&](const auto& text) { options.garbageFrom = std::atof(text.c_str()); });
+    arguments.flag("--nothing", options.sendsNothing);
+    arguments.flag("--without-times", options.withoutTimes);
+    arguments.read(argc, argv);
+    const bool known = options.format == "mjpeg" || std::ranges::any_of(pixelFormats, [&](const auto& each) {
+                           return options.format == each.name;
+                       });
+    if (!known || options.width <= 0 || options.height <= 0 || options.rate <= 0) {
+        std::fprintf(stderr, "RigCamera: no such format, size or rate\n");
+        return 2;
+    }
+    rig::becomeUrgent();
+    pw_init(&argc, &argv);
+    return Camera(options).run();
+}

@@ -1,0 +1,188 @@
+// Sound for tests: a microphone (a PipeWire source of its own) or a program that plays to the speaker,
+// beeping at given instants of the host clock. Runs until a signal ends it; prints a line when it is there.
+#include "Rig/RigArguments.hpp"
+#include "Rig/RigEvents.hpp"
+#include "Rig/RigUrgency.hpp"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <numbers>
+#include <string>
+
+#include <pipewire/pipewire.h>
+#include <spa/param/audio/format-utils.h>
+
+namespace {
+
+struct Options {
+    bool isMicrophone = false;
+    bool isSpeaker = false;
+    std::string name;
+    std::string description;
+    int rate = 48000;
+    int channels = 1;
+    double pitch = 1000;       // Hz
+    double loudness = 0.5;     // of a beep, 0…1
+    double background = 0.01;  // a quiet hum between beeps
+    double quitAfter = 0;
+    std::string processID;  // to be seen as a part of another program
+    RigEvents events;
+};
+
+class Tone {
+  public:
+    explicit Tone(Options options) : options_(std::move(options)) {}
+
+    int run() {
+        loop_ = pw_main_loop_new(nullptr);
+        for (const int number : {SIGINT, SIGTERM})
+            pw_loop_add_signal(
+                pw_main_loop_get_loop(loop_), number,
+                [](void* self, int) { pw_main_loop_quit(static_cast<Tone*>(self)->loop_); }, this);
+        static const pw_stream_events events = [] {
+            pw_stream_events table{};
+            table.version = PW_VERSION_STREAM_EVENTS;
+            table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char*) {
+                static_cast<Tone*>(self)->onState(state);
+            };
+            table.process = [](void* self) { static_cast<Tone*>(self)->play(); };
+            return table;
+        }();
+        pw_properties* props =
+            pw_properties_new(PW_KEY_NODE_NAME, options_.name.c_str(), PW_KEY_NODE_DESCRIPTION,
+                              options_.description.c_str(), nullptr);
+        if (!options_.processID.empty())
+            pw_properties_set(props, PW_KEY_APP_PROCESS_ID, options_.processID.c_str());
+        unsigned flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
+        if (options_.isMicrophone) {
+            pw_properties_set(props, PW_KEY_MEDIA_CLASS, "Audio/Source");
+            pw_properties_set(props, "priority.session", "1000");
+        } else {
+            pw_properties_set(props, PW_KEY_MEDIA_TYPE, "Audio");
+            pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Playback");
+            flags |= PW_STREAM_FLAG_AUTOCONNECT;
+        }
+        stream_ =
+            pw_stream_new_simple(pw_main_loop_get_loop(loop_), options_.name.c_str(), props, &events, this);
+        if (stream_ == nullptr) return fail("no media server");
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
+        spa_audio_info_raw format{};
+        format.format = SPA_AUDIO_FORMAT_F32;
+        format.rate = static_cast<std::uint32_t>(options_.rate);
+        format.channels = static_cast<std::uint32_t>(options_.channels);
+        setPositions(format);
+        const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
+        if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
+                              params, 1) < 0)
+            return fail("the sound cannot be offered");
+        if (options_.quitAfter > 0) {
+            spa_source* quit = pw_loop_add_timer(
+                pw_main_loop_get_loop(loop_),
+                [](void* self, std::uint64_t) { pw_main_loop_quit(static_cast<Tone*>(self)->loop_); }, this);
+            timespec delay{static_cast<time_t>(options_.quitAfter),
+                           static_cast<long>(std::fmod(options_.quitAfter, 1.0) * 1e9)};
+            pw_loop_update_timer(pw_main_loop_get_loop(loop_), quit, &delay, nullptr, false);
+        }
+        pw_main_loop_run(loop_);
+        pw_stream_destroy(stream_);
+        pw_main_loop_destroy(loop_);
+        return status_;
+    }
+
+  private:
+    int fail(const char* why) {
+        std::fprintf(stderr, "RigTone: %s\n", why);
+        return 1;
+    }
+
+    static void setPositions(spa_audio_info_raw& format) {
+        static constexpr std::array<std::uint32_t, 6> surround{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR,
+                                                               SPA_AUDIO_CHANNEL_FC, SPA_AUDIO_CHANNEL_LFE,
+                                                               SPA_AUDIO_CHANNEL_SL, SPA_AUDIO_CHANNEL_SR};
+        for (std::uint32_t i = 0; i < format.channels && i < surround.size(); ++i)
+            format.position[i] = surround[i];
+        if (format.channels == 1) format.position[0] = SPA_AUDIO_CHANNEL_MONO;
+    }
+
+    void onState(pw_stream_state state) {
+        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
+            status_ = 1;
+            pw_main_loop_quit(loop_);
+        } else if (state == PW_STREAM_STATE_PAUSED && !announced_) {
+            announced_ = true;
+            std::puts("there");
+            std::fflush(stdout);
+        }
+    }
+
+    /// On the graph's thread. A beep begins with the sample that is taken (by a microphone) or heard (from
+    /// the speaker) at the instant.
+    void play() {
+        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_);
+        if (buffer == nullptr) return;
+        spa_data& data = buffer->buffer->datas[0];
+        const std::uint32_t frameBytes = static_cast<std::uint32_t>(options_.channels) * sizeof(float);
+        std::uint32_t frames = data.data == nullptr ? 0 : data.maxsize / frameBytes;
+        if (buffer->requested > 0)
+            frames = std::min<std::uint32_t>(frames, static_cast<std::uint32_t>(buffer->requested));
+        pw_time time{};
+        pw_stream_get_time_n(stream_, &time, sizeof time);
+        double first =
+            static_cast<double>(time.now) * 1e-9 + static_cast<double>(time.buffered) / options_.rate;
+        if (time.rate.denom > 0) first += static_cast<double>(time.delay) * time.rate.num / time.rate.denom;
+        auto* samples = static_cast<float*>(data.data);
+        for (std::uint32_t i = 0; i < frames; ++i) {
+            const double now = first + static_cast<double>(i) / options_.rate;
+            const auto beep = options_.events.since(now);
+            const double loudness = beep ? options_.loudness : options_.background;
+            // A cosine: a beep begins at full height.
+            const double phase = 2 * std::numbers::pi * options_.pitch * beep.value_or(std::fmod(now, 1.0));
+            for (int channel = 0; channel < options_.channels; ++channel)
+                *samples++ = static_cast<float>(loudness * std::cos(phase));
+        }
+        data.chunk->offset = 0;
+        data.chunk->stride = static_cast<std::int32_t>(frameBytes);
+        data.chunk->size = frames * frameBytes;
+        pw_stream_queue_buffer(stream_, buffer);
+    }
+
+    Options options_;
+    pw_main_loop* loop_ = nullptr;
+    pw_stream* stream_ = nullptr;
+    bool announced_ = false;
+    int status_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    RigArguments arguments;
+    arguments.flag("--microphone", options.isMicrophone);
+    arguments.flag("--speaker", options.isSpeaker);
+    arguments.value("--name", [&](const auto& text) { options.name = text; });
+    arguments.value("--description", [&](const auto& text) { options.description = text; });
+    arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
+    arguments.value("--channels", [&](const auto& text) { options.channels = std::atoi(text.c_str()); });
+    arguments.value("--pitch", [&](const auto& text) { options.pitch = std::atof(text.c_str()); });
+    arguments.value("--loudness", [&](const auto& text) { options.loudness = std::atof(text.c_str()); });
+    arguments.value("--background", [&](const auto& text) { options.background = std::atof(text.c_str()); });
+    arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
+    arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
+    arguments.value("--quit-after", [&](const auto& text) { options.quitAfter = std::atof(text.c_str()); });
+    arguments.value("--process-id", [&](const auto& text) { options.processID = text; });
+    arguments.read(argc, argv);
+    if (options.isMicrophone == options.isSpeaker || options.rate <= 0 || options.channels <= 0) {
+        std::fprintf(stderr, "RigTone: say --microphone or --speaker, with a rate and channels above zero\n");
+        return 2;
+    }
+    if (options.name.empty()) options.name = options.isMicrophone ? "rig.microphone" : "rig.player";
+    if (options.description.empty())
+        options.description = options.isMicrophone ? "Rig Microphone" : "Rig Player";
+    rig::becomeUrgent();
+    pw_init(&argc, &argv);
+    return Tone(options).run();
+}
