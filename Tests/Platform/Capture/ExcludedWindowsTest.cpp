@@ -83,6 +83,24 @@ TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
     }
 }
 
+TEST_F(ExcludedWindowsOnScreen, LeaveNoTraceInAWindowThatPaintsItselfLate) {
+    // Without a background, as toolkits have it: what the server uncovers keeps what was on the screen until
+    // the program paints, here never before the cover has been shown for a while.
+    ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+    beneath.show();
+    const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
+    xcb_change_window_attributes(connection_.get(), beneath.id(), XCB_CW_BACK_PIXMAP, &none);
+    record();
+    ASSERT_TRUE(shows(350, 280, beneathColour));
+    auto covering = own(250, 200, 200, 150, true);
+    covering->show();
+    recording_->settle(std::chrono::milliseconds(500));
+    EXPECT_EQ(leaked_, 0) << "before the window was painted";
+    beneath.paint(0x2255cc);
+    EXPECT_TRUE(shows(350, 280, 0x2255cc));
+    EXPECT_EQ(leaked_, 0);
+}
+
 TEST_F(ExcludedWindowsOnScreen, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
     ASSERT_EQ(scene.readLine(), "ready");
