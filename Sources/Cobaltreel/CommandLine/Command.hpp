@@ -21,6 +21,9 @@ class CommandError : public std::runtime_error {
     ExitStatus status_;
 };
 
+/// A check for an option that takes a number from `least` to `most`; not a number is none.
+CLI::Validator numberBetween(double least, double most);
+
 /// What the chosen subcommand will do once the arguments have been understood.
 using CommandBody = std::function<ExitStatus()>;
 

@@ -4,9 +4,23 @@
 
 #include <exception>
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace cobaltreel {
+
+CLI::Validator numberBetween(double least, double most) {
+    return CLI::Validator(
+        [least, most](const std::string& text) {
+            double number = 0;
+            const bool isNumber = CLI::detail::lexical_cast(text, number);
+            if (isNumber && number >= least && number <= most) return std::string();
+            std::ostringstream reason;
+            reason << text << " is not a number from " << least << " to " << most;
+            return reason.str();
+        },
+        "");
+}
 
 int runCommandLine(int argc, char** argv) {
     CLI::App app{"Records the screen for short tutorials and exports them as composed movies.", "cobaltreel"};
@@ -27,6 +41,12 @@ int runCommandLine(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        const std::string word = argc > 1 ? argv[1] : "";
+        if (!word.empty() && word.front() != '-' &&
+            app.get_subcommands([&](CLI::App* command) { return command->get_name() == word; }).empty()) {
+            std::cerr << "cobaltreel: there is no command " << word << "; cobaltreel --help lists them\n";
+            return static_cast<int>(ExitStatus::usage);
+        }
         const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
         app.exit(error, std::cout, std::cerr);
         return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);

@@ -69,13 +69,14 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& me
 }
 
 ExitStatus runExport(const ExportArguments& arguments) {
+    Interrupt interrupt;
     const auto services = platform::PlatformServices::makeDefault();
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
     ExportOptions options = optionsFor(arguments, session.meta, trim);
 
     ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);
-    const Interrupt interrupt([&renderer] { renderer.cancelled = true; });
+    const auto handling = interrupt.handle([&renderer] { renderer.cancelled = true; });
     Progress progress("Exporting");
     renderer.onProgress = [&](double share) {
         // An interrupt that came before the run began was reset by its beginning.

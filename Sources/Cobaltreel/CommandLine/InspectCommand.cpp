@@ -7,7 +7,6 @@
 #include "CobaltreelCore/ZoomEngine.hpp"
 #include "Platform/PlatformServices.hpp"
 
-#include <cmath>
 #include <iostream>
 #include <memory>
 #include <vector>
@@ -117,13 +116,7 @@ void addInspectCommand(CLI::App& app, CommandBody& body) {
     command
         ->add_option("--at", arguments->at, "Show the camera at this output time, seconds; may be repeated")
         ->type_name("T")
-        ->check([](const std::string& text) {
-            try {
-                return std::isfinite(std::stod(text)) ? std::string() : "--at takes a number of seconds";
-            } catch (const std::exception&) {
-                return std::string("--at takes a number of seconds");
-            }
-        });
+        ->check(numberBetween(0, 1e6));
     command->add_flag("--json", arguments->json, "Print one JSON document");
     command->callback([&body, arguments] {
         body = [arguments] {

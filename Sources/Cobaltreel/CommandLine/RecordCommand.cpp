@@ -48,12 +48,13 @@ QCoro::Task<void> follow(Take& take, Outcome& outcome) {
 
 ExitStatus runRecord(const RecordArguments& arguments) {
     refuseDevices(arguments);
+    Interrupt interrupt;
     const auto services = platform::PlatformServices::makeDefault();
     Take take(services, arguments.take);
     Progress progress("Recording");
     take.onDigit = [](int digit) { std::cerr << digit << "...\n"; };
     take.onElapsed = [&](double elapsed) { progress.status(minutesAndSeconds(elapsed) + "  Ctrl-C stops"); };
-    const Interrupt interrupt([&] { services.mainLoop->post([&take] { take.requestStop(); }); });
+    const auto handling = interrupt.handle([&] { services.mainLoop->post([&take] { take.requestStop(); }); });
 
     Outcome outcome;
     services.mainLoop->post([&] { follow(take, outcome); });
@@ -83,7 +84,7 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
     command->add_option("--window", take.windowID, "Record this window")->type_name("ID")->excludes(display);
     command->add_option("--duration", take.duration, "Stop after so many seconds")
         ->type_name("S")
-        ->check(CLI::Range(0.1, Take::longestTake).description(""));
+        ->check(numberBetween(0.1, Take::longestTake));
     command->add_option("--camera", arguments->camera, "Camera to record, or none")->type_name("ID|none");
     command->add_option("--mic", arguments->microphone, "Microphone to record, or none")
         ->type_name("ID|none");
@@ -100,7 +101,7 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
     command
         ->add_option("--bubble-size", take.bubbleSizeFraction, "Size of the camera as a share of the height")
         ->type_name("F")
-        ->check(CLI::Range(0.05, 1.0).description(""))
+        ->check(numberBetween(0.05, 1))
         ->default_str("0.24");
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
                                                            {"cutout", CameraStyle::cutout}};

@@ -1,0 +1,277 @@
+// The executable as a person at a terminal meets it, on a virtual desktop with a scene.
+#include "Cobaltreel/CommandLine/Program.hpp"
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+namespace cobaltreel {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+fs::path programs() { return std::getenv("COBALTREEL_RIG_PROGRAMS"); }
+fs::path sessionsRoot() { return fs::path(std::getenv("XDG_DATA_HOME")) / "Cobaltreel" / "sessions"; }
+
+class CommandLineTest : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        scene = new Program({(programs() / "RigScene").string()});
+        ASSERT_TRUE(
+            scene->readUntil([](const auto& said) { return said.out.find("ready") != std::string::npos; }));
+        // One take that several tests look at: two seconds, two clicks.
+        Program recording(cobaltreel({"record", "--duration", "2.5", "--auto-zoom"}));
+        clicks = Program({(programs() / "RigPointer").string(), "wait", "700", "move", "200", "300", "click",
+                          "wait", "500", "move", "900", "500", "click"})
+                     .finish()
+                     .out;
+        const auto result = recording.finish();
+        ASSERT_EQ(result.status, 0) << result.err;
+        session = firstLine(result.out);
+    }
+    static void TearDownTestSuite() { delete scene; }
+
+    static fs::path videos() { return fs::path(std::getenv("COBALTREEL_RIG_VIDEOS")) / "Cobaltreel"; }
+    /// A session folder of its own that shares the good take's movie.
+    static fs::path copyOfSession(const std::string& name) {
+        const fs::path copy = sessionsRoot() / name;
+        fs::remove_all(copy);
+        fs::create_directories(copy);
+        for (const char* file : {"session.json", "events.json"})
+            fs::copy_file(fs::path(session) / file, copy / file);
+        fs::create_hard_link(fs::path(session) / "screen.mov", copy / "screen.mov");
+        return copy;
+    }
+
+    static inline Program* scene = nullptr;
+    static inline std::string clicks;
+    static inline std::string session;
+};
+
+TEST_F(CommandLineTest, ARecordingHoldsWhatHappened) {
+    const auto meta = json::parse(std::ifstream(fs::path(session) / "session.json"));
+    EXPECT_EQ(meta["mode"], "display");
+    EXPECT_EQ(meta["captureWidthPx"], 1280);
+    EXPECT_EQ(meta["captureHeightPx"], 720);
+    EXPECT_EQ(meta["mainScreenHeightPoints"], 720);
+    EXPECT_TRUE(meta["autoZoomEnabled"]);
+    EXPECT_FALSE(meta["cameraEnabled"]);
+    EXPECT_NEAR(meta["recordingEndHostTime"].get<double>() - meta["screenFirstPTS"].get<double>(), 2.5, 0.5);
+
+    const auto events = json::parse(std::ifstream(fs::path(session) / "events.json"));
+    EXPECT_GT(events["samples"].size(), 120U);
+    EXPECT_TRUE(events["windowFrames"].empty());
+
+    // The clicks found in the log are those that the pointer made, at their times.
+    const auto plan = json::parse(run({"inspect", session, "--json", "--at", "0", "--at", "1.5"}).out);
+    ASSERT_EQ(plan["clicks"].size(), 2U) << plan.dump(2);
+    std::istringstream presses(clicks);
+    std::string word;
+    int button = 0;
+    for (const auto& click : plan["clicks"]) {
+        double time = 0, x = 0, y = 0;
+        presses >> word >> button >> time >> x >> y;
+        EXPECT_NEAR(click["t"].get<double>(), time - meta["screenFirstPTS"].get<double>(), 0.05);
+        EXPECT_EQ(click["px"], x);
+        EXPECT_EQ(click["py"], y);
+    }
+    EXPECT_EQ(plan["meta"], meta);
+    EXPECT_EQ(plan["output"]["width"], 1280);
+    EXPECT_EQ(plan["output"]["fps"], 30);
+    EXPECT_EQ(plan["output"]["frames"], std::floor(plan["output"]["duration"].get<double>() * 30));
+    EXPECT_EQ(plan["moves"][0]["from"]["zoom"], 1);
+    EXPECT_EQ(plan["moves"][0]["to"]["zoom"], 2);
+    EXPECT_EQ(plan["states"][0]["crop"], (json{{"x", 0}, {"y", 0}, {"w", 1280}, {"h", 720}}));
+    EXPECT_EQ(plan["states"].size(), 2U);
+}
+
+TEST_F(CommandLineTest, SourcesSessionsAndDoctorDescribeTheMachine) {
+    const auto sources = json::parse(run({"sources", "--json"}).out);
+    ASSERT_EQ(sources["displays"].size(), 1U);
+    EXPECT_EQ(sources["displays"][0]["frame"]["w"], 1280);
+    EXPECT_GE(sources["windows"].size(), 2U);
+    EXPECT_TRUE(sources.contains("cameras") && sources.contains("microphones"));
+
+    copyOfSession("broken");
+    std::ofstream(sessionsRoot() / "broken" / "session.json") << "{";
+    const auto sessions = json::parse(run({"sessions", "--json"}).out)["sessions"];
+    std::map<std::string, std::string> states;
+    for (const auto& row : sessions) states[row["name"]] = row["state"];
+    EXPECT_EQ(states[fs::path(session).filename()], "complete");
+    EXPECT_EQ(states["broken"], "unreadable");
+
+    for (const auto& row : json::parse(run({"doctor", "--json"}).out)["services"])
+        EXPECT_TRUE(row["service"] != "screen capture" || row["available"]);
+}
+
+TEST_F(CommandLineTest, ExportsWithTheOptionsThatWereAsked) {
+    const auto plain =
+        run({"export", session, "--name", "הדרכה ראשונה", "--trim-start", "0.5", "--trim-end", "1.5"});
+    EXPECT_EQ(plain.status, 0) << plain.err;
+    EXPECT_EQ(firstLine(plain.out), (videos() / "הדרכה ראשונה.mp4").string());
+    EXPECT_THAT(plain.err, IsEmpty()) << "no progress bar where there is no terminal";
+    EXPECT_GT(fs::file_size(firstLine(plain.out)), 1000U);
+
+    const auto again =
+        run({"export", session, "--name", "הדרכה ראשונה", "--trim-end", "0.5", "--quality", "p720"});
+    EXPECT_EQ(firstLine(again.out), (videos() / "הדרכה ראשונה-2.mp4").string());
+
+    for (const std::string& name : {std::string("../../x/y"), std::string("..."), std::string(300, 'n')}) {
+        const auto odd = run({"export", session, "--name", name, "--trim-end", "0.2"});
+        EXPECT_EQ(odd.status, 0) << odd.err;
+        EXPECT_EQ(fs::path(firstLine(odd.out)).parent_path(), videos()) << name;
+    }
+}
+
+TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
+    const fs::path empty = copyOfSession("empty"), hostile = copyOfSession("hostile"),
+                   noMovie = copyOfSession("nomovie");
+    std::ofstream(empty / "session.json").close();
+    auto meta = json::parse(std::ifstream(hostile / "session.json"));
+    meta["captureWidthPx"] = -4;
+    std::ofstream(hostile / "session.json") << meta;
+    fs::remove(noMovie / "screen.mov");
+    const std::string blocked = (fs::path(session) / "session.json" / "out.mp4").string();
+
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        const char* says;
+    };
+    const Case cases[]{
+        {{}, 2, "subcommand"},
+        {{"recrod"}, 2, "recrod"},
+        {{"record", "--duration", "nan"}, 2, "--duration"},
+        {{"record", "--duration", "-1"}, 2, "--duration"},
+        {{"record", "--display", "99"}, 1, "no display 99"},
+        {{"record", "--window", "4242"}, 1, "no window 4242"},
+        {{"record", "--display", "-1"}, 2, "--display"},
+        {{"record", "--display", "1", "--window", "2"}, 2, "excludes"},
+        {{"record", "--corner", "middle"}, 2, "--corner"},
+        {{"inspect", "no-such-session"}, 1, "no-such-session"},
+        {{"inspect", empty.string()}, 1, "session.json"},
+        {{"inspect", hostile.string()}, 1, "captureWidthPx"},
+        {{"inspect", session, "--at", "inf"}, 2, "--at"},
+        {{"export", noMovie.string()}, 1, "screen.mov"},
+        {{"export", session, "--trim-start", "2", "--trim-end", "1"}, 2, "--trim-start 2"},
+        {{"export", session, "--trim-start", "-1"}, 2, "before the beginning"},
+        {{"export", session, "--trim-end", "99"}, 2, "after the end"},
+        {{"export", session, "--trim-start", "nan"}, 2, "not a number"},
+        {{"export", session, "--quality", "p4320"}, 2, "--quality"},
+        {{"export", session, "--output", "/"}, 2, "folder"},
+        {{"export", session, "--output", blocked}, 1, "out.mp4"},
+        {{"export", session, "--name", "a", "--output", "b"}, 2, "excludes"},
+    };
+    for (const Case& c : cases) {
+        const auto result = run(c.arguments);
+        std::string shown;
+        for (const auto& word : c.arguments) shown += word + " ";
+        EXPECT_EQ(result.status, c.status) << shown << result.err;
+        EXPECT_THAT(result.err, HasSubstr(c.says)) << shown;
+        EXPECT_THAT(result.out, IsEmpty()) << shown;
+    }
+    EXPECT_FALSE(json::parse(run({"inspect", session, "--json"}).out).empty()) << "the take is still good";
+}
+
+TEST_F(CommandLineTest, WithoutADisplayRecordingSaysSoAndExportingWorks) {
+    for (const auto& arguments : {std::vector<std::string>{"record", "--duration", "1"}, {"sources"}}) {
+        const auto result = Program(cobaltreel(arguments), {"DISPLAY"}).finish();
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.err, HasSubstr("DISPLAY"));
+    }
+    const std::string output = (videos() / "headless.mp4").string();
+    const auto exported =
+        Program(cobaltreel({"export", session, "--trim-end", "0.3", "--output", output}), {"DISPLAY"})
+            .finish();
+    EXPECT_EQ(exported.status, 0) << exported.err;
+}
+
+TEST_F(CommandLineTest, CtrlCEndsARecordingAndKeepsIt) {
+    const auto sessionCount = [] {
+        return std::distance(fs::directory_iterator(sessionsRoot()), fs::directory_iterator());
+    };
+    const auto before = sessionCount();
+    Program counting(cobaltreel({"record", "--countdown"}));
+    counting.readUntil([](const auto& said) { return said.err.find("2...") != std::string::npos; });
+    counting.signal(SIGINT);
+    const auto stopped = counting.finish();
+    EXPECT_EQ(stopped.status, 130) << stopped.err;
+    EXPECT_EQ(sessionCount(), before) << "nothing is left of a recording that did not begin";
+
+    Program recording(cobaltreel({"record"}));
+    const auto newestMovie = [&]() -> fs::path {
+        for (const auto& entry : fs::directory_iterator(sessionsRoot())) {
+            std::error_code error;
+            const bool open = !fs::exists(entry.path() / "events.json");
+            if (open && fs::file_size(entry.path() / "screen.mov", error) > 0 && !error) return entry.path();
+        }
+        return {};
+    };
+    ASSERT_TRUE(recording.readUntil([&](const auto&) { return !newestMovie().empty(); }));
+    recording.signal(SIGINT);
+    recording.signal(SIGINT);
+    const auto result = recording.finish();
+    EXPECT_EQ(result.status, 0) << result.err;
+    const auto plan = json::parse(run({"inspect", firstLine(result.out), "--json"}).out);
+    EXPECT_TRUE(plan["meta"].contains("recordingEndHostTime"));
+}
+
+TEST_F(CommandLineTest, CtrlCCancelsAnExportAndRemovesThePartialFile) {
+    // A recording said to last very long: its last frame stays, the export would run for minutes.
+    const fs::path endless = copyOfSession("endless");
+    auto meta = json::parse(std::ifstream(endless / "session.json"));
+    meta["recordingEndHostTime"] = meta["screenFirstPTS"].get<double>() + 3600;
+    std::ofstream(endless / "session.json") << meta;
+    const fs::path output = videos() / "cancelled.mp4";
+    Program exporting(cobaltreel({"export", endless.string(), "--output", output.string()}));
+    ASSERT_TRUE(exporting.readUntil([&](const auto&) {
+        std::error_code error;
+        return fs::exists(output, error);
+    }));
+    exporting.signal(SIGINT);
+    const auto result = exporting.finish();
+    EXPECT_EQ(result.status, 130) << result.err;
+    EXPECT_FALSE(fs::exists(output));
+}
+
+TEST_F(CommandLineTest, AWindowIsFollowedAndItsClosingEndsTheTakeNotTheRecording) {
+    auto* window = new Program({(programs() / "RigScene").string()});
+    window->readUntil([](const auto& said) { return said.out.find("ready") != std::string::npos; });
+    const auto sources = json::parse(run({"sources", "--json"}).out)["windows"];
+    ASSERT_GE(sources.size(), 1U);
+    // The front-most moving window belongs to the scene that was started last.
+    std::string id;
+    for (const auto& row : sources)
+        if (id.empty() && row["title"].get<std::string>().find("Moving") != std::string::npos)
+            id = row["id"].dump();
+    ASSERT_FALSE(id.empty()) << sources.dump(2);
+    Program recording(cobaltreel({"record", "--window", id, "--duration", "20"}));
+    const auto samplesRunning = [&] {
+        for (const auto& entry : fs::directory_iterator(sessionsRoot())) {
+            std::error_code error;
+            if (!fs::exists(entry.path() / "events.json") &&
+                fs::file_size(entry.path() / "screen.mov", error) > 2000 && !error)
+                return true;
+        }
+        return false;
+    };
+    ASSERT_TRUE(recording.readUntil([&](const auto&) { return samplesRunning(); }));
+    delete window;
+    const auto result = recording.finish();
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("window"));
+    const auto events = json::parse(std::ifstream(fs::path(firstLine(result.out)) / "events.json"));
+    EXPECT_FALSE(events["windowFrames"].empty());
+    const auto meta = json::parse(std::ifstream(fs::path(firstLine(result.out)) / "session.json"));
+    EXPECT_EQ(meta["mode"], "window");
+    EXPECT_EQ(meta["captureWidthPx"].get<int>() % 2, 0);
+    EXPECT_EQ(run({"export", firstLine(result.out)}).status, 0);
+}
+
+}  // namespace
+}  // namespace cobaltreel
