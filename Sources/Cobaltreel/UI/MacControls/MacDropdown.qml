@@ -6,29 +6,36 @@ import Cobaltreel.Controls
 
 /// A pull-down menu under a MacMenuLabel. `content` is a list of { value, title }; choosing an item hands
 /// out its value through `chosen`. The item whose value is `selection`, if any, carries a check mark.
-T.AbstractButton {
+Item {
     id: control
 
+    required property string text
     required property var content
     property var selection
-    property bool showsFocus: visualFocus
+    property bool showsFocus: activeFocus && !usedByPointer
     readonly property alias isOpen: menu.opened
 
     signal chosen(var value)
 
-    implicitWidth: implicitContentWidth
-    implicitHeight: implicitContentHeight
+    property bool usedByPointer: false
+
+    implicitWidth: label.implicitWidth
+    implicitHeight: label.implicitHeight
     opacity: enabled ? 1 : 0.4
-    focusPolicy: Qt.StrongFocus
+    activeFocusOnTab: true
 
     Accessible.role: Accessible.ButtonMenu
     Accessible.name: text
     Accessible.onPressAction: control.open()
-    onPressed: open()
-    Keys.onReturnPressed: open()
-    Keys.onEnterPressed: open()
-    Keys.onDownPressed: open()
+    Keys.onReturnPressed: openByKeyboard()
+    Keys.onEnterPressed: openByKeyboard()
+    Keys.onDownPressed: openByKeyboard()
+    Keys.onSpacePressed: openByKeyboard()
 
+    function openByKeyboard() {
+        usedByPointer = false;
+        open();
+    }
     function open() {
         if (content.length === 0)
             return;
@@ -42,11 +49,24 @@ T.AbstractButton {
         chosen(value);
     }
 
-    contentItem: MacMenuLabel {
+    MacMenuLabel {
+        id: label
+
+        anchors.fill: parent
         text: control.text
         revealed: control.showsFocus && !control.isOpen
     }
 
+    TapHandler {
+        onTapped: {
+            control.usedByPointer = true;
+            control.forceActiveFocus(Qt.MouseFocusReason);
+            if (control.isOpen)
+                menu.close();
+            else
+                control.open();
+        }
+    }
     T.Popup {
         id: menu
 
@@ -58,7 +78,8 @@ T.AbstractButton {
         margins: 6
         padding: 4
         focus: true
-        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+        onClosed: control.forceActiveFocus(Qt.PopupFocusReason)
 
         background: Rectangle {
             radius: 6
@@ -69,7 +90,7 @@ T.AbstractButton {
             id: items
 
             anchors.fill: parent
-            LayoutMirroring.enabled: control.mirrored
+            LayoutMirroring.enabled: control.LayoutMirroring.enabled
             LayoutMirroring.childrenInherit: true
             Accessible.role: Accessible.PopupMenu
             Accessible.name: control.text
@@ -87,7 +108,7 @@ T.AbstractButton {
                     currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
             }
 
-            delegate: T.AbstractButton {
+            delegate: Rectangle {
                 id: item
 
                 required property int index
@@ -96,21 +117,21 @@ T.AbstractButton {
 
                 width: items.width
                 implicitHeight: title.implicitHeight + 10
-                focusPolicy: Qt.NoFocus
-                hoverEnabled: true
+                radius: 4
+                color: isCurrent ? Color.crAccent : "transparent"
 
                 Accessible.role: Accessible.MenuItem
                 Accessible.name: modelData.title
                 Accessible.checkable: control.selection !== undefined
                 Accessible.checked: mark.visible
                 Accessible.onPressAction: control.choose(index)
-                onHoveredChanged: if (hovered)
-                    items.currentIndex = index
-                onClicked: control.choose(index)
 
-                background: Rectangle {
-                    radius: 4
-                    color: item.isCurrent ? Color.crAccent : "transparent"
+                TapHandler {
+                    onTapped: control.choose(item.index)
+                }
+                HoverHandler {
+                    onHoveredChanged: if (hovered)
+                        items.currentIndex = item.index
                 }
 
                 Icon {

@@ -1,34 +1,31 @@
 import QtQuick
-import QtQuick.Templates as T
 import Cobaltreel.Controls
 
 /// A level from 0 to 1; values outside count as the nearer end.
-T.Control {
+Item {
     id: control
 
     required property real value
-    // Assistive technology reads these by name.
-    readonly property real minimumValue: 0
-    readonly property real maximumValue: 1
 
     implicitWidth: 160
     implicitHeight: 6
 
     Accessible.role: Accessible.ProgressBar
+    // The toolkit tells assistive technology the numbers of sliders only.
+    Accessible.description: Math.round(100 * ControlMath.unit(value)) + "%"
 
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
+        opacity: control.enabled ? 1 : 0.4
         radius: height / 2
         color: Color.levelTrack
-        opacity: control.enabled ? 1 : 0.4
     }
-    contentItem: Item {
-        Rectangle {
-            x: control.mirrored ? parent.width - width : 0
-            width: parent.width * ControlMath.unit(control.value)
-            height: parent.height
-            radius: Math.min(width, height) / 2
-            color: Color.crSwitchOn
-            opacity: control.enabled ? 1 : 0.4
-        }
+    Rectangle {
+        x: control.LayoutMirroring.enabled ? control.width - width : 0
+        width: control.width * ControlMath.unit(control.value)
+        height: control.height
+        opacity: control.enabled ? 1 : 0.4
+        radius: Math.min(width, height) / 2
+        color: Color.crSwitchOn
     }
 }

@@ -1,20 +1,20 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
 import Cobaltreel.Controls
 
 /// A choice of one among a few. `options` is a list of { value, title }; `selection` is the chosen value,
 /// or one that matches no option. A tap on a segment, or an arrow key, asks for its value through `edited`.
-T.Control {
+Item {
     id: control
 
     required property var selection
     required property var options
-    property bool showsFocus: visualFocus
+    property bool showsFocus: activeFocus
 
     signal edited(var value)
 
+    readonly property bool mirrored: LayoutMirroring.enabled
     readonly property int selectedIndex: options.findIndex(option => option.value === selection)
     readonly property real widestTitle: {
         let widest = 0;
@@ -26,7 +26,7 @@ T.Control {
     implicitWidth: 2 * 3 + options.length * (widestTitle + 3) - 3
     implicitHeight: 2 * 3 + (segments.count > 0 ? segments.itemAt(0)?.implicitHeight ?? 0 : 0)
     opacity: enabled ? 1 : 0.4
-    focusPolicy: Qt.TabFocus
+    activeFocusOnTab: true
 
     Accessible.role: Accessible.PageTabList
 
@@ -46,17 +46,17 @@ T.Control {
             select(event.key === Qt.Key_Home ? 0 : options.length - 1);
     }
 
-    background: SmoothRectangle {
+    SmoothRectangle {
+        anchors.fill: parent
         colour: Color.crFillSoft
         radius: 8
     }
-
     Repeater {
         id: segments
 
         model: control.options
 
-        T.AbstractButton {
+        Rectangle {
             id: segment
 
             required property int index
@@ -67,28 +67,27 @@ T.Control {
             y: 3
             width: ControlMath.segmentWidth(index, segments.count, control.width)
             height: control.height - 6
-            padding: 4
-            leftPadding: 6
-            rightPadding: 6
-            implicitWidth: implicitContentWidth + leftPadding + rightPadding
-            implicitHeight: implicitContentHeight + topPadding + bottomPadding
-            focusPolicy: Qt.NoFocus
+            implicitWidth: title.implicitWidth + 2 * 6
+            implicitHeight: title.implicitHeight + 2 * 4
+            radius: 6
+            color: isSelected ? Color.segmentSelected : "transparent"
 
             Accessible.role: Accessible.RadioButton
             Accessible.name: modelData.title
             Accessible.checkable: true
             Accessible.checked: isSelected
             Accessible.onPressAction: control.select(index)
-            onClicked: control.select(index)
 
-            background: Rectangle {
-                radius: 6
-                color: segment.isSelected ? Color.segmentSelected : "transparent"
+            TapHandler {
+                onTapped: control.select(segment.index)
             }
-            contentItem: ControlText {
+            ControlText {
+                id: title
+
+                anchors.centerIn: parent
+                width: Math.min(implicitWidth, parent.width - 2 * 6)
                 label: segment.modelData.title
                 font.pixelSize: TextSize.small
-                horizontalAlignment: Text.AlignHCenter
                 revealed: control.showsFocus && segment.isSelected
                 Accessible.ignored: true
             }

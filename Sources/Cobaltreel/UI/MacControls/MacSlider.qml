@@ -1,10 +1,9 @@
 import QtQuick
-import QtQuick.Templates as T
 import Cobaltreel.Controls
 
 /// A slider over the closed range from `lowerBound` to `upperBound`. Touching it anywhere takes the knob
 /// there; every change goes out through `edited`.
-T.Control {
+Item {
     id: control
 
     required property real value
@@ -12,10 +11,12 @@ T.Control {
     required property real upperBound
     /// How far an arrow key goes.
     property real step: (upperBound - lowerBound) / 20
-    property bool showsFocus: visualFocus
+    property bool showsFocus: activeFocus && !usedByPointer
 
     signal edited(real value)
 
+    property bool usedByPointer: false
+    readonly property bool mirrored: LayoutMirroring.enabled
     readonly property real fraction: ControlMath.fraction(value, lowerBound, upperBound)
     // Assistive technology reads these by name.
     readonly property real minimumValue: lowerBound
@@ -24,7 +25,9 @@ T.Control {
 
     implicitWidth: 160
     implicitHeight: 16
-    focusPolicy: Qt.StrongFocus
+    activeFocusOnTab: true
+    onActiveFocusChanged: if (!activeFocus)
+        usedByPointer = false
 
     Accessible.role: Accessible.Slider
     Accessible.onIncreaseAction: control.nudge(1)
@@ -43,6 +46,7 @@ T.Control {
     Keys.onUpPressed: nudge(1)
     Keys.onDownPressed: nudge(-1)
     Keys.onPressed: event => {
+        usedByPointer = false;
         event.accepted = true;
         if (event.key === Qt.Key_Home)
             edit(lowerBound);
@@ -56,7 +60,8 @@ T.Control {
             event.accepted = false;
     }
 
-    background: Item {
+    Item {
+        anchors.fill: parent
         opacity: control.enabled ? 1 : 0.4
 
         Rectangle {
@@ -75,29 +80,27 @@ T.Control {
             color: Color.crAccent
         }
     }
-    contentItem: Item {
-        MouseArea {
-            anchors.fill: parent
-            preventStealing: true
-            onPressed: event => {
-                control.forceActiveFocus(Qt.MouseFocusReason);
-                follow(event);
-            }
-            onPositionChanged: event => follow(event)
-
-            function follow(event: MouseEvent) {
-                control.edit(ControlMath.sliderValue(event.x, width, control.lowerBound, control.upperBound,
-                                                     control.mirrored));
-            }
+    Knob {
+        x: ControlMath.knobX(control.fraction, control.width, control.mirrored) - margin
+        y: (control.height - height) / 2
+        diameter: 16
+        dimmed: !control.enabled
+    }
+    MouseArea {
+        anchors.fill: parent
+        preventStealing: true
+        onPressed: event => {
+            control.usedByPointer = true;
+            control.forceActiveFocus(Qt.MouseFocusReason);
+            follow(event);
         }
-        Knob {
-            x: ControlMath.knobX(control.fraction, control.width, control.mirrored) - margin
-            y: (parent.height - height) / 2
-            diameter: 16
-            dimmed: !control.enabled
+        onPositionChanged: event => follow(event)
+
+        function follow(event: MouseEvent) {
+            control.edit(ControlMath.sliderValue(event.x, width, control.lowerBound, control.upperBound,
+                                                 control.mirrored));
         }
     }
-
     FocusRing {
         shown: control.showsFocus
         corner: 8

@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Cobaltreel.Controls
 
 /// A switch. It shows `isOn`; a tap, or Space, asks for the other state through `edited`.
-T.AbstractButton {
+T.CheckBox {
     id: control
 
     required property bool isOn
@@ -18,9 +18,10 @@ T.AbstractButton {
     implicitHeight: 22
     focusPolicy: Qt.StrongFocus
 
-    Accessible.role: Accessible.CheckBox
-    Accessible.checkable: true
-    Accessible.checked: isOn
+    // The template's own state stays what `isOn` says, whatever is clicked.
+    checked: isOn
+    nextCheckState: () => checkState
+
     Accessible.onToggleAction: control.edited(!control.isOn)
     Accessible.onPressAction: control.edited(!control.isOn)
     onClicked: edited(!isOn)
