@@ -19,9 +19,10 @@ class ScriptedKeyGrabber final : public KeyGrabber {
     bool isGrabbed() const { return !pressed_.expired(); }
     /// Whether anyone had taken the key.
     bool pressEscape() {
-        const auto pressed = pressed_.lock();
-        if (pressed) (*pressed)();
-        return pressed != nullptr;
+        if (!isGrabbed()) return false;
+        const std::function<void()> pressed = *pressed_.lock();
+        pressed();
+        return true;
     }
 
     std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override {

@@ -1,0 +1,296 @@
+// The controls under pointer, touch, keyboard and assistive technology.
+#include "Cobaltreel/UI/Scene.hpp"
+
+#include <QAccessible>
+#include <QImage>
+#include <QQuickWindow>
+
+namespace cobaltreel {
+namespace {
+
+class ControlsTest : public LocalisedTest {};
+
+QRgb pixel(Scene& scene, const char* name, QPointF position) {
+    const QImage picture = scene.window().grabWindow();
+    return picture.pixel(scene.item(name)->mapToScene(position).toPoint());
+}
+
+const QString switches = QStringLiteral(R"(
+    Column {
+        spacing: 20
+        MacSwitch { id: a; objectName: "a"; isOn: false; onEdited: on => isOn = on; property int edits: 0; onIsOnChanged: ++edits }
+        MacSwitch { objectName: "stubborn"; isOn: false }
+        MacSwitch { objectName: "disabled"; isOn: false; enabled: false; onEdited: on => isOn = on }
+        MacToggleRow { objectName: "row"; label: "A label"; isOn: true; stretch: true; width: 300; onEdited: on => isOn = on }
+        MacToggleRow { objectName: "together"; label: "A label"; isOn: true; stretch: false }
+    })");
+
+TEST_F(ControlsTest, SwitchAnswersTapTouchAndSpaceAndHoldsNoStateOfItsOwn) {
+    Scene scene(switches);
+    EXPECT_EQ(scene.item("a")->size(), QSizeF(38, 22));
+    scene.clickCentre("a");
+    EXPECT_TRUE(scene.get("a", "isOn").toBool());
+    scene.touchDrag("a", {10, 10}, {10, 10});
+    EXPECT_FALSE(scene.get("a", "isOn").toBool());
+    const int edits = scene.get("a", "edits").toInt();
+    scene.doubleClick("a");
+    EXPECT_FALSE(scene.get("a", "isOn").toBool());
+    EXPECT_EQ(scene.get("a", "edits").toInt(), edits + 2);
+
+    scene.item("a")->forceActiveFocus(Qt::TabFocusReason);
+    scene.press(Qt::Key_Space);
+    EXPECT_TRUE(scene.get("a", "isOn").toBool());
+
+    scene.clickCentre("stubborn");
+    EXPECT_FALSE(scene.get("stubborn", "isOn").toBool()) << "it shows what it is bound to, nothing else";
+    scene.clickCentre("disabled");
+    EXPECT_FALSE(scene.get("disabled", "isOn").toBool());
+}
+
+TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColour) {
+    for (const bool rightToLeft : {false, true}) {
+        Scene scene(switches, rightToLeft);
+        const QPointF left(11, 11), right(27, 11), track(19, 2);
+        EXPECT_EQ(pixel(scene, "a", rightToLeft ? right : left), qRgb(255, 255, 255));
+        EXPECT_EQ(pixel(scene, "a", track), qRgb(77, 77, 77));
+        scene.clickCentre("a");
+        EXPECT_LT(scene.get("a", "position").toDouble(), 0.9) << "it does not jump";
+        ASSERT_TRUE(waitUntil([&] { return scene.get("a", "position").toDouble() == 1; }));
+        EXPECT_EQ(pixel(scene, "a", rightToLeft ? left : right), qRgb(255, 255, 255));
+        ASSERT_TRUE(waitUntil([&] { return pixel(scene, "a", track) == qRgb(51, 199, 89); }));
+    }
+}
+
+TEST_F(ControlsTest, ToggleRowTakesTapsOnItsLabelAndPlacesItsSwitch) {
+    for (const bool rightToLeft : {false, true}) {
+        Scene scene(switches, rightToLeft);
+        scene.click("row", {rightToLeft ? 290.0 : 10.0, 11});
+        EXPECT_FALSE(scene.get("row", "isOn").toBool());
+        scene.click("row", {rightToLeft ? 10.0 : 290.0, 11});
+        EXPECT_TRUE(scene.get("row", "isOn").toBool());
+        scene.click("row", {150, 11});
+        EXPECT_TRUE(scene.get("row", "isOn").toBool()) << "the space between belongs to neither";
+        EXPECT_LT(scene.item("together")->width(), 150);
+    }
+}
+
+const QString sliders = QStringLiteral(R"(
+    Column {
+        spacing: 20
+        MacSlider { objectName: "s"; width: 216; lowerBound: 0.15; upperBound: 0.35; value: 0.2; onEdited: v => value = v }
+        MacSlider { objectName: "fixed"; width: 216; lowerBound: 3; upperBound: 3; value: 3; onEdited: v => value = v }
+        Flickable {
+            objectName: "flickable"; width: 216; height: 60; contentHeight: 400
+            MacSlider { objectName: "inside"; y: 10; width: 216; lowerBound: 0; upperBound: 1; value: 0; onEdited: v => value = v }
+        }
+    })");
+
+TEST_F(ControlsTest, SliderFollowsPointerAndTouchFromTheFirstContact) {
+    Scene scene(sliders);
+    const auto value = [&] { return scene.get("s", "value").toDouble(); };
+    scene.click("s", {108, 8});
+    EXPECT_DOUBLE_EQ(value(), 0.25);
+    scene.drag("s", {108, 8}, {-40, 8});
+    EXPECT_EQ(value(), 0.15);
+    scene.drag("s", {20, 8}, {300, 60});
+    EXPECT_EQ(value(), 0.35);
+    scene.touchDrag("s", {100, 8}, {58, 10});
+    EXPECT_DOUBLE_EQ(value(), 0.20);
+    scene.click("fixed", {108, 8});
+    EXPECT_EQ(scene.get("fixed", "value").toDouble(), 3);
+
+    // A slanting drag moves the slider, not the panel that scrolls under it.
+    scene.touchDrag("inside", {20, 8}, {150, -40});
+    EXPECT_DOUBLE_EQ(scene.get("inside", "value").toDouble(), 0.71);
+    EXPECT_EQ(scene.get("flickable", "contentY").toDouble(), 0);
+}
+
+TEST_F(ControlsTest, SliderAnswersTheKeyboardInReadingDirection) {
+    for (const bool rightToLeft : {false, true}) {
+        Scene scene(sliders, rightToLeft);
+        const auto value = [&] { return scene.get("s", "value").toDouble(); };
+        scene.item("s")->forceActiveFocus(Qt::TabFocusReason);
+        const Qt::Key forward = rightToLeft ? Qt::Key_Left : Qt::Key_Right;
+        const Qt::Key backward = rightToLeft ? Qt::Key_Right : Qt::Key_Left;
+        scene.press(forward);
+        EXPECT_NEAR(value(), 0.21, 1e-12);
+        scene.press(backward);
+        scene.press(backward);
+        EXPECT_NEAR(value(), 0.19, 1e-12);
+        scene.press(Qt::Key_Up);
+        EXPECT_NEAR(value(), 0.20, 1e-12);
+        scene.press(Qt::Key_PageUp);
+        EXPECT_NEAR(value(), 0.24, 1e-12);
+        scene.press(Qt::Key_End);
+        scene.press(forward);
+        EXPECT_EQ(value(), 0.35);
+        scene.press(Qt::Key_Home);
+        scene.press(Qt::Key_Down);
+        EXPECT_EQ(value(), 0.15);
+    }
+}
+
+TEST_F(ControlsTest, SliderAndLevelFillFromTheLeadingEnd) {
+    const QString body = QStringLiteral(R"(
+        MacSlider { objectName: "s"; width: 200; lowerBound: 0; upperBound: 1; value: 0.25 }
+        MacProgressBar { objectName: "p"; y: 50; width: 200; value: 0.25 }
+        MacProgressBar { objectName: "over"; y: 80; width: 200; value: 1.4 }
+        MacProgressBar { objectName: "under"; y: 110; width: 200; value: -0.2 })");
+    const QRgb accent = qRgb(0, 122, 255), off = qRgb(77, 77, 77), on = qRgb(51, 199, 89),
+               empty = qRgb(71, 71, 71);
+    for (const bool rightToLeft : {false, true}) {
+        Scene scene(body, rightToLeft);
+        const double leading = rightToLeft ? 180 : 20, trailing = 200 - leading;
+        EXPECT_EQ(pixel(scene, "s", {leading, 8}), accent);
+        EXPECT_EQ(pixel(scene, "s", {trailing, 8}), off);
+        EXPECT_EQ(pixel(scene, "p", {leading, 3}), on);
+        EXPECT_EQ(pixel(scene, "p", {trailing, 3}), empty);
+        EXPECT_EQ(pixel(scene, "over", {trailing, 3}), on);
+        EXPECT_EQ(pixel(scene, "under", {leading, 3}), empty);
+    }
+}
+
+const QString segments = QStringLiteral(R"(
+    Column {
+        spacing: 20
+        MacSegmented { objectName: "m"; width: 171; selection: "b"; onEdited: v => selection = v
+            options: [{value: "a", title: "One"}, {value: "b", title: "Two"}, {value: "c", title: "Three"}] }
+        MacSegmented { objectName: "none"; width: 170; selection: 7; onEdited: v => selection = v
+            options: [{value: 0, title: "One"}, {value: 1, title: "Two"}] }
+    })");
+
+TEST_F(ControlsTest, SegmentsAnswerTapsAnywhereAndTheKeyboard) {
+    for (const bool rightToLeft : {false, true}) {
+        Scene scene(segments, rightToLeft);
+        const auto chosen = [&] { return scene.get("m", "selection").toString(); };
+        scene.click("m", {5, 5});
+        EXPECT_EQ(chosen(), rightToLeft ? "c" : "a");
+        scene.click("m", {166, 20});
+        EXPECT_EQ(chosen(), rightToLeft ? "a" : "c");
+        scene.item("m")->forceActiveFocus(Qt::TabFocusReason);
+        scene.press(Qt::Key_Home);
+        EXPECT_EQ(chosen(), "a");
+        scene.press(rightToLeft ? Qt::Key_Left : Qt::Key_Right);
+        EXPECT_EQ(chosen(), "b");
+        scene.press(Qt::Key_End);
+        scene.press(rightToLeft ? Qt::Key_Left : Qt::Key_Right);
+        EXPECT_EQ(chosen(), "c");
+    }
+}
+
+TEST_F(ControlsTest, ASelectionThatMatchesNothingHighlightsNothing) {
+    Scene scene(segments);
+    const QRgb soft = qRgb(41, 41, 41), selected = qRgb(107, 107, 107);
+    EXPECT_EQ(pixel(scene, "none", {10, 6}), soft);
+    EXPECT_EQ(pixel(scene, "none", {160, 6}), soft);
+    scene.click("none", {10, 6});
+    EXPECT_EQ(pixel(scene, "none", {10, 6}), selected);
+    EXPECT_EQ(pixel(scene, "none", {160, 6}), soft);
+}
+
+TEST_F(ControlsTest, TabVisitsEveryControlOnceAndShowsWhereItIs) {
+    Scene scene(QStringLiteral(R"(
+        Column {
+            spacing: 20
+            MacSwitch { objectName: "a"; isOn: true; Accessible.name: "a" }
+            MacSlider { objectName: "b"; lowerBound: 0; upperBound: 1; value: 0 }
+            MacSwitch { objectName: "skipped"; isOn: true; enabled: false }
+            MacSegmented { objectName: "c"; width: 170; selection: 0; options: [{value: 0, title: "One"}, {value: 1, title: "Two"}] }
+            MacDropdown { objectName: "d"; text: "Menu"; content: [] }
+            MacButton { objectName: "e"; text: "Push" }
+        })"));
+    for (const char* name : {"a", "b", "c", "d", "e", "a"}) {
+        scene.press(Qt::Key_Tab);
+        EXPECT_TRUE(scene.hasFocus(name)) << name;
+        EXPECT_TRUE(scene.get(name, "showsFocus").toBool()) << name;
+    }
+    scene.press(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_TRUE(scene.hasFocus("e"));
+    scene.clickCentre("a");
+    EXPECT_FALSE(scene.get("a", "showsFocus").toBool()) << "the ring is the keyboard's";
+}
+
+TEST_F(ControlsTest, ButtonAnswersPointerSpaceAndReturn) {
+    Scene scene(QStringLiteral(R"(
+        MacButton { objectName: "b"; text: "Push"; property int pushes: 0; onClicked: ++pushes })"));
+    scene.clickCentre("b");
+    scene.item("b")->forceActiveFocus(Qt::TabFocusReason);
+    scene.press(Qt::Key_Space);
+    scene.press(Qt::Key_Return);
+    EXPECT_EQ(scene.get("b", "pushes").toInt(), 3);
+}
+
+TEST_F(ControlsTest, LongTextsEndInAnEllipsisAndAreShownWholeInATooltip) {
+    Scene scene(QStringLiteral(R"(
+        ControlText { id: text; objectName: "long"; width: 80; label: "A name much too long for its place" }
+        ControlText { objectName: "short"; y: 60; width: 200; label: "Short" })"));
+    EXPECT_TRUE(scene.get("long", "truncated").toBool());
+    EXPECT_FALSE(scene.get("short", "truncated").toBool());
+    const auto tipIsShown = [&](const char* name) {
+        for (const QObject* child : scene.item(name)->findChildren<QObject*>())
+            if (child->inherits("QQuickToolTip")) return child->property("opened").toBool();
+        return false;
+    };
+    EXPECT_FALSE(tipIsShown("long"));
+    scene.item("long")->setProperty("revealed", true);
+    scene.item("short")->setProperty("revealed", true);
+    EXPECT_TRUE(waitUntil([&] { return tipIsShown("long"); }));
+    EXPECT_FALSE(tipIsShown("short"));
+}
+
+TEST_F(ControlsTest, AssistiveTechnologyReadsRoleNameAndValueAndCanAct) {
+    QAccessible::setActive(true);
+    Scene scene(QStringLiteral(R"(
+        Column {
+            MacToggleRow { objectName: "row"; label: "Camera"; isOn: true; stretch: false; onEdited: on => isOn = on }
+            MacSlider { objectName: "s"; lowerBound: 0; upperBound: 2; value: 1; Accessible.name: "Size"; onEdited: v => value = v }
+            MacSegmented { objectName: "m"; width: 170; selection: 0; onEdited: v => selection = v
+                options: [{value: 0, title: "One"}, {value: 1, title: "Two"}] }
+            MacProgressBar { objectName: "p"; value: 0.5 }
+            MacDropdown { objectName: "d"; text: "Menu"; content: [] }
+        })"));
+    const auto interfaceOf = [](QQuickItem* item) { return QAccessible::queryAccessibleInterface(item); };
+    const auto childOfRole = [&](const char* name, QAccessible::Role role,
+                                 int index) -> QAccessibleInterface* {
+        for (QQuickItem* child : scene.item(name)->childItems()) {
+            QAccessibleInterface* candidate = interfaceOf(child);
+            if (candidate && candidate->role() == role && index-- == 0) return candidate;
+        }
+        return nullptr;
+    };
+
+    QAccessibleInterface* toggle = childOfRole("row", QAccessible::CheckBox, 0);
+    ASSERT_TRUE(toggle);
+    EXPECT_EQ(toggle->text(QAccessible::Name), "Camera");
+    EXPECT_TRUE(toggle->state().checked);
+    EXPECT_TRUE(toggle->state().focusable);
+    toggle->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_FALSE(scene.get("row", "isOn").toBool());
+    EXPECT_FALSE(toggle->state().checked);
+
+    QAccessibleInterface* slider = interfaceOf(scene.item("s"));
+    ASSERT_TRUE(slider);
+    EXPECT_EQ(slider->role(), QAccessible::Slider);
+    EXPECT_EQ(slider->text(QAccessible::Name), "Size");
+    ASSERT_TRUE(slider->valueInterface());
+    EXPECT_EQ(slider->valueInterface()->currentValue().toDouble(), 1);
+    EXPECT_EQ(slider->valueInterface()->maximumValue().toDouble(), 2);
+    slider->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+    EXPECT_DOUBLE_EQ(scene.get("s", "value").toDouble(), 1.1);
+
+    QAccessibleInterface* second = childOfRole("m", QAccessible::RadioButton, 1);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->text(QAccessible::Name), "Two");
+    EXPECT_FALSE(second->state().checked);
+    second->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(scene.get("m", "selection").toInt(), 1);
+
+    EXPECT_EQ(interfaceOf(scene.item("p"))->role(), QAccessible::ProgressBar);
+    EXPECT_EQ(interfaceOf(scene.item("p"))->text(QAccessible::Description), "50%");
+    EXPECT_EQ(interfaceOf(scene.item("d"))->role(), QAccessible::ButtonMenu);
+    EXPECT_EQ(interfaceOf(scene.item("d"))->text(QAccessible::Name), "Menu");
+    QAccessible::setActive(false);
+}
+
+}  // namespace
+}  // namespace cobaltreel

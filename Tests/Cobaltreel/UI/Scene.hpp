@@ -1,0 +1,53 @@
+#pragma once
+
+#include "CobaltreelCore/Models.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
+
+#include <QQuickItem>
+#include <QQuickView>
+#include <QString>
+#include <functional>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+namespace cobaltreel {
+
+/// Waits, with events running, until the condition holds; false when it does not in time.
+bool waitUntil(const std::function<bool()>& condition);
+
+/// A window with a view written in the test, its keyboard and its pointer.
+class Scene {
+  public:
+    /// `body` stands inside an Item of 400 × 300 in which the kit and the texts are imported.
+    explicit Scene(const QString& body, bool rightToLeft = false);
+
+    QQuickItem* item(const char* objectName) const;
+    QVariant get(const char* objectName, const char* property) const;
+    QQuickWindow& window() { return view_; }
+
+    /// Positions are in the named item, from its left and top edge.
+    void click(const char* objectName, QPointF position);
+    void clickCentre(const char* objectName);
+    void doubleClick(const char* objectName);
+    void drag(const char* objectName, QPointF from, QPointF to);
+    void touchDrag(const char* objectName, QPointF from, QPointF to);
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    bool hasFocus(const char* objectName) const { return item(objectName)->hasActiveFocus(); }
+
+  private:
+    QPoint inWindow(const char* objectName, QPointF position) const;
+
+    QQuickView view_;
+};
+
+/// Starts in English with settings of its own; back in Hebrew, the start value, afterwards.
+class LocalisedTest : public ::testing::Test {
+  protected:
+    LocalisedTest();
+    ~LocalisedTest() override;
+    /// What the shared settings store into.
+    static platform::InMemoryUserDefaults& stored();
+};
+
+}  // namespace cobaltreel
