@@ -1,0 +1,80 @@
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
+#include "Platform/Foundation/Qt/QtUserDefaults.hpp"
+
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include <gmock/gmock.h>
+
+namespace platform {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Optional;
+
+class QtUserDefaultsTest : public ::testing::Test {
+  protected:
+    QtUserDefaultsTest()
+        : before_(qgetenv("XDG_CONFIG_HOME")), had_(qEnvironmentVariableIsSet("XDG_CONFIG_HOME")) {
+        qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    }
+    ~QtUserDefaultsTest() override {
+        if (had_)
+            qputenv("XDG_CONFIG_HOME", before_);
+        else
+            qunsetenv("XDG_CONFIG_HOME");
+    }
+
+    QTemporaryDir home;
+
+  private:
+    QByteArray before_;
+    bool had_;
+};
+
+void exercise(UserDefaults& defaults) {
+    EXPECT_EQ(defaults.string("language"), std::nullopt);
+    EXPECT_THAT(defaults.stringArray("prompted"), IsEmpty());
+    defaults.setString("language", "he");
+    defaults.setString("odd", "a, b = \"ü\" ☂");
+    defaults.setStringArray("one", {"20250307-140500"});
+    defaults.setStringArray("prompted", {"20250307-140500", "a,b", "שלום"});
+}
+
+void expectStored(const UserDefaults& defaults) {
+    EXPECT_THAT(defaults.string("language"), Optional(std::string("he")));
+    EXPECT_THAT(defaults.string("odd"), Optional(std::string("a, b = \"ü\" ☂")));
+    EXPECT_THAT(defaults.stringArray("one"), ElementsAre("20250307-140500"));
+    EXPECT_THAT(defaults.stringArray("prompted"), ElementsAre("20250307-140500", "a,b", "שלום"));
+    EXPECT_EQ(defaults.string("prompted"), std::nullopt);
+}
+
+TEST_F(QtUserDefaultsTest, WhatIsSetIsOnDiskAtOnceAndReadByTheNextStart) {
+    QtUserDefaults first;
+    exercise(first);
+    EXPECT_TRUE(std::filesystem::exists(home.path().toStdString() + "/Cobaltreel/Cobaltreel.conf"));
+    expectStored(QtUserDefaults());  // while the first is still open
+}
+
+TEST_F(QtUserDefaultsTest, TheOnesInMemoryAnswerAlike) {
+    InMemoryUserDefaults defaults;
+    exercise(defaults);
+    expectStored(defaults);
+}
+
+TEST_F(QtUserDefaultsTest, ADamagedFileOrOneThatCannotBeWrittenDisturbsNobody) {
+    std::filesystem::create_directory(home.path().toStdString() + "/Cobaltreel");
+    std::ofstream(home.path().toStdString() + "/Cobaltreel/Cobaltreel.conf") << "[[[\0\xff nonsense";
+    EXPECT_EQ(QtUserDefaults().string("language"), std::nullopt);
+
+    qputenv("XDG_CONFIG_HOME", "/proc/nowhere");
+    QtUserDefaults nowhere;
+    EXPECT_NO_THROW(nowhere.setString("language", "en"));
+}
+
+}  // namespace
+}  // namespace platform
