@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -51,14 +50,14 @@ class XcbKeyGrab final : public KeyGrab {
           pressed_(std::make_shared<std::function<void()>>(std::move(pressed))) {
         if (!wake_)
             throw PlatformError("Desktop", errno, std::string("no wake-up call: ") + std::strerror(errno));
-        const bool watching = watchRawKeys();
+        watchesRawKeys_ = watchRawKeys();
         bool grabbed = !keycodes_.empty();
         for (const xcb_keycode_t keycode : keycodes_)
             grabbed = connection_.succeeded(xcb_grab_key_checked(connection_.get(), 0, connection_.root(),
                                                                  XCB_MOD_MASK_ANY, keycode,
                                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)) &&
                       grabbed;
-        if (!grabbed && (!watching || keycodes_.empty()))
+        if (!grabbed && (!watchesRawKeys_ || keycodes_.empty()))
             throw PlatformError("Desktop", 0,
                                 "The Escape key of display " + connection_.name() +
                                     " is taken by another program; close that program's shortcut for it.");
@@ -90,36 +89,25 @@ class XcbKeyGrab final : public KeyGrab {
             xcb_input_xi_select_events_checked(connection_.get(), connection_.root(), 1, &wanted.head));
     }
 
-    /// The time of the press that the event tells of, if it is one of this key.
-    std::optional<xcb_timestamp_t> pressTime(const xcb_generic_event_t& event) const {
+    /// Whether the event is a press of this key. Each press comes twice, raw and through the grab; raw
+    /// ones are complete.
+    bool isPress(const xcb_generic_event_t& event) const {
         std::uint32_t keycode = 0;
-        xcb_timestamp_t time = 0;
         const auto type = event.response_type & 0x7f;
-        if (type == XCB_KEY_PRESS) {
-            const auto& press = reinterpret_cast<const xcb_key_press_event_t&>(event);
-            keycode = press.detail;
-            time = press.time;
+        if (type == XCB_KEY_PRESS && !watchesRawKeys_) {
+            keycode = reinterpret_cast<const xcb_key_press_event_t&>(event).detail;
         } else if (type == XCB_GE_GENERIC) {
             const auto& raw = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
-            if (raw.event_type != XCB_INPUT_RAW_KEY_PRESS) return std::nullopt;
-            keycode = raw.detail;
-            time = raw.time;
+            if (raw.event_type == XCB_INPUT_RAW_KEY_PRESS) keycode = raw.detail;
         }
-        const bool ours = std::any_of(keycodes_.begin(), keycodes_.end(),
-                                      [&](xcb_keycode_t candidate) { return candidate == keycode; });
-        return ours ? std::optional(time) : std::nullopt;
+        return std::find(keycodes_.begin(), keycodes_.end(), keycode) != keycodes_.end();
     }
 
     void watch() {
-        // The same press comes raw and through the grab.
-        std::optional<xcb_timestamp_t> last;
         pollfd waiting[2]{{xcb_get_file_descriptor(connection_.get()), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         for (;;) {
             while (const XcbEvent event{xcb_poll_for_event(connection_.get())}) {
-                const auto time = pressTime(*event);
-                if (!time || time == last) continue;
-                last = time;
-                report();
+                if (isPress(*event)) report();
             }
             if (connection_.isBroken()) return;
             if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
@@ -140,6 +128,7 @@ class XcbKeyGrab final : public KeyGrab {
 
     XcbConnection connection_;
     std::vector<xcb_keycode_t> keycodes_;
+    bool watchesRawKeys_ = false;
     UniqueFd wake_;
     std::shared_ptr<MainLoop> mainLoop_;
     std::shared_ptr<std::function<void()>> pressed_;
