@@ -29,13 +29,13 @@ void Countdown::run(std::function<void()> onCancel, std::function<void()> onDone
         // A desktop that does not give the key away: the countdown can't be cancelled, the recording can
         // be stopped.
     }
-    show(3);
+    // One timer that keeps its beat: a late digit doesn't delay the next.
+    timer_ = mainLoop_->scheduleRepeating(digitTime, [this] { step(); });
 }
 
-void Countdown::show(int digit) {
-    if (digit == 0) return end(onDone_);
-    model_.setDigit(digit);
-    timer_ = mainLoop_->scheduleOnce(digitTime, [this, digit] { show(digit - 1); });
+void Countdown::step() {
+    if (model_.digit() == 1) return end(onDone_);
+    model_.setDigit(model_.digit() - 1);
 }
 
 void Countdown::end(std::function<void()> callback) {

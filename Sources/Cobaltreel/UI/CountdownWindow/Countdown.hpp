@@ -58,7 +58,7 @@ class Countdown {
     const CountdownModel& model() const { return model_; }
 
   private:
-    void show(int digit);
+    void step();
     void end(std::function<void()> callback);
 
     std::shared_ptr<platform::MainLoop> mainLoop_;

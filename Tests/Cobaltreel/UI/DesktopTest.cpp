@@ -1,0 +1,254 @@
+#include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
+#include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
+#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
+#include "Platform/Desktop/Xcb/XcbCompositor.hpp"
+#include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QProcess>
+#include <QRasterWindow>
+#include <QScreen>
+#include <QTest>
+#include <algorithm>
+
+#include <xcb/xtest.h>
+
+namespace cobaltreel {
+namespace {
+
+QRgb screenPixel(QPoint position) {
+    return QGuiApplication::primaryScreen()
+        ->grabWindow(0, position.x(), position.y(), 1, 1)
+        .toImage()
+        .pixel(0, 0);
+}
+
+/// The keyboard and the pointer of the virtual desktop.
+class Input {
+  public:
+    void key(xcb_keysym_t keysym) {
+        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
+        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+        const auto mapping =
+            connection_.reply(xcb_get_keyboard_mapping_reply,
+                              xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count));
+        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
+        for (int i = 0; i < count; ++i)
+            if (keysyms[i * mapping->keysyms_per_keycode] == keysym) {
+                const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
+                send(XCB_KEY_PRESS, code);
+                send(XCB_KEY_RELEASE, code);
+                return;
+            }
+        ADD_FAILURE() << "no key for " << keysym;
+    }
+    void click(QPoint position) {
+        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, 0, connection_.root(),
+                            static_cast<std::int16_t>(position.x()), static_cast<std::int16_t>(position.y()),
+                            0);
+        send(XCB_BUTTON_PRESS, 1);
+        send(XCB_BUTTON_RELEASE, 1);
+    }
+    platform::XcbConnection& connection() { return connection_; }
+
+  private:
+    void send(std::uint8_t type, std::uint8_t detail) {
+        xcb_test_fake_input(connection_.get(), type, detail, 0, XCB_NONE, 0, 0, 0);
+        xcb_flush(connection_.get());
+    }
+
+    platform::XcbConnection connection_;
+};
+
+/// A window of one colour that notes the keys it gets.
+class Application final : public QRasterWindow {
+  public:
+    explicit Application(bool fullScreen) {
+        setGeometry(100, 100, 600, 400);
+        if (fullScreen)
+            showFullScreen();
+        else
+            show();
+        requestActivate();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == colour; }));
+    }
+    static constexpr QRgb colour = qRgb(200, 160, 80);
+    std::vector<int> keys;
+
+  protected:
+    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
+    void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
+};
+
+bool isDimmed(QPoint position) {
+    const QRgb pixel = screenPixel(position);
+    const auto near = [](int value, int full) { return std::abs(value - full * 0.75) <= 2; };
+    return near(qRed(pixel), qRed(Application::colour)) && near(qGreen(pixel), qGreen(Application::colour)) &&
+           near(qBlue(pixel), qBlue(Application::colour));
+}
+
+constexpr xcb_keysym_t escape = 0xff1b, letterA = 'a';
+
+class DesktopTest : public LocalisedTest {
+  protected:
+    std::shared_ptr<platform::QtMainLoop> loop = std::make_shared<platform::QtMainLoop>();
+    std::shared_ptr<platform::XcbCompositor> compositor = std::make_shared<platform::XcbCompositor>();
+    std::shared_ptr<platform::XcbKeyGrabber> keys = std::make_shared<platform::XcbKeyGrabber>(loop);
+    Countdown countdown{loop, keys, CountdownWindow::factory(compositor)};
+    platform::HostClock clock;
+    Input input;
+    int cancelled = 0, done = 0;
+
+    void run() {
+        countdown.run([this] { ++cancelled; }, [this] { ++done; });
+    }
+    void watchWholeCountdown();
+};
+
+void DesktopTest::watchWholeCountdown() {
+    const QPoint corner(2, 2), side(300, 300), centre = QGuiApplication::primaryScreen()->geometry().center();
+    double end = 0;
+    countdown.run([this] { ++cancelled; },
+                  [&] {
+                      ++done;
+                      end = clock.now();
+                  });
+    const double start = clock.now();
+    EXPECT_TRUE(waitUntil([&] { return isDimmed(side); })) << std::hex << screenPixel(side);
+    EXPECT_TRUE(isDimmed(corner));
+    const QImage digit =
+        QGuiApplication::primaryScreen()->grabWindow(0, centre.x() - 80, centre.y() - 80, 160, 160).toImage();
+    int white = 0;
+    for (int y = 0; y < digit.height(); ++y)
+        for (int x = 0; x < digit.width(); ++x) white += digit.pixel(x, y) == qRgb(255, 255, 255);
+    EXPECT_GT(white, 1000) << "the digit stands in the middle";
+    ASSERT_TRUE(waitUntil([&] { return done > 0; }));
+    EXPECT_GE(end - start, 2.39);
+    EXPECT_LE(end - start, 2.8);
+    EXPECT_EQ(cancelled, 0);
+    RecordProperty("seconds", std::to_string(end - start));
+    EXPECT_TRUE(waitUntil([&] { return screenPixel(side) == Application::colour; }))
+        << "nothing of it remains";
+}
+
+TEST_F(DesktopTest, CountdownDimsAFullScreenWindowWithoutACompositingManager) {
+    ASSERT_FALSE(compositor->isRunning());
+    const Application application(true);
+    watchWholeCountdown();
+}
+
+TEST_F(DesktopTest, CountdownDimsAFullScreenWindowUnderACompositingManager) {
+    QProcess manager;
+    manager.start("xcompmgr", {});
+    ASSERT_TRUE(manager.waitForStarted()) << "install xcompmgr";
+    ASSERT_TRUE(waitUntil([&] { return compositor->isRunning(); }));
+    {
+        const Application application(true);
+        watchWholeCountdown();
+    }
+    manager.terminate();
+    EXPECT_TRUE(manager.waitForFinished());
+    EXPECT_FALSE(compositor->isRunning());
+}
+
+TEST_F(DesktopTest, EscapeIsTheCountdownsAndEveryOtherKeyTheApplications) {
+    Application application(false);
+    for (const bool ofAnotherProgram : {false, true}) {
+        application.keys.clear();
+        cancelled = done = 0;
+        run();
+        EXPECT_TRUE(waitUntil([&] { return isDimmed({300, 300}); }));
+        EXPECT_TRUE(application.isActive()) << "the countdown leaves the keyboard where it is";
+        input.key(letterA);
+        EXPECT_TRUE(waitUntil([&] { return !application.keys.empty(); }));
+        // As an open menu does.
+        if (ofAnotherProgram) {
+            platform::XcbConnection& other = input.connection();
+            const auto grab = other.reply(xcb_grab_keyboard_reply,
+                                          xcb_grab_keyboard(other.get(), 0, other.root(), XCB_CURRENT_TIME,
+                                                            XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+            ASSERT_TRUE(grab && grab->status == XCB_GRAB_STATUS_SUCCESS);
+        }
+        input.key(escape);
+        EXPECT_TRUE(waitUntil([&] { return cancelled > 0; }));
+        if (ofAnotherProgram) {
+            xcb_ungrab_keyboard(input.connection().get(), XCB_CURRENT_TIME);
+            xcb_flush(input.connection().get());
+        }
+        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == Application::colour; }));
+        EXPECT_EQ(application.keys, std::vector<int>{Qt::Key_A});
+
+        // The key is given back: the next Escape is the application's.
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&application));
+        input.key(escape);
+        EXPECT_TRUE(waitUntil([&] { return application.keys.size() == 2; }));
+        EXPECT_EQ(application.keys.back(), Qt::Key_Escape);
+        EXPECT_EQ(cancelled, 1);
+        EXPECT_EQ(done, 0);
+    }
+}
+
+TEST_F(DesktopTest, OnePressIsOneCallWhateverTheLockKeysSay) {
+    int presses = 0;
+    const auto grab = keys->grabEscape([&] { ++presses; });
+    input.key(escape);
+    EXPECT_TRUE(waitUntil([&] { return presses == 1; }));
+    constexpr xcb_keysym_t numLock = 0xff7f;
+    input.key(numLock);
+    input.key(escape);
+    input.key(numLock);
+    input.key(escape);
+    EXPECT_TRUE(waitUntil([&] { return presses >= 3; }));
+    int marks = 0;
+    loop->post([&] { ++marks; });
+    EXPECT_TRUE(waitUntil([&] { return marks == 1; }));
+    EXPECT_EQ(presses, 3);
+}
+
+TEST_F(DesktopTest, NoDisplayIsASentenceNotACrash) {
+    platform::XcbKeyGrabber nowhere(loop, ":4711");
+    EXPECT_THROW(nowhere.grabEscape([] {}), platform::PlatformError);
+}
+
+TEST_F(DesktopTest, TheWindowManagerGivesSettingsTheirPlaceAndTheKeyboardAndLeavesTheirSize) {
+    SettingsWindow settings;
+    settings.open();
+    AppWindow* window = settings.window();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    EXPECT_EQ(window->size(), QSize(320, 140));
+    const QPoint off = window->frameGeometry().center() - window->screen()->availableGeometry().center();
+    EXPECT_LE(std::abs(off.x()), 2);
+    EXPECT_LE(std::abs(off.y()), 30) << "the title bar is the window manager's";
+
+    platform::XcbConnection& server = input.connection();
+    const auto types = platform::cardinals(server, static_cast<xcb_window_t>(window->winId()),
+                                           server.atom("_NET_WM_ALLOWED_ACTIONS"));
+    const auto allowed = [&](const char* action) {
+        return std::find(types.begin(), types.end(), server.atom(action)) != types.end();
+    };
+    EXPECT_TRUE(allowed("_NET_WM_ACTION_CLOSE"));
+    EXPECT_FALSE(allowed("_NET_WM_ACTION_RESIZE"));
+    EXPECT_FALSE(allowed("_NET_WM_ACTION_MAXIMIZE_VERT"));
+
+    // A click on the leading half of the control, at the screen's own pixels.
+    AppSettings::shared().setLanguage(Language::en);
+    const QSize before = window->size();
+    input.click(window->mapToGlobal(QPoint(170, 60)));
+    EXPECT_TRUE(waitUntil([] { return AppSettings::shared().language() == Language::he; }));
+    input.click(window->mapToGlobal(QPoint(40, 60)));
+    EXPECT_TRUE(waitUntil([] { return AppSettings::shared().language() == Language::en; }));
+    EXPECT_EQ(window->size(), before);
+}
+
+}  // namespace
+}  // namespace cobaltreel
