@@ -113,7 +113,10 @@ Connection::Connection() {
     initialiseLibrary();
     loop_.reset(pw_thread_loop_new("cobalt.pipewire", nullptr));
     if (!loop_) throw std::bad_alloc();
-    context_.reset(pw_context_new(loop(), nullptr, 0));
+    // With the configuration for programs whose sound must not be kept waiting, where there is one.
+    context_.reset(
+        pw_context_new(loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+    if (!context_) context_.reset(pw_context_new(loop(), nullptr, 0));
     if (!context_)
         throw PlatformError(
             "PipeWire", errno,
