@@ -133,6 +133,7 @@ std::unique_ptr<CameraMicRecorder::OpenMovie> CameraMicRecorder::openMovie(
 
 QCoro::Task<void> CameraMicRecorder::beginWriting(std::filesystem::path outputURL) {
     const bool withCamera = wantCamera_;
+    writingError_.reset();
     // Opening an encoder takes longer than the main thread may be kept. The movie is published from the
     // same piece of work, so that a `stop` queued behind it finds the movie there.
     co_await AwaitOnQueue(*mainLoop_, configQueue_, [this, &outputURL, withCamera] {
@@ -226,6 +227,7 @@ QCoro::Task<void> CameraMicRecorder::finishWriting() {
             writer->finishWriting([done = std::move(done)] { done(std::nullopt); });
         });
     }
+    if (writer && writer->status() == AssetWriter::Status::failed) writingError_ = writer->error();
     ioQueue_.async([this] { movie_.reset(); });
     finishing_ = false;
     for (const auto waiting : std::exchange(waitingForFinish_, {}))

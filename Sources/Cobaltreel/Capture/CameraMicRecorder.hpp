@@ -65,6 +65,9 @@ class CameraMicRecorder {
     /// Whether the last preview asked for a camera.
     bool wantCamera() const { return wantCamera_; }
     Statistics statistics() const;
+    /// Why the last movie could not be completed (a full disk, say); absent when it was. Read it once `stop`
+    /// or `finishWriting` has returned.
+    std::optional<platform::PlatformError> writingError() const { return writingError_; }
 
     /// The level of one run of sound over all its channels, 0…1; 0 for a sample without sound.
     static float peakLevel(const platform::SampleBuffer& sample);
@@ -91,6 +94,7 @@ class CameraMicRecorder {
     // Main thread.
     bool wantCamera_ = false;
     bool finishing_ = false;
+    std::optional<platform::PlatformError> writingError_;
     std::vector<std::coroutine_handle<>> waitingForFinish_;
     std::optional<platform::WorkItem> pendingConfig_;
     std::unique_ptr<platform::Timer> stallTimer_;

@@ -195,6 +195,7 @@ TEST_F(CameraMicRecorderTest, DropsWhatTheEncoderHasNoRoomFor) {
 
 TEST_F(CameraMicRecorderTest, AFailedWriterIsNeitherFedNorFinished) {
     media->writing.failsAfter = 1;
+    media->writing.error = PlatformError("test", 9, "The disk is full.");
     preview(camera);
     await(recorder->beginWriting("camera.mov"));
     session().deliverPicture(1000.0);
@@ -202,6 +203,13 @@ TEST_F(CameraMicRecorderTest, AFailedWriterIsNeitherFedNorFinished) {
     await(recorder->stop());
     EXPECT_THAT(movie().video, SizeIs(1));
     EXPECT_FALSE(movie().finished);
+    ASSERT_TRUE(recorder->writingError());
+    EXPECT_EQ(recorder->writingError()->code(), 9);
+    media->writing = {};
+    preview(camera);
+    await(recorder->beginWriting("camera.mov"));
+    await(recorder->stop());
+    EXPECT_FALSE(recorder->writingError());
 }
 
 TEST_F(CameraMicRecorderTest, PassesOnWhyAMovieCannotBeStarted) {
