@@ -280,8 +280,8 @@ class Camera {
             for (std::uint32_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(i * 2654435761U >> 24);
             return size;
         }
-        auto picture =
-            rigPicture::draw(width, height, counter_, options_.events.since(frameTime_).has_value());
+        auto picture = rigPicture::draw(width, height, counter_,
+                                        options_.events.since(frameTime_ + rounding).has_value());
         auto& i420 = picture.pixels;
         i420.resize(
             i420.size() + 2 * static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),

@@ -19,6 +19,7 @@ namespace {
 struct Options {
     bool isMicrophone = false;
     bool isSpeaker = false;
+    bool onlyFirstChannel = false;
     std::string name;
     std::string description;
     int rate = 48000;
@@ -141,7 +142,9 @@ class Tone {
             // A cosine: a beep begins at full height.
             const double phase = 2 * std::numbers::pi * options_.pitch * beep.value_or(std::fmod(now, 1.0));
             for (int channel = 0; channel < options_.channels; ++channel)
-                *samples++ = static_cast<float>(loudness * std::cos(phase));
+                *samples++ = options_.onlyFirstChannel && channel > 0
+                                 ? 0.0F
+                                 : static_cast<float>(loudness * std::cos(phase));
         }
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<std::int32_t>(frameBytes);
@@ -163,6 +166,7 @@ int main(int argc, char** argv) {
     RigArguments arguments;
     arguments.flag("--microphone", options.isMicrophone);
     arguments.flag("--speaker", options.isSpeaker);
+    arguments.flag("--only-first-channel", options.onlyFirstChannel);
     arguments.value("--name", [&](const auto& text) { options.name = text; });
     arguments.value("--description", [&](const auto& text) { options.description = text; });
     arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
