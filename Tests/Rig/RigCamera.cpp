@@ -280,6 +280,7 @@ class Camera {
             for (std::uint32_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(i * 2654435761U >> 24);
             return size;
         }
+        constexpr double rounding = 1e-4;  // of the instants given
         auto picture = rigPicture::draw(width, height, counter_,
                                         options_.events.since(frameTime_ + rounding).has_value());
         auto& i420 = picture.pixels;
