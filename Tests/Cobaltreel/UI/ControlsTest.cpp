@@ -248,6 +248,7 @@ TEST_F(ControlsTest, AssistiveTechnologyReadsRoleNameAndValueAndCanAct) {
                 options: [{value: 0, title: "One"}, {value: 1, title: "Two"}] }
             MacProgressBar { objectName: "p"; value: 0.5 }
             MacDropdown { objectName: "d"; text: "Menu"; content: [] }
+            MacButton { objectName: "b"; iconName: "gearshape"; tip: "Settings" }
         })"));
     const auto interfaceOf = [](QQuickItem* item) { return QAccessible::queryAccessibleInterface(item); };
     const auto childOfRole = [&](const char* name, QAccessible::Role role,
@@ -289,6 +290,7 @@ TEST_F(ControlsTest, AssistiveTechnologyReadsRoleNameAndValueAndCanAct) {
     EXPECT_EQ(interfaceOf(scene.item("p"))->text(QAccessible::Description), "50%");
     EXPECT_EQ(interfaceOf(scene.item("d"))->role(), QAccessible::ButtonMenu);
     EXPECT_EQ(interfaceOf(scene.item("d"))->text(QAccessible::Name), "Menu");
+    EXPECT_EQ(interfaceOf(scene.item("b"))->text(QAccessible::Name), "Settings");
     QAccessible::setActive(false);
 }
 

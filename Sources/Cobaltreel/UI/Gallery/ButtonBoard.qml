@@ -12,7 +12,7 @@ Grid {
     spacing: 20
 
     BoardCell { caption: "text"; MacButton { text: S.quit } }
-    BoardCell { caption: "picture"; MacButton { iconName: "gearshape"; verticalPadding: 5; Accessible.name: S.settings } }
+    BoardCell { caption: "picture"; MacButton { iconName: "gearshape"; verticalPadding: 5; tip: S.settings } }
     BoardCell { caption: "focus"; MacButton { text: S.cancel; showsFocus: true } }
     BoardCell { caption: "pressed"; MacButton { text: S.cancel; down: true } }
     BoardCell { caption: "disabled"; MacButton { text: S.cancel; enabled: false } }

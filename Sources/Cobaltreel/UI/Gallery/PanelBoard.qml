@@ -59,7 +59,7 @@ Column {
         height: quit.height
 
         MacButton { id: quit; anchors.left: parent.left; text: S.quit }
-        MacButton { id: gear; anchors.left: quit.right; anchors.leftMargin: 6; iconName: "gearshape"; verticalPadding: 5; Accessible.name: S.settings }
+        MacButton { id: gear; anchors.left: quit.right; anchors.leftMargin: 6; iconName: "gearshape"; verticalPadding: 5; tip: S.settings }
         ControlText { id: keys; anchors.left: gear.right; anchors.leftMargin: 6; anchors.verticalCenter: gear.verticalCenter; label: S.shortcut; font.pixelSize: TextSize.caption; color: Color.secondaryText }
         ControlText { anchors.right: parent.right; anchors.verticalCenter: gear.verticalCenter; label: S.versionEgg; font.pixelSize: TextSize.caption2; color: Color.secondaryText }
     }

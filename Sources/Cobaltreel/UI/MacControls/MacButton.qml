@@ -8,6 +8,8 @@ T.AbstractButton {
 
     /// A picture of the kit; empty for none.
     property string iconName: ""
+    /// Shown while the pointer rests on the button; the name of one that has no text.
+    property string tip: ""
     property color fill: Color.button
     property color outline: "transparent"
     property real corner: 5
@@ -21,10 +23,11 @@ T.AbstractButton {
     verticalPadding: 4
     opacity: enabled ? 1 : 0.4
     focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
     font.pixelSize: TextSize.small
 
     Accessible.role: Accessible.Button
-    Accessible.name: text
+    Accessible.name: text !== "" ? text : tip
     Accessible.onPressAction: control.clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
@@ -70,6 +73,10 @@ T.AbstractButton {
         }
     }
 
+    Tip {
+        text: control.tip
+        visible: control.tip !== "" && (control.hovered || control.showsFocus)
+    }
     FocusRing {
         shown: control.showsFocus
         corner: control.corner
