@@ -228,6 +228,7 @@ void Connection::onGlobal(std::uint32_t id, const char* type, const spa_dict* pr
     if (std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
         Node node;
         node.id = id;
+        node.serial = numberOf(props, PW_KEY_OBJECT_SERIAL).value_or(0);
         node.name = textOf(props, PW_KEY_NODE_NAME);
         node.description = textOf(props, PW_KEY_NODE_DESCRIPTION);
         if (node.description.empty()) node.description = node.name;

@@ -13,6 +13,7 @@ namespace platform::pipewire {
 /// A node of the media graph, as far as capture cares.
 struct Node {
     std::uint32_t id = 0;
+    int serial = 0;  ///< never given twice, unlike the id
     std::string name;
     std::string description;
     std::string mediaClass;

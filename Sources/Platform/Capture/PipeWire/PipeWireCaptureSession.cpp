@@ -116,6 +116,8 @@ void PipeWireCaptureSession::stopRunning() {
     running_ = false;
     cameraStream_.reset();
     microphoneStream_.reset();
+    // What comes and goes while nothing runs is nobody's loss.
+    for (Input* input : {&camera_, &microphone_}) *input = {.device = input->device};
     closing = std::exchange(gates_, {});
 }
 
@@ -160,7 +162,7 @@ const Node* PipeWireCaptureSession::presentNode(Input& input) {
     const Node* node =
         connection_->isConnected() ? connection_->graph().nodeNamed(input.device->uniqueID) : nullptr;
     if (node != nullptr && !node->detailsKnown) return nullptr;  // its formats are on the way
-    const bool isGone = node == nullptr || (input.node != 0 && input.node != node->id);
+    const bool isGone = node == nullptr || (input.node != 0 && input.node != node->serial);
     if (isGone && !input.isLost) {
         input.isLost = true;
         tell(CaptureEvent::Kind::lost, *input.device,
@@ -178,10 +180,10 @@ const Node* PipeWireCaptureSession::presentNode(Input& input) {
 void PipeWireCaptureSession::reconcileCamera() {
     if (!camera_.device) return;
     const Node* node = presentNode(camera_);
-    if (node == nullptr || node->id != camera_.node || camera_.hasFailed) cameraStream_.reset();
+    if (node == nullptr || node->serial != camera_.node || camera_.hasFailed) cameraStream_.reset();
     if (cameraStream_) cameraStream_->setMirrored(current_.mirrored);
     if (node == nullptr || cameraStream_ || camera_.hasFailed) return;
-    camera_.node = node->id;
+    camera_.node = node->serial;
     try {
         CameraStream::Setup setup;
         setup.name = "Cobaltreel camera";
@@ -209,9 +211,10 @@ void PipeWireCaptureSession::reconcileCamera() {
 void PipeWireCaptureSession::reconcileMicrophone() {
     if (!microphone_.device) return;
     const Node* node = presentNode(microphone_);
-    if (node == nullptr || node->id != microphone_.node || microphone_.hasFailed) microphoneStream_.reset();
+    if (node == nullptr || node->serial != microphone_.node || microphone_.hasFailed)
+        microphoneStream_.reset();
     if (node == nullptr || microphoneStream_ || microphone_.hasFailed) return;
-    microphone_.node = node->id;
+    microphone_.node = node->serial;
     try {
         SoundStream::Setup setup;
         setup.name = "Cobaltreel microphone";

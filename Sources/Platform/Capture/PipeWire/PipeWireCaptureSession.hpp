@@ -50,7 +50,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     /// A device in use. The stream is there while the device is.
     struct Input {
         std::optional<CaptureDevice> device;
-        std::uint32_t node = 0;  ///< that the stream records
+        int node = 0;  ///< serial of the one that the stream records
         bool isLost = false;
         bool hasFailed = false;  ///< and is tried again after a while
         int attempts = 0;
