@@ -56,26 +56,26 @@ void fill(PixelBuffer& picture, int x, int y, int w, int h, int luma, int u = 12
     }
 }
 
-/// A page of "text" that scrolls, a window that moves, a backdrop.
+/// Pages of "text" that scroll over the whole screen and a window that moves above them: every part of the
+/// picture changes, so that the encoder has alike work with and without zoom.
 std::shared_ptr<PixelBuffer> drawScreen(int frame) {
     auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, screenWidth, screenHeight);
-    for (int band = 0; band < 27; ++band) fill(*picture, 0, band * 40, screenWidth, 40, 40 + band, 140, 120);
-    fill(*picture, 1000, 80, 840, 920, 235);
+    fill(*picture, 0, 0, screenWidth, screenHeight, 235);
     Noise words;
-    constexpr int lineHeight = 26, lines = 80;
+    constexpr int lineHeight = 26, lines = 46;
     const int scrolled = frame * 2;
     for (int line = 0; line < lines; ++line) {
-        const int y = 80 + ((line * lineHeight - scrolled) % (lines * lineHeight) + lines * lineHeight) %
-                               (lines * lineHeight);
-        for (int x = 1030; x < 1780;) {
+        constexpr int page = lines * lineHeight;
+        const int y = ((line * lineHeight - scrolled) % page + page) % page - lineHeight;
+        for (int x = 20; x < screenWidth - 20;) {
             const int width = 14 + static_cast<int>(words.next() % 70);
-            if (y > 90 && y < 970) fill(*picture, x, y, width, 12, 30 + static_cast<int>(words.next() % 40));
+            fill(*picture, x, y, width, 12, 30 + static_cast<int>(words.next() % 40));
             x += width + 12;
         }
     }
     const double t = static_cast<double>(frame) / screenRate;
-    const int left = 340 + static_cast<int>(250 * std::sin(t)),
-              top = 400 + static_cast<int>(180 * std::cos(0.7 * t));
+    const int left = 740 + static_cast<int>(500 * std::sin(t)),
+              top = 380 + static_cast<int>(280 * std::cos(0.7 * t));
     fill(*picture, left, top, 420, 300, 90, 100, 100);
     fill(*picture, left, top, 420, 32, 190, 150, 120);
     for (int row = 0; row < 8; ++row) fill(*picture, left + 30, top + 60 + row * 28, 300 - 20 * row, 10, 210);

@@ -6,6 +6,7 @@
 //   ExportBenchmark --floor SESSION OUTPUT SECONDS       (one run of the floor)
 
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Export/BenchmarkSession.hpp"
 #include "Export/FilterGraph.hpp"
 #include "Measuring.hpp"
@@ -26,7 +27,7 @@ namespace {
 
 /// Decodes the whole screen movie and encodes every second frame of it, 30 a second.
 int runFloor(const SessionFolder& folder, const std::filesystem::path& output, double duration) {
-    const auto media = platform::PlatformServices::makeDefault().media;
+    const auto media = platform::PlatformServices::makeDefault(bundleIdentifier).media;
     const auto asset = media->asset(folder.screenMovie());
     const auto track = asset->loadTracks(platform::MediaType::video).at(0);
     auto reader = media->makeTrackReader(asset, track, {0, duration}, platform::PixelFormat::i420);
@@ -86,7 +87,7 @@ ProcessFigures measured(const std::vector<std::string>& command) {
 }
 
 int compare(const Options& options) {
-    const auto media = platform::PlatformServices::makeDefault().media;
+    const auto media = platform::PlatformServices::makeDefault(bundleIdentifier).media;
     const auto session = BenchmarkSession::prepare(
         options.work / ("session-" + std::to_string(static_cast<int>(options.duration))), options.duration,
         *media);

@@ -4,6 +4,7 @@
 //   RecordingBenchmark SECONDS
 
 #include "Cobaltreel/CommandLine/Take.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Platform/PlatformServices.hpp"
 
 #include <QCoreApplication>
@@ -56,7 +57,7 @@ QCoro::Task<void> record(Take& take, std::optional<SessionFolder>& session, std:
 }
 
 int measure(double seconds) {
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     TakeOptions options;
     options.duration = seconds;
     Take take(services, options);

@@ -30,12 +30,12 @@ std::shared_ptr<Desktop> chooseDesktop() {
 
 }  // namespace
 
-PlatformServices PlatformServices::makeDefault() {
+PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdentifier) {
     PlatformServices services;
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();
-    services.screenCapture = std::make_shared<XcbScreenCaptureService>();
+    services.screenCapture = std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier);
     services.desktop = chooseDesktop();
     return services;
 }

@@ -23,8 +23,9 @@ struct PlatformServices {
     std::shared_ptr<Desktop> desktop;
     std::shared_ptr<VisionService> vision;
 
-    /// Main thread, after the application object exists.
-    static PlatformServices makeDefault();
+    /// Main thread, after the application object exists. `ownBundleIdentifier` is the name under which this
+    /// process stands among the running applications.
+    static PlatformServices makeDefault(const std::string& ownBundleIdentifier);
 };
 
 }  // namespace platform

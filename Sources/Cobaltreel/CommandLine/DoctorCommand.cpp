@@ -1,5 +1,6 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/DiskSpace.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Platform/PlatformServices.hpp"
@@ -45,7 +46,7 @@ Finding findRecordingsFolder() {
 }
 
 std::vector<Finding> examine() {
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     std::vector<Finding> findings{findScreen(services), findDesktop(services)};
     for (const auto& encoder : services.media->encoders())
         findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});

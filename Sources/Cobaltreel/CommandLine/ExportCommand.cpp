@@ -3,6 +3,7 @@
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Platform/PlatformServices.hpp"
 
@@ -70,7 +71,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& me
 
 ExitStatus runExport(const ExportArguments& arguments) {
     Interrupt interrupt;
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
     ExportOptions options = optionsFor(arguments, session.meta, trim);

@@ -2,6 +2,7 @@
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "CobaltreelCore/SessionDocuments.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
 #include "CobaltreelCore/ZoomEngine.hpp"
@@ -31,7 +32,7 @@ struct Inspection {
 };
 
 Inspection inspect(const InspectArguments& arguments) {
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     Inspection found{openSession(arguments.session), {}, {}, {}, {}, 0};
     const SessionMeta& meta = found.session.meta;
     found.trim = resolveTrim(arguments.trim, recordedDuration(found.session, *services.media));

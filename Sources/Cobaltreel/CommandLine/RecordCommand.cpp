@@ -2,6 +2,7 @@
 #include "Cobaltreel/CommandLine/Interrupt.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/Take.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 
 #include <QCoreApplication>
 #include <cmath>
@@ -49,7 +50,7 @@ QCoro::Task<void> follow(Take& take, Outcome& outcome) {
 ExitStatus runRecord(const RecordArguments& arguments) {
     refuseDevices(arguments);
     Interrupt interrupt;
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     Take take(services, arguments.take);
     Progress progress("Recording");
     take.onDigit = [](int digit) { std::cerr << digit << "...\n"; };

@@ -2,6 +2,7 @@
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/SessionArgument.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Platform/PlatformServices.hpp"
 
@@ -80,7 +81,7 @@ void addSessionsCommand(CLI::App& app, CommandBody& body) {
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body = [json] {
-            const auto services = platform::PlatformServices::makeDefault();
+            const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
             const auto rows = listSessions(*services.media);
             if (*json) {
                 printJson(describe(rows));

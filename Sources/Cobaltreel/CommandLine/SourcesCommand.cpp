@@ -1,5 +1,6 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Platform/PlatformServices.hpp"
 
 #include <iostream>
@@ -56,7 +57,8 @@ void addSourcesCommand(CLI::App& app, CommandBody& body) {
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body = [json] {
-            const auto content = platform::PlatformServices::makeDefault().screenCapture->shareableContent();
+            const auto content =
+                platform::PlatformServices::makeDefault(bundleIdentifier).screenCapture->shareableContent();
             if (*json)
                 printJson(describe(content));
             else

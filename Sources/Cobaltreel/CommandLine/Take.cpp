@@ -1,6 +1,7 @@
 #include "Cobaltreel/CommandLine/Take.hpp"
 
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/DiskSpace.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 
@@ -9,8 +10,6 @@
 #include <coroutine>
 #include <filesystem>
 #include <utility>
-
-#include <unistd.h>
 
 namespace cobaltreel {
 
@@ -60,7 +59,6 @@ void Take::end(const std::string& reason) {
 Take::Chosen Take::choose() const {
     const auto content = services_.screenCapture->shareableContent();
     const auto screens = services_.desktop->screens();
-    const std::string ownIdentifier = "pid:" + std::to_string(getpid());
     SessionMeta meta;
     meta.version = CobaltreelCoreVersion::current;
     ScreenRecorder::Target target;
@@ -97,7 +95,7 @@ Take::Chosen Take::choose() const {
             meta.scaleFactor = screen.backingScaleFactor;
             meta.displayFramePoints = {screen.frame.x, screen.frame.y, screen.frame.w, screen.frame.h};
         }
-        target = ScreenRecorder::displayTarget(*display, meta.scaleFactor, ownIdentifier, content);
+        target = ScreenRecorder::displayTarget(*display, meta.scaleFactor, bundleIdentifier, content);
     }
     meta.captureWidthPx = target.width;
     meta.captureHeightPx = target.height;
