@@ -1,5 +1,7 @@
 #include "Platform/PlatformServices.hpp"
 
+#include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
+#include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
@@ -35,7 +37,12 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();
-    services.screenCapture = std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier);
+    const auto pipeWire = std::make_shared<PipeWireCaptureService>();
+    services.capture = pipeWire;
+    // Who wants the sound asks `capture->unavailable()` beforehand; the picture is captured either way.
+    services.screenCapture = std::make_shared<SystemAudioCapture>(
+        std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
+        [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
     services.desktop = chooseDesktop();
     return services;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/CaptureSession.hpp"
 #include "Platform/Capture/CaptureStream.hpp"
 #include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Foundation/Clock.hpp"
@@ -19,7 +20,8 @@ struct PlatformServices {
     std::shared_ptr<Clock> clock;
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<MediaService> media;
-    std::shared_ptr<ScreenCaptureService> screenCapture;
+    std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
+    std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
     std::shared_ptr<Desktop> desktop;
     std::shared_ptr<VisionService> vision;
 

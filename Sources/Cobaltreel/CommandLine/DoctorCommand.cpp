@@ -36,6 +36,16 @@ Finding findDesktop(const platform::PlatformServices& services) {
     return {"pointer and windows", true, services.desktop->implementation(), ""};
 }
 
+Finding findDevices(const platform::PlatformServices& services) {
+    if (const auto reason = services.capture->unavailable())
+        return {"camera, microphone, system audio", false, "", reason->description()};
+    const auto devices = services.capture->devices();
+    return {"camera, microphone, system audio", true,
+            services.capture->implementation() + ", " + std::to_string(devices.cameras.size()) +
+                " cameras, " + std::to_string(devices.microphones.size()) + " microphones",
+            ""};
+}
+
 Finding findRecordingsFolder() {
     std::error_code error;
     std::filesystem::create_directories(Paths::sessionsRoot(), error);
@@ -47,7 +57,7 @@ Finding findRecordingsFolder() {
 
 std::vector<Finding> examine() {
     const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
-    std::vector<Finding> findings{findScreen(services), findDesktop(services)};
+    std::vector<Finding> findings{findScreen(services), findDesktop(services), findDevices(services)};
     for (const auto& encoder : services.media->encoders())
         findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
     findings.push_back({"movies", true, services.media->implementation(), ""});

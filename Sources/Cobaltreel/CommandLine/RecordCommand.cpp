@@ -17,19 +17,46 @@ namespace {
 
 struct RecordArguments {
     TakeOptions take;
-    std::string camera = "none";
-    std::string microphone = "none";
+    std::optional<std::string> camera;      // absent: the first one, when there is one
+    std::optional<std::string> microphone;  // absent: the default one, when there is one
     bool noMirror = false;
 };
 
-void refuseDevices(const RecordArguments& arguments) {
-    if (arguments.camera != "none")
-        throw CommandError("this version records no camera; use --camera none", ExitStatus::usage);
-    if (arguments.microphone != "none")
-        throw CommandError("this version records no microphone; use --mic none", ExitStatus::usage);
-    if (arguments.take.systemAudio)
-        throw CommandError("this version records no system audio; leave --system-audio out",
-                           ExitStatus::usage);
+constexpr const char* none = "none";
+
+/// The device that was asked for; throws when it is not there.
+std::optional<platform::CaptureDevice> chosenDevice(const std::optional<std::string>& asked,
+                                                    const std::vector<platform::CaptureDevice>& devices,
+                                                    const std::optional<platform::CaptureDevice>& otherwise,
+                                                    const std::string& kind) {
+    if (!asked) return otherwise;
+    if (*asked == none) return std::nullopt;
+    for (const auto& device : devices)
+        if (device.uniqueID == *asked) return device;
+    throw CommandError("there is no " + kind + " " + *asked + "; `cobaltreel sources` lists them");
+}
+
+void chooseDevices(const RecordArguments& arguments, platform::CaptureService& capture, TakeOptions& take) {
+    const auto devices = capture.devices();
+    const auto firstCamera = devices.cameras.empty() ? std::nullopt : std::optional(devices.cameras.front());
+    take.camera = chosenDevice(arguments.camera, devices.cameras, firstCamera, "camera");
+    take.microphone =
+        chosenDevice(arguments.microphone, devices.microphones, devices.defaultMicrophone, "microphone");
+    take.mirrorCamera = !arguments.noMirror;
+    if (const auto reason = capture.unavailable(); reason && take.systemAudio)
+        throw CommandError("system audio cannot be recorded: " + reason->description());
+}
+
+/// "0:07  microphone [####......]"
+std::string recordingLine(double elapsed, const Take& take, bool hasMicrophone) {
+    std::string line = minutesAndSeconds(elapsed);
+    if (hasMicrophone) {
+        constexpr int width = 20;
+        const int filled = static_cast<int>(take.microphoneLevel() * width);
+        line += "  microphone [" + std::string(static_cast<std::size_t>(filled), '#') +
+                std::string(static_cast<std::size_t>(width - filled), '.') + "]";
+    }
+    return line + "  Ctrl-C stops";
 }
 
 /// Runs the take on the main thread's event loop and keeps what came of it.
@@ -48,13 +75,24 @@ QCoro::Task<void> follow(Take& take, Outcome& outcome) {
 }
 
 ExitStatus runRecord(const RecordArguments& arguments) {
-    refuseDevices(arguments);
     Interrupt interrupt;
     const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
-    Take take(services, arguments.take);
+    TakeOptions options = arguments.take;
+    chooseDevices(arguments, *services.capture, options);
+    Take take(services, options);
     Progress progress("Recording");
     take.onDigit = [](int digit) { std::cerr << digit << "...\n"; };
-    take.onElapsed = [&](double elapsed) { progress.status(minutesAndSeconds(elapsed) + "  Ctrl-C stops"); };
+    take.onDeviceMessage = [](const std::string& message) { std::cerr << "cobaltreel: " << message << '\n'; };
+    std::unique_ptr<platform::Timer> meter;
+    take.onElapsed = [&](double elapsed) {
+        // From the first second on the line lives; between the seconds it is the microphone's level that
+        // moves.
+        const double begun = services.clock->now() - elapsed;
+        meter = services.mainLoop->scheduleRepeating(0.1, [&, begun] {
+            progress.status(
+                recordingLine(services.clock->now() - begun, take, options.microphone.has_value()));
+        });
+    };
     const auto handling = interrupt.handle([&] { services.mainLoop->post([&take] { take.requestStop(); }); });
 
     Outcome outcome;
@@ -86,8 +124,9 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
     command->add_option("--duration", take.duration, "Stop after so many seconds")
         ->type_name("S")
         ->check(numberBetween(0.1, Take::longestTake));
-    command->add_option("--camera", arguments->camera, "Camera to record, or none")->type_name("ID|none");
-    command->add_option("--mic", arguments->microphone, "Microphone to record, or none")
+    command->add_option("--camera", arguments->camera, "Camera to record; default the first one there is")
+        ->type_name("ID|none");
+    command->add_option("--mic", arguments->microphone, "Microphone to record; default the desktop's")
         ->type_name("ID|none");
     command->add_flag("--system-audio", take.systemAudio, "Record what the computer plays");
     command->add_flag("--auto-zoom", take.autoZoom, "Let the export follow the clicks");

@@ -5,6 +5,8 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace cobaltreel {
 
@@ -14,7 +16,15 @@ OrderedJson rectangle(const platform::Rect& frame) {
     return {{"x", frame.x}, {"y", frame.y}, {"w", frame.w}, {"h", frame.h}};
 }
 
-OrderedJson describe(const platform::ShareableContent& content) {
+OrderedJson describe(const std::vector<platform::CaptureDevice>& devices,
+                     const std::optional<platform::CaptureDevice>& preferred) {
+    OrderedJson list = OrderedJson::array();
+    for (const auto& device : devices)
+        list.push_back({{"id", device.uniqueID}, {"name", device.name}, {"default", device == preferred}});
+    return list;
+}
+
+OrderedJson describe(const platform::ShareableContent& content, const platform::CaptureDevices& devices) {
     OrderedJson document{{"displays", OrderedJson::array()}, {"windows", OrderedJson::array()}};
     for (const auto& display : content.displays)
         document["displays"].push_back({{"id", display.displayID},
@@ -29,12 +39,19 @@ OrderedJson describe(const platform::ShareableContent& content) {
              {"application", window.owningApplication ? window.owningApplication->name : ""},
              {"frame", rectangle(window.frame)},
              {"onScreen", window.isOnScreen}});
-    document["cameras"] = OrderedJson::array();
-    document["microphones"] = OrderedJson::array();
+    const auto firstCamera = devices.cameras.empty() ? std::nullopt : std::optional(devices.cameras.front());
+    document["cameras"] = describe(devices.cameras, firstCamera);
+    document["microphones"] = describe(devices.microphones, devices.defaultMicrophone);
     return document;
 }
 
-void printTable(const platform::ShareableContent& content) {
+void printDevices(const char* title, const std::vector<platform::CaptureDevice>& devices) {
+    std::cout << title << '\n';
+    for (const auto& device : devices) std::cout << "  " << device.uniqueID << "  " << device.name << '\n';
+    if (devices.empty()) std::cout << "  none\n";
+}
+
+void printTable(const platform::ShareableContent& content, const platform::CaptureDevices& devices) {
     std::cout << "Displays\n";
     for (const auto& display : content.displays)
         std::cout << "  " << display.displayID << "  " << display.name << "  " << display.width() << " x "
@@ -45,8 +62,8 @@ void printTable(const platform::ShareableContent& content) {
                   << (window.owningApplication ? "  [" + window.owningApplication->name + "]" : "") << "  "
                   << window.frame.w << " x " << window.frame.h << (window.isOnScreen ? "" : "  (hidden)")
                   << '\n';
-    std::cout << "Cameras\n  none: this version records screen and pointer\n";
-    std::cout << "Microphones\n  none: this version records screen and pointer\n";
+    printDevices("Cameras", devices.cameras);
+    printDevices("Microphones", devices.microphones);
 }
 
 }  // namespace
@@ -57,12 +74,13 @@ void addSourcesCommand(CLI::App& app, CommandBody& body) {
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body = [json] {
-            const auto content =
-                platform::PlatformServices::makeDefault(bundleIdentifier).screenCapture->shareableContent();
+            const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+            const auto content = services.screenCapture->shareableContent();
+            const auto devices = services.capture->devices();
             if (*json)
-                printJson(describe(content));
+                printJson(describe(content, devices));
             else
-                printTable(content);
+                printTable(content, devices);
             return ExitStatus::done;
         };
     });

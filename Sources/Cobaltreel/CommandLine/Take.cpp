@@ -44,6 +44,7 @@ Take::Take(const platform::PlatformServices& services, TakeOptions options)
     : services_(services),
       options_(std::move(options)),
       screen_(services.screenCapture, services.media, services.mainLoop),
+      cameraMic_(services.capture, services.media, services.mainLoop),
       mouse_(services.clock, services.mainLoop, services.desktop) {}
 
 void Take::requestStop() {
@@ -100,13 +101,23 @@ Take::Chosen Take::choose() const {
     meta.captureWidthPx = target.width;
     meta.captureHeightPx = target.height;
     if (!screens.empty()) meta.mainScreenHeightPoints = screens.front().frame.h;
-    meta.cameraEnabled = false;
+    meta.cameraEnabled = options_.camera.has_value();
     meta.cameraCorner = options_.corner;
     meta.autoZoomEnabled = options_.autoZoom;
     meta.bubbleSizeFraction = options_.bubbleSizeFraction;
     meta.systemAudioEnabled = options_.systemAudio;
     meta.cameraStyle = options_.style;
     return {std::move(target), std::move(meta)};
+}
+
+void Take::startDevices() {
+    cameraMic_.onDeviceEvent = [this](const platform::CaptureEvent& event) {
+        // A take with a camera alone has no microphone to speak of.
+        if (event.device.uniqueID.empty() || !onDeviceMessage) return;
+        onDeviceMessage(event.message);
+    };
+    cameraMic_.startPreview(options_.camera, options_.microphone.value_or(platform::CaptureDevice{}),
+                            options_.mirrorCamera);
 }
 
 QCoro::Task<void> Take::countDown() {
@@ -146,8 +157,12 @@ QCoro::Task<std::optional<SessionFolder>> Take::run() {
         throw CommandError("Not enough free disk space (at least 2 GB required) in " +
                            Paths::sessionsRoot().string());
     auto chosen = choose();
+    if (usesDevices()) startDevices();
     if (options_.countdown) co_await countDown();
-    if (stopRequested_) co_return std::nullopt;
+    if (stopRequested_) {
+        co_await cameraMic_.stop();
+        co_return std::nullopt;
+    }
 
     const SessionFolder session{makeFreshSessionDir()};
     folderDir_ = session.dir;
@@ -158,6 +173,7 @@ QCoro::Task<std::optional<SessionFolder>> Take::run() {
     std::exception_ptr failure;
     try {
         session.writeMeta(chosen.meta);
+        if (usesDevices()) co_await cameraMic_.beginWriting(session.cameraMovie());
         screen_.onError = [this](const platform::PlatformError& error) { end(error.description()); };
         co_await screen_.start(chosen.target, session.screenMovie(), options_.systemAudio);
     } catch (...) {
@@ -165,6 +181,7 @@ QCoro::Task<std::optional<SessionFolder>> Take::run() {
     }
     if (failure) {
         co_await screen_.stop();
+        co_await cameraMic_.stop();
         removeSession();
         std::rethrow_exception(failure);
     }
@@ -176,6 +193,7 @@ QCoro::Task<std::optional<SessionFolder>> Take::run() {
         endReason_ = error->description();
     const EventLog events = mouse_.stop();
     chosen.meta.screenFirstPTS = screen_.firstPTS();
+    chosen.meta.cameraFirstPTS = cameraMic_.firstPTS();
     chosen.meta.recordingEndHostTime = services_.clock->now();
     session.writeEvents(events);
     session.writeMeta(chosen.meta);

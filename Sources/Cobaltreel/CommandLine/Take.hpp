@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
@@ -23,12 +24,16 @@ struct TakeOptions {
     bool countdown = false;
     bool autoZoom = false;
     bool systemAudio = false;
+    std::optional<platform::CaptureDevice> camera;
+    std::optional<platform::CaptureDevice> microphone;
+    bool mirrorCamera = true;
     CameraCorner corner = CameraCorner::bottomLeft;
     double bubbleSizeFraction = 0.24;
     CameraStyle style = CameraStyle::bubble;
 };
 
-/// One recording from the command line: screen and pointer into a session folder of its own. Main
+/// One recording from the command line: screen, pointer and the chosen devices into a session folder of its
+/// own. Main
 /// thread only; lives until `run` has returned.
 class Take {
   public:
@@ -49,10 +54,14 @@ class Take {
     /// Countdown digits, then the elapsed seconds once a second.
     std::function<void(int)> onDigit;
     std::function<void(double)> onElapsed;
+    /// What befalls a camera or microphone in use, for a person to read.
+    std::function<void(const std::string&)> onDeviceMessage;
 
     /// Why the recording ended by itself, for a person to read; empty when it did not.
     const std::string& endReason() const { return endReason_; }
     ScreenRecorder::Statistics statistics() const { return screen_.statistics(); }
+    /// 0…1; 0 without a microphone.
+    float microphoneLevel() const { return cameraMic_.currentMicLevel(); }
 
   private:
     struct Chosen {
@@ -60,6 +69,8 @@ class Take {
         SessionMeta meta;
     };
     Chosen choose() const;
+    bool usesDevices() const { return options_.camera || options_.microphone; }
+    void startDevices();
     QCoro::Task<void> countDown();
     QCoro::Task<void> waitForEnd();
     void tick();
@@ -68,6 +79,7 @@ class Take {
     platform::PlatformServices services_;
     TakeOptions options_;
     ScreenRecorder screen_;
+    CameraMicRecorder cameraMic_;
     MouseSampler mouse_;
     std::string endReason_;
     bool stopRequested_ = false;
