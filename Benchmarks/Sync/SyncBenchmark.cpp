@@ -3,12 +3,12 @@
 // exported, and read back. Runs inside Tests/Rig/desktop and Tests/Rig/media; Benchmarks/sync starts it.
 //
 //   SyncBenchmark --programs FOLDER --work FOLDER [--seconds S] [--json] [--limit MS]
+
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
-#include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
-#include "Platform/Capture/SystemAudioCapture.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/ChildProcess.hpp"
 #include "SyncReading.hpp"
@@ -88,11 +88,8 @@ QCoro::Task<Recording> record(Options options, platform::PlatformServices servic
     for (int i = eventsAtEachEnd - 1; i >= 0; --i) result.instants.push_back(last - i * betweenEvents);
     const Stage stage(options.programs, result.instants);
 
-    const auto capture = std::make_shared<platform::PipeWireCaptureService>();
-    const auto screenWithSound = std::make_shared<platform::SystemAudioCapture>(
-        services.screenCapture, [capture] { return capture->makeSystemAudio(); },
-        [](const platform::PlatformError& error) { std::cerr << error.description() << '\n'; });
-    ScreenRecorder screen(screenWithSound, services.media, services.mainLoop);
+    const auto capture = services.capture;
+    ScreenRecorder screen(services.screenCapture, services.media, services.mainLoop);
     CameraMicRecorder camera(capture, services.media, services.mainLoop);
     MouseSampler mouse(services.clock, services.mainLoop, services.desktop);
     camera.onDeviceEvent = [&](const auto& event) { result.deviceEvents.push_back(event); };
@@ -212,7 +209,7 @@ void printTable(const char* title, const nlohmann::ordered_json& pairs) {
 int measure(const Options& options) {
     std::filesystem::remove_all(options.work);
     std::filesystem::create_directories(options.work);
-    const auto services = platform::PlatformServices::makeDefault();
+    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     const Recording recording = recordWithEventLoop(options, services);
     for (const auto& event : recording.deviceEvents) std::cerr << event.message << '\n';
 
