@@ -1,0 +1,342 @@
+#include "Platform/Vision/OpenCv/ClassicalSegmentation.hpp"
+
+#include "Platform/Vision/OpenCv/BandCut.hpp"
+#include "Platform/Vision/OpenCv/FramePicture.hpp"
+#include "Platform/Vision/OpenCv/GuidedMatte.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include <opencv2/imgproc.hpp>
+
+namespace platform {
+namespace {
+
+using Quality = PersonSegmentationRequest::QualityLevel;
+
+/// Below this side (pixels) nobody can be made out.
+constexpr int smallestFrame = 48;
+/// Log odds beyond which a pixel is not asked any more.
+constexpr float certain = 6;
+constexpr float smoothness = 4.5F;
+/// Least part of the frame that a person without a visible face must cover.
+constexpr double leastBlobShare = 0.015;
+
+cv::Mat1b grown(const cv::Mat1b& mask, int radius) {
+    cv::Mat1b out;
+    cv::dilate(mask, out, cv::getStructuringElement(cv::MORPH_ELLIPSE, {2 * radius + 1, 2 * radius + 1}));
+    return out;
+}
+
+cv::Mat1b shrunk(const cv::Mat1b& mask, int radius) {
+    cv::Mat1b out;
+    cv::erode(mask, out, cv::getStructuringElement(cv::MORPH_ELLIPSE, {2 * radius + 1, 2 * radius + 1}));
+    return out;
+}
+
+/// The largest difference of a channel, squared steps left out: how much each pixel moved.
+cv::Mat1b movedPixels(const cv::Mat3f& a, const cv::Mat3f& b, float threshold) {
+    cv::Mat1f off(a.size());
+    for (int y = 0; y < a.rows; ++y)
+        for (int x = 0; x < a.cols; ++x) {
+            const cv::Vec3f d = a(y, x) - b(y, x);
+            off(y, x) = std::max({std::abs(d[0]), std::abs(d[1]), std::abs(d[2])});
+        }
+    cv::blur(off, off, {3, 3});
+    return off > threshold;
+}
+
+}  // namespace
+
+ClassicalSegmentation::Settings ClassicalSegmentation::settingsFor(Quality quality) {
+    switch (quality) {
+        case Quality::accurate:
+            return {57600, 230400, 102400, 4, 2, 4, 5};
+        case Quality::balanced:
+            return {28900, 129600, 57600, 5, 1, 3, 4};
+        case Quality::fast:
+            break;
+    }
+    return {14400, 57600, 57600, 7, 1, 3, 3};
+}
+
+ClassicalSegmentation::ClassicalSegmentation(Quality quality)
+    : settings_(settingsFor(quality)), tracker_(settings_.detectEvery, settings_.looksPerFrame) {}
+
+void ClassicalSegmentation::reset(cv::Size work) {
+    workSize_ = work;
+    background_.reset(work);
+    personLooks_ = {};
+    roomLooks_ = {};
+    evidence_ = cv::Mat1f(work, 0.0F);
+    lastMask_ = cv::Mat1b(work, uchar(0));
+    freeRun_ = cv::Mat1b(work, uchar(0));
+    lastWork_.release();
+    lastFine_.release();
+    lastMatte_.release();
+    lastHead_.reset();
+    tracker_.drop();
+    metSomebody_ = false;
+    framesWithHead_ = 0;
+}
+
+ClassicalSegmentation::View ClassicalSegmentation::look(const PixelBuffer& frame) const {
+    const cv::Size size(frame.width(), frame.height());
+    View view;
+    view.fine = readPicture(frame, workingSize(size, settings_.fineArea));
+    cv::Mat3b work;
+    cv::resize(view.fine, work, workSize_, 0, 0, cv::INTER_AREA);
+    work.convertTo(view.work, CV_32F);
+    cv::cvtColor(work, view.lab, cv::COLOR_BGR2Lab);
+    cv::Mat3b detector;
+    cv::resize(view.fine, detector, workingSize(size, settings_.detectorArea), 0, 0, cv::INTER_AREA);
+    cv::cvtColor(detector, view.gray, cv::COLOR_BGR2GRAY);
+    return view;
+}
+
+AppearanceModel::Feature ClassicalSegmentation::feature(const View& view, int x, int y,
+                                                        const Head* origin) const {
+    const cv::Vec3b& lab = view.lab(y, x);
+    const float scale = 100.0F / static_cast<float>(workSize_.width);
+    const float left = origin ? origin->x * 100 : 0, top = origin ? origin->y * 100 : 0;
+    return {lab[0] * 0.6F, lab[1] * 1.4F, lab[2] * 1.4F, static_cast<float>(x) * scale - left,
+            static_cast<float>(y) * scale - top};
+}
+
+std::optional<Head> ClassicalSegmentation::findHead(const View& view) {
+    auto head = tracker_.update(view.gray);
+    if (head && !tracker_.seenByDetector() && framesWithHead_ > 0) {
+        // A tracker can cling to the wall behind somebody who left; the background knows better.
+        const BodyPrior prior(*head, workSize_);
+        const cv::Mat1b familiarCore = prior.core & (background_.familiarity() > 6);
+        const int known = cv::countNonZero(familiarCore);
+        if (known * 2 > cv::countNonZero(prior.core) && cv::mean(evidence_, familiarCore)[0] < -1) {
+            tracker_.drop();
+            head.reset();
+        }
+    }
+    return head;
+}
+
+cv::Mat1b ClassicalSegmentation::somebodyWithoutFace() const {
+    if (!metSomebody_ || background_.knownShare() < 0.3) return {};
+    cv::Mat1b strange = evidence_ > 2;
+    cv::medianBlur(strange, strange, 5);
+    cv::Mat1i labels;
+    cv::Mat stats, centres;
+    const int count = cv::connectedComponentsWithStats(strange, labels, stats, centres);
+    int best = 0;
+    double bestArea = leastBlobShare * static_cast<double>(workSize_.area());
+    for (int i = 1; i < count; ++i) {
+        const int* s = stats.ptr<int>(i);
+        const bool atRim =
+            s[cv::CC_STAT_LEFT] <= 1 || s[cv::CC_STAT_LEFT] + s[cv::CC_STAT_WIDTH] >= workSize_.width - 1;
+        const bool atBottom = s[cv::CC_STAT_TOP] + s[cv::CC_STAT_HEIGHT] >= workSize_.height - 1;
+        if ((atRim || atBottom) && s[cv::CC_STAT_AREA] > bestArea) {
+            best = i;
+            bestArea = s[cv::CC_STAT_AREA];
+        }
+    }
+    return best ? cv::Mat1b(labels == best) : cv::Mat1b();
+}
+
+cv::Mat1f ClassicalSegmentation::oddsFromBefore(const View& view, const std::optional<Head>& head) const {
+    cv::Mat1f odds(workSize_, 0.0F);
+    if (lastWork_.empty() || cv::countNonZero(lastMask_) == 0) return odds;
+    const cv::Mat1b moved = movedPixels(view.work, lastWork_, 7);
+    cv::Point2f step(0, 0);
+    if (head && lastHead_)
+        step =
+            cv::Point2f(head->x - lastHead_->x, head->y - lastHead_->y) * static_cast<float>(workSize_.width);
+    cv::Mat1b carried;
+    const cv::Matx23f shift(1, 0, step.x, 0, 1, step.y);
+    cv::warpAffine(lastMask_, carried, shift, workSize_, cv::INTER_NEAREST, cv::BORDER_REPLICATE);
+    for (int y = 0; y < workSize_.height; ++y)
+        for (int x = 0; x < workSize_.width; ++x)
+            odds(y, x) = moved(y, x) ? (carried(y, x) ? 0.9F : -0.9F) : (lastMask_(y, x) ? 1.6F : -1.6F);
+    return odds;
+}
+
+void ClassicalSegmentation::addLooks(cv::Mat1f& odds, const View& view, const Head& head) const {
+    if (!personLooks_.known() || !roomLooks_.known()) return;
+    for (int y = 0; y < workSize_.height; ++y)
+        for (int x = 0; x < workSize_.width; ++x) {
+            float& value = odds(y, x);
+            if (std::abs(value) >= certain + 1) continue;
+            const float like = roomLooks_.energy(feature(view, x, y, nullptr)) -
+                               personLooks_.energy(feature(view, x, y, &head));
+            value += std::clamp(like * 0.5F, -3.5F, 3.5F);
+        }
+}
+
+void ClassicalSegmentation::learnLooks(const View& view, const cv::Mat1b& person, const cv::Mat1b& room,
+                                       const Head& head, bool anew) {
+    std::vector<AppearanceModel::Feature> people, rooms;
+    // About two thousand samples of each are plenty.
+    const int step = std::max(1, static_cast<int>(std::sqrt(workSize_.area() / 4000.0)));
+    for (int y = 0; y < workSize_.height; y += step)
+        for (int x = 0; x < workSize_.width; x += step) {
+            if (person(y, x)) people.push_back(feature(view, x, y, &head));
+            if (room(y, x)) rooms.push_back(feature(view, x, y, nullptr));
+        }
+    if (anew) {
+        personLooks_.fit(people);
+        roomLooks_.fit(rooms);
+    } else {
+        personLooks_.follow(people, 0.2F);
+        roomLooks_.follow(rooms, 0.2F);
+    }
+}
+
+cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head) {
+    const BodyPrior prior(head, workSize_);
+    const bool first = framesWithHead_ == 0;
+    if (first && cv::mean(evidence_, prior.core)[0] < 0.5) {
+        // Somebody sat there before the face was seen: what was learnt here is not the room.
+        background_.forget(prior.reach);
+        evidence_.setTo(0, prior.reach);
+    }
+    const int margin = std::max(1, workSize_.width / 60);
+    cv::Mat1f base = prior.odds.clone();
+    for (int y = 0; y < workSize_.height; ++y)
+        for (int x = 0; x < workSize_.width; ++x) {
+            // Where the room is known it says more than the measures of a usual body: arms reach far.
+            const float known = background_.familiarity()(y, x);
+            if (base(y, x) < 0) base(y, x) *= 1 - 0.75F * known / (known + 2);
+        }
+    base += evidence_ + oddsFromBefore(view, head);
+    if (first) learnLooks(view, prior.odds > 1.0F, grown(prior.reach, margin) == 0, head, true);
+    cv::Mat1b mask;
+    for (int round = 0; round < (first ? settings_.firstRounds : 1); ++round) {
+        cv::Mat1f odds = base.clone();
+        addLooks(odds, view, head);
+        mask = cutAlongEdges(odds, view.work, background_.expected(), background_.familiarity(), certain,
+                             smoothness);
+        mask = tidied(mask, prior.core);
+        if (first && round + 1 < settings_.firstRounds)
+            learnLooks(view, shrunk(mask, 1), grown(mask, margin) == 0, head, true);
+    }
+    learnLooks(view, shrunk(mask, 1), grown(mask, margin) == 0, head, false);
+    return mask;
+}
+
+cv::Mat1b ClassicalSegmentation::cutWithoutHead(const View& view, const cv::Mat1b& blob) {
+    cv::Mat1f odds = evidence_ + oddsFromBefore(view, std::nullopt);
+    const cv::Mat1b away = grown(blob, std::max(2, workSize_.width / 25)) == 0;
+    odds -= 0.5F;
+    odds.setTo(-certain - 1, away);
+    cv::Mat1b mask = cutAlongEdges(odds, view.work, background_.expected(), background_.familiarity(),
+                                   certain, smoothness);
+    return tidied(mask, blob);
+}
+
+cv::Mat1b ClassicalSegmentation::tidied(const cv::Mat1b& mask, const cv::Mat1b& anchor) const {
+    cv::Mat1b kept(workSize_, uchar(0));
+    cv::Mat1i labels;
+    cv::Mat stats, centres;
+    int count = cv::connectedComponentsWithStats(mask, labels, stats, centres, 4);
+    const double frameArea = workSize_.area();
+    for (int i = 1; i < count; ++i) {
+        const int* s = stats.ptr<int>(i);
+        const cv::Rect box(s[0], s[1], s[2], s[3]);
+        const cv::Mat1b part = labels(box) == i;
+        bool keep = cv::countNonZero(part & anchor(box)) > 0;
+        // A hand that comes in from below hangs on an arm outside the picture.
+        if (!keep && s[cv::CC_STAT_AREA] > frameArea * 0.004 && box.br().y >= workSize_.height - 1)
+            keep = cv::mean(evidence_(box), part)[0] > 2;
+        if (keep) kept(box).setTo(255, part);
+    }
+    const cv::Mat1b rest = kept == 0;
+    count = cv::connectedComponentsWithStats(rest, labels, stats, centres, 4);
+    for (int i = 1; i < count; ++i) {
+        const int* s = stats.ptr<int>(i);
+        const cv::Rect box(s[0], s[1], s[2], s[3]);
+        const bool enclosed =
+            box.x > 0 && box.y > 0 && box.br().x < workSize_.width && box.br().y < workSize_.height;
+        if (!enclosed) continue;
+        const cv::Mat1b part = labels(box) == i;
+        if (s[cv::CC_STAT_AREA] < frameArea * 0.0015 || cv::mean(evidence_(box), part)[0] > -1)
+            kept(box).setTo(255, part);
+    }
+    cv::medianBlur(kept, kept, 3);
+    return kept;
+}
+
+cv::Mat1b ClassicalSegmentation::finished(const View& view, const cv::Mat1b& mask) {
+    const int radius = settings_.matteRadius;
+    cv::Mat1f matte = guidedMatte(mask, view.work, view.fine, radius, 4e-4F);
+    cv::Mat1b outer, inner;
+    cv::resize(grown(mask, radius), outer, view.fine.size(), 0, 0, cv::INTER_NEAREST);
+    cv::resize(shrunk(mask, radius), inner, view.fine.size(), 0, 0, cv::INTER_NEAREST);
+    const bool steady = !lastMatte_.empty() && lastMatte_.size() == matte.size();
+    for (int y = 0; y < matte.rows; ++y) {
+        float* value = matte[y];
+        const float* before = steady ? lastMatte_[y] : nullptr;
+        const cv::Vec3b *now = view.fine[y], *then = steady ? lastFine_[y] : nullptr;
+        for (int x = 0; x < matte.cols; ++x) {
+            float v = std::clamp((value[x] - 0.5F) * 1.8F + 0.5F, 0.0F, 1.0F);
+            if (!outer(y, x)) v = 0;
+            if (inner(y, x)) v = 1;
+            if (steady) {
+                // What does not move keeps its border; what moves is believed at once.
+                int step = 0;
+                for (int c = 0; c < 3; ++c) step += std::abs(now[x][c] - then[x][c]);
+                const float hold = std::clamp(1.4F - static_cast<float>(step) / 24.0F, 0.0F, 0.8F);
+                v += hold * (before[x] - v);
+            }
+            value[x] = v;
+        }
+    }
+    lastMatte_ = matte;
+    cv::Mat1b out;
+    matte.convertTo(out, CV_8U, 255);
+    return out;
+}
+
+void ClassicalSegmentation::learnRoom(const View& view, const cv::Mat1b& mask, const cv::Mat1b& doubtful) {
+    const cv::Mat1b near = grown(mask, std::max(2, workSize_.width / 50));
+    cv::Mat1b free(workSize_);
+    for (int y = 0; y < workSize_.height; ++y)
+        for (int x = 0; x < workSize_.width; ++x) {
+            uchar& run = freeRun_(y, x);
+            run = near(y, x) ? uchar(0) : static_cast<uchar>(std::min(250, run + 1));
+            // Close to somebody a pixel must stay outside for a while before it counts as room.
+            free(y, x) = run >= (doubtful(y, x) ? 3 : 1) ? 255 : 0;
+        }
+    background_.learn(view.work, free);
+}
+
+cv::Mat1b ClassicalSegmentation::segment(const PixelBuffer& frame) {
+    const cv::Size size(frame.width(), frame.height());
+    if (std::min(size.width, size.height) < smallestFrame || !tracker_.available()) return {};
+    const cv::Size work = workingSize(size, settings_.workArea);
+    if (work != workSize_) reset(work);
+    const View view = look(frame);
+    if (!lastFine_.empty() && lastFine_.size() != view.fine.size()) reset(work);
+
+    background_.compare(view.work, grown(lastMask_, std::max(2, work.width / 40)), evidence_);
+    const auto head = findHead(view);
+    cv::Mat1b mask, result;
+    if (head) {
+        mask = cutWithHead(view, *head);
+        ++framesWithHead_;
+        metSomebody_ = true;
+    } else if (const cv::Mat1b blob = somebodyWithoutFace(); !blob.empty()) {
+        mask = cutWithoutHead(view, blob);
+    }
+    if (mask.empty() || cv::countNonZero(mask) == 0) {
+        lastMask_ = cv::Mat1b(work, uchar(0));
+        lastMatte_.release();
+        framesWithHead_ = 0;
+    } else {
+        lastMask_ = mask;
+        result = finished(view, mask);
+    }
+    learnRoom(view, lastMask_, head ? BodyPrior(*head, work).reach : cv::Mat1b(work, uchar(0)));
+    lastWork_ = view.work;
+    lastFine_ = view.fine;
+    lastHead_ = head;
+    return result;
+}
+
+}  // namespace platform

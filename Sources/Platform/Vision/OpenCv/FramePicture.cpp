@@ -1,0 +1,68 @@
+#include "Platform/Vision/OpenCv/FramePicture.hpp"
+
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include <opencv2/imgproc.hpp>
+
+namespace platform {
+namespace {
+
+cv::Mat resizedPlane(const Plane& plane, int type, cv::Size size) {
+    const cv::Mat whole(plane.height, plane.width, type, plane.data, static_cast<std::size_t>(plane.stride));
+    cv::Mat out;
+    const bool shrinks = size.width <= plane.width && size.height <= plane.height;
+    cv::resize(whole, out, size, 0, 0, shrinks ? cv::INTER_AREA : cv::INTER_LINEAR);
+    return out;
+}
+
+/// Rows of the matrix from (Y, U − 128, V − 128, 1) to blue, green, red.
+cv::Matx34f yuvToBgr(ColourMatrix matrix) {
+    const bool full = matrix == ColourMatrix::bt601Full || matrix == ColourMatrix::bt709Full;
+    const bool bt601 = matrix == ColourMatrix::bt601Full || matrix == ColourMatrix::bt601Limited;
+    // Luma weights of ITU-R BT.601 and BT.709.
+    const float kr = bt601 ? 0.299F : 0.2126F, kb = bt601 ? 0.114F : 0.0722F, kg = 1 - kr - kb;
+    const float luma = full ? 1.0F : 255.0F / 219.0F, chroma = full ? 1.0F : 255.0F / 224.0F;
+    const float u = 2 * (1 - kb) * chroma, v = 2 * (1 - kr) * chroma, lift = full ? 0.0F : -16 * luma;
+    return {luma, u, 0, lift, luma, -u * kb / kg, -v * kr / kg, lift, luma, 0, v, lift};
+}
+
+}  // namespace
+
+cv::Size workingSize(cv::Size frame, double area) {
+    const double scale = std::min(1.0, std::sqrt(area / (static_cast<double>(frame.width) * frame.height)));
+    return {std::max(1, static_cast<int>(std::lround(frame.width * scale))),
+            std::max(1, static_cast<int>(std::lround(frame.height * scale)))};
+}
+
+cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size) {
+    if (frame.format() == PixelFormat::bgra) {
+        cv::Mat3b picture;
+        cv::cvtColor(resizedPlane(frame.plane(), CV_8UC4, size), picture, cv::COLOR_BGRA2BGR);
+        return picture;
+    }
+    if (frame.format() != PixelFormat::i420)
+        throw PlatformError("Vision", 1,
+                            "The camera frame is a gray picture; a person is searched in colour pictures.");
+    // The planes are brought to the small size first, so the conversion touches few pixels.
+    cv::Mat channels[3];
+    for (int i = 0; i < 3; ++i) channels[i] = resizedPlane(frame.plane(i), CV_8UC1, size);
+    cv::Mat yuv;
+    cv::merge(channels, 3, yuv);
+    const cv::Matx34f m = yuvToBgr(frame.matrix());
+    cv::Mat3b picture(size);
+    for (int y = 0; y < size.height; ++y) {
+        const cv::Vec3b* in = yuv.ptr<cv::Vec3b>(y);
+        cv::Vec3b* out = picture[y];
+        for (int x = 0; x < size.width; ++x) {
+            const float luma = in[x][0], u = in[x][1] - 128.0F, v = in[x][2] - 128.0F;
+            for (int c = 0; c < 3; ++c)
+                out[x][c] = cv::saturate_cast<uchar>(m(c, 0) * luma + m(c, 1) * u + m(c, 2) * v + m(c, 3));
+        }
+    }
+    return picture;
+}
+
+}  // namespace platform

@@ -1,0 +1,142 @@
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/OpenCv/FramePicture.hpp"
+#include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
+#include "Platform/Vision/RenderedPeople/Scene.hpp"
+
+#include <gtest/gtest.h>
+
+namespace platform::testing {
+namespace {
+
+using cobaltreel::rendered::asBgra;
+using cobaltreel::rendered::Room;
+using cobaltreel::rendered::Scene;
+using Quality = PersonSegmentationRequest::QualityLevel;
+
+cv::Mat1b maskOf(PersonSegmentationRequest& request, const PixelBuffer& frame) {
+    const auto masks = request.perform(frame);
+    if (masks.empty()) return {};
+    EXPECT_EQ(masks.front()->format(), PixelFormat::gray8);
+    const Plane& p = masks.front()->plane();
+    return cv::Mat1b(cv::Mat(p.height, p.width, CV_8UC1, p.data, static_cast<std::size_t>(p.stride))).clone();
+}
+
+double overlap(const cv::Mat1b& mask, const cv::Mat1b& truth) {
+    if (mask.empty()) return cv::countNonZero(truth > 127) == 0 ? 1 : 0;
+    cv::Mat1b found;
+    cv::resize(mask, found, truth.size(), 0, 0, cv::INTER_LINEAR);
+    const cv::Mat1b a = found > 127, b = truth > 127;
+    return static_cast<double>(cv::countNonZero(a & b)) / std::max(1, cv::countNonZero(a | b));
+}
+
+class ClassicalSegmentationTest : public ::testing::TestWithParam<Quality> {
+  protected:
+    void SetUp() override {
+        unsetenv("COBALTREEL_SEGMENTATION_MODEL");
+        OpenCvVisionService service{std::filesystem::path()};
+        if (!service.available()) GTEST_SKIP() << service.implementation();
+        request = service.makePersonSegmentationRequest(GetParam());
+    }
+    std::unique_ptr<PersonSegmentationRequest> request;
+};
+
+TEST_P(ClassicalSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
+    for (const unsigned seed : {21U, 22U, 23U}) {
+        OpenCvVisionService service{std::filesystem::path()};
+        const auto fresh = service.makePersonSegmentationRequest(GetParam());
+        const Scene scene({.seed = seed, .room = Room::Kind::office, .motion = Scene::Motion::sway});
+        for (const double t : {0.0, 0.1, 0.2, 0.3}) {
+            const auto frame = scene.at(t);
+            EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.8)
+                << "seed " << seed << " at " << t;
+        }
+    }
+}
+
+TEST_P(ClassicalSegmentationTest, SaysNobodyWhenThePersonHasLeftAndFindsThemAgain) {
+    const Scene scene({.seed = 5, .room = Room::Kind::bookshelf, .motion = Scene::Motion::leaveAndReturn});
+    int absentFrames = 0, wronglyPresent = 0;
+    double last = 0;
+    for (double t = 1.2; t < 5; t += 0.1) {
+        const auto frame = scene.at(t);
+        const cv::Mat1b mask = maskOf(*request, *asBgra(frame.picture));
+        if (cv::countNonZero(frame.truth) == 0) {
+            ++absentFrames;
+            if (!mask.empty()) ++wronglyPresent;
+        }
+        last = overlap(mask, frame.truth);
+    }
+    EXPECT_GE(absentFrames, 6);
+    EXPECT_LE(wronglyPresent, 1);
+    EXPECT_GT(last, 0.8);
+}
+
+TEST_P(ClassicalSegmentationTest, AStillPersonsMaskStandsStill) {
+    const Scene scene({.seed = 31, .room = Room::Kind::window, .motion = Scene::Motion::still, .noise = 5});
+    cv::Mat1b before;
+    for (int i = 0; i < 12; ++i) {
+        const cv::Mat1b mask = maskOf(*request, *asBgra(scene.at(i / 20.0).picture));
+        ASSERT_FALSE(mask.empty());
+        if (i > 3) {
+            EXPECT_LT(cv::norm(before, mask, cv::NORM_L1), 0.01 * cv::sum(mask)[0]) << "frame " << i;
+        }
+        before = mask;
+    }
+}
+
+TEST_P(ClassicalSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLookLike) {
+    for (const auto size : {cv::Size(1, 1), cv::Size(3, 200), cv::Size(47, 61), cv::Size(333, 251),
+                            cv::Size(720, 1280), cv::Size(1281, 721)})
+        for (const auto level : {0, 128, 255}) {
+            const cv::Mat3b picture(size, cv::Vec3b::all(static_cast<uchar>(level)));
+            EXPECT_TRUE(request->perform(*asBgra(picture)).empty()) << size << " at " << level;
+        }
+    const Scene room(
+        {.seed = 3, .room = Room::Kind::changing, .motion = Scene::Motion::empty, .exposureDrift = true});
+    for (int i = 0; i < 4; ++i) EXPECT_TRUE(request->perform(*asBgra(room.at(i * 0.3).picture)).empty());
+}
+
+TEST_P(ClassicalSegmentationTest, SurvivesAFrameSizeThatChanges) {
+    for (const auto size : {cv::Size(1280, 720), cv::Size(641, 361), cv::Size(1, 1), cv::Size(960, 540)}) {
+        const Scene scene({.seed = 21, .room = Room::Kind::plain, .size = size});
+        const auto frame = scene.at(0);
+        const cv::Mat1b mask = maskOf(*request, *asBgra(frame.picture));
+        if (size.width > 1) {
+            EXPECT_GT(overlap(mask, frame.truth), 0.85) << size;
+        }
+    }
+}
+
+TEST_P(ClassicalSegmentationTest, AGrayPictureIsRefused) {
+    EXPECT_THROW(request->perform(PixelBuffer(PixelFormat::gray8, 640, 360)), PlatformError);
+}
+
+INSTANTIATE_TEST_SUITE_P(Qualities, ClassicalSegmentationTest,
+                         ::testing::Values(Quality::fast, Quality::accurate), [](const auto& level) {
+                             return level.param == Quality::fast ? "fast" : "accurate";
+                         });
+
+TEST(FramePicture, ReadsTheSameColoursFromEveryLayoutOfLumaAndChroma) {
+    // Pure red as each standard writes it (ITU-R BT.601 and BT.709, limited and full range).
+    struct Case {
+        ColourMatrix matrix;
+        int y, u, v;
+    };
+    for (const Case c :
+         {Case{ColourMatrix::bt601Limited, 81, 90, 240}, Case{ColourMatrix::bt601Full, 76, 85, 255},
+          Case{ColourMatrix::bt709Limited, 63, 102, 240}, Case{ColourMatrix::bt709Full, 54, 99, 255}}) {
+        const PixelBuffer frame(PixelFormat::i420, 63, 49, c.matrix);
+        const int values[] = {c.y, c.u, c.v};
+        for (int i = 0; i < 3; ++i) {
+            const Plane& p = frame.plane(i);
+            cv::Mat(p.height, p.width, CV_8UC1, p.data, static_cast<std::size_t>(p.stride)).setTo(values[i]);
+        }
+        const cv::Vec3b pixel = readPicture(frame, {21, 16})(8, 10);
+        EXPECT_NEAR(pixel[0], 0, 4);
+        EXPECT_NEAR(pixel[1], 0, 4);
+        EXPECT_NEAR(pixel[2], 255, 4);
+    }
+}
+
+}  // namespace
+}  // namespace platform::testing

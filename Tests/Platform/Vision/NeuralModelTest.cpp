@@ -1,0 +1,162 @@
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/OnnxWriter.hpp"
+#include "Platform/Vision/OpenCv/NeuralSegmentation.hpp"
+#include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
+#include "Platform/Vision/RenderedPeople/Scene.hpp"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace platform::testing {
+namespace {
+
+using Quality = PersonSegmentationRequest::QualityLevel;
+
+class NeuralModelTest : public ::testing::Test {
+  protected:
+    NeuralModelTest() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "visionXXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        unsetenv("COBALTREEL_SEGMENTATION_MODEL");
+    }
+    ~NeuralModelTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+        unsetenv("COBALTREEL_SEGMENTATION_MODEL");
+    }
+    std::filesystem::path write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(folder / name, std::ios::binary) << bytes;
+        return folder / name;
+    }
+    /// Blue on the left, red on the right: the tiny networks call red a person.
+    static cv::Mat3b halfRed() {
+        cv::Mat3b picture(180, 320, cv::Vec3b(250, 20, 10));
+        picture.colRange(160, 320).setTo(cv::Scalar(10, 20, 250));
+        return picture;
+    }
+    /// Values of the mask in the middle of the left and of the right half.
+    static std::pair<int, int> ask(VisionService& service, const PixelBuffer& frame,
+                                   Quality quality = Quality::fast) {
+        const auto masks = service.makePersonSegmentationRequest(quality)->perform(frame);
+        if (masks.empty()) return {-1, -1};
+        const Plane& p = masks.front()->plane();
+        const auto at = [&](int x) { return static_cast<int>(p.data[p.height / 2 * p.stride + x]); };
+        return {at(p.width / 4), at(p.width * 3 / 4)};
+    }
+
+    std::filesystem::path folder;
+};
+
+TEST_F(NeuralModelTest, EveryUsualShapeOfNetworkFindsWhatItWasMadeFor) {
+    struct Case {
+        const char* what;
+        TinyNetwork network;
+        const char* sidecar;
+    };
+    const std::vector<Case> cases = {
+        {"probability", {.weights = {12, 0, -12}, .activation = "Sigmoid"}, nullptr},
+        {"open input size",
+         {.input = {1, 3, 0, 0}, .weights = {12, 0, -12}, .activation = "Sigmoid"},
+         R"({"width": 48, "height": 40})"},
+        {"sigmoid left to us", {.weights = {20, 0, -20}}, nullptr},
+        {"two channels, softmax",
+         {.weights = {0, 0, 20, 20, 0, 0}, .bias = {0, 0}, .activation = "Softmax"},
+         nullptr},
+        {"two channels, raw", {.weights = {0, 0, 20, 20, 0, 0}, .bias = {0, 0}}, nullptr},
+        {"person first", {.weights = {20, 0, 0, 0, 0, 20}, .bias = {0, 0}}, R"({"personClass": 0})"},
+        {"channels last",
+         {.input = {1, 24, 32, 3}, .channelsLast = true, .weights = {0, 0, 20, 20, 0, 0}, .bias = {0, 0}},
+         nullptr},
+        {"blue first", {.weights = {-12, 0, 12}, .activation = "Sigmoid"}, R"({"channels": "bgr"})"},
+        {"0…255 about a mean",
+         {.weights = {0.1F, 0, -0.1F}, .activation = "Sigmoid"},
+         R"({"scale": 1, "mean": [128, 128, 128]})"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        write("a.onnx", onnxBytes(c.network));
+        std::filesystem::remove(folder / "a.json");
+        if (c.sidecar) write("a.json", c.sidecar);
+        OpenCvVisionService service(folder);
+        EXPECT_NE(service.implementation().find("neural model"), std::string::npos)
+            << service.implementation();
+        for (const auto quality : {Quality::fast, Quality::accurate}) {
+            const auto [blue, red] = ask(service, *cobaltreel::rendered::asBgra(halfRed()), quality);
+            EXPECT_LT(blue, 40);
+            EXPECT_GT(red, 215);
+        }
+    }
+}
+
+TEST_F(NeuralModelTest, NobodyInThePictureGivesNoMask) {
+    write("a.onnx", onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"}));
+    OpenCvVisionService service(folder);
+    const auto [left, right] =
+        ask(service, *cobaltreel::rendered::asBgra(cv::Mat3b(90, 160, cv::Vec3b(250, 20, 10))));
+    EXPECT_EQ(left, -1);
+    EXPECT_EQ(right, -1);
+}
+
+TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndClassicalVisionServes) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::string good = onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"});
+    struct Case {
+        const char* what;
+        std::string bytes;
+        const char* sidecar;
+    };
+    const std::vector<Case> cases = {
+        {"empty", "", nullptr},
+        {"text", "this is no network", nullptr},
+        {"cut short", good.substr(0, good.size() / 2), nullptr},
+        {"not a number", onnxBytes({.weights = {nan, 0, 0}}), nullptr},
+        {"always the same", onnxBytes({.weights = {0, 0, 0}, .bias = {0.7F}}), nullptr},
+        {"giant input", onnxBytes({.input = {1, 3, 100000, 100000}}), nullptr},
+        {"broken sidecar", good, "{ \"width\": "},
+        {"unknown activation", good, R"({"activation": "tanh"})"},
+        {"class that is not there", onnxBytes({.weights = {0, 0, 20, 20, 0, 0}, .bias = {0, 0}}),
+         R"({"personClass": 5})"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto file = write("a.onnx", c.bytes);
+        std::filesystem::remove(folder / "a.json");
+        if (c.sidecar) write("a.json", c.sidecar);
+        OpenCvVisionService service(folder);
+        const std::string told = service.implementation();
+        EXPECT_EQ(told.find("neural model"), std::string::npos) << told;
+        EXPECT_NE(told.find(file.string()), std::string::npos) << told;
+        EXPECT_EQ(ask(service, *cobaltreel::rendered::asBgra(halfRed())).first, -1);
+    }
+}
+
+TEST_F(NeuralModelTest, EveryCutOfAFileIsRefusedOrRead) {
+    const std::string good = onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"});
+    for (std::size_t length = 0; length < good.size(); length += 7) {
+        const auto file = write("cut.onnx", good.substr(0, length));
+        try {
+            NeuralSegmentation{NeuralModel::describe(file)};
+        } catch (const PlatformError& e) {
+            EXPECT_NE(e.description().find(file.string()), std::string::npos);
+        }
+    }
+}
+
+TEST_F(NeuralModelTest, TheEnvironmentNamesTheModelBeforeTheFolder) {
+    write("a.onnx", "nothing");
+    std::filesystem::create_directory(folder / "elsewhere");
+    const auto named =
+        write("elsewhere/mine.onnx", onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"}));
+    setenv("COBALTREEL_SEGMENTATION_MODEL", named.c_str(), 1);
+    EXPECT_NE(OpenCvVisionService(folder).implementation().find(named.string()), std::string::npos);
+    setenv("COBALTREEL_SEGMENTATION_MODEL", (folder / "gone.onnx").c_str(), 1);
+    const std::string told = OpenCvVisionService(folder).implementation();
+    EXPECT_NE(told.find("gone.onnx can't be used: the file can't be opened"), std::string::npos) << told;
+}
+
+}  // namespace
+}  // namespace platform::testing
