@@ -72,7 +72,7 @@ BodyPrior::BodyPrior(const Head& head, cv::Size size) {
     for (int y = 0; y < size.height; ++y)
         for (int x = 0; x < size.width; ++x) {
             const float signedDistance = (inside(y, x) - outside(y, x)) / side;
-            float value = std::tanh(signedDistance * 3.2F) * 2.2F;
+            float value = std::tanh(signedDistance * 3.2F) * 2.6F;
             if (!reach(y, x)) value -= 2;
             if (core(y, x)) value += 6;
             odds(y, x) = value;

@@ -18,7 +18,13 @@ using Quality = PersonSegmentationRequest::QualityLevel;
 constexpr int smallestFrame = 48;
 /// Log odds beyond which a pixel is not asked any more.
 constexpr float certain = 6;
+/// How much looks may say for or against a person, as log odds.
+constexpr float mostLikeness = 3;
 constexpr float smoothness = 4.5F;
+/// Frames in a row outside the person after which a pixel is taken for the room.
+constexpr uchar settled = 3;
+/// Frames in a row after which something that newly stands in the room belongs to it.
+constexpr uchar strangePatience = 20;
 /// Least part of the frame that a person without a visible face must cover.
 constexpr double leastBlobShare = 0.015;
 
@@ -51,13 +57,13 @@ cv::Mat1b movedPixels(const cv::Mat3f& a, const cv::Mat3f& b, float threshold) {
 ClassicalSegmentation::Settings ClassicalSegmentation::settingsFor(Quality quality) {
     switch (quality) {
         case Quality::accurate:
-            return {57600, 230400, 102400, 4, 2, 4, 5};
+            return {82944, 230400, 102400, 4, 2, 4, 5};
         case Quality::balanced:
-            return {28900, 129600, 57600, 5, 1, 3, 4};
+            return {40000, 129600, 57600, 5, 1, 3, 4};
         case Quality::fast:
             break;
     }
-    return {14400, 57600, 57600, 7, 1, 3, 3};
+    return {22500, 57600, 57600, 7, 1, 3, 3};
 }
 
 ClassicalSegmentation::ClassicalSegmentation(Quality quality)
@@ -70,7 +76,8 @@ void ClassicalSegmentation::reset(cv::Size work) {
     roomLooks_ = {};
     evidence_ = cv::Mat1f(work, 0.0F);
     lastMask_ = cv::Mat1b(work, uchar(0));
-    freeRun_ = cv::Mat1b(work, uchar(0));
+    freeRun_ = cv::Mat1b(work, uchar(settled));
+    strangeRun_ = cv::Mat1b(work, uchar(0));
     lastWork_.release();
     lastFine_.release();
     lastMatte_.release();
@@ -120,7 +127,7 @@ std::optional<Head> ClassicalSegmentation::findHead(const View& view) {
 
 cv::Mat1b ClassicalSegmentation::somebodyWithoutFace() const {
     if (!metSomebody_ || background_.knownShare() < 0.3) return {};
-    cv::Mat1b strange = evidence_ > 2;
+    cv::Mat1b strange = (evidence_ > 2) & (background_.familiarity() > 3);
     cv::medianBlur(strange, strange, 5);
     cv::Mat1i labels;
     cv::Mat stats, centres;
@@ -165,7 +172,7 @@ void ClassicalSegmentation::addLooks(cv::Mat1f& odds, const View& view, const He
             if (std::abs(value) >= certain + 1) continue;
             const float like = roomLooks_.energy(feature(view, x, y, nullptr)) -
                                personLooks_.energy(feature(view, x, y, &head));
-            value += std::clamp(like * 0.5F, -3.5F, 3.5F);
+            value += std::clamp(like * 0.5F, -mostLikeness, mostLikeness);
         }
 }
 
@@ -202,7 +209,7 @@ cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head)
         for (int x = 0; x < workSize_.width; ++x) {
             // Where the room is known it says more than the measures of a usual body: arms reach far.
             const float known = background_.familiarity()(y, x);
-            if (base(y, x) < 0) base(y, x) *= 1 - 0.75F * known / (known + 2);
+            if (base(y, x) < 0) base(y, x) *= 1 - 0.75F * known / (known + 1);
         }
     base += evidence_ + oddsFromBefore(view, head);
     if (first) learnLooks(view, prior.odds > 1.0F, grown(prior.reach, margin) == 0, head, true);
@@ -295,14 +302,30 @@ cv::Mat1b ClassicalSegmentation::finished(const View& view, const cv::Mat1b& mas
 
 void ClassicalSegmentation::learnRoom(const View& view, const cv::Mat1b& mask, const cv::Mat1b& doubtful) {
     const cv::Mat1b near = grown(mask, std::max(2, workSize_.width / 50));
-    cv::Mat1b free(workSize_);
+    const bool firstSight = framesWithHead_ == 1;
+    cv::Mat1b free(workSize_), anew(workSize_, uchar(0));
+    const cv::Mat1f& known = background_.familiarity();
     for (int y = 0; y < workSize_.height; ++y)
         for (int x = 0; x < workSize_.width; ++x) {
+            // Close to somebody, or where they just were, a pixel must stay outside for a while before
+            // it counts as room.
             uchar& run = freeRun_(y, x);
-            run = near(y, x) ? uchar(0) : static_cast<uchar>(std::min(250, run + 1));
-            // Close to somebody a pixel must stay outside for a while before it counts as room.
-            free(y, x) = run >= (doubtful(y, x) ? 3 : 1) ? 255 : 0;
+            if (near(y, x) || (firstSight && doubtful(y, x)))
+                run = 0;
+            else
+                run = std::min<uchar>(settled, run + 1);
+            free(y, x) = run >= settled ? 255 : 0;
+            // What looks unlike the room it hides may be a hand nobody made out yet; only what stays is
+            // furniture. A look that was seen but once or twice is not worth that patience.
+            uchar& strange = strangeRun_(y, x);
+            strange = evidence_(y, x) > 2 ? std::min<uchar>(250, strange + 1) : uchar(0);
+            if (!strange || !free(y, x)) continue;
+            if (known(y, x) < 4 || strange > strangePatience)
+                anew(y, x) = 255;
+            else
+                free(y, x) = 0;
         }
+    background_.forget(anew);
     background_.learn(view.work, free);
 }
 

@@ -63,9 +63,10 @@ class ClassicalSegmentation {
     StillBackground background_;
     AppearanceModel personLooks_, roomLooks_;
     cv::Size workSize_;
-    cv::Mat1f evidence_;  ///< of the background's difference, for the frame in hand
-    cv::Mat1b lastMask_;  ///< at the working size; all zero when nobody was there
-    cv::Mat1b freeRun_;   ///< frames in a row that a pixel was outside the person
+    cv::Mat1f evidence_;    ///< of the background's difference, for the frame in hand
+    cv::Mat1b lastMask_;    ///< at the working size; all zero when nobody was there
+    cv::Mat1b freeRun_;     ///< frames in a row that a pixel was outside the person
+    cv::Mat1b strangeRun_;  ///< frames in a row that a pixel did not look like the room behind it
     cv::Mat3f lastWork_;
     cv::Mat3b lastFine_;
     cv::Mat1f lastMatte_;

@@ -9,7 +9,7 @@ namespace {
 /// Frames a pixel's mean is taken over at most; older light fades out.
 constexpr float longestMemory = 60;
 /// Frames after which a pixel's background counts half.
-constexpr float halfKnown = 2;
+constexpr float halfKnown = 1;
 /// A familiar pixel's noise is never believed below this (of 255): soft shadows stay background.
 constexpr float leastDeviation = 4;
 constexpr float mostEvidence = 5.5F;
