@@ -1,10 +1,3 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
-#include <QCoreApplication>
-#include <iostream>
-
-int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName("Cobaltreel");
-    return cobaltreel::runCommandLine(argc, argv);
-}
+int main(int argc, char** argv) { return cobaltreel::runCommandLine(argc, argv); }

@@ -3,7 +3,9 @@
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+#include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
+#include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 
@@ -22,11 +24,13 @@ class UnavailableDesktop final : public Desktop {
     std::string implementation() const override { return "none"; }
 };
 
-std::shared_ptr<Desktop> chooseDesktop() {
+void chooseDesktop(PlatformServices& services) {
     try {
-        return std::make_shared<XcbDesktop>();
+        services.desktop = std::make_shared<XcbDesktop>();
+        services.keys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
+        services.compositor = std::make_shared<XcbCompositor>();
     } catch (const PlatformError&) {
-        return std::make_shared<UnavailableDesktop>();
+        services.desktop = std::make_shared<UnavailableDesktop>();
     }
 }
 
@@ -43,7 +47,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.screenCapture = std::make_shared<SystemAudioCapture>(
         std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
         [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
-    services.desktop = chooseDesktop();
+    chooseDesktop(services);
     return services;
 }
 

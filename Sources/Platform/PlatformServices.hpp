@@ -2,7 +2,9 @@
 
 #include "Platform/Capture/CaptureSession.hpp"
 #include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Desktop/Compositor.hpp"
 #include "Platform/Desktop/Desktop.hpp"
+#include "Platform/Desktop/KeyGrab.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -23,7 +25,9 @@ struct PlatformServices {
     std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
     std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
     std::shared_ptr<Desktop> desktop;
-    std::shared_ptr<VisionService> vision;
+    std::shared_ptr<KeyGrabber> keys;        ///< null without a display server
+    std::shared_ptr<Compositor> compositor;  ///< null without a display server
+    std::shared_ptr<VisionService> vision;   ///< may be null
 
     /// Main thread, after the application object exists. `ownBundleIdentifier` is the name under which this
     /// process stands among the running applications.

@@ -25,7 +25,13 @@ class CommandError : public std::runtime_error {
 CLI::Validator numberBetween(double least, double most);
 
 /// What the chosen subcommand will do once the arguments have been understood.
-using CommandBody = std::function<ExitStatus()>;
+struct CommandBody {
+    /// Whether it needs a display, none (an event loop is enough), or paints where nobody looks.
+    enum class Windows { none, onScreen, offscreen };
+
+    std::function<ExitStatus()> run;
+    Windows windows = Windows::none;
+};
 
 // Each of these adds one subcommand to `app` and, when it is chosen, fills `body`.
 void addSourcesCommand(CLI::App& app, CommandBody& body);
@@ -34,5 +40,6 @@ void addSessionsCommand(CLI::App& app, CommandBody& body);
 void addInspectCommand(CLI::App& app, CommandBody& body);
 void addExportCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
+void addGalleryCommand(CLI::App& app, CommandBody& body);
 
 }  // namespace cobaltreel

@@ -1,13 +1,39 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Platform/Foundation/Qt/QtUserDefaults.hpp"
+#include "Platform/Foundation/UserDefaults.hpp"
 
+#include <QGuiApplication>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 
 namespace cobaltreel {
+
+namespace {
+
+/// The application object that a command runs in; alive as long as the result.
+std::unique_ptr<QCoreApplication> makeApplication(CommandBody::Windows windows, int& argc, char** argv) {
+    if (windows == CommandBody::Windows::offscreen) qputenv("QT_QPA_PLATFORM", "offscreen");
+    std::unique_ptr<QCoreApplication> application;
+    // Without a display Qt would end the process; the services say it better.
+    const bool hasDisplay =
+        windows == CommandBody::Windows::offscreen || qEnvironmentVariableIsSet("DISPLAY");
+    if (windows != CommandBody::Windows::none && hasDisplay) {
+        application = std::make_unique<QGuiApplication>(argc, argv);
+        QGuiApplication::setQuitOnLastWindowClosed(false);
+    } else {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QCoreApplication::setApplicationName("Cobaltreel");
+    platform::UserDefaults::setStandard(std::make_shared<platform::QtUserDefaults>());
+    return application;
+}
+
+}  // namespace
 
 CLI::Validator numberBetween(double least, double most) {
     return CLI::Validator(
@@ -37,6 +63,7 @@ int runCommandLine(int argc, char** argv) {
     addInspectCommand(app, body);
     addExportCommand(app, body);
     addDoctorCommand(app, body);
+    addGalleryCommand(app, body);
 
     try {
         app.parse(argc, argv);
@@ -52,7 +79,8 @@ int runCommandLine(int argc, char** argv) {
         return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);
     }
     try {
-        return static_cast<int>(body());
+        const auto application = makeApplication(body.windows, argc, argv);
+        return static_cast<int>(body.run());
     } catch (const CommandError& error) {
         std::cerr << "cobaltreel: " << error.what() << '\n';
         return static_cast<int>(error.status());

@@ -75,7 +75,7 @@ void addDoctorCommand(CLI::App& app, CommandBody& body) {
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
-        body = [json] {
+        body.run = [json] {
             const auto findings = examine();
             OrderedJson list = OrderedJson::array();
             for (const auto& finding : findings) {

@@ -3,12 +3,14 @@
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
 #include "Platform/PlatformServices.hpp"
 
-#include <chrono>
-#include <ctime>
+#include <QDateTime>
+#include <QLocale>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -34,14 +36,12 @@ void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& 
         ->type_name("on|off");
 }
 
-/// "Tutorial 2025-03-07 14.05", as the preview window proposes it.
+/// The name that the preview window proposes, in the interface language.
 std::string defaultName() {
-    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::tm local{};
-    localtime_r(&now, &local);
-    char text[64];
-    std::strftime(text, sizeof text, "Tutorial %Y-%m-%d %H.%M", &local);
-    return text;
+    AppSettings::shared();
+    const QDateTime now = QDateTime::currentDateTime();
+    const QLocale plain = QLocale::c();
+    return S::filenameDefault(plain.toString(now, "yyyy-MM-dd"), plain.toString(now, "HH.mm")).toStdString();
 }
 
 std::filesystem::path outputFile(const ExportArguments& arguments) {
@@ -69,8 +69,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& me
     return options;
 }
 
-ExitStatus runExport(const ExportArguments& arguments) {
-    Interrupt interrupt;
+ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
     const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
@@ -115,7 +114,12 @@ void addExportCommand(CLI::App& app, CommandBody& body) {
     command->add_option("--output", arguments->output, "The file to write; one that is there is replaced")
         ->type_name("FILE")
         ->excludes(name);
-    command->callback([&body, arguments] { body = [arguments] { return runExport(*arguments); }; });
+    command->callback([&body, arguments] {
+        // Made here, before the application starts threads.
+        body.run = [arguments, interrupt = std::make_shared<Interrupt>()] {
+            return runExport(*arguments, *interrupt);
+        };
+    });
 }
 
 }  // namespace cobaltreel

@@ -120,7 +120,7 @@ void addInspectCommand(CLI::App& app, CommandBody& body) {
         ->check(numberBetween(0, 1e6));
     command->add_flag("--json", arguments->json, "Print one JSON document");
     command->callback([&body, arguments] {
-        body = [arguments] {
+        body.run = [arguments] {
             const Inspection found = inspect(*arguments);
             if (arguments->json)
                 printJson(describe(found, arguments->at));

@@ -3,6 +3,7 @@
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/Take.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 
 #include <QCoreApplication>
 #include <cmath>
@@ -20,6 +21,7 @@ struct RecordArguments {
     std::optional<std::string> camera;      // absent: the first one, when there is one
     std::optional<std::string> microphone;  // absent: the default one, when there is one
     bool noMirror = false;
+    bool countdown = false;
 };
 
 constexpr const char* none = "none";
@@ -74,14 +76,18 @@ QCoro::Task<void> follow(Take& take, Outcome& outcome) {
     QCoreApplication::quit();
 }
 
-ExitStatus runRecord(const RecordArguments& arguments) {
-    Interrupt interrupt;
+ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
     const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
     TakeOptions options = arguments.take;
     chooseDevices(arguments, *services.capture, options);
     Take take(services, options);
     Progress progress("Recording");
-    take.onDigit = [](int digit) { std::cerr << digit << "...\n"; };
+    std::unique_ptr<Countdown> countdown;
+    if (arguments.countdown && services.keys) {
+        countdown = std::make_unique<Countdown>(services.mainLoop, services.keys,
+                                                CountdownWindow::factory(services.compositor));
+        take.countdown = [&countdown](auto onCancel, auto onDone) { countdown->run(onCancel, onDone); };
+    }
     take.onDeviceMessage = [](const std::string& message) { std::cerr << "cobaltreel: " << message << '\n'; };
     std::unique_ptr<platform::Timer> meter;
     take.onElapsed = [&](double elapsed) {
@@ -98,6 +104,7 @@ ExitStatus runRecord(const RecordArguments& arguments) {
     Outcome outcome;
     services.mainLoop->post([&] { follow(take, outcome); });
     QCoreApplication::exec();
+    countdown.reset();
 
     if (outcome.failure) std::rethrow_exception(outcome.failure);
     if (!outcome.session) throw CommandError("stopped before the recording began", ExitStatus::interrupted);
@@ -150,8 +157,15 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
         ->type_name("bubble|cutout")
         ->default_str("bubble");
     command->add_flag("--no-mirror", arguments->noMirror, "Record the camera as it sees, not mirrored");
-    command->add_flag("--countdown", take.countdown, "Count 3-2-1 before recording");
-    command->callback([&body, arguments] { body = [arguments] { return runRecord(*arguments); }; });
+    command->add_flag("--countdown", arguments->countdown,
+                      "Count 3-2-1 over the screen before recording; Escape cancels");
+    command->callback([&body, arguments] {
+        if (arguments->countdown) body.windows = CommandBody::Windows::onScreen;
+        // Made here, before the application starts threads.
+        body.run = [arguments, interrupt = std::make_shared<Interrupt>()] {
+            return runRecord(*arguments, *interrupt);
+        };
+    });
 }
 
 }  // namespace cobaltreel

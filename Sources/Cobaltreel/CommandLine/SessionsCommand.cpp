@@ -80,7 +80,7 @@ void addSessionsCommand(CLI::App& app, CommandBody& body) {
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
-        body = [json] {
+        body.run = [json] {
             const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
             const auto rows = listSessions(*services.media);
             if (*json) {

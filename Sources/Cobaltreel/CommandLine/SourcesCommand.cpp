@@ -73,7 +73,7 @@ void addSourcesCommand(CLI::App& app, CommandBody& body) {
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
-        body = [json] {
+        body.run = [json] {
             const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
             const auto content = services.screenCapture->shareableContent();
             const auto devices = services.capture->devices();

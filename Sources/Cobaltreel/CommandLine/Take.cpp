@@ -121,13 +121,11 @@ void Take::startDevices() {
 }
 
 QCoro::Task<void> Take::countDown() {
-    for (int digit = 3; digit >= 1 && !stopRequested_; --digit) {
-        if (onDigit) onDigit(digit);
-        const auto timer = services_.mainLoop->scheduleOnce(secondsPerDigit, [this] {
-            if (const auto wake = std::exchange(wake_, nullptr)) wake();
-        });
-        co_await Pause{wake_};
-    }
+    const auto wakeUp = [this] {
+        if (const auto wake = std::exchange(wake_, nullptr)) wake();
+    };
+    countdown([this] { requestStop(); }, wakeUp);
+    co_await Pause{wake_};
 }
 
 void Take::tick() {
@@ -158,7 +156,7 @@ QCoro::Task<std::optional<SessionFolder>> Take::run() {
                            Paths::sessionsRoot().string());
     auto chosen = choose();
     if (usesDevices()) startDevices();
-    if (options_.countdown) co_await countDown();
+    if (countdown) co_await countDown();
     if (stopRequested_) {
         co_await cameraMic_.stop();
         co_return std::nullopt;

@@ -21,7 +21,6 @@ struct TakeOptions {
     std::optional<std::uint32_t> displayID;  ///< absent with `windowID` absent: the main display
     std::optional<std::uint32_t> windowID;
     std::optional<double> duration;  ///< seconds; absent: until stopped
-    bool countdown = false;
     bool autoZoom = false;
     bool systemAudio = false;
     std::optional<platform::CaptureDevice> camera;
@@ -40,7 +39,6 @@ class Take {
     static constexpr double longestTake = 1800;                      ///< seconds
     static constexpr std::int64_t leastFreeAtStart = 2'000'000'000;  ///< bytes
     static constexpr std::int64_t leastFreeWhileRecording = 499'999'999;
-    static constexpr double secondsPerDigit = 0.8;
 
     Take(const platform::PlatformServices& services, TakeOptions options);
 
@@ -51,8 +49,9 @@ class Take {
     /// Ends the recording; a second request changes nothing.
     void requestStop();
 
-    /// Countdown digits, then the elapsed seconds once a second.
-    std::function<void(int)> onDigit;
+    /// Counts down before capture begins, when set: calls one of the two once, on the main thread.
+    std::function<void(std::function<void()> onCancel, std::function<void()> onDone)> countdown;
+    /// The elapsed seconds, once a second.
     std::function<void(double)> onElapsed;
     /// What befalls a camera or microphone in use, for a person to read.
     std::function<void(const std::string&)> onDeviceMessage;
