@@ -21,12 +21,15 @@ constexpr float certain = 6;
 /// How much looks may say for or against a person, as log odds.
 constexpr float mostLikeness = 3;
 constexpr float smoothness = 4.5F;
+/// A step of the head (of the frame's width) that tells a body that moves from one that sits.
+constexpr double movingStep = 0.012;
 /// Frames in a row outside the person after which a pixel is taken for the room.
 constexpr uchar settled = 3;
 /// Frames in a row after which something that newly stands in the room belongs to it.
 constexpr uchar strangePatience = 20;
 /// Least part of the frame that a person without a visible face must cover.
 constexpr double leastBlobShare = 0.015;
+constexpr double leastPartShare = 0.002;
 
 cv::Mat1b grown(const cv::Mat1b& mask, int radius) {
     cv::Mat1b out;
@@ -132,19 +135,19 @@ cv::Mat1b ClassicalSegmentation::somebodyWithoutFace() const {
     cv::Mat1i labels;
     cv::Mat stats, centres;
     const int count = cv::connectedComponentsWithStats(strange, labels, stats, centres);
-    int best = 0;
-    double bestArea = leastBlobShare * static_cast<double>(workSize_.area());
+    // Somebody comes in over a side or the bottom; one large part vouches for the smaller ones.
+    cv::Mat1b somebody(workSize_, uchar(0));
+    int largest = 0;
     for (int i = 1; i < count; ++i) {
-        const int* s = stats.ptr<int>(i);
-        const bool atRim =
-            s[cv::CC_STAT_LEFT] <= 1 || s[cv::CC_STAT_LEFT] + s[cv::CC_STAT_WIDTH] >= workSize_.width - 1;
-        const bool atBottom = s[cv::CC_STAT_TOP] + s[cv::CC_STAT_HEIGHT] >= workSize_.height - 1;
-        if ((atRim || atBottom) && s[cv::CC_STAT_AREA] > bestArea) {
-            best = i;
-            bestArea = s[cv::CC_STAT_AREA];
-        }
+        const int* part = stats.ptr<int>(i);
+        const int left = part[cv::CC_STAT_LEFT], bottom = part[cv::CC_STAT_TOP] + part[cv::CC_STAT_HEIGHT];
+        const bool atSide = left <= 1 || left + part[cv::CC_STAT_WIDTH] >= workSize_.width - 1;
+        if (!atSide && bottom < workSize_.height - 1) continue;
+        if (part[cv::CC_STAT_AREA] < leastPartShare * workSize_.area()) continue;
+        largest = std::max(largest, part[cv::CC_STAT_AREA]);
+        somebody.setTo(255, labels == i);
     }
-    return best ? cv::Mat1b(labels == best) : cv::Mat1b();
+    return largest > leastBlobShare * workSize_.area() ? somebody : cv::Mat1b();
 }
 
 cv::Mat1f ClassicalSegmentation::oddsFromBefore(const View& view, const std::optional<Head>& head) const {
@@ -158,9 +161,17 @@ cv::Mat1f ClassicalSegmentation::oddsFromBefore(const View& view, const std::opt
     cv::Mat1b carried;
     const cv::Matx23f shift(1, 0, step.x, 0, 1, step.y);
     cv::warpAffine(lastMask_, carried, shift, workSize_, cv::INTER_NEAREST, cv::BORDER_REPLICATE);
+    // While the body moves, what stays where it was without being under the body is the room's.
+    const bool moves = cv::norm(step) > movingStep * workSize_.width;
     for (int y = 0; y < workSize_.height; ++y)
-        for (int x = 0; x < workSize_.width; ++x)
-            odds(y, x) = moved(y, x) ? (carried(y, x) ? 0.9F : -0.9F) : (lastMask_(y, x) ? 1.6F : -1.6F);
+        for (int x = 0; x < workSize_.width; ++x) {
+            if (moved(y, x))
+                odds(y, x) = carried(y, x) ? 0.9F : -0.9F;
+            else if (moves)
+                odds(y, x) = carried(y, x) ? 0.7F : -1.6F;
+            else
+                odds(y, x) = lastMask_(y, x) ? 1.6F : -1.6F;
+        }
     return odds;
 }
 
@@ -285,11 +296,11 @@ cv::Mat1b ClassicalSegmentation::finished(const View& view, const cv::Mat1b& mas
             if (!outer(y, x)) v = 0;
             if (inner(y, x)) v = 1;
             if (steady) {
-                // What does not move keeps its border; what moves is believed at once.
+                // What does not move keeps its border; what moves, or changes sides, is believed at once.
                 int step = 0;
                 for (int c = 0; c < 3; ++c) step += std::abs(now[x][c] - then[x][c]);
                 const float hold = std::clamp(1.4F - static_cast<float>(step) / 24.0F, 0.0F, 0.8F);
-                v += hold * (before[x] - v);
+                if (std::abs(before[x] - v) < 0.6F) v += hold * (before[x] - v);
             }
             value[x] = v;
         }
