@@ -7,7 +7,10 @@
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Platform/Foundation/Qt/QtUserDefaults.hpp"
+#include "Platform/Foundation/UserDefaults.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 
 #include <utility>
 
@@ -36,7 +39,9 @@ void chooseDesktop(PlatformServices& services) {
 
 }  // namespace
 
-PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdentifier) {
+PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdentifier,
+                                               const std::filesystem::path& modelsFolder) {
+    UserDefaults::setStandard(std::make_shared<QtUserDefaults>());
     PlatformServices services;
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
@@ -48,6 +53,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
         std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
         [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
     chooseDesktop(services);
+    services.vision = std::make_shared<OpenCvVisionService>(modelsFolder);
     return services;
 }
 

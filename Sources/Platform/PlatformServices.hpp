@@ -10,6 +10,7 @@
 #include "Platform/Media/MediaService.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,9 +30,11 @@ struct PlatformServices {
     std::shared_ptr<Compositor> compositor;  ///< null without a display server
     std::shared_ptr<VisionService> vision;   ///< may be null
 
-    /// Main thread, after the application object exists. `ownBundleIdentifier` is the name under which this
-    /// process stands among the running applications.
-    static PlatformServices makeDefault(const std::string& ownBundleIdentifier);
+    /// Main thread, after the application object exists. Also makes the user's settings file the standard
+    /// user defaults. `ownBundleIdentifier` is the name under which this
+    /// process stands among the running applications; `modelsFolder` may hold segmentation networks.
+    static PlatformServices makeDefault(const std::string& ownBundleIdentifier,
+                                        const std::filesystem::path& modelsFolder = {});
 };
 
 }  // namespace platform

@@ -1,8 +1,6 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
 #include "Cobaltreel/CommandLine/Command.hpp"
-#include "Platform/Foundation/Qt/QtUserDefaults.hpp"
-#include "Platform/Foundation/UserDefaults.hpp"
 
 #include <QGuiApplication>
 #include <exception>
@@ -29,7 +27,6 @@ std::unique_ptr<QCoreApplication> makeApplication(CommandBody::Windows windows, 
         application = std::make_unique<QCoreApplication>(argc, argv);
     }
     QCoreApplication::setApplicationName("Cobaltreel");
-    platform::UserDefaults::setStandard(std::make_shared<platform::QtUserDefaults>());
     return application;
 }
 

@@ -1,9 +1,8 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/DiskSpace.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Platform/PlatformServices.hpp"
 
 #include <iostream>
 #include <memory>
@@ -56,14 +55,12 @@ Finding findRecordingsFolder() {
 }
 
 std::vector<Finding> examine() {
-    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+    const auto services = hostServices();
     std::vector<Finding> findings{findScreen(services), findDesktop(services), findDevices(services)};
     for (const auto& encoder : services.media->encoders())
         findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
     findings.push_back({"movies", true, services.media->implementation(), ""});
-    findings.push_back({"person segmentation", services.vision != nullptr,
-                        services.vision ? services.vision->implementation() : "",
-                        "not part of this version; the camera is shown as a round bubble"});
+    findings.push_back({"person segmentation", true, services.vision->implementation(), ""});
     findings.push_back(findRecordingsFolder());
     return findings;
 }

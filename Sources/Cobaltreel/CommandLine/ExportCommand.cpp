@@ -1,13 +1,12 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/Interrupt.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
-#include "Platform/PlatformServices.hpp"
 
 #include <QDateTime>
 #include <QLocale>
@@ -70,7 +69,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& me
 }
 
 ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
-    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+    const auto services = hostServices();
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
     ExportOptions options = optionsFor(arguments, session.meta, trim);

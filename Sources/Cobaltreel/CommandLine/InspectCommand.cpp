@@ -1,12 +1,11 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "CobaltreelCore/SessionDocuments.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
 #include "CobaltreelCore/ZoomEngine.hpp"
-#include "Platform/PlatformServices.hpp"
 
 #include <iostream>
 #include <memory>
@@ -32,7 +31,7 @@ struct Inspection {
 };
 
 Inspection inspect(const InspectArguments& arguments) {
-    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+    const auto services = hostServices();
     Inspection found{openSession(arguments.session), {}, {}, {}, {}, 0};
     const SessionMeta& meta = found.session.meta;
     found.trim = resolveTrim(arguments.trim, recordedDuration(found.session, *services.media));

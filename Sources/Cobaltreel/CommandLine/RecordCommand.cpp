@@ -1,8 +1,8 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/Interrupt.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/Take.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 
 #include <QCoreApplication>
@@ -77,7 +77,7 @@ QCoro::Task<void> follow(Take& take, Outcome& outcome) {
 }
 
 ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
-    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+    const auto services = hostServices();
     TakeOptions options = arguments.take;
     chooseDevices(arguments, *services.capture, options);
     Take take(services, options);

@@ -1,10 +1,9 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/SessionArgument.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Platform/PlatformServices.hpp"
 
 #include <algorithm>
 #include <filesystem>
@@ -81,7 +80,7 @@ void addSessionsCommand(CLI::App& app, CommandBody& body) {
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body.run = [json] {
-            const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+            const auto services = hostServices();
             const auto rows = listSessions(*services.media);
             if (*json) {
                 printJson(describe(rows));

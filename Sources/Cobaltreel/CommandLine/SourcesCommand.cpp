@@ -1,7 +1,6 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/JsonOutput.hpp"
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
-#include "Platform/PlatformServices.hpp"
 
 #include <iostream>
 #include <memory>
@@ -74,7 +73,7 @@ void addSourcesCommand(CLI::App& app, CommandBody& body) {
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body.run = [json] {
-            const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
+            const auto services = hostServices();
             const auto content = services.screenCapture->shareableContent();
             const auto devices = services.capture->devices();
             if (*json)
