@@ -26,14 +26,17 @@ double pixelsPerSecond(const VideoSettings& settings) {
 // 1280 × 720 at 60 frames a second, 32-pixel blocks with 16-pixel transforms take 60 % of the time of
 // the fastest preset alone and keep text legible. Smaller blocks save bits on text and are affordable
 // for fewer pixels. One frame is encoded at a time, so that nothing waits in the encoder while the
-// screen stands still.
+// screen stands still; a large screen needs two at a time to occupy two cores.
 Options hevcRealTime(const VideoSettings& settings) {
     constexpr double easyPixelsPerSecond = 1280.0 * 720 * 30;
+    constexpr double oneAtATimePixelsPerSecond = 1280.0 * 720 * 60;
     constexpr double hardPixelsPerSecond = 1920.0 * 1080 * 45;
     std::string parameters =
-        "log-level=none:bframes=0:rc-lookahead=0:scenecut=0:frame-threads=1:ctu=32:max-tu-size=16:rd=1:"
+        "log-level=none:bframes=0:rc-lookahead=0:scenecut=0:ctu=32:max-tu-size=16:rd=1:"
         "max-merge=1:early-skip=1:fast-intra=1:aq-mode=0:cutree=0:psy-rd=0:no-weightp=1:repeat-headers=0";
     parameters += pixelsPerSecond(settings) <= easyPixelsPerSecond ? ":min-cu-size=16" : ":min-cu-size=32";
+    parameters +=
+        pixelsPerSecond(settings) > oneAtATimePixelsPerSecond ? ":frame-threads=2" : ":frame-threads=1";
     if (pixelsPerSecond(settings) > hardPixelsPerSecond) parameters += ":no-deblock=1:no-temporal-mvp=1";
     return {{"preset", "ultrafast"}, {"crf", "20"}, {"forced-idr", "1"}, {"x265-params", parameters}};
 }
