@@ -171,6 +171,8 @@ cv::Mat1f ClassicalSegmentation::oddsFromBefore(const View& view, const std::opt
                 odds(y, x) = carried(y, x) ? 0.7F : -1.6F;
             else
                 odds(y, x) = lastMask_(y, x) ? 1.6F : -1.6F;
+            // The room's own picture is a better witness than what was thought a frame ago.
+            if (evidence_(y, x) > 2) odds(y, x) = std::max(odds(y, x), -0.3F);
         }
     return odds;
 }
@@ -195,7 +197,7 @@ void ClassicalSegmentation::learnLooks(const View& view, const cv::Mat1b& person
     for (int y = 0; y < workSize_.height; y += step)
         for (int x = 0; x < workSize_.width; x += step) {
             if (person(y, x)) people.push_back(feature(view, x, y, &head));
-            if (room(y, x)) rooms.push_back(feature(view, x, y, nullptr));
+            if (room(y, x) && evidence_(y, x) < 1.5F) rooms.push_back(feature(view, x, y, nullptr));
         }
     if (anew) {
         personLooks_.fit(people);
@@ -327,11 +329,11 @@ void ClassicalSegmentation::learnRoom(const View& view, const cv::Mat1b& mask, c
                 run = std::min<uchar>(settled, run + 1);
             free(y, x) = run >= settled ? 255 : 0;
             // What looks unlike the room it hides may be a hand nobody made out yet; only what stays is
-            // furniture. A look that was seen but once or twice is not worth that patience.
+            // furniture. A look that was seen but once is not worth that patience.
             uchar& strange = strangeRun_(y, x);
             strange = evidence_(y, x) > 2 ? std::min<uchar>(250, strange + 1) : uchar(0);
             if (!strange || !free(y, x)) continue;
-            if (known(y, x) < 4 || strange > strangePatience)
+            if (known(y, x) < 2 || strange > strangePatience)
                 anew(y, x) = 255;
             else
                 free(y, x) = 0;
