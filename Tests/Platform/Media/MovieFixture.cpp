@@ -7,11 +7,6 @@
 
 #include <unistd.h>
 
-#ifdef __SANITIZE_ADDRESS__
-// The HEVC encoder's library forgets some of its row filters, a few kilobytes for each encoder opened.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libx265\n"; }
-#endif
-
 namespace platform::test {
 
 ConstPixelBufferRef greyPicture(int width, int height, int luma) {
