@@ -6,7 +6,6 @@
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 
 #include <QCoreApplication>
-#include <cmath>
 #include <exception>
 #include <iostream>
 #include <map>
