@@ -23,7 +23,7 @@ using Quality = platform::PersonSegmentationRequest::QualityLevel;
 using rendered::Scene;
 
 struct Options {
-    unsigned seed = 4711;
+    unsigned seed = 90210;
     bool longer = false, json = false, verbose = false;
     std::string sheet;
 };

@@ -66,7 +66,7 @@ ClassicalSegmentation::Settings ClassicalSegmentation::settingsFor(Quality quali
         case Quality::fast:
             break;
     }
-    return {22500, 57600, 57600, 7, 1, 3, 3};
+    return {22500, 102400, 102400, 7, 2, 3, 3};
 }
 
 ClassicalSegmentation::ClassicalSegmentation(Quality quality)
@@ -85,6 +85,7 @@ void ClassicalSegmentation::reset(cv::Size work) {
     lastFine_.release();
     lastMatte_.release();
     lastHead_.reset();
+    lastStep_ = {0, 0};
     tracker_.drop();
     metSomebody_ = false;
     framesWithHead_ = 0;
@@ -126,6 +127,16 @@ std::optional<Head> ClassicalSegmentation::findHead(const View& view) {
         }
     }
     return head;
+}
+
+std::optional<Head> ClassicalSegmentation::leavingHead() const {
+    if (!lastHead_ || std::hypot(lastStep_.x, lastStep_.y) < movingStep) return std::nullopt;
+    const Head next{lastHead_->x + lastStep_.x, lastHead_->y + lastStep_.y, lastHead_->size};
+    const float bottom = static_cast<float>(workSize_.height) / static_cast<float>(workSize_.width);
+    const float past = std::max({-next.x, next.x - 1, next.y - bottom}) / next.size;
+    // From where the face is cut by the rim to where the shoulders have followed it.
+    if (past < -0.9F || past > 2) return std::nullopt;
+    return next;
 }
 
 cv::Mat1b ClassicalSegmentation::somebodyWithoutFace() const {
@@ -185,7 +196,10 @@ void ClassicalSegmentation::addLooks(cv::Mat1f& odds, const View& view, const He
             if (std::abs(value) >= certain + 1) continue;
             const float like = roomLooks_.energy(feature(view, x, y, nullptr)) -
                                personLooks_.energy(feature(view, x, y, &head));
-            value += std::clamp(like * 0.5F, -mostLikeness, mostLikeness);
+            // That the whole room has such colours says little where this very place is known to look
+            // otherwise.
+            const float least = evidence_(y, x) > 2 ? -1 : -mostLikeness;
+            value += std::clamp(like * 0.5F, least, mostLikeness);
         }
 }
 
@@ -208,8 +222,9 @@ void ClassicalSegmentation::learnLooks(const View& view, const cv::Mat1b& person
     }
 }
 
-cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head) {
-    const BodyPrior prior(head, workSize_);
+cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head, bool seen) {
+    BodyPrior prior(head, workSize_);
+    if (!seen) cv::min(prior.odds, 1.5, prior.odds);
     const bool first = framesWithHead_ == 0;
     if (first && cv::mean(evidence_, prior.core)[0] < 0.5) {
         // Somebody sat there before the face was seen: what was learnt here is not the room.
@@ -351,10 +366,12 @@ cv::Mat1b ClassicalSegmentation::segment(const PixelBuffer& frame) {
     if (!lastFine_.empty() && lastFine_.size() != view.fine.size()) reset(work);
 
     background_.compare(view.work, grown(lastMask_, std::max(2, work.width / 40)), evidence_);
-    const auto head = findHead(view);
+    auto head = findHead(view);
+    const bool seen = head.has_value();
+    if (!seen) head = leavingHead();
     cv::Mat1b mask, result;
     if (head) {
-        mask = cutWithHead(view, *head);
+        mask = cutWithHead(view, *head, seen);
         ++framesWithHead_;
         metSomebody_ = true;
     } else if (const cv::Mat1b blob = somebodyWithoutFace(); !blob.empty()) {
@@ -371,6 +388,10 @@ cv::Mat1b ClassicalSegmentation::segment(const PixelBuffer& frame) {
     learnRoom(view, lastMask_, head ? BodyPrior(*head, work).reach : cv::Mat1b(work, uchar(0)));
     lastWork_ = view.work;
     lastFine_ = view.fine;
+    if (seen && lastHead_)
+        lastStep_ = (lastStep_ + cv::Point2f(head->x - lastHead_->x, head->y - lastHead_->y)) * 0.5F;
+    else if (seen || !head)
+        lastStep_ = {0, 0};
     lastHead_ = head;
     return result;
 }

@@ -46,12 +46,14 @@ class ClassicalSegmentation {
     void reset(cv::Size work);
     View look(const PixelBuffer& frame) const;
     std::optional<Head> findHead(const View& view);
+    /// Where a head must be that just went out over the rim of the frame.
+    std::optional<Head> leavingHead() const;
     cv::Mat1b somebodyWithoutFace() const;
     cv::Mat1f oddsFromBefore(const View& view, const std::optional<Head>& head) const;
     void addLooks(cv::Mat1f& odds, const View& view, const Head& head) const;
     void learnLooks(const View& view, const cv::Mat1b& person, const cv::Mat1b& room, const Head& head,
                     bool anew);
-    cv::Mat1b cutWithHead(const View& view, const Head& head);
+    cv::Mat1b cutWithHead(const View& view, const Head& head, bool seen);
     cv::Mat1b cutWithoutHead(const View& view, const cv::Mat1b& blob);
     cv::Mat1b tidied(const cv::Mat1b& mask, const cv::Mat1b& anchor) const;
     cv::Mat1b finished(const View& view, const cv::Mat1b& mask);
@@ -71,6 +73,7 @@ class ClassicalSegmentation {
     cv::Mat3b lastFine_;
     cv::Mat1f lastMatte_;
     std::optional<Head> lastHead_;
+    cv::Point2f lastStep_{0, 0};  ///< of the head from frame to frame, fractions of the width, smoothed
     bool metSomebody_ = false;
     int framesWithHead_ = 0;
 };
