@@ -1,7 +1,7 @@
 # Everything comes from the distribution's packages; scripts/packages.txt lists them.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick Svg)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Qml Quick Svg DBus)
 find_package(QCoro6 REQUIRED COMPONENTS Coro Core)
 find_package(nlohmann_json 3.11 REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
@@ -12,6 +12,7 @@ pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-ewmh xcb-icccm xcb-res)
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
+pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 
 # libyuv ships neither a pkg-config file nor a CMake package.
 find_library(LIBYUV_LIBRARY yuv REQUIRED)

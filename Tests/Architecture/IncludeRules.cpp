@@ -25,11 +25,13 @@ std::string family(const std::string& header) {
         {std::regex("CLI/.*"), "cli"},
         {std::regex("opencv2/.*"), "opencv"},
         {std::regex("pipewire/.*|spa/.*"), "pipewire"},
+        {std::regex("mpv/.*"), "mpv"},
         {std::regex("QCoro.*"), "qcoro"},
+        {std::regex("QDBus\\w*|QtDBus/.*"), "qt-dbus"},
         {std::regex(
              "Qt(Qml|Quick|Gui|Svg|Widgets)/"
              ".*|Q(GuiApplication|Application|Image|Painter\\w*|Window|Screen|Pixmap|Colou?r|Font\\w*|Icon|"
-             "Quick.*|Qml.*|Widget|Menu|SystemTrayIcon|Svg.*)"),
+             "Quick.*|Qml.*|Widget|Menu|MessageBox|SystemTrayIcon|Svg.*)"),
          "qt-gui"},
         {std::regex("Q[A-Z]\\w*|Qt\\w*"), "qt-core"},
         {std::regex("immintrin\\.h"), "simd"},

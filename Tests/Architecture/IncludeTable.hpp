@@ -37,6 +37,11 @@ inline const std::vector<IncludeRule> includeTable{
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
      {"std", "os", "ffmpeg", "yuv"}},
 
+    {"Platform/Media/Mpv/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
+     {"std", "os", "mpv"}},
+
     {"Platform/Capture/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"}, {"std"}},
     {"Platform/Capture/Xcb/",
      false,
@@ -52,6 +57,11 @@ inline const std::vector<IncludeRule> includeTable{
      false,
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/", "Platform/Capture/Xcb/"},
      {"std", "os", "xcb"}},
+
+    {"Platform/Desktop/Qt/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
+     {"std", "os", "qt-core", "qt-gui", "qt-dbus"}},
 
     // The one place that chooses implementations.
     {"Platform/PlatformServices", false, {"Platform/"}, {"std", "os"}},
@@ -100,5 +110,6 @@ inline const std::vector<IncludeRule> includeTable{
 inline const std::vector<std::string_view> libraryFolders{
     "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",  "Platform/Imaging/QtRaster/",
     "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/", "Platform/Capture/Xcb/",
-    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",
+    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",  "Platform/Media/Mpv/",
+    "Platform/Desktop/Qt/",
 };
