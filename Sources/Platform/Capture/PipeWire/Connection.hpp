@@ -27,6 +27,9 @@ class GraphListener {
 /// attempt every second while the server is away. Any thread, unless said otherwise.
 class Connection {
   public:
+    /// Seconds between two attempts to reach a server, or a device, that has gone.
+    static constexpr double retryInterval = 0.5;
+
     Connection();
     ~Connection();
     Connection(const Connection&) = delete;

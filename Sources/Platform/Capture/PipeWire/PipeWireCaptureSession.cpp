@@ -8,8 +8,6 @@ namespace platform::pipewire {
 namespace {
 
 constexpr std::size_t picturesWaiting = 12;
-constexpr std::size_t soundsWaiting = 64;
-constexpr double retryInterval = 0.5;  // seconds
 constexpr int attemptsUntilReported = 3;
 
 std::size_t indexOf(MediaType type) { return type == MediaType::video ? 0 : 1; }
@@ -134,7 +132,7 @@ PipeWireCaptureSession::Gates PipeWireCaptureSession::makeGates() const {
         return std::make_unique<SampleGate>(*output.queue, output.handler, limit);
     };
     gates.video = make(MediaType::video, picturesWaiting);
-    gates.audio = make(MediaType::audio, soundsWaiting);
+    gates.audio = make(MediaType::audio, SoundStream::samplesWaiting);
     return gates;
 }
 
@@ -237,7 +235,7 @@ void PipeWireCaptureSession::streamFailed(Input& input, const std::string& reaso
     if (++input.attempts == attemptsUntilReported)
         tell(CaptureEvent::Kind::failed, *input.device,
              quoted(*input.device) + " cannot be used (" + reason + "). Another program may be using it.");
-    retry_->signalAfter(retryInterval);
+    retry_->signalAfter(Connection::retryInterval);
 }
 
 void PipeWireCaptureSession::tell(CaptureEvent::Kind kind, const CaptureDevice& device,

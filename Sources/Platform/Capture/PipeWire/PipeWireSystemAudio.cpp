@@ -9,9 +9,6 @@ namespace platform::pipewire {
 
 namespace {
 
-constexpr std::size_t soundsWaiting = 64;
-constexpr double retryInterval = 0.5;  // seconds
-
 enum class Side { left, right, both, none };
 
 /// The side of the stereo picture where a channel belongs.
@@ -66,7 +63,7 @@ void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
     stop();
     if (const auto error = connection_->unavailable()) throw *error;
     const LoopLock lock(connection_->threadLoop());
-    gate_ = std::make_unique<SampleGate>(queue, std::move(handler), soundsWaiting);
+    gate_ = std::make_unique<SampleGate>(queue, std::move(handler), SoundStream::samplesWaiting);
     running_ = true;
     graphChanged();
 }
@@ -95,7 +92,7 @@ void PipeWireSystemAudio::openStream() {
         },
         [this](const std::string&) {
             hasFailed_ = true;
-            retry_->signalAfter(retryInterval);
+            retry_->signalAfter(Connection::retryInterval);
         });
 }
 
@@ -108,7 +105,7 @@ void PipeWireSystemAudio::graphChanged() {
     try {
         if (!stream_) openStream();
     } catch (const PlatformError&) {
-        retry_->signalAfter(retryInterval);
+        retry_->signalAfter(Connection::retryInterval);
         return;
     }
     const auto wanted = wantedLinks();

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -19,6 +20,9 @@ namespace platform::pipewire {
 /// connection's lock held.
 class SoundStream {
   public:
+    /// How many samples of sound may wait for their receiver.
+    static constexpr std::size_t samplesWaiting = 64;
+
     struct Setup {
         std::string name;    ///< shown in the desktop's mixer
         std::string target;  ///< node to record; empty: whoever makes links to the stream
