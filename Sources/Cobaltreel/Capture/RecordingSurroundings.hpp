@@ -40,8 +40,10 @@ class RecordingWindows {
 class RecordingCountdown {
   public:
     virtual ~RecordingCountdown() = default;
-    /// Calls exactly one of the two later, on the main thread.
+    /// Calls exactly one of the two later, on the main thread, unless `finish` comes first.
     virtual void run(std::function<void()> onCancel, std::function<void()> onDone) = 0;
+    /// Ends a running countdown without a word: neither of the two is called.
+    virtual void finish() = 0;
 };
 
 }  // namespace cobaltreel

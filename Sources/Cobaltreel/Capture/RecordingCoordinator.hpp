@@ -1,0 +1,125 @@
+#pragma once
+
+#include "Cobaltreel/Capture/RecordingChoices.hpp"
+#include "Cobaltreel/Capture/RecordingServices.hpp"
+#include "Cobaltreel/Support/SessionFolder.hpp"
+#include "CobaltreelCore/Models.hpp"
+
+#include <QCoroTask>
+#include <QString>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cobaltreel {
+
+class CameraMicRecorder;
+class LivePreview;
+class MouseSampler;
+class ScreenRecorder;
+struct RecordingEngine;
+
+/// Drives a recording from the press of a button to the finished session, and keeps the choices for it. One
+/// for the whole run, made by the application's shell and handed on. Main thread only; it may be destroyed
+/// at any moment, also while one of its operations is awaited.
+class RecordingCoordinator final : public RecordingChoices {
+    Q_OBJECT
+    Q_PROPERTY(State state READ state NOTIFY stateChanged FINAL)
+    Q_PROPERTY(double elapsed READ elapsed NOTIFY elapsedChanged FINAL)
+    Q_PROPERTY(float micLevel READ micLevel NOTIFY micLevelChanged FINAL)
+
+  public:
+    enum class State { idle, countdown, recording };
+    Q_ENUM(State)
+
+    static constexpr double longestRecording = 1800;                 ///< seconds
+    static constexpr std::int64_t leastFreeAtStart = 2'000'000'000;  ///< bytes
+    /// Bytes; with no more than these free a recording ends.
+    static constexpr std::int64_t leastFreeWhileRecording = 499'999'999;
+
+    explicit RecordingCoordinator(RecordingServices services, QObject* parent = nullptr);
+    ~RecordingCoordinator() override;
+
+    State state() const { return state_; }
+    /// Seconds since capture began, updated once a second; stays after the end.
+    double elapsed() const { return elapsed_; }
+    /// 0…1, for the meter; alive while a preview that `startCameraPreview` began runs.
+    float micLevel() const { return micLevel_; }
+    bool previewActive() const;
+    /// Folder and metadata of the current or last recording.
+    const std::optional<SessionFolder>& session() const { return session_; }
+    const std::optional<SessionMeta>& meta() const { return meta_; }
+    /// Why the last recording ended by itself, for a person to read; empty when it did not.
+    const std::string& endReason() const { return endReason_; }
+    const ScreenRecorder& screen() const;
+    const CameraMicRecorder& cameraMic() const;
+
+    /// Starts a recording when idle, stops one that runs; nothing during the countdown.
+    void toggle();
+    /// Ends the recording, completes its files and opens the preview. Returns at once when none runs, or
+    /// when it is being stopped already.
+    QCoro::Task<void> stopRecording();
+    /// Ends whatever goes on because the session does: a countdown is cancelled, a recording stopped and its
+    /// files completed, without a preview. Nothing is on its way to the disk once it has returned.
+    QCoro::Task<void> finishBeforeQuit();
+
+    /// Reloads displays and windows; leaves them when they cannot be had. `refreshDevices` does not wait for
+    /// the media server after it.
+    QCoro::Task<void> refreshContent();
+    /// Reloads cameras and microphones.
+    void refreshDevices();
+    /// Asks for the microphone (and the camera); false, after an alert, when there is no recording without.
+    QCoro::Task<bool> ensureAuthorized(bool needCamera);
+
+    /// Starts or restarts the preview of the selected devices with the meter and the bubble; idle only.
+    void startCameraPreview();
+    /// Idle only: a countdown or a recording keeps the preview.
+    void stopCameraPreview();
+    /// Moves or resizes the bubble; not while recording.
+    void updateBubble();
+    void openSettings();
+    void openPreview(const SessionFolder& folder, const SessionMeta& meta);
+
+  Q_SIGNALS:
+    void stateChanged();
+    void elapsedChanged();
+    void micLevelChanged();
+    /// What befalls a camera or microphone in use, or their movie; for a person to read.
+    void deviceMessage(const QString& message);
+
+  private:
+    struct Capture;
+
+    QCoro::Task<void> start();
+    QCoro::Task<void> beginCapture(std::uint64_t attempt);
+    QCoro::Task<void> failCapture(std::exception_ptr failure);
+    QCoro::Task<void> loseCamera(std::exception_ptr failure);
+    QCoro::Task<void> tick();
+    QCoro::Task<void> streamFailed(std::string reason);
+    QCoro::Task<void> stop();
+    QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
+    bool isStarting(std::uint64_t attempt) const;
+    void abandonStart();
+    void setState(State state);
+
+    RecordingServices services_;
+    std::shared_ptr<RecordingEngine> engine_;
+    std::unique_ptr<LivePreview> preview_;
+    std::unique_ptr<MouseSampler> mouse_;
+
+    State state_ = State::idle;
+    double elapsed_ = 0;
+    float micLevel_ = 0;
+    std::optional<SessionFolder> session_;
+    std::optional<SessionMeta> meta_;
+    std::string endReason_;
+    std::unique_ptr<platform::Timer> timer_;
+    std::optional<std::chrono::system_clock::time_point> startedAt_;
+};
+
+}  // namespace cobaltreel

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Cobaltreel/Capture/RecordingSurroundings.hpp"
+#include "Cobaltreel/Support/Alerts.hpp"
+#include "Cobaltreel/Support/DiskSpace.hpp"
+#include "Platform/Capture/CaptureSession.hpp"
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/DeviceAccess.hpp"
+#include "Platform/Desktop/Desktop.hpp"
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Foundation/UserDefaults.hpp"
+#include "Platform/Media/MediaService.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace cobaltreel {
+
+/// All that the recording coordinator works with. Every pointer is set.
+struct RecordingServices {
+    std::shared_ptr<platform::Clock> clock;
+    std::shared_ptr<platform::MainLoop> mainLoop;
+    std::shared_ptr<platform::MediaService> media;
+    std::shared_ptr<platform::CaptureService> capture;
+    std::shared_ptr<platform::ScreenCaptureService> screenCapture;
+    std::shared_ptr<platform::DeviceAccess> deviceAccess;
+    std::shared_ptr<platform::Desktop> desktop;
+    std::shared_ptr<platform::UserDefaults> defaults;
+
+    std::shared_ptr<CameraBubble> bubble;
+    std::shared_ptr<RecordingCountdown> countdown;
+    std::shared_ptr<RecordingWindows> windows;
+    std::shared_ptr<AlertPresenter> alerts;
+
+    /// Bytes that the volume of a path still takes.
+    std::function<std::int64_t(const std::filesystem::path&)> freeBytes = DiskSpace::freeBytes;
+    /// The wall clock: names the session folder and measures the elapsed time.
+    std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
+};
+
+}  // namespace cobaltreel
