@@ -13,30 +13,33 @@
 
 namespace cobaltreel {
 
-/// Awaits an operation of the host that ends by calling back with an error or none, on any thread. The
-/// coroutine goes on on the main thread and receives what was called back with.
-class AwaitCompletion {
+/// Awaits an operation that ends by calling back, once, with an answer, on any thread. The coroutine goes on
+/// on the main thread, in a later turn, and receives the answer.
+template <typename Answer>
+class AwaitAnswer {
   public:
-    using Result = std::optional<platform::PlatformError>;
-    using Operation = std::function<void(std::function<void(Result)>)>;
+    using Operation = std::function<void(std::function<void(Answer)>)>;
 
-    AwaitCompletion(platform::MainLoop& mainLoop, Operation operation)
+    AwaitAnswer(platform::MainLoop& mainLoop, Operation operation)
         : mainLoop_(mainLoop), operation_(std::move(operation)) {}
 
     bool await_ready() const { return false; }
     void await_suspend(std::coroutine_handle<> continuation) {
-        operation_([this, continuation](Result result) {
-            result_ = std::move(result);
+        operation_([this, continuation](Answer answer) {
+            answer_ = std::move(answer);
             mainLoop_.post([continuation] { continuation.resume(); });
         });
     }
-    Result await_resume() { return std::move(result_); }
+    Answer await_resume() { return std::move(answer_); }
 
   private:
     platform::MainLoop& mainLoop_;
     Operation operation_;
-    Result result_;
+    Answer answer_{};
 };
+
+/// Awaits an operation of the host that calls back with an error or none.
+using AwaitCompletion = AwaitAnswer<std::optional<platform::PlatformError>>;
 
 /// Awaits work that would block, done on a serial queue. An exception of the work is thrown where it is
 /// awaited; a full queue runs nothing and throws PlatformError("Cobaltreel", 3).

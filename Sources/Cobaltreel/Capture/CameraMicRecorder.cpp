@@ -64,7 +64,9 @@ CameraMicRecorder::CameraMicRecorder(std::shared_ptr<platform::CaptureService> c
 
 CameraMicRecorder::~CameraMicRecorder() = default;
 
-void CameraMicRecorder::startPreview(std::optional<CaptureDevice> camera, CaptureDevice mic, bool mirror) {
+void CameraMicRecorder::startPreview(std::optional<CaptureDevice> camera, std::optional<CaptureDevice> mic,
+                                     bool mirror) {
+    ++previewRequests_;
     wantCamera_ = camera.has_value();
     if (pendingConfig_) pendingConfig_->cancel();
     cameraWatch_ = {camera, picturesSeen_, 0};
@@ -76,16 +78,16 @@ void CameraMicRecorder::startPreview(std::optional<CaptureDevice> camera, Captur
     configQueue_.async(*pendingConfig_);
 }
 
-void CameraMicRecorder::reconfigure(const std::optional<CaptureDevice>& camera, const CaptureDevice& mic,
-                                    bool mirror) {
+void CameraMicRecorder::reconfigure(const std::optional<CaptureDevice>& camera,
+                                    const std::optional<CaptureDevice>& mic, bool mirror) {
     session_->beginConfiguration();
     session_->removeAllInputs();
     session_->removeAllOutputs();
     session_->setPreset({pictureWidth, pictureHeight, 1});
-    addInput(mic);
+    if (mic) addInput(*mic);
     if (camera) addInput(*camera);
     const auto handler = [this](const SampleBuffer& sample) { receive(sample); };
-    session_->addOutput(MediaType::audio, ioQueue_, handler);
+    if (mic) session_->addOutput(MediaType::audio, ioQueue_, handler);
     if (camera) {
         session_->addOutput(MediaType::video, ioQueue_, handler);
         session_->setVideoMirrored(mirror);
@@ -235,11 +237,15 @@ QCoro::Task<void> CameraMicRecorder::finishWriting() {
 }
 
 QCoro::Task<void> CameraMicRecorder::stop() {
+    const auto requests = previewRequests_;
     // A movie that is being opened, or a configuration under way, comes first.
     co_await AwaitOnQueue(*mainLoop_, configQueue_, [] {});
     bool hasMovie = false;
     co_await AwaitOnQueue(*mainLoop_, ioQueue_, [&] { hasMovie = movie_ != nullptr; });
     if (hasMovie) co_await finishWriting();
+    // The preview that was begun meanwhile is not this one's to stop.
+    if (requests != previewRequests_) co_return;
+    wantCamera_ = false;
     stallTimer_.reset();
     co_await AwaitOnQueue(*mainLoop_, configQueue_, [this] {
         if (session_->isRunning()) session_->stopRunning();

@@ -42,8 +42,8 @@ class CameraMicRecorder {
 
     /// Reconfigures the session and starts it, asynchronously. Requests in quick succession collapse to the
     /// last one. A device that cannot be used is left out and reported through `onDeviceEvent`.
-    void startPreview(std::optional<platform::CaptureDevice> camera, platform::CaptureDevice mic,
-                      bool mirror);
+    void startPreview(std::optional<platform::CaptureDevice> camera,
+                      std::optional<platform::CaptureDevice> mic, bool mirror);
     /// Receives every camera picture on the session's queue; empty for none. Takes effect asynchronously.
     void setPreviewFrameHandler(PreviewFrameHandler handler);
 
@@ -52,7 +52,8 @@ class CameraMicRecorder {
     QCoro::Task<void> beginWriting(std::filesystem::path outputURL);
     /// Completes the movie; the preview goes on. Never fails.
     QCoro::Task<void> finishWriting();
-    /// Completes the movie if one is open and stops the session. Never fails.
+    /// Completes the movie if one is open and stops the session, unless a preview is asked for meanwhile.
+    /// Never fails.
     QCoro::Task<void> stop();
 
     /// Told on the main thread what befalls a device in use.
@@ -62,7 +63,7 @@ class CameraMicRecorder {
     float currentMicLevel() const { return currentMicLevel_; }
     /// Host-clock seconds of the first sample written; read it once `stop` or `finishWriting` has returned.
     std::optional<double> firstPTS() const { return firstPTS_; }
-    /// Whether the last preview asked for a camera.
+    /// Whether the preview was asked for with a camera; false once it has been stopped.
     bool wantCamera() const { return wantCamera_; }
     Statistics statistics() const;
     /// Why the last movie could not be completed (a full disk, say); absent when it was. Read it once `stop`
@@ -76,8 +77,8 @@ class CameraMicRecorder {
     struct OpenMovie;
     class AwaitEarlierFinish;
 
-    void reconfigure(const std::optional<platform::CaptureDevice>& camera, const platform::CaptureDevice& mic,
-                     bool mirror);
+    void reconfigure(const std::optional<platform::CaptureDevice>& camera,
+                     const std::optional<platform::CaptureDevice>& mic, bool mirror);
     void addInput(const platform::CaptureDevice& device);
     std::unique_ptr<OpenMovie> openMovie(const std::filesystem::path& outputURL, bool withCamera);
     void receive(const platform::SampleBuffer& sample);
@@ -93,6 +94,7 @@ class CameraMicRecorder {
 
     // Main thread.
     bool wantCamera_ = false;
+    std::uint64_t previewRequests_ = 0;
     bool finishing_ = false;
     std::optional<platform::PlatformError> writingError_;
     std::vector<std::coroutine_handle<>> waitingForFinish_;

@@ -20,7 +20,6 @@ namespace cobaltreel {
 
 class CameraMicRecorder;
 class LivePreview;
-class MouseSampler;
 class ScreenRecorder;
 struct RecordingEngine;
 
@@ -93,24 +92,22 @@ class RecordingCoordinator final : public RecordingChoices {
     void deviceMessage(const QString& message);
 
   private:
-    struct Capture;
-
     QCoro::Task<void> start();
-    QCoro::Task<void> beginCapture(std::uint64_t attempt);
-    QCoro::Task<void> failCapture(std::exception_ptr failure);
-    QCoro::Task<void> loseCamera(std::exception_ptr failure);
-    QCoro::Task<void> tick();
+    QCoro::Task<void> beginCapture();
+    QCoro::Task<void> captureFailed(std::optional<SessionFolder> folder, std::exception_ptr failure,
+                                    bool atCamera);
     QCoro::Task<void> streamFailed(std::string reason);
-    QCoro::Task<void> stop();
+    QCoro::Task<void> tick();
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
-    bool isStarting(std::uint64_t attempt) const;
     void abandonStart();
+    void abandonCountdown();
+    void endPreview();
+    void measureMic();
     void setState(State state);
 
-    RecordingServices services_;
     std::shared_ptr<RecordingEngine> engine_;
     std::unique_ptr<LivePreview> preview_;
-    std::unique_ptr<MouseSampler> mouse_;
+    std::unique_ptr<platform::Timer> micLevelTimer_;
 
     State state_ = State::idle;
     double elapsed_ = 0;
@@ -120,6 +117,14 @@ class RecordingCoordinator final : public RecordingChoices {
     std::string endReason_;
     std::unique_ptr<platform::Timer> timer_;
     std::optional<std::chrono::system_clock::time_point> startedAt_;
+
+    std::uint64_t attempt_ =
+        0;                    // counts starts, and starts given up: an operation sees that its time is over
+    bool beginning_ = false;  // the countdown is over; what begins now is not given up halfway
+    bool stopping_ = false;
+    bool quitting_ = false;
+    std::function<void(bool done)> countdownEnded_;           // while the countdown is awaited
+    std::vector<std::function<void(State)>> awaitingChange_;  // of the state
 };
 
 }  // namespace cobaltreel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cobaltreel/Capture/RecordingSurroundings.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
@@ -40,7 +41,7 @@ using CountdownOverlayFactory = std::function<std::unique_ptr<CountdownOverlay>(
 
 /// Counts 3, 2, 1 over the whole main screen, 0.8 s each; Escape cancels. Made once and used again for
 /// every countdown. Main thread.
-class Countdown {
+class Countdown final : public RecordingCountdown {
   public:
     /// Seconds that each digit stands.
     static constexpr double digitTime = 0.8;
@@ -50,9 +51,9 @@ class Countdown {
 
     /// Starts at 3 and returns. Exactly one of the two is called later, once the overlay is gone: `onCancel`
     /// after Escape, `onDone` after the last digit. Neither when `finish` or another `run` comes first.
-    void run(std::function<void()> onCancel, std::function<void()> onDone);
+    void run(std::function<void()> onCancel, std::function<void()> onDone) override;
     /// Ends a running countdown without a word.
-    void finish();
+    void finish() override;
 
     bool isCounting() const { return window_ != nullptr; }
     const CountdownModel& model() const { return model_; }

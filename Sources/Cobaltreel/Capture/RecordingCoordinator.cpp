@@ -1,0 +1,364 @@
+#include "Cobaltreel/Capture/RecordingCoordinator.hpp"
+
+#include "Cobaltreel/Capture/CaptureTarget.hpp"
+#include "Cobaltreel/Capture/LivePreview.hpp"
+#include "Cobaltreel/Capture/RecordingEngine.hpp"
+#include "Cobaltreel/Capture/RecordingFiles.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
+
+#include <QPointer>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace cobaltreel {
+
+using platform::MediaType;
+using platform::PlatformError;
+
+namespace {
+
+constexpr double tickInterval = 1.0;  // seconds
+constexpr std::int64_t secondsBetweenDiskChecks = 5;
+constexpr double meterInterval = 0.05;  // seconds
+
+Alert warning(QString message, QString informativeText = {}) {
+    return {std::move(message), std::move(informativeText), {}};
+}
+
+std::string descriptionOf(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return {};
+    }
+}
+
+QCoro::Task<void> stopDevices(std::shared_ptr<RecordingEngine> engine) { co_await engine->cameraMic.stop(); }
+
+}  // namespace
+
+RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* parent)
+    : RecordingChoices(services.defaults, parent),
+      engine_(std::make_shared<RecordingEngine>(std::move(services))),
+      preview_(std::make_unique<LivePreview>(engine_, *this)) {
+    const QPointer<RecordingCoordinator> self(this);
+    engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
+        if (self) Q_EMIT self->deviceMessage(QString::fromStdString(event.message));
+    };
+    engine_->screen.onError = [self](const PlatformError& error) {
+        if (self) self->streamFailed(error.description());
+    };
+}
+
+RecordingCoordinator::~RecordingCoordinator() {
+    // Whoever waits for the countdown or for a change of the state goes on, and sees that this has gone.
+    abandonCountdown();
+    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state_);
+}
+
+bool RecordingCoordinator::previewActive() const { return preview_->isActive(); }
+const ScreenRecorder& RecordingCoordinator::screen() const { return engine_->screen; }
+const CameraMicRecorder& RecordingCoordinator::cameraMic() const { return engine_->cameraMic; }
+
+void RecordingCoordinator::setState(State state) {
+    assign(state_, state, &RecordingCoordinator::stateChanged);
+    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state);
+}
+
+void RecordingCoordinator::toggle() {
+    if (state_ == State::idle)
+        start();
+    else if (state_ == State::recording)
+        stopRecording();
+}
+
+QCoro::Task<bool> RecordingCoordinator::ensureAuthorized(bool needCamera) {
+    const auto engine = engine_;
+    if (!co_await engine->accessTo(MediaType::audio)) {
+        co_await engine->answerTo(warning(S::microphoneRequired()));
+        co_return false;
+    }
+    // A refused camera leaves a recording without its picture.
+    if (needCamera) co_await engine->accessTo(MediaType::video);
+    co_return true;
+}
+
+QCoro::Task<void> RecordingCoordinator::start() {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    const auto attempt = ++attempt_;
+    const auto isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
+    endReason_.clear();
+    setState(State::countdown);
+
+    const bool authorized = co_await ensureAuthorized(cameraEnabled());
+    if (isOver()) co_return;
+    if (!authorized) {
+        setState(State::idle);
+        co_return;
+    }
+
+    std::error_code ignored;
+    std::filesystem::create_directories(Paths::sessionsRoot(), ignored);
+    if (engine->services.freeBytes(Paths::sessionsRoot()) < leastFreeAtStart) {
+        co_await engine->answerTo(warning(S::notEnoughDiskSpace()));
+        if (!isOver()) setState(State::idle);
+        co_return;
+    }
+
+    const bool counted = co_await AwaitAnswer<bool>(*engine->services.mainLoop, [&](auto ended) {
+        countdownEnded_ = std::move(ended);
+        const auto end = [self](bool done) {
+            if (!self) return;
+            if (const auto tell = std::exchange(self->countdownEnded_, nullptr)) tell(done);
+        };
+        engine->services.countdown->run([end] { end(false); }, [end] { end(true); });
+    });
+    if (isOver()) co_return;
+    if (counted)
+        co_await beginCapture();
+    else
+        setState(State::idle);
+}
+
+QCoro::Task<void> RecordingCoordinator::beginCapture() {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    std::optional<SessionFolder> folder;
+    bool atCamera = false;
+    std::exception_ptr failure;
+    beginning_ = true;
+    try {
+        platform::ShareableContent content;
+        co_await engine->offMainThread([&] { content = engine->services.screenCapture->shareableContent(); });
+        if (!self) co_return;
+        auto chosen =
+            CaptureTarget::choose(*this, content, engine->services.desktop->screens(), bundleIdentifier);
+        if (!chosen) {
+            beginning_ = false;
+            setState(State::idle);
+            co_return;
+        }
+        if (!preview_->isActive()) preview_->start();
+
+        SessionMeta& meta = chosen->meta;
+        meta.cameraEnabled = engine->cameraMic.wantCamera();
+        co_await engine->offMainThread([&, now = engine->services.now()] {
+            folder = RecordingFiles::makeFreshFolder(now);
+            folder->writeMeta(meta);
+        });
+        if (!self) co_return;
+        session_ = folder;
+        meta_ = meta;
+
+        atCamera = true;
+        co_await engine->cameraMic.beginWriting(folder->cameraMovie());
+        atCamera = false;
+        if (!self) co_return;
+        co_await engine->screen.start(chosen->target, folder->screenMovie(), meta.systemAudioEnabled);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    if (!self) co_return;
+    if (failure) {
+        co_await captureFailed(folder, failure, atCamera);
+        co_return;
+    }
+    engine->mouse.start(meta_->mode, meta_->windowID);
+    startedAt_ = engine->services.now();
+    assign(elapsed_, 0.0, &RecordingCoordinator::elapsedChanged);
+    timer_ = engine->services.mainLoop->scheduleRepeating(tickInterval, [this] { tick(); });
+    beginning_ = false;
+    setState(State::recording);
+}
+
+/// Leaves nothing of a recording that could not begin. What came before it, the folder of an earlier
+/// recording above all, is not touched.
+QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolder> folder,
+                                                      std::exception_ptr failure, bool atCamera) {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    if (!atCamera) {
+        co_await engine->screen.stop();
+        co_await engine->cameraMic.stop();
+        if (self) endPreview();
+    }
+    if (folder) co_await engine->offMainThread([&] { RecordingFiles::remove(*folder); });
+    if (!self) co_return;
+    session_.reset();
+    meta_.reset();
+    beginning_ = false;
+    setState(State::idle);
+    co_await engine->answerTo(warning(atCamera ? S::cameraBusy() : S::recordingFailed(),
+                                      QString::fromStdString(descriptionOf(failure))));
+}
+
+QCoro::Task<void> RecordingCoordinator::tick() {
+    if (!startedAt_ || stopping_) co_return;
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    const double elapsed = std::chrono::duration<double>(engine->services.now() - *startedAt_).count();
+    assign(elapsed_, elapsed, &RecordingCoordinator::elapsedChanged);
+
+    const auto isDiskFull = [&] {
+        return static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0 &&
+               engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
+    };
+    std::optional<Alert> alert;
+    if (const auto error = engine->screen.writingError())
+        alert = warning(S::recordingFailed(), QString::fromStdString(error->description()));
+    else if (elapsed >= longestRecording)
+        alert = warning(S::stoppedTimeLimit());
+    else if (isDiskFull())
+        alert = warning(S::stoppedDiskFull());
+    if (!alert) co_return;
+    endReason_ = (alert->informativeText.isEmpty() ? alert->message : alert->informativeText).toStdString();
+    co_await stopRecording();
+    if (self) co_await engine->answerTo(*alert);
+}
+
+QCoro::Task<void> RecordingCoordinator::streamFailed(std::string reason) {
+    // What a stream says that is being stopped is of no interest any more.
+    if (state_ != State::recording || stopping_) co_return;
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    const auto attempt = attempt_;
+    endReason_ = std::move(reason);
+    co_await engine->answerTo(warning(S::recordingFailed()));
+    if (self && self->attempt_ == attempt) co_await stopRecording();
+}
+
+QCoro::Task<void> RecordingCoordinator::stopRecording() {
+    if (state_ != State::recording || stopping_) co_return;
+    stopping_ = true;
+    timer_.reset();
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    const auto folder = session_;
+    auto meta = meta_;
+
+    // From here to the documents all goes on without the coordinator, too.
+    co_await engine->screen.stop();
+    co_await engine->cameraMic.stop();
+    if (self) endPreview();
+    const EventLog events = engine->mouse.stop();
+    if (meta && folder) {
+        meta->screenFirstPTS = engine->screen.firstPTS();
+        meta->cameraFirstPTS = engine->cameraMic.firstPTS();
+        co_await engine->offMainThread(
+            [&] { RecordingFiles::completeDocuments(*folder, events, *meta, *engine->services.clock); });
+    }
+    if (!self) co_return;
+    meta_ = meta;
+    if (const auto error = engine->screen.writingError(); error && endReason_.empty())
+        endReason_ = error->description();
+    if (const auto error = engine->cameraMic.writingError())
+        Q_EMIT deviceMessage(QString::fromStdString(error->description()));
+    if (meta && folder && !quitting_) openPreview(*folder, *meta);
+    stopping_ = false;
+    setState(State::idle);
+}
+
+QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    quitting_ = true;
+    if (state_ == State::countdown && !beginning_) abandonStart();
+    if (state_ == State::recording) co_await stopRecording();
+    // A recording that is just beginning, or being stopped already.
+    while (self && state_ != State::idle) {
+        co_await AwaitAnswer<State>(*engine->services.mainLoop,
+                                    [this](auto changed) { awaitingChange_.push_back(std::move(changed)); });
+        if (self && state_ == State::recording) co_await stopRecording();
+    }
+    co_await engine->offMainThread([] {});
+    if (self) quitting_ = false;
+}
+
+void RecordingCoordinator::abandonStart() {
+    ++attempt_;
+    abandonCountdown();
+    setState(State::idle);
+}
+
+void RecordingCoordinator::abandonCountdown() {
+    const auto tell = std::exchange(countdownEnded_, nullptr);
+    if (!tell) return;
+    engine_->services.countdown->finish();
+    tell(false);
+}
+
+QCoro::Task<void> RecordingCoordinator::refreshContent() {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    std::optional<platform::ShareableContent> content;
+    try {
+        co_await engine->offMainThread([&] {
+            // The first question to the media server may wait for it: here, not on the main thread.
+            engine->services.capture->devices();
+            content = engine->services.screenCapture->shareableContent();
+        });
+    } catch (const std::exception&) {
+        co_return;
+    }
+    if (self) offer(*content, bundleIdentifier);
+}
+
+void RecordingCoordinator::refreshDevices() { offer(engine_->services.capture->devices()); }
+
+void RecordingCoordinator::startCameraPreview() {
+    if (state_ != State::idle) return;
+    if (!preview_->start()) return stopCameraPreview();
+    micLevelTimer_ = engine_->services.mainLoop->scheduleRepeating(meterInterval, [this] { measureMic(); });
+}
+
+void RecordingCoordinator::measureMic() {
+    // Nothing is left running once a recording has ended with its panel closed.
+    if (!preview_->isActive())
+        micLevelTimer_.reset();
+    else
+        assign(micLevel_, engine_->cameraMic.currentMicLevel(), &RecordingCoordinator::micLevelChanged);
+}
+
+void RecordingCoordinator::stopCameraPreview() {
+    if (state_ != State::idle) return;
+    micLevelTimer_.reset();
+    if (!preview_->isActive()) return;
+    stopDevices(engine_);
+    endPreview();
+}
+
+void RecordingCoordinator::endPreview() {
+    preview_->end();
+    assign(micLevel_, 0.0F, &RecordingCoordinator::micLevelChanged);
+}
+
+void RecordingCoordinator::updateBubble() {
+    if (state_ != State::recording) preview_->updateBubble();
+}
+
+void RecordingCoordinator::openSettings() { engine_->services.windows->openSettings(); }
+
+void RecordingCoordinator::openPreview(const SessionFolder& folder, const SessionMeta& meta) {
+    const QPointer<RecordingCoordinator> self(this);
+    engine_->services.windows->openPreview(folder, meta, [self, folder](bool hasExported) {
+        if (self) self->previewClosed(folder, hasExported);
+    });
+}
+
+QCoro::Task<void> RecordingCoordinator::previewClosed(SessionFolder folder, bool hasExported) {
+    const auto engine = engine_;
+    // By then another recording may be the current one.
+    if (session_ && session_->dir == folder.dir) {
+        session_.reset();
+        meta_.reset();
+    }
+    if (hasExported) co_await engine->offMainThread([&] { RecordingFiles::remove(folder); });
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Cobaltreel/Capture/Awaiting.hpp"
+#include "Cobaltreel/Capture/CameraMicRecorder.hpp"
+#include "Cobaltreel/Capture/MouseSampler.hpp"
+#include "Cobaltreel/Capture/RecordingServices.hpp"
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
+
+#include <functional>
+#include <utility>
+
+namespace cobaltreel {
+
+/// What records. Shared by the coordinator and by each of its operations under way, so that an operation
+/// comes to its end, and a recording to complete files, whatever becomes of the coordinator. Main thread.
+struct RecordingEngine {
+    explicit RecordingEngine(RecordingServices with)
+        : services(std::move(with)),
+          screen(services.screenCapture, services.media, services.mainLoop),
+          cameraMic(services.capture, services.media, services.mainLoop),
+          mouse(services.clock, services.mainLoop, services.desktop) {}
+
+    /// Awaits work on files and on the display server, which may take longer than the main thread has.
+    AwaitOnQueue offMainThread(std::function<void()> work) {
+        return {*services.mainLoop, queue, std::move(work)};
+    }
+    /// Awaits the user's answer to an alert.
+    AwaitAnswer<int> answerTo(Alert alert) {
+        return {*services.mainLoop, [this, alert = std::move(alert)](std::function<void(int)> answered) {
+                    services.alerts->present(alert, std::move(answered));
+                }};
+    }
+    /// Awaits the user's consent to a kind of device.
+    AwaitAnswer<bool> accessTo(platform::MediaType type) {
+        return {*services.mainLoop, [this, type](std::function<void(bool)> answered) {
+                    services.deviceAccess->requestAccess(type, std::move(answered));
+                }};
+    }
+
+    const RecordingServices services;
+    ScreenRecorder screen;
+    CameraMicRecorder cameraMic;
+    MouseSampler mouse;
+
+  private:
+    platform::SerialQueue queue{"cobaltreel.session.files"};
+};
+
+}  // namespace cobaltreel
