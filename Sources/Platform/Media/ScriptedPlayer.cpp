@@ -1,0 +1,138 @@
+#include "Platform/Media/ScriptedPlayer.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace platform {
+
+ScriptedPlayer::ScriptedPlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript)
+    : script(std::move(playerScript)), clock_(clock), loop_(loop) {}
+
+ScriptedPlayer::~ScriptedPlayer() { *alive_ = false; }
+
+void ScriptedPlayer::replaceCurrentItem(PlayerItem item) {
+    items.push_back(std::move(item));
+    open_ = false;
+    seekTarget_.reset();
+    seekTimer_.reset();
+    picture_.reset();
+    settle(0);
+    openTimer_ = loop_.scheduleOnce(script.openDelay, [this] { opened(); });
+    stop();
+}
+
+void ScriptedPlayer::opened() {
+    if (script.failure) {
+        fail(*script.failure);
+        return;
+    }
+    open_ = true;
+    settle(anchorTime_);
+    if (seekTarget_) seekTimer_ = loop_.scheduleOnce(script.seekDelay, [this] { arrive(); });
+    scheduleBeat();
+}
+
+void ScriptedPlayer::setRate(double rate) {
+    rates.push_back(rate);
+    if (rate == rate_) return;
+    const bool statusChanges = (rate == 0) != (rate_ == 0);
+    settle(currentTime());
+    rate_ = rate;
+    scheduleBeat();
+    if (!statusChanges) return;
+    const auto alive = alive_;
+    statusObservers_.notify(timeControlStatus());
+    if (*alive) periodicObservers_.jump(currentTime());
+}
+
+double ScriptedPlayer::currentTime() const {
+    if (seekTarget_) return *seekTarget_;
+    if (!isMoving()) return anchorTime_;
+    const double played = (clock_.now() - anchorClock_) * rate_ * script.pace;
+    return std::clamp(anchorTime_ + played, 0.0, script.duration);
+}
+
+std::optional<double> ScriptedPlayer::duration() const {
+    return open_ ? std::optional(script.duration) : std::nullopt;
+}
+
+void ScriptedPlayer::seek(double seconds, double tolerance) {
+    seeks.push_back({seconds, tolerance});
+    if (!hasCurrentItem()) return;
+    seekTarget_ = std::clamp(seconds, 0.0, script.duration);
+    if (open_) seekTimer_ = loop_.scheduleOnce(script.seekDelay, [this] { arrive(); });
+}
+
+void ScriptedPlayer::arrive() {
+    settle(*std::exchange(seekTarget_, std::nullopt));
+    scheduleBeat();
+    const auto alive = alive_;
+    jumpObservers_.notify(currentTime());
+    if (*alive) periodicObservers_.jump(currentTime());
+}
+
+std::unique_ptr<Observation> ScriptedPlayer::addPeriodicTimeObserver(double interval, TimeHandler handler) {
+    auto observation = periodicObservers_.add(interval, currentTime(), std::move(handler));
+    scheduleBeat();
+    return observation;
+}
+
+void ScriptedPlayer::drift(double seconds) {
+    settle(std::clamp(currentTime() + seconds, 0.0, script.duration));
+    scheduleBeat();
+}
+
+void ScriptedPlayer::fail(const PlatformError& error) {
+    const auto alive = alive_;
+    stop();
+    if (*alive) failureObservers_.notify(error);
+}
+
+void ScriptedPlayer::showPicture(ConstPixelBufferRef picture) {
+    picture_ = std::move(picture);
+    pictureObservers_.notify();
+}
+
+void ScriptedPlayer::settle(double seconds) {
+    anchorTime_ = seconds;
+    anchorClock_ = clock_.now();
+}
+
+/// Sets the timer for the next thing that happens while time goes on: somebody to be called, or the end.
+void ScriptedPlayer::scheduleBeat() {
+    beatTimer_.reset();
+    const double speed = rate_ * script.pace;
+    if (!isMoving() || speed <= 0) return;
+    const double next = std::min(periodicObservers_.nextDue(), script.duration);
+    beatTimer_ = loop_.scheduleOnce(std::max(0.0, (next - currentTime()) / speed), [this] { beat(); });
+}
+
+void ScriptedPlayer::beat() {
+    const auto alive = alive_;
+    if (currentTime() >= script.duration - 1e-9) {
+        stop();
+        return;
+    }
+    periodicObservers_.advance(currentTime());
+    if (*alive) scheduleBeat();
+}
+
+/// Playback stops by itself.
+void ScriptedPlayer::stop() {
+    if (rate_ == 0) return;
+    settle(currentTime());
+    rate_ = 0;
+    beatTimer_.reset();
+    const auto alive = alive_;
+    statusObservers_.notify(timeControlStatus());
+    if (*alive) periodicObservers_.jump(currentTime());
+}
+
+std::unique_ptr<Player> ScriptedPlayerService::makePlayer() {
+    auto player = std::make_unique<ScriptedPlayer>(clock_, loop_, script);
+    players.push_back(player.get());
+    return player;
+}
+
+}  // namespace platform

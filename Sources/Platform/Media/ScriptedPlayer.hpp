@@ -1,0 +1,127 @@
+#pragma once
+
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Media/Player.hpp"
+#include "Platform/Media/PlayerObservers.hpp"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace platform {
+
+/// How a scripted player behaves.
+struct PlayerScript {
+    double duration = 60;                  ///< of every item, seconds
+    double openDelay = 0;                  ///< seconds of the clock until an item is open
+    std::optional<PlatformError> failure;  ///< reported in place of opening
+    double seekDelay = 0;                  ///< seconds of the clock until a seek arrives
+    double pace = 1;                       ///< seconds played in a second of the clock at rate 1
+};
+
+/// What a scripted player was asked for.
+struct SeekRequest {
+    double seconds = 0;
+    double tolerance = 0;
+    friend bool operator==(const SeekRequest&, const SeekRequest&) = default;
+};
+
+/// A player that plays nothing: its time goes on with the clock, its records tell what it was asked.
+/// Deterministic with VirtualTime, which is both the clock and the main loop. Main thread.
+class ScriptedPlayer final : public Player {
+  public:
+    ScriptedPlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
+    ~ScriptedPlayer() override;
+
+    PlayerScript script;  ///< may be changed at any time
+
+    std::vector<PlayerItem> items;
+    std::vector<SeekRequest> seeks;
+    std::vector<double> rates;
+    std::vector<std::pair<int, int>> pictureSizes;
+    bool muted = false;
+
+    /// Moves the time without telling anybody, as playback that falls behind or runs ahead does.
+    void drift(double seconds);
+    /// Reports a failure of the item being played; playback stops.
+    void fail(const PlatformError& error);
+    /// Shows a picture.
+    void showPicture(ConstPixelBufferRef picture);
+
+    void replaceCurrentItem(PlayerItem item) override;
+    bool hasCurrentItem() const override { return !items.empty(); }
+    void setMuted(bool value) override { muted = value; }
+    void setRate(double rate) override;
+    double rate() const override { return rate_; }
+    TimeControlStatus timeControlStatus() const override {
+        return rate_ == 0 ? TimeControlStatus::paused : TimeControlStatus::playing;
+    }
+    double currentTime() const override;
+    std::optional<double> duration() const override;
+    void seek(double seconds, double tolerance) override;
+    std::unique_ptr<Observation> addPeriodicTimeObserver(double interval, TimeHandler handler) override;
+    std::unique_ptr<Observation> observeTimeControlStatus(
+        std::function<void(TimeControlStatus)> handler) override {
+        return statusObservers_.add(std::move(handler));
+    }
+    std::unique_ptr<Observation> observeTimeJumped(TimeHandler handler) override {
+        return jumpObservers_.add(std::move(handler));
+    }
+    std::unique_ptr<Observation> observeFailure(ErrorHandler handler) override {
+        return failureObservers_.add(std::move(handler));
+    }
+    void setPictureSize(int width, int height) override { pictureSizes.emplace_back(width, height); }
+    std::unique_ptr<Observation> observePictures(std::function<void()> handler) override {
+        return pictureObservers_.add(std::move(handler));
+    }
+    ConstPixelBufferRef picture() const override { return picture_; }
+
+  private:
+    bool isMoving() const { return open_ && rate_ != 0 && !seekTarget_; }
+    void settle(double seconds);
+    void opened();
+    void arrive();
+    void scheduleBeat();
+    void beat();
+    void stop();
+
+    const Clock& clock_;
+    MainLoop& loop_;
+    bool open_ = false;
+    double rate_ = 0;
+    double anchorTime_ = 0;   // of the item, at…
+    double anchorClock_ = 0;  // …this reading of the clock
+    std::optional<double> seekTarget_;
+    ConstPixelBufferRef picture_;
+    ObserverList<TimeControlStatus> statusObservers_;
+    ObserverList<double> jumpObservers_;
+    ObserverList<const PlatformError&> failureObservers_;
+    ObserverList<> pictureObservers_;
+    PeriodicObservers periodicObservers_;
+    std::unique_ptr<Timer> openTimer_;
+    std::unique_ptr<Timer> seekTimer_;
+    std::unique_ptr<Timer> beatTimer_;
+    // Callbacks may destroy the player; whoever goes on after one asks this first.
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+/// Makes scripted players and remembers them. Main thread.
+class ScriptedPlayerService final : public PlayerService {
+  public:
+    ScriptedPlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
+
+    PlayerScript script;                   ///< what the next players begin with
+    std::vector<ScriptedPlayer*> players;  ///< in the order made; whoever asked for one owns it
+    std::optional<PlatformError> reason;   ///< why nothing can be played
+
+    std::unique_ptr<Player> makePlayer() override;
+    std::optional<PlatformError> unavailable() override { return reason; }
+    std::string implementation() const override { return "scripted"; }
+
+  private:
+    const Clock& clock_;
+    MainLoop& loop_;
+};
+
+}  // namespace platform
