@@ -194,8 +194,9 @@ QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolde
     meta_.reset();
     beginning_ = false;
     setState(State::idle);
-    co_await engine->answerTo(warning(atCamera ? S::cameraBusy() : S::recordingFailed(),
-                                      QString::fromStdString(descriptionOf(failure))));
+    const QString message = atCamera ? S::cameraBusy() : S::recordingFailed();
+    const Alert alert = warning(message, QString::fromStdString(descriptionOf(failure)));
+    co_await engine->answerTo(alert);
 }
 
 QCoro::Task<void> RecordingCoordinator::tick() {

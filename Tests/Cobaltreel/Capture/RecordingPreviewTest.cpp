@@ -1,0 +1,187 @@
+// What the coordinator offers while nothing is recorded: lists, selections, the live preview.
+#include "CoordinatorHarness.hpp"
+
+namespace cobaltreel {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+using RecordingPreviewTest = CoordinatorTest;
+
+TEST_F(RecordingPreviewTest, OffersWhatIsWorthRecordingAndKeepsSelections) {
+    auto& content = screenCapture->content;
+    content.windows = {window(1, {0, 0, 200, 400}), window(2, {0, 0, 400, 150}),
+                       window(3, {0, 0, 400, 400}, bundleIdentifier), window(4, {0, 0, 201, 151}),
+                       window(5, {0, 0, 400, 400})};
+    content.windows[3].owningApplication.reset();
+    content.windows[4].isOnScreen = false;
+    choose();
+    ASSERT_THAT(coordinator->windows(), SizeIs(1));
+    EXPECT_EQ(coordinator->windows()[0].windowID, 4U);
+    EXPECT_EQ(coordinator->selectedWindowID(), 4U);
+    EXPECT_EQ(coordinator->selectedDisplayID(), 11U);
+    EXPECT_EQ(coordinator->selectedCameraID(), "cam");
+    EXPECT_EQ(coordinator->selectedMicID(), "mic2") << "the desktop's default";
+
+    // What was selected stays, also when it has gone; what cannot be had leaves the lists as they are.
+    content = {};
+    capture->scriptedDevices = {};
+    choose();
+    EXPECT_THAT(coordinator->windows(), IsEmpty());
+    EXPECT_THAT(coordinator->mics(), IsEmpty());
+    EXPECT_EQ(coordinator->selectedWindowID(), 4U);
+    EXPECT_EQ(coordinator->selectedDisplayID(), 11U);
+    EXPECT_EQ(coordinator->selectedCameraID(), "cam");
+    EXPECT_FALSE(coordinator->selectedCamera() || coordinator->selectedMic());
+    content.displays.resize(3);
+    screenCapture->contentError = platform::PlatformError("host", 1, "no display server");
+    choose();
+    EXPECT_THAT(coordinator->displays(), IsEmpty());
+
+    capture->scriptedDevices = {{}, {mic}, std::nullopt};
+    makeCoordinator();
+    coordinator->refreshDevices();
+    EXPECT_EQ(coordinator->selectedMicID(), "mic") << "the first where there is no default";
+    EXPECT_FALSE(coordinator->selectedCameraID());
+}
+
+TEST_F(RecordingPreviewTest, ShowsAndMeasuresTheDevicesUntilStopped) {
+    choose();
+    coordinator->startCameraPreview();
+    ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
+    EXPECT_THAT(devices().commits().back().inputs, ElementsAre(otherMic, camera));
+    EXPECT_TRUE(devices().commits().back().mirrored);
+    EXPECT_TRUE(bubble->isShown);
+    EXPECT_NEAR(bubble->diameter, 982 * 0.24, 1e-9);
+    devices().deliverPicture(1000);
+    EXPECT_EQ(bubble->frames(), 1);
+    devices().deliverSound(1000, 0.04F);
+    time->advance(0.051);
+    EXPECT_NEAR(coordinator->micLevel(), 0.44, 1e-6);
+
+    coordinator->setCameraCorner(CameraCorner::topLeft);
+    coordinator->setBubbleSizeFraction(0.3);
+    coordinator->updateBubble();
+    EXPECT_EQ(bubble->corner, CameraCorner::topLeft);
+    EXPECT_NEAR(bubble->diameter, 982 * 0.3, 1e-9);
+    desktop->screenList.clear();
+    coordinator->updateBubble();
+    EXPECT_NEAR(bubble->diameter, 900 * 0.3, 1e-9);
+
+    coordinator->setCameraStyle(CameraStyle::cutout);
+    coordinator->setMirrorCamera(false);
+    coordinator->startCameraPreview();
+    EXPECT_EQ(bubble->style, CameraStyle::cutout);
+    coordinator->setCameraEnabled(false);
+    coordinator->startCameraPreview();
+    EXPECT_FALSE(bubble->isShown);
+    ASSERT_TRUE(eventually([&] { return devices().commits().back().inputs.size() == 1; }));
+    devices().deliverPicture(1001);
+    EXPECT_EQ(bubble->frames(), 1);
+
+    coordinator->stopCameraPreview();
+    EXPECT_FALSE(coordinator->previewActive());
+    EXPECT_EQ(coordinator->micLevel(), 0);
+    ASSERT_TRUE(eventually([&] { return !devices().isRunning(); }));
+    time->advance(1);
+    EXPECT_EQ(coordinator->micLevel(), 0) << "nothing measures any more";
+}
+
+TEST_F(RecordingPreviewTest, APanelThatIsClosedAndOpenedAtOnceKeepsItsPicture) {
+    choose();
+    for (int i = 0; i < 20; ++i) {
+        coordinator->startCameraPreview();
+        coordinator->stopCameraPreview();
+    }
+    coordinator->startCameraPreview();
+    const auto commits = [&] { return devices().commits().size(); };
+    std::size_t before = 0;
+    ASSERT_TRUE(
+        eventually([&] { return devices().isRunning() && std::exchange(before, commits()) == commits(); }));
+    for (int i = 0; i < 100; ++i) {
+        time->drain();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_TRUE(devices().isRunning());
+    EXPECT_THAT(devices().commits().back().inputs, SizeIs(2));
+}
+
+TEST_F(RecordingPreviewTest, ARecordingKeepsThePreviewAsItIs) {
+    choose();
+    coordinator->startCameraPreview();
+    record();
+    const int shows = bubble->shows;
+    coordinator->setCameraCorner(CameraCorner::topRight);
+    coordinator->updateBubble();
+    coordinator->startCameraPreview();
+    coordinator->stopCameraPreview();
+    EXPECT_EQ(bubble->corner, CameraCorner::bottomLeft);
+    EXPECT_EQ(bubble->shows, shows);
+    EXPECT_TRUE(coordinator->previewActive());
+    devices().deliverPicture(1001);
+    devices().deliverSound(1001, 0.04F);
+    time->advance(1);
+    EXPECT_EQ(bubble->frames(), 1);
+    EXPECT_GT(coordinator->micLevel(), 0);
+    stop();
+    time->advance(1);
+    EXPECT_EQ(coordinator->micLevel(), 0);
+    EXPECT_FALSE(bubble->isShown);
+}
+
+TEST_F(RecordingPreviewTest, RecordsWithTheDevicesThereAre) {
+    struct Case {
+        const char* what;
+        platform::CaptureDevices devices;
+        bool camera, preview;
+    };
+    for (const Case& c : std::initializer_list<Case>{{"all", {{camera}, {mic}, mic}, true, true},
+                                                     {"a camera alone", {{camera}, {}, {}}, true, true},
+                                                     {"a microphone alone", {{}, {mic}, mic}, false, true},
+                                                     {"none", {}, false, false}}) {
+        SCOPED_TRACE(c.what);
+        capture->scriptedDevices = c.devices;
+        choose();
+        record();
+        EXPECT_EQ(coordinator->previewActive(), c.preview);
+        EXPECT_EQ(bubble->isShown, c.camera);
+        EXPECT_EQ(coordinator->meta()->cameraEnabled, c.camera);
+        EXPECT_EQ(media->writers[media->writers.size() - 2]->videoSettings.has_value(), c.camera);
+        stop();
+        EXPECT_FALSE(windows->previews.back().meta.cameraFirstPTS);
+    }
+    EXPECT_THAT(alerts->alerts, IsEmpty());
+}
+
+TEST_F(RecordingPreviewTest, TellsWhatBefallsADevice) {
+    std::vector<QString> told;
+    QObject::connect(coordinator.get(), &RecordingCoordinator::deviceMessage,
+                     [&](const QString& message) { told.push_back(message); });
+    record();
+    devices().tell({platform::CaptureEvent::Kind::lost, camera, "The camera was unplugged."});
+    time->drain();
+    EXPECT_THAT(told, ElementsAre("The camera was unplugged."));
+    EXPECT_EQ(coordinator->state(), State::recording);
+    stop();
+}
+
+TEST_F(RecordingPreviewTest, TheCameraStyleOutlivesTheRun) {
+    for (const auto& [stored, style] :
+         std::initializer_list<std::pair<const char*, CameraStyle>>{{"cutout", CameraStyle::cutout},
+                                                                    {"bubble", CameraStyle::bubble},
+                                                                    {"Cutout", CameraStyle::bubble}}) {
+        defaults->strings["cameraStyle"] = stored;
+        makeCoordinator();
+        EXPECT_EQ(coordinator->cameraStyle(), style) << stored;
+        EXPECT_EQ(defaults->strings["cameraStyle"], stored) << "reading stores nothing";
+    }
+    coordinator->setCameraStyle(CameraStyle::bubble);
+    EXPECT_EQ(defaults->strings["cameraStyle"], "bubble") << "assigned, though it was that already";
+    coordinator->setCameraStyle(CameraStyle::cutout);
+    EXPECT_EQ(defaults->strings["cameraStyle"], "cutout");
+}
+
+}  // namespace
+}  // namespace cobaltreel
