@@ -95,4 +95,15 @@ float AppearanceModel::energy(const Feature& feature) const {
     return least;
 }
 
+float AppearanceModel::colourDistance(const Feature& feature) const {
+    std::array<float, blobCount> e;
+    for (std::size_t k = 0; k < blobCount; ++k) e[k] = weight_[k] > 1e-3F ? 0 : noBlob;
+    for (std::size_t d = 0; d < colours; ++d)
+        for (std::size_t k = 0; k < blobCount; ++k) {
+            const float off = feature[d] - mean_[d][k];
+            e[k] += off * off * precision_[d][k];
+        }
+    return *std::min_element(e.begin(), e.end());
+}
+
 }  // namespace platform

@@ -11,6 +11,7 @@ namespace platform {
 class AppearanceModel {
   public:
     static constexpr int dimensions = 5;
+    static constexpr int colours = 3;  ///< of them; the rest is place
     static constexpr int blobCount = 16;
     using Feature = std::array<float, dimensions>;
 
@@ -20,6 +21,8 @@ class AppearanceModel {
     void follow(const std::vector<Feature>& samples, float share);
     /// Minus log likelihood, bounded so that an unseen look says "unlike" and not "impossible".
     float energy(const Feature& feature) const;
+    /// How unlike every blob the colour alone is: half a squared distance in standard deviations.
+    float colourDistance(const Feature& feature) const;
     bool known() const { return known_; }
 
   private:

@@ -30,6 +30,15 @@ constexpr uchar strangePatience = 20;
 /// Least part of the frame that a person without a visible face must cover.
 constexpr double leastBlobShare = 0.015;
 constexpr double leastPartShare = 0.002;
+/// Somebody's place in a blob of colour counts in hundredths of the frame's width; the room's a quarter of
+/// that, because a wall or a shelf goes on behind the body.
+constexpr float personPlaces = 100;
+constexpr float roomPlaces = 25;
+/// Outside the usual body, a change of the room in a colour so unlike the person (half squared deviations)
+/// is no part of them: a screen, a lamp. Such a change keeps at most this evidence.
+constexpr float strangerColour = 8;
+constexpr float strangerEvidence = 1;
+constexpr float outsideUsualBody = -0.5F;
 
 cv::Mat1b grown(const cv::Mat1b& mask, int radius) {
     cv::Mat1b out;
@@ -108,20 +117,23 @@ ClassicalSegmentation::View ClassicalSegmentation::look(const PixelBuffer& frame
 AppearanceModel::Feature ClassicalSegmentation::feature(const View& view, int x, int y,
                                                         const Head* origin) const {
     const cv::Vec3b& lab = view.lab(y, x);
-    const float scale = 100.0F / static_cast<float>(workSize_.width);
-    const float left = origin ? origin->x * 100 : 0, top = origin ? origin->y * 100 : 0;
+    const float places = origin ? personPlaces : roomPlaces;
+    const float scale = places / static_cast<float>(workSize_.width);
+    const float left = origin ? origin->x * places : 0, top = origin ? origin->y * places : 0;
     return {lab[0] * 0.6F, lab[1] * 1.4F, lab[2] * 1.4F, static_cast<float>(x) * scale - left,
             static_cast<float>(y) * scale - top};
 }
 
 std::optional<Head> ClassicalSegmentation::findHead(const View& view) {
     auto head = tracker_.update(view.gray);
-    if (head && !tracker_.seenByDetector() && framesWithHead_ > 0) {
-        // A tracker can cling to the wall behind somebody who left; the background knows better.
+    // A tracker can cling to the wall behind somebody who left, and in a window's panes the detector can see
+    // a face; the background knows better. Before anybody was met it may have learnt a person as the room.
+    const bool plain = tracker_.seenByDetector() && tracker_.seenPlainly();
+    if (head && metSomebody_ && !plain) {
         const BodyPrior prior(*head, workSize_);
-        const cv::Mat1b familiarCore = prior.core & (background_.familiarity() > 6);
+        const cv::Mat1b familiarCore = prior.core & (background_.familiarity() > 2);
         const int known = cv::countNonZero(familiarCore);
-        if (known * 2 > cv::countNonZero(prior.core) && cv::mean(evidence_, familiarCore)[0] < -1) {
+        if (known * 3 > cv::countNonZero(prior.core) && cv::mean(evidence_, familiarCore)[0] < -1) {
             tracker_.drop();
             head.reset();
         }
@@ -188,6 +200,18 @@ cv::Mat1f ClassicalSegmentation::oddsFromBefore(const View& view, const std::opt
     return odds;
 }
 
+void ClassicalSegmentation::doubtStrangers(const View& view, const BodyPrior& prior) {
+    if (!personLooks_.known()) return;
+    for (int y = 0; y < workSize_.height; ++y)
+        for (int x = 0; x < workSize_.width; ++x) {
+            float& value = evidence_(y, x);
+            if (value <= strangerEvidence || prior.odds(y, x) > outsideUsualBody) continue;
+            const float unlike = personLooks_.colourDistance(feature(view, x, y, nullptr));
+            const float own = std::clamp(2 - 2 * unlike / strangerColour, 0.0F, 1.0F);
+            value = strangerEvidence + (value - strangerEvidence) * own;
+        }
+}
+
 void ClassicalSegmentation::addLooks(cv::Mat1f& odds, const View& view, const Head& head) const {
     if (!personLooks_.known() || !roomLooks_.known()) return;
     for (int y = 0; y < workSize_.height; ++y)
@@ -231,6 +255,10 @@ cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head,
         background_.forget(prior.reach);
         evidence_.setTo(0, prior.reach);
     }
+    doubtStrangers(view, prior);
+    // Only where a body usually is does a mask teach the person's looks: a piece of the room that was
+    // taken for the person must not vouch for itself.
+    const cv::Mat1b usual = prior.odds > 0;
     const int margin = std::max(1, workSize_.width / 60);
     cv::Mat1f base = prior.odds.clone();
     for (int y = 0; y < workSize_.height; ++y)
@@ -249,9 +277,9 @@ cv::Mat1b ClassicalSegmentation::cutWithHead(const View& view, const Head& head,
                              smoothness);
         mask = tidied(mask, prior.core);
         if (first && round + 1 < settings_.firstRounds)
-            learnLooks(view, shrunk(mask, 1), grown(mask, margin) == 0, head, true);
+            learnLooks(view, shrunk(mask, 1) & usual, grown(mask, margin) == 0, head, true);
     }
-    learnLooks(view, shrunk(mask, 1), grown(mask, margin) == 0, head, false);
+    learnLooks(view, shrunk(mask, 1) & usual, grown(mask, margin) == 0, head, false);
     return mask;
 }
 
@@ -276,8 +304,11 @@ cv::Mat1b ClassicalSegmentation::tidied(const cv::Mat1b& mask, const cv::Mat1b& 
         const cv::Rect box(s[0], s[1], s[2], s[3]);
         const cv::Mat1b part = labels(box) == i;
         bool keep = cv::countNonZero(part & anchor(box)) > 0;
-        // A hand that comes in from below hangs on an arm outside the picture.
-        if (!keep && s[cv::CC_STAT_AREA] > frameArea * 0.004 && box.br().y >= workSize_.height - 1)
+        // A hand that comes in from below hangs on an arm outside the picture, and stays a hand when its
+        // sleeve can't be told from the room.
+        const bool atBottom = box.br().y >= workSize_.height - 1;
+        if (!keep && s[cv::CC_STAT_AREA] > frameArea * 0.004 &&
+            (atBottom || cv::countNonZero(part & lastMask_(box)) > 0))
             keep = cv::mean(evidence_(box), part)[0] > 2;
         if (keep) kept(box).setTo(255, part);
     }
@@ -332,7 +363,6 @@ void ClassicalSegmentation::learnRoom(const View& view, const cv::Mat1b& mask, c
     const cv::Mat1b near = grown(mask, std::max(2, workSize_.width / 50));
     const bool firstSight = framesWithHead_ == 1;
     cv::Mat1b free(workSize_), anew(workSize_, uchar(0));
-    const cv::Mat1f& known = background_.familiarity();
     for (int y = 0; y < workSize_.height; ++y)
         for (int x = 0; x < workSize_.width; ++x) {
             // Close to somebody, or where they just were, a pixel must stay outside for a while before
@@ -344,11 +374,11 @@ void ClassicalSegmentation::learnRoom(const View& view, const cv::Mat1b& mask, c
                 run = std::min<uchar>(settled, run + 1);
             free(y, x) = run >= settled ? 255 : 0;
             // What looks unlike the room it hides may be a hand nobody made out yet; only what stays is
-            // furniture. A look that was seen but once is not worth that patience.
+            // furniture.
             uchar& strange = strangeRun_(y, x);
             strange = evidence_(y, x) > 2 ? std::min<uchar>(250, strange + 1) : uchar(0);
             if (!strange || !free(y, x)) continue;
-            if (known(y, x) < 2 || strange > strangePatience)
+            if (strange > strangePatience)
                 anew(y, x) = 255;
             else
                 free(y, x) = 0;

@@ -50,6 +50,8 @@ class ClassicalSegmentation {
     std::optional<Head> leavingHead() const;
     cv::Mat1b somebodyWithoutFace() const;
     cv::Mat1f oddsFromBefore(const View& view, const std::optional<Head>& head) const;
+    /// Takes evidence from what changed in the room without looking like the person.
+    void doubtStrangers(const View& view, const BodyPrior& prior);
     void addLooks(cv::Mat1f& odds, const View& view, const Head& head) const;
     void learnLooks(const View& view, const cv::Mat1b& person, const cv::Mat1b& room, const Head& head,
                     bool anew);

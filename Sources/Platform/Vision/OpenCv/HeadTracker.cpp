@@ -15,11 +15,14 @@ constexpr double smallestShare = 0.065;
 constexpr double largestShare = 0.5;
 /// How alike (normalised correlation) a place must be to the head's last picture to be the head.
 constexpr double alike = 0.55;
+/// Below this the likeness is doubtful: a wall can be as alike, so the detector is asked at once.
+constexpr double plainlyAlike = 0.75;
+/// Doubtful frames in a row, the detector seeing nothing, after which the head is given up.
+constexpr int doubtfulPatience = 8;
+/// Part of the face box that is remembered: the face, with little of what is behind it.
+constexpr float rememberedPart = 0.8F;
 /// Frames for which a head is believed without the detector seeing a face: somebody who looks away.
 constexpr int patience = 150;
-
-/// A face that so many neighbouring windows agree on needs no witness.
-constexpr int plainVotes = 12;
 
 cv::Point2f middle(const cv::Rect& box) {
     return {static_cast<float>(box.x) + static_cast<float>(box.width) / 2,
@@ -85,6 +88,7 @@ std::optional<Head> HeadTracker::detect(const cv::Mat1b& gray, const cv::Rect& a
         if (score > bestScore) {
             best = faces[i];
             bestScore = score;
+            votes_ = votes[i];
         }
     }
     if (!best) return std::nullopt;
@@ -106,7 +110,8 @@ bool HeadTracker::confirmed(const cv::Mat1b& picture, const cv::Rect& face) {
 
 void HeadTracker::remember(const cv::Mat1b& gray) {
     const auto width = static_cast<float>(gray.cols);
-    const cv::Rect box = square({head_->x * width, head_->y * width}, head_->size * width, gray.size());
+    const cv::Rect box =
+        square({head_->x * width, head_->y * width}, head_->size * width * rememberedPart, gray.size());
     appearance_ = box.width >= 8 && box.height >= 8 ? gray(box).clone() : cv::Mat1b();
 }
 
@@ -128,6 +133,7 @@ bool HeadTracker::follow(const cv::Mat1b& gray) {
     cv::Point at;
     cv::minMaxLoc(score, nullptr, &best, nullptr, &at);
     if (!(best > alike)) return false;
+    doubtfulFrames_ = best > plainlyAlike ? 0 : doubtfulFrames_ + 1;
     const cv::Point2f previous(head_->x * width, head_->y * width);
     cv::Point2f found(
         static_cast<float>(area.x) + 2 * static_cast<float>(at.x) + static_cast<float>(appearance_.cols) / 2,
@@ -140,7 +146,7 @@ bool HeadTracker::follow(const cv::Mat1b& gray) {
     return true;
 }
 
-std::optional<Head> HeadTracker::update(const cv::Mat1b& gray, const cv::Rect& search) {
+std::optional<Head> HeadTracker::update(const cv::Mat1b& gray) {
     const auto width = static_cast<float>(gray.cols);
     const int largest = static_cast<int>(largestShare * std::min(gray.cols, gray.rows));
     const int smallestFace = std::max(20, static_cast<int>(smallestShare * gray.cols));
@@ -153,10 +159,9 @@ std::optional<Head> HeadTracker::update(const cv::Mat1b& gray, const cv::Rect& s
             return std::nullopt;
         }
         framesSinceLook_ = 0;
-        const cv::Rect area = search.empty() ? cv::Rect({0, 0}, gray.size()) : search;
         const cv::Point2f centre(static_cast<float>(gray.cols) / 2, static_cast<float>(gray.rows) / 2);
         for (int look = 0; look < looksPerFrame_ && !head_; ++look)
-            head_ = detect(gray, area, smallestFace, largest, centre);
+            head_ = detect(gray, cv::Rect({0, 0}, gray.size()), smallestFace, largest, centre);
         seenByDetector_ = head_.has_value();
         framesUnseen_ = head_ ? 0 : framesUnseen_ + 1;
         if (head_) {
@@ -168,11 +173,12 @@ std::optional<Head> HeadTracker::update(const cv::Mat1b& gray, const cv::Rect& s
     }
 
     const bool followed = follow(gray);
-    if (framesSinceLook_ >= detectEvery_ || !followed) {
+    const bool plainly = followed && doubtfulFrames_ == 0;
+    if (framesSinceLook_ >= detectEvery_ || !plainly) {
         framesSinceLook_ = 0;
         const float side = head_->size * width;
         const cv::Point2f centre(head_->x * width, head_->y * width);
-        const float reach = followed ? 1.7F : 3.2F;
+        const float reach = plainly ? 1.7F : 3.2F;
         const auto seen =
             detect(gray, square(centre + (followed ? cv::Point2f() : velocity_), side * reach, gray.size()),
                    std::max(smallestFace, static_cast<int>(side * 0.75F)),
@@ -185,11 +191,12 @@ std::optional<Head> HeadTracker::update(const cv::Mat1b& gray, const cv::Rect& s
             head_->y += (seen->y - head_->y) * (moved ? 1.0F : share);
             head_->size += (seen->size - head_->size) * 0.2F;
             seenByDetector_ = true;
+            doubtfulFrames_ = 0;
         }
     }
     framesUnseen_ = seenByDetector_ ? 0 : framesUnseen_ + 1;
-    if ((!followed && !seenByDetector_) || framesUnseen_ > patience) {
-        head_.reset();
+    if ((!followed && !seenByDetector_) || framesUnseen_ > patience || doubtfulFrames_ > doubtfulPatience) {
+        drop();
         return std::nullopt;
     }
     if (seenByDetector_) remember(gray);
