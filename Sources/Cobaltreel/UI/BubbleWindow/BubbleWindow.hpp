@@ -1,0 +1,41 @@
+#pragma once
+
+#include "CobaltreelCore/Models.hpp"
+
+#include <QImage>
+#include <QPoint>
+#include <QRasterWindow>
+
+namespace cobaltreel {
+
+/// The window in which the camera's picture floats: above all others on every desktop, without frame or
+/// focus, dragged by its body. What is not drawn is transparent and lets clicks through. Main thread.
+class BubbleWindow final : public QRasterWindow {
+  public:
+    /// `blended`: a compositing manager blends the window with what is below it. Without one it is cut to
+    /// its outline.
+    BubbleWindow(CameraStyle style, bool blended);
+
+    /// `frame` in points.
+    void place(const QRect& frame);
+    /// The round style expects a picture as large as the window in pixels, the cut-out one of any size.
+    void setPicture(const QImage& picture);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+  private:
+    void paintRound(QPainter& painter) const;
+    void cutToOutline();
+    QRegion personOutline() const;
+    QRectF fitted() const;
+
+    CameraStyle style_;
+    bool blended_;
+    QImage picture_;
+    QPoint grip_;  // where the pointer holds the window, from its top left
+};
+
+}  // namespace cobaltreel

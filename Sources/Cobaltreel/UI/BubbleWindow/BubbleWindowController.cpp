@@ -1,0 +1,65 @@
+#include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
+
+#include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
+#include "Cobaltreel/UI/BubbleWindow/BubbleWindow.hpp"
+#include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
+#include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <utility>
+
+namespace cobaltreel {
+
+BubbleWindowController::BubbleWindowController(std::shared_ptr<platform::Clock> clock,
+                                               std::shared_ptr<platform::MainLoop> mainLoop,
+                                               std::shared_ptr<platform::VisionService> vision,
+                                               std::shared_ptr<platform::Compositor> compositor)
+    : compositor_(std::move(compositor)),
+      roundFeeder_(std::make_shared<RoundFeeder>(mainLoop)),
+      cutoutFeeder_(std::make_shared<CutoutFeeder>(std::move(clock), mainLoop, std::move(vision))) {}
+
+BubbleWindowController::~BubbleWindowController() { hide(); }
+
+BubbleFeeder& BubbleWindowController::feeder() const {
+    return style_ == CameraStyle::cutout ? *cutoutFeeder_ : *roundFeeder_;
+}
+
+QWindow* BubbleWindowController::panel() const { return panel_.get(); }
+
+void BubbleWindowController::show(CameraCorner corner, double diameter, CameraStyle style) {
+    hide();
+    style_ = style;
+    panel_ = std::make_unique<BubbleWindow>(style, compositor_ && compositor_->isRunning());
+    feeder().setTarget([panel = panel_.get()](const QImage& picture) { panel->setPicture(picture); });
+    place(corner, diameter);
+    panel_->show();
+    panel_->raise();
+}
+
+void BubbleWindowController::update(CameraCorner corner, double diameter) {
+    if (panel_) place(corner, diameter);
+}
+
+void BubbleWindowController::place(CameraCorner corner, double diameter) {
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QRect visibleFrame = screen ? screen->availableGeometry() : BubbleGeometry::frameWithoutScreen;
+    const QSize size = BubbleGeometry::size(diameter, style_);
+    panel_->place(BubbleGeometry::frame(corner, size, visibleFrame));
+    feeder().setSize((QSizeF(size) * panel_->devicePixelRatio()).toSize());
+}
+
+void BubbleWindowController::hide() {
+    roundFeeder_->setTarget({});
+    cutoutFeeder_->setTarget({});
+    panel_.reset();
+}
+
+CameraBubble::FrameHandler BubbleWindowController::frameHandler() {
+    const auto& shown = style_ == CameraStyle::cutout ? cutoutFeeder_ : roundFeeder_;
+    return [feeder = std::weak_ptr(shown)](const platform::ConstPixelBufferRef& frame) {
+        if (const auto fed = feeder.lock()) fed->feed(frame);
+    };
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,152 @@
+#include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
+
+#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainterPath>
+#include <QQmlProperty>
+#include <QQuickItem>
+#include <QRegion>
+#include <QScreen>
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace cobaltreel {
+namespace {
+
+/// Seconds between losing the focus to a click on the status item and hearing of that click.
+constexpr double sameClick = 0.3;
+
+}  // namespace
+
+PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platform::Clock> clock,
+                         std::shared_ptr<platform::Compositor> compositor)
+    : AppWindow(&AppWindows::engine(), nullptr),
+      model_(model),
+      look_(look),
+      clock_(std::move(clock)),
+      compositor_(std::move(compositor)),
+      lostFocusAt_(-std::numeric_limits<double>::infinity()) {
+    setTitle(QStringLiteral("Cobaltreel"));
+    if (look == Look::titled) {
+        setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                 Qt::WindowCloseButtonHint);
+    } else {
+        setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+        blended_ = compositor_ && compositor_->isRunning();
+        if (blended_) {
+            QSurfaceFormat withAlpha = format();
+            withAlpha.setAlphaBufferSize(8);
+            setFormat(withAlpha);
+            setColor(Qt::transparent);
+        }
+    }
+    AppWindows::setLocalizedContent(
+        *this, View::ofModule(QStringLiteral("Cobaltreel.PopoverView"), QStringLiteral("PopoverView"),
+                              {{QStringLiteral("model"), QVariant::fromValue(&model)}}));
+    if (QQuickItem* root = rootObject()) {
+        if (look == Look::popover) {
+            root->setProperty("radius", corner);
+            QQmlProperty(root, QStringLiteral("border.color")).write(QColor::fromRgbF(1, 1, 1, 0.12F));
+        }
+        connect(root, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
+    }
+}
+
+PanelWindow::~PanelWindow() {
+    if (isOpen()) model_.disappear();
+}
+
+void PanelWindow::open(std::optional<QRect> statusItem) {
+    statusItem_ = statusItem;
+    fit();
+    show();
+    raise();
+    requestActivate();
+}
+
+void PanelWindow::toggle(std::optional<QRect> statusItem) {
+    if (isOpen())
+        close();
+    else if (clock_->now() - lostFocusAt_ > sameClick)
+        open(statusItem);
+}
+
+QRect PanelWindow::place(QSize size, const std::optional<QRect>& statusItem, const QRect& room,
+                         bool rightToLeft) {
+    const QRect inner = room.adjusted(gap, gap, -gap, -gap);
+    const QSize fitting = size.boundedTo(inner.size());
+    QPoint at =
+        rightToLeft ? inner.topLeft() : QPoint(inner.x() + inner.width() - fitting.width(), inner.y());
+    if (statusItem) {
+        const bool above = statusItem->center().y() > room.center().y();
+        at = {
+            statusItem->center().x() - fitting.width() / 2,
+            above ? statusItem->y() - gap - fitting.height() : statusItem->y() + statusItem->height() + gap};
+    }
+    const auto within = [](int value, int from, int span, int length) {
+        return std::clamp(value, from, std::max(from, from + span - length));
+    };
+    return {QPoint(within(at.x(), inner.x(), inner.width(), fitting.width()),
+                   within(at.y(), inner.y(), inner.height(), fitting.height())),
+            fitting};
+}
+
+void PanelWindow::fit() {
+    const QQuickItem* root = rootObject();
+    if (!root) return;
+    const QSize wanted(static_cast<int>(root->implicitWidth()), static_cast<int>(root->implicitHeight()));
+    if (wanted.isEmpty()) return;  // while the content is being rebuilt in another language
+    const QScreen* const onScreen = statusItem_ ? QGuiApplication::screenAt(statusItem_->center()) : nullptr;
+    const QScreen* const shownOn = onScreen ? onScreen : QGuiApplication::primaryScreen();
+    const QRect room = shownOn ? shownOn->availableGeometry() : QRect(QPoint(), wanted);
+    if (look_ == Look::popover) {
+        setGeometry(place(wanted, statusItem_, room, AppWindows::settings().rightToLeft()));
+        return;
+    }
+    const QSize fitting = wanted.boundedTo(room.size());
+    setMinimumSize(fitting);
+    setMaximumSize(fitting);
+    resize(fitting);
+    if (!isOpen())
+        setPosition(room.x() + (room.width() - fitting.width()) / 2,
+                    room.y() + (room.height() - fitting.height()) / 2);
+}
+
+void PanelWindow::roundCorners() {
+    QPainterPath outline;
+    outline.addRoundedRect(QRect(QPoint(), size()), corner, corner);
+    setMask(QRegion(outline.toFillPolygon().toPolygon()));
+}
+
+void PanelWindow::showEvent(QShowEvent* event) {
+    AppWindow::showEvent(event);
+    model_.appear();
+}
+
+void PanelWindow::hideEvent(QHideEvent* event) {
+    AppWindow::hideEvent(event);
+    model_.disappear();
+}
+
+void PanelWindow::resizeEvent(QResizeEvent* event) {
+    AppWindow::resizeEvent(event);
+    if (look_ == Look::popover && !blended_) roundCorners();
+}
+
+void PanelWindow::keyPressEvent(QKeyEvent* event) {
+    AppWindow::keyPressEvent(event);
+    if (!event->isAccepted() && event->key() == Qt::Key_Escape && look_ == Look::popover) close();
+}
+
+void PanelWindow::focusOutEvent(QFocusEvent* event) {
+    AppWindow::focusOutEvent(event);
+    if (look_ != Look::popover || !isOpen()) return;
+    lostFocusAt_ = clock_->now();
+    close();
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Platform/Desktop/Compositor.hpp"
+#include "Platform/Foundation/Clock.hpp"
+
+#include <QRect>
+#include <memory>
+#include <optional>
+
+namespace cobaltreel {
+
+class PopoverModel;
+
+/// The window of the panel, always exactly as tall as its content. Made once and shown again and again;
+/// the model follows whether it is shown. Main thread.
+class PanelWindow final : public AppWindow {
+    Q_OBJECT
+
+  public:
+    enum class Look {
+        popover,  ///< frameless with round corners, beside the status item; closes when it loses the focus
+        titled,   ///< an ordinary window that stays, for a desktop without a tray
+    };
+    /// Between the popover and the status item or the edges of the screen.
+    static constexpr int gap = 8;
+    static constexpr int corner = 10;
+
+    /// `model` must outlive the window; `compositor` may be null.
+    PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platform::Clock> clock,
+                std::shared_ptr<platform::Compositor> compositor);
+    ~PanelWindow() override;
+
+    /// Shows the panel with the keyboard. `statusItem`: where that is on the screen, if the tray tells;
+    /// otherwise the panel opens in the screen's upper trailing corner.
+    void open(std::optional<QRect> statusItem = {});
+    /// Opens the panel, or closes it. Does nothing right after the panel was closed by the very click on the
+    /// status item that took the focus away.
+    void toggle(std::optional<QRect> statusItem = {});
+    bool isOpen() const { return isVisible(); }
+
+    /// Where a popover of this size stands: under the status item in the upper half of the screen, above it
+    /// in the lower one, and always within `room`, what panels and docks leave of the screen.
+    static QRect place(QSize size, const std::optional<QRect>& statusItem, const QRect& room,
+                       bool rightToLeft);
+
+  protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    void fit();
+    void roundCorners();
+
+    PopoverModel& model_;
+    Look look_;
+    std::shared_ptr<platform::Clock> clock_;
+    std::shared_ptr<platform::Compositor> compositor_;
+    std::optional<QRect> statusItem_;
+    bool blended_ = false;
+    double lostFocusAt_;
+};
+
+}  // namespace cobaltreel

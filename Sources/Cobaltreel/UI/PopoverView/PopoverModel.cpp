@@ -1,0 +1,214 @@
+#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+
+#include "Cobaltreel/Support/Strings.hpp"
+
+#include <QPointer>
+#include <QVariantMap>
+#include <algorithm>
+#include <utility>
+
+namespace cobaltreel {
+
+using platform::CaptureDevice;
+
+namespace {
+
+QString text(std::string_view utf8) {
+    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+QVariantMap item(QVariant value, QString title) {
+    return {{QStringLiteral("value"), std::move(value)}, {QStringLiteral("title"), std::move(title)}};
+}
+
+template <typename Value>
+QVariant selected(const std::optional<Value>& value) {
+    return value ? QVariant::fromValue(*value) : QVariant();
+}
+
+QVariant selected(const std::optional<std::string>& value) {
+    return value ? QVariant(text(*value)) : QVariant();
+}
+
+QString windowLabel(const platform::Window& window) {
+    const QString application =
+        window.owningApplication ? text(window.owningApplication->name) : QStringLiteral("?");
+    return application + QStringLiteral(" — ") + text(window.title);
+}
+
+QString deviceName(const std::vector<CaptureDevice>& devices, const std::optional<std::string>& chosen,
+                   const QString& withoutAny) {
+    if (devices.empty()) return withoutAny;
+    const auto found = std::find_if(devices.begin(), devices.end(),
+                                    [&](const CaptureDevice& device) { return device.uniqueID == chosen; });
+    return text((found == devices.end() ? devices.front() : *found).name);
+}
+
+Picker devicePicker(const std::vector<CaptureDevice>& devices, const std::optional<std::string>& chosen,
+                    QString name) {
+    Picker picker{{}, selected(chosen), std::move(name)};
+    for (const CaptureDevice& device : devices)
+        picker.items.append(item(text(device.uniqueID), text(device.name)));
+    return picker;
+}
+
+}  // namespace
+
+PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<platform::Clock> clock,
+                           std::shared_ptr<platform::MainLoop> mainLoop, QObject* parent)
+    : QObject(parent), coordinator_(coordinator), egg_(std::move(clock), std::move(mainLoop)) {
+    passOnChanges();
+    followChoices();
+}
+
+void PopoverModel::passOnChanges() {
+    using From = RecordingChoices;
+    using To = PopoverModel;
+    const auto pass = [this](auto from, auto to) { connect(&coordinator_, from, this, to); };
+    pass(&RecordingCoordinator::stateChanged, &To::stateChanged);
+    pass(&RecordingCoordinator::micLevelChanged, &To::micLevelChanged);
+    pass(&From::modeChanged, &To::modeChanged);
+    pass(&From::displaysChanged, &To::displayChanged);
+    pass(&From::selectedDisplayIDChanged, &To::displayChanged);
+    pass(&From::windowsChanged, &To::windowChanged);
+    pass(&From::selectedWindowIDChanged, &To::windowChanged);
+    pass(&From::cameraEnabledChanged, &To::cameraEnabledChanged);
+    pass(&From::mirrorCameraChanged, &To::mirrorCameraChanged);
+    pass(&From::camerasChanged, &To::cameraChanged);
+    pass(&From::selectedCameraIDChanged, &To::cameraChanged);
+    pass(&From::cameraCornerChanged, &To::cameraCornerChanged);
+    pass(&From::bubbleSizeFractionChanged, &To::bubbleSizeFractionChanged);
+    pass(&From::cameraStyleChanged, &To::cameraStyleChanged);
+    pass(&From::micsChanged, &To::micChanged);
+    pass(&From::selectedMicIDChanged, &To::micChanged);
+    pass(&From::systemAudioEnabledChanged, &To::systemAudioEnabledChanged);
+    pass(&From::autoZoomEnabledChanged, &To::autoZoomEnabledChanged);
+}
+
+void PopoverModel::followChoices() {
+    using From = RecordingChoices;
+    const auto moveBubble = [this] {
+        if (shown_) coordinator_.updateBubble();
+    };
+    connect(&coordinator_, &From::cameraCornerChanged, this, moveBubble);
+    connect(&coordinator_, &From::bubbleSizeFractionChanged, this, moveBubble);
+
+    // What a refresh chooses by itself is followed at the set-up's end, once the devices may be used.
+    const auto restartPreview = [this] {
+        if (shown_ && !refreshing_ && coordinator_.state() == RecordingCoordinator::State::idle)
+            coordinator_.startCameraPreview();
+    };
+    for (const auto changed :
+         {&From::cameraEnabledChanged, &From::mirrorCameraChanged, &From::cameraStyleChanged,
+          &From::selectedCameraIDChanged, &From::selectedMicIDChanged})
+        connect(&coordinator_, changed, this, restartPreview);
+}
+
+void PopoverModel::appear() {
+    shown_ = true;
+    ++appearance_;
+    setUp();
+}
+
+void PopoverModel::disappear() {
+    shown_ = false;
+    ++appearance_;
+    coordinator_.stopCameraPreview();
+}
+
+QCoro::Task<void> PopoverModel::setUp() {
+    const QPointer<PopoverModel> self(this);
+    const auto isCancelled = [&self, appearance = appearance_] {
+        return !self || self->appearance_ != appearance;
+    };
+    co_await coordinator_.refreshContent();
+    if (!self) co_return;
+    refreshing_ = true;
+    coordinator_.refreshDevices();
+    refreshing_ = false;
+    if (isCancelled()) co_return;
+    const bool authorized = co_await coordinator_.ensureAuthorized(coordinator_.cameraEnabled());
+    if (authorized && !isCancelled()) coordinator_.startCameraPreview();
+}
+
+QString PopoverModel::displayLabel(const platform::Display& display, int index) {
+    if (display.name.empty()) return S::displayFallback(index + 1, display.width(), display.height());
+    return QStringLiteral("%1 (%2×%3)").arg(text(display.name)).arg(display.width()).arg(display.height());
+}
+
+QString PopoverModel::currentDisplayName() const {
+    const auto& displays = coordinator_.displays();
+    if (displays.empty()) return S::fullScreen();
+    const auto found = std::find_if(displays.begin(), displays.end(), [&](const platform::Display& display) {
+        return display.displayID == coordinator_.selectedDisplayID();
+    });
+    const auto shown = found == displays.end() ? displays.begin() : found;
+    return displayLabel(*shown, static_cast<int>(shown - displays.begin()));
+}
+
+QString PopoverModel::currentWindowName() const {
+    const auto& windows = coordinator_.windows();
+    const auto found = std::find_if(windows.begin(), windows.end(), [&](const platform::Window& window) {
+        return window.windowID == coordinator_.selectedWindowID();
+    });
+    return found == windows.end() ? S::window() : windowLabel(*found);
+}
+
+QString PopoverModel::currentCameraName() const {
+    return deviceName(coordinator_.cameras(), coordinator_.selectedCameraID(), S::camera());
+}
+
+QString PopoverModel::currentMicName() const {
+    return deviceName(coordinator_.mics(), coordinator_.selectedMicID(), S::microphone());
+}
+
+Picker PopoverModel::display() const {
+    Picker picker{{}, selected(coordinator_.selectedDisplayID()), currentDisplayName()};
+    int index = 0;
+    for (const platform::Display& display : coordinator_.displays())
+        picker.items.append(item(display.displayID, displayLabel(display, index++)));
+    return picker;
+}
+
+Picker PopoverModel::window() const {
+    Picker picker{{}, selected(coordinator_.selectedWindowID()), currentWindowName()};
+    for (const platform::Window& window : coordinator_.windows())
+        picker.items.append(item(window.windowID, windowLabel(window)));
+    return picker;
+}
+
+Picker PopoverModel::camera() const {
+    return devicePicker(coordinator_.cameras(), coordinator_.selectedCameraID(), currentCameraName());
+}
+
+Picker PopoverModel::mic() const {
+    return devicePicker(coordinator_.mics(), coordinator_.selectedMicID(), currentMicName());
+}
+
+void PopoverModel::chooseCamera(const QString& uniqueID) {
+    coordinator_.setSelectedCameraID(uniqueID.toStdString());
+}
+
+void PopoverModel::chooseMic(const QString& uniqueID) {
+    coordinator_.setSelectedMicID(uniqueID.toStdString());
+}
+
+QString PopoverModel::mode() const { return text(rawValue(coordinator_.mode())); }
+QString PopoverModel::cameraCorner() const { return text(rawValue(coordinator_.cameraCorner())); }
+QString PopoverModel::cameraStyle() const { return text(rawValue(coordinator_.cameraStyle())); }
+
+void PopoverModel::setMode(const QString& rawValue) {
+    if (const auto mode = fromRawValue<CaptureMode>(rawValue.toStdString())) coordinator_.setMode(*mode);
+}
+
+void PopoverModel::setCameraCorner(const QString& rawValue) {
+    if (const auto corner = fromRawValue<CameraCorner>(rawValue.toStdString()))
+        coordinator_.setCameraCorner(*corner);
+}
+
+void PopoverModel::setCameraStyle(const QString& rawValue) {
+    if (const auto style = fromRawValue<CameraStyle>(rawValue.toStdString()))
+        coordinator_.setCameraStyle(*style);
+}
+
+}  // namespace cobaltreel
