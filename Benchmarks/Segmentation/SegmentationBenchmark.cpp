@@ -93,9 +93,8 @@ void judgeTake(const Scene& scene, int frames, double step, platform::VisionServ
     for (std::size_t q = 0; q < levels.size(); ++q) {
         if (!worst[q].judged) continue;
         char caption[120];
-        std::snprintf(caption, sizeof caption, "%s, %s: worst %.3f mean %.3f",
-                      scene.description().name().c_str(), levels[q].name, worst[q].iou,
-                      worst[q].sum / worst[q].judged);
+        std::snprintf(caption, sizeof caption, "%s, %s: %.2f, mean %.2f", scene.description().name().c_str(),
+                      levels[q].name, worst[q].iou, worst[q].sum / worst[q].judged);
         if (options.verbose) std::fprintf(stderr, "%s\n", caption);
         if (!options.sheet.empty()) sheet.add(worst[q].picture, worst[q].mask, worst[q].truth, caption);
     }
@@ -140,7 +139,7 @@ int run(const Options& options) {
     ContactSheet sheet;
     // Ten frames a second make every movement twice as large as the live view sees it.
     const double step = options.longer ? 1.0 / 20 : 1.0 / 10;
-    const int takes = options.longer ? 60 : 15, frames = options.longer ? 120 : 46;
+    const int takes = options.longer ? 60 : 12, frames = options.longer ? 120 : 46;
     const int rooms = options.longer ? 60 : 12, roomFrames = options.longer ? 40 : 9;
     for (const auto& description : rendered::variedScenes(options.seed, takes))
         judgeTake(Scene(description), frames, step, vision, levels, sheet, options);
@@ -158,7 +157,7 @@ int main(int argc, char** argv) {
     cobaltreel::benchmarks::Options options;
     CLI::App app("How well rendered people are cut out of rendered rooms, and how fast, on one core.",
                  "Benchmarks/segmentation");
-    app.add_flag("--long", options.longer, "four times as many takes, longer and with more frames");
+    app.add_flag("--long", options.longer, "five times as many takes, longer and with more frames");
     app.add_flag("--json", options.json, "print one JSON document");
     app.add_flag("--verbose", options.verbose, "tell each take's figures as well");
     app.add_option("--sheet", options.sheet, "write a PNG with the worst frame of every take");

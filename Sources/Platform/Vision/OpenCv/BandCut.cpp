@@ -43,6 +43,7 @@ cv::Mat1b cutAlongEdges(const cv::Mat1f& odds, const cv::Mat3f& edges, const cv:
     if (nodes == 0) return side;
     const float beta = static_cast<float>(1.0 / (2 * contrast / steps + 8));
 
+    bool joined = false;  // the graph refuses to be cut without an edge
     cv::detail::GCGraph<float> graph(static_cast<unsigned>(nodes), static_cast<unsigned>(nodes * 8));
     for (int i = 0; i < nodes; ++i) graph.addVtx();
     for (int y = 0; y < size.height; ++y)
@@ -64,14 +65,16 @@ cv::Mat1b cutAlongEdges(const cv::Mat1f& odds, const cv::Mat3f& edges, const cv:
                     step /= 1 + own / 25.0F * std::exp(-off / 300.0F);
                 }
                 const float weight = smoothness * (0.08F + std::exp(-beta * step)) / n.length;
-                if (here >= 0 && there >= 0)
+                if (here >= 0 && there >= 0) {
                     graph.addEdges(here, there, weight, weight);
-                else if (here >= 0)
+                    joined = true;
+                } else if (here >= 0)
                     graph.addTermWeights(here, side(ny, nx) ? weight : 0, side(ny, nx) ? 0 : weight);
                 else
                     graph.addTermWeights(there, side(y, x) ? weight : 0, side(y, x) ? 0 : weight);
             }
         }
+    if (!joined) return side;
     graph.maxFlow();
     for (int y = 0; y < size.height; ++y)
         for (int x = 0; x < size.width; ++x)

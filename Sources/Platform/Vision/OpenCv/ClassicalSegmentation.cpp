@@ -30,10 +30,10 @@ constexpr uchar strangePatience = 20;
 /// Least part of the frame that a person without a visible face must cover.
 constexpr double leastBlobShare = 0.015;
 constexpr double leastPartShare = 0.002;
-/// Somebody's place in a blob of colour counts in hundredths of the frame's width; the room's a quarter of
+/// Somebody's place in a blob of colour counts in hundredths of the frame's width; the room's half of
 /// that, because a wall or a shelf goes on behind the body.
 constexpr float personPlaces = 100;
-constexpr float roomPlaces = 25;
+constexpr float roomPlaces = 50;
 /// Outside the usual body, a change of the room in a colour so unlike the person (half squared deviations)
 /// is no part of them: a screen, a lamp. Such a change keeps at most this evidence.
 constexpr float strangerColour = 8;
