@@ -31,6 +31,10 @@ QString S::displayFallback(int index, int width, int height) {
            QString::number(width) + QChar(u'×') + QString::number(height);
 }
 
+QString S::timeLeft(const QString& time) {
+    return isEnglish() ? time + QStringLiteral(" left") : QStringLiteral(u"נותרו ") + time;
+}
+
 std::span<const S::Entry> S::catalogue() {
 #define COBALTREEL_ENTRY(name, hebrew, english) Entry{#name, hebrew, english},
     static const Entry entries[]{COBALTREEL_TEXTS(COBALTREEL_ENTRY)};

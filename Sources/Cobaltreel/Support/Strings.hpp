@@ -30,6 +30,8 @@ struct S {
     static QString filenameDefault(const QString& date, const QString& time);
     /// The name of a display that has none; `index` counts from one, the size is in points.
     static QString displayFallback(int index, int width, int height);
+    /// How long something still takes; `time` as minutes and seconds.
+    static QString timeLeft(const QString& time);
 
     struct Entry {
         std::string_view name;

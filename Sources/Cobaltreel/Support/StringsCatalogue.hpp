@@ -63,5 +63,13 @@
     ENTRY(microphoneRequired,                                                                                \
           u"צריך הרשאת מיקרופון כדי להקליט. אשר בהגדרות המערכת ← פרטיות ואבטחה ← מיקרופון, והפעל מחדש",        \
           u"Microphone permission is required to record. Allow it in System Settings → Privacy & Security → " \
-          u"Microphone, then relaunch")
+          u"Microphone, then relaunch")                                                                      \
+    ENTRY(ok, u"אישור", u"OK")                                                                                \
+    ENTRY(preview, u"תצוגה מקדימה", u"Preview")                                                               \
+    ENTRY(play, u"נגן", u"Play")                                                                              \
+    ENTRY(pause, u"השהה", u"Pause")                                                                           \
+    ENTRY(position, u"מיקום", u"Position")                                                                    \
+    ENTRY(cannotPlay, u"אי אפשר לנגן את ההקלטה", u"The recording cannot be played")                           \
+    ENTRY(cannotReveal, u"סייר הקבצים לא נפתח. הקובץ נמצא כאן:",                                              \
+          u"The file browser did not open. The file is here:")
 // clang-format on

@@ -1,0 +1,69 @@
+#include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
+
+#include "Cobaltreel/UI/Alerts/AlertContent.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+
+#include <QScreen>
+#include <utility>
+
+namespace cobaltreel {
+namespace {
+
+constexpr int width = 420;
+
+/// The window takes the height of its content.
+void fit(AppWindow& window) {
+    const QSize size(width, window.initialSize().height());
+    window.setMinimumSize(size);
+    window.setMaximumSize(size);
+    window.resize(size);
+}
+
+}  // namespace
+
+AlertWindows::AlertWindows() = default;
+AlertWindows::~AlertWindows() = default;
+
+void AlertWindows::present(const Alert& alert, std::function<void(int)> answered) {
+    waiting_.push_back(std::make_unique<AlertContent>(alert, std::move(answered)));
+    if (waiting_.size() == 1)
+        QMetaObject::invokeMethod(
+            this, [this] { showNext(); }, Qt::QueuedConnection);
+}
+
+void AlertWindows::showNext() {
+    if (waiting_.empty() || window_) return;
+    AlertContent& content = *waiting_.front();
+    window_ = std::make_unique<AppWindow>(&AppWindows::engine(), nullptr);
+    window_->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
+                      Qt::WindowStaysOnTopHint);
+    window_->setModality(Qt::ApplicationModal);
+    window_->setTitle(QStringLiteral("Cobaltreel"));
+    AppWindows::setLocalizedContent(
+        *window_, View::ofModule(QStringLiteral("Cobaltreel.Alerts"), QStringLiteral("AlertView"),
+                                 {{QStringLiteral("alert"), QVariant::fromValue(&content)}}));
+    fit(*window_);
+    if (const QScreen* screen = window_->screen()) {
+        const QRect room = screen->availableGeometry();
+        window_->setPosition(room.x() + (room.width() - window_->width()) / 2,
+                             room.y() + (room.height() - window_->height()) / 3);
+    }
+    // The window is not taken away inside an event of its own.
+    connect(&content, &AlertContent::chosen, this, &AlertWindows::finish, Qt::QueuedConnection);
+    connect(window_.get(), &AppWindow::closed, &content, &AlertContent::dismiss);
+    window_->show();
+    window_->raise();
+    window_->requestActivate();
+}
+
+void AlertWindows::finish() {
+    window_.reset();
+    const auto content = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (!waiting_.empty())
+        QMetaObject::invokeMethod(
+            this, [this] { showNext(); }, Qt::QueuedConnection);
+    content->deliver();
+}
+
+}  // namespace cobaltreel
