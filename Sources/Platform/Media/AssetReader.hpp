@@ -22,6 +22,8 @@ class AssetReader {
     /// absent at the end of the range or on a failure, which `status` tells apart. Waits for the
     /// decoder.
     virtual std::optional<SampleBuffer> copyNextSampleBuffer() = 0;
+    /// Makes a waiting and every coming `copyNextSampleBuffer` return nothing. Any thread.
+    virtual void cancelReading() = 0;
 };
 
 }  // namespace platform

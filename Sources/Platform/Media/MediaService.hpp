@@ -3,6 +3,7 @@
 #include "Platform/Media/Asset.hpp"
 #include "Platform/Media/AssetReader.hpp"
 #include "Platform/Media/AssetWriter.hpp"
+#include "Platform/Media/AudioMix.hpp"
 #include "Platform/Media/Composition.hpp"
 
 #include <filesystem>
@@ -33,6 +34,9 @@ class MediaService {
     /// All audio tracks of the composition summed (clipped at full scale) to 48 kHz stereo float, from
     /// composition time 0 to its end in runs of 1024 frames; silence where no segment lies.
     virtual std::unique_ptr<AssetReader> makeAudioMixReader(const Composition& composition) = 0;
+    /// The same sum at any place, for playing. Opens the files; throws PlatformError naming the one that
+    /// cannot be opened or decoded.
+    virtual std::unique_ptr<AudioMix> makeAudioMix(const Composition& composition) = 0;
     /// Throws PlatformError naming the file when it cannot be created. An existing file is replaced.
     virtual std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) = 0;
 

@@ -65,6 +65,7 @@ class ScriptedReader : public AssetReader {
         status_ = starts_ ? Status::reading : Status::failed;
         return starts_;
     }
+    void cancelReading() override { status_ = Status::cancelled; }
     Status status() const override { return status_; }
     std::optional<PlatformError> error() const override {
         return status_ == Status::failed ? failure_ : std::nullopt;
@@ -120,6 +121,34 @@ class ScriptedTrackReader final : public ScriptedReader {
     std::size_t delivered_ = 0;
 };
 
+/// The sum of the sound levels at a time of the composition.
+float mixedLevel(const Composition& composition, double time) {
+    float sum = 0;
+    for (const auto& track : composition.tracks())
+        for (const auto& segment : track.segments())
+            if (track.type() == MediaType::audio && time >= segment.start &&
+                time < segment.start + segment.source.duration())
+                sum += static_cast<const ScriptedAsset&>(*segment.asset).movie().soundLevel;
+    return std::clamp(sum, -1.0F, 1.0F);
+}
+
+class ScriptedAudioMix final : public AudioMix {
+  public:
+    explicit ScriptedAudioMix(Composition composition) : composition_(std::move(composition)) {}
+
+    std::int64_t frameCount() const override { return std::llround(composition_.duration() * sampleRate); }
+    void read(std::int64_t position, std::span<float> target) override {
+        for (std::size_t i = 0; i < target.size(); ++i) {
+            const auto frame = position + static_cast<std::int64_t>(i / channels);
+            target[i] = mixedLevel(composition_, static_cast<double>(frame) / sampleRate);
+        }
+    }
+    void interrupt() override {}
+
+  private:
+    Composition composition_;
+};
+
 class ScriptedMixReader final : public ScriptedReader {
   public:
     ScriptedMixReader(const ScriptedMix& mix, Composition composition)
@@ -137,7 +166,8 @@ class ScriptedMixReader final : public ScriptedReader {
         auto audio = std::make_shared<AudioBuffer>();
         audio->bytes.resize(static_cast<std::size_t>(count) * format.bytesPerFrame());
         for (std::int64_t i = 0; i < count; ++i) {
-            const float level = levelAt(static_cast<double>(position_ + i) / format.sampleRate);
+            const float level =
+                mixedLevel(composition_, static_cast<double>(position_ + i) / format.sampleRate);
             audio->floats()[static_cast<std::size_t>(2 * i)] = level;
             audio->floats()[static_cast<std::size_t>(2 * i + 1)] = level;
         }
@@ -147,15 +177,6 @@ class ScriptedMixReader final : public ScriptedReader {
     }
 
   private:
-    float levelAt(double time) const {
-        float sum = 0;
-        for (const auto& track : composition_.tracks())
-            for (const auto& segment : track.segments())
-                if (time >= segment.start && time < segment.start + segment.source.duration())
-                    sum += static_cast<const ScriptedAsset&>(*segment.asset).movie().soundLevel;
-        return std::clamp(sum, -1.0F, 1.0F);
-    }
-
     ScriptedMix mix_;
     Composition composition_;
     std::int64_t position_ = 0;
@@ -287,6 +308,12 @@ std::unique_ptr<AssetReader> ScriptedMedia::makeTrackReader(const std::shared_pt
 std::unique_ptr<AssetReader> ScriptedMedia::makeAudioMixReader(const Composition& composition) {
     mixedCompositions.push_back(composition);
     return std::make_unique<ScriptedMixReader>(mix, composition);
+}
+
+std::unique_ptr<AudioMix> ScriptedMedia::makeAudioMix(const Composition& composition) {
+    mixedCompositions.push_back(composition);
+    if (mix.creationError) throw PlatformError(*mix.creationError);
+    return std::make_unique<ScriptedAudioMix>(composition);
 }
 
 std::unique_ptr<AssetWriter> ScriptedMedia::makeWriter(const std::filesystem::path& path, FileType type) {

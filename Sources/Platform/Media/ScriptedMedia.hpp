@@ -42,6 +42,7 @@ struct ScriptedMix {
     bool starts = true;
     std::optional<double> failsAt;  ///< seconds of sound delivered before the reader fails
     std::optional<PlatformError> error;
+    std::optional<PlatformError> creationError;  ///< thrown by makeAudioMix
 };
 
 /// How writing goes.
@@ -108,6 +109,7 @@ class ScriptedMedia final : public MediaService {
     std::unique_ptr<AssetReader> makeTrackReader(const std::shared_ptr<Asset>& asset, const AssetTrack& track,
                                                  const TimeRange& range, PixelFormat format) override;
     std::unique_ptr<AssetReader> makeAudioMixReader(const Composition& composition) override;
+    std::unique_ptr<AudioMix> makeAudioMix(const Composition& composition) override;
     std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override;
     std::vector<EncoderReport> encoders() override { return {}; }
     std::string implementation() const override { return "scripted"; }

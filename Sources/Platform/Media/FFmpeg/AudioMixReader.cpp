@@ -14,9 +14,10 @@ constexpr std::size_t runsAhead = 16;  // a third of a second
 AudioMixReader::AudioMixReader(Composition composition)
     : DecodeAheadReader(runsAhead, "decode.mix"), composition_(std::move(composition)) {}
 
-AudioMixReader::~AudioMixReader() {
+AudioMixReader::~AudioMixReader() { stop(); }
+
+void AudioMixReader::interrupt() {
     if (mixer_) mixer_->interrupt();
-    stop();
 }
 
 void AudioMixReader::prepare() { mixer_.emplace(composition_); }

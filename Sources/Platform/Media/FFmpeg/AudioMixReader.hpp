@@ -16,6 +16,7 @@ class AudioMixReader final : public DecodeAheadReader {
   private:
     void prepare() override;
     void produce() override;
+    void interrupt() override;
 
     Composition composition_;
     std::optional<AudioMixer> mixer_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Media/AudioMix.hpp"
 #include "Platform/Media/Composition.hpp"
 #include "Platform/Media/FFmpeg/AudioTrackDecoder.hpp"
 
@@ -10,21 +11,15 @@
 
 namespace platform::ffmpeg {
 
-/// The sum of a composition's audio tracks as 48 kHz stereo floats, computed on demand at any place.
-/// One thread, but for `interrupt`.
-class AudioMixer {
+/// The mix of files, decoded as it is read.
+class AudioMixer final : public AudioMix {
   public:
     /// Opens every file of the composition; throws PlatformError when one cannot be opened or decoded.
     explicit AudioMixer(const Composition& composition);
 
-    /// The composition's length in frames.
-    std::int64_t frameCount() const { return frameCount_; }
-    /// Fills `target`, whole stereo frames, with the mix from frame `position` on, clipped to -1…1;
-    /// silence where no segment lies. Going on from the last position is cheap, elsewhere costs a seek.
-    void read(std::int64_t position, std::span<float> target);
-
-    /// Makes waiting reads end. Any thread.
-    void interrupt();
+    std::int64_t frameCount() const override { return frameCount_; }
+    void read(std::int64_t position, std::span<float> target) override;
+    void interrupt() override;
 
   private:
     struct Segment {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Media/AudioMix.hpp"
 #include "Platform/Media/FFmpeg/MovieInput.hpp"
 
 #include <cstdint>
@@ -8,8 +9,8 @@
 
 namespace platform::ffmpeg {
 
-inline constexpr int mixSampleRate = 48000;
-inline constexpr int mixChannels = 2;
+inline constexpr int mixSampleRate = AudioMix::sampleRate;
+inline constexpr int mixChannels = AudioMix::channels;
 
 /// The sound of one track as 48 kHz stereo floats that can be read at any frame of the movie's
 /// timeline. Where the track has no sound, or it cannot be decoded, there is silence. One thread.

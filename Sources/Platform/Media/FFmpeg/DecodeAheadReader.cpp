@@ -34,8 +34,14 @@ std::optional<SampleBuffer> DecodeAheadReader::copyNextSampleBuffer() {
     if (status() != Status::reading) return std::nullopt;
     if (auto sample = queue_.pop()) return sample;
     const std::lock_guard lock(mutex_);
-    status_ = error_ ? Status::failed : Status::completed;
+    status_ = stopped_ ? Status::cancelled : error_ ? Status::failed : Status::completed;
     return std::nullopt;
+}
+
+void DecodeAheadReader::cancelReading() {
+    stopped_ = true;
+    interrupt();
+    queue_.discard();
 }
 
 void DecodeAheadReader::run() {
@@ -55,8 +61,7 @@ void DecodeAheadReader::run() {
 }
 
 void DecodeAheadReader::stop() {
-    stopped_ = true;
-    queue_.discard();
+    cancelReading();
     thread_.join();
 }
 

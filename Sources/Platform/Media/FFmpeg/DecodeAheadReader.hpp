@@ -18,6 +18,7 @@ class DecodeAheadReader : public AssetReader {
     std::optional<PlatformError> error() const override;
     bool startReading() override;
     std::optional<SampleBuffer> copyNextSampleBuffer() override;
+    void cancelReading() override;
 
   protected:
     DecodeAheadReader(std::size_t queueLength, std::string threadName)
@@ -31,6 +32,8 @@ class DecodeAheadReader : public AssetReader {
     /// Hands a sample on, waiting for room; false when nobody wants more.
     bool deliver(SampleBuffer sample) { return queue_.push(std::move(sample)); }
     bool isStopped() const { return stopped_; }
+    /// Makes a waiting read of the file end. Any thread.
+    virtual void interrupt() = 0;
     /// Ends the thread. The destructor of every class that overrides `produce` calls it first.
     void stop();
 

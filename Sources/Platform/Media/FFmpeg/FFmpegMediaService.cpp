@@ -1,6 +1,7 @@
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 
 #include "Platform/Media/FFmpeg/AudioMixReader.hpp"
+#include "Platform/Media/FFmpeg/AudioMixer.hpp"
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/FFmpegAsset.hpp"
 #include "Platform/Media/FFmpeg/FFmpegWriter.hpp"
@@ -40,6 +41,9 @@ class FFmpegMediaService final : public MediaService {
     }
     std::unique_ptr<AssetReader> makeAudioMixReader(const Composition& composition) override {
         return std::make_unique<AudioMixReader>(composition);
+    }
+    std::unique_ptr<AudioMix> makeAudioMix(const Composition& composition) override {
+        return std::make_unique<AudioMixer>(composition);
     }
     std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override {
         return std::make_unique<FFmpegWriter>(path, type);

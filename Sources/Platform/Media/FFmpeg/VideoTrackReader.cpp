@@ -24,10 +24,7 @@ VideoTrackReader::VideoTrackReader(const std::filesystem::path& path, const Asse
     decoder_ = input_.openDecoder();
 }
 
-VideoTrackReader::~VideoTrackReader() {
-    input_.interrupt();
-    stop();
-}
+VideoTrackReader::~VideoTrackReader() { stop(); }
 
 void VideoTrackReader::produce() {
     if (range_.start > 0) input_.seek(range_.start);

@@ -19,6 +19,7 @@ class VideoTrackReader final : public DecodeAheadReader {
 
   private:
     void produce() override;
+    void interrupt() override { input_.interrupt(); }
     bool decode(const AVPacket* packet);
     bool take(const AVFrame& frame);
     bool deliverHeld();
