@@ -10,6 +10,7 @@
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Platform/Media/Mpv/MpvPlayerService.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 
 #include <utility>
@@ -46,6 +47,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();
+    services.players = makeMpvPlayerService(services.mainLoop, services.clock, services.media);
     const auto pipeWire = std::make_shared<PipeWireCaptureService>();
     services.capture = pipeWire;
     // Who wants the sound asks `capture->unavailable()` beforehand; the picture is captured either way.

@@ -8,6 +8,7 @@
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Media/MediaService.hpp"
+#include "Platform/Media/Player.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
 
 #include <filesystem>
@@ -23,6 +24,7 @@ struct PlatformServices {
     std::shared_ptr<Clock> clock;
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<MediaService> media;
+    std::shared_ptr<PlayerService> players;
     std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
     std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
     std::shared_ptr<Desktop> desktop;

@@ -45,6 +45,12 @@ Finding findDevices(const platform::PlatformServices& services) {
             ""};
 }
 
+Finding findPlayer(const platform::PlatformServices& services) {
+    if (const auto reason = services.players->unavailable())
+        return {"player", false, "", reason->description()};
+    return {"player", true, services.players->implementation(), ""};
+}
+
 Finding findRecordingsFolder() {
     std::error_code error;
     std::filesystem::create_directories(Paths::sessionsRoot(), error);
@@ -60,6 +66,7 @@ std::vector<Finding> examine() {
     for (const auto& encoder : services.media->encoders())
         findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
     findings.push_back({"movies", true, services.media->implementation(), ""});
+    findings.push_back(findPlayer(services));
     findings.push_back({"person segmentation", true, services.vision->implementation(), ""});
     findings.push_back(findRecordingsFolder());
     return findings;

@@ -111,6 +111,7 @@ void ScriptedPlayer::scheduleBeat() {
 void ScriptedPlayer::beat() {
     const auto alive = alive_;
     if (currentTime() >= script.duration - 1e-9) {
+        settle(script.duration);
         stop();
         return;
     }

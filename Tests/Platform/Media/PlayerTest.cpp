@@ -1,0 +1,322 @@
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Platform/Media/MovieFixture.hpp"
+#include "Platform/Media/Mpv/MpvPlayerService.hpp"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+namespace platform::test {
+namespace {
+
+using Status = Player::TimeControlStatus;
+
+/// Players on a real main loop, and what they told.
+class PlayerTest : public MovieTest {
+  protected:
+    void SetUp() override {
+        MovieTest::SetUp();
+        service = makeMpvPlayerService(std::make_shared<QtMainLoop>(), clock, media);
+        makePlayer();
+    }
+
+    void makePlayer() {
+        observations.clear();
+        player = service->makePlayer();
+        observations.push_back(player->observeTimeJumped([this](double time) { jumps.push_back(time); }));
+        observations.push_back(
+            player->observeTimeControlStatus([this](Status status) { statuses.push_back(status); }));
+        observations.push_back(player->observeFailure(
+            [this](const PlatformError& error) { failures.push_back(error.description()); }));
+        observations.push_back(player->observePictures([this] { ++pictures; }));
+    }
+
+    template <class Condition>
+    bool waitUntil(Condition condition, double seconds = 10) {
+        const QDeadlineTimer deadline(static_cast<qint64>(seconds * 1000));
+        while (!condition()) {
+            if (deadline.hasExpired()) return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return true;
+    }
+    void runFor(double seconds) {
+        waitUntil([] { return false; }, seconds);
+    }
+
+    void open(PlayerItem item) {
+        player->replaceCurrentItem(std::move(item));
+        ASSERT_TRUE(waitUntil([&] { return player->picture() && player->duration(); }));
+    }
+    bool seekAndWait(double time, double tolerance = 0) {
+        const std::size_t before = jumps.size();
+        player->seek(time, tolerance);
+        return waitUntil([&] { return jumps.size() > before; });
+    }
+    /// Which picture, counted modulo 20, is on show; -1 before the first.
+    int shownPicture() const {
+        const auto picture = player->picture();
+        if (!picture) return -1;
+        const Plane& plane = picture->plane();
+        const auto* pixel = plane.data + static_cast<std::ptrdiff_t>(plane.stride) * (plane.height / 2) +
+                            4 * (plane.width / 2);
+        return static_cast<int>(std::lround((pixel[1] * 219.0 / 255.0 + 16 - 20) / 10));
+    }
+    Composition composed(const std::filesystem::path& pictureFile, double length) {
+        const auto asset = media->asset(pictureFile);
+        Composition composition;
+        composition.addMutableTrack(MediaType::video)
+            .insertTimeRange({0, length}, asset, asset->loadTracks(MediaType::video).at(0), 0);
+        return composition;
+    }
+
+    int argc = 1;
+    char program[5] = "test";
+    char* argv[2] = {program, nullptr};
+    QCoreApplication application{argc, argv};
+    std::shared_ptr<HostClock> clock = std::make_shared<HostClock>();
+    std::shared_ptr<PlayerService> service;
+    std::unique_ptr<Player> player;
+    std::vector<double> jumps;
+    std::vector<Status> statuses;
+    std::vector<std::string> failures;
+    int pictures = 0;
+    std::vector<std::unique_ptr<Observation>> observations;
+};
+
+/// Ten pictures a second, but for two seconds in which the screen stands still: pictures 0…10 lie at 0…1,
+/// pictures 11…16 at 3…3.5.
+std::vector<double> timesWithStillness() {
+    std::vector<double> times;
+    for (int i = 0; i <= 10; ++i) times.push_back(0.1 * i);
+    for (int i = 0; i <= 5; ++i) times.push_back(3 + 0.1 * i);
+    return times;
+}
+
+TEST_F(PlayerTest, aSeekShowsTheFrameOnScreenAtItsTime) {
+    writePictures(file("screen.mov"), FileType::quickTimeMovie, smallHevc, timesWithStillness());
+    writePictures(file("camera.mp4"), FileType::mpeg4, smallH264, timesWithStillness());
+    for (const char* name : {"screen.mov", "camera.mp4"}) {
+        SCOPED_TRACE(name);
+        open(file(name));
+        EXPECT_EQ(shownPicture(), 0);
+        struct Case {
+            double time;
+            int picture;
+        };
+        for (const Case& c : {Case{0.45, 4},
+                              {0.5, 5},
+                              {0.59, 5},
+                              {2, 10},
+                              {2.999, 10},
+                              {3, 11},
+                              {3.45, 15},
+                              {1.5, 10},
+                              {0, 0},
+                              {3.5, 16},
+                              {0.05, 0},
+                              {0.31, 3}}) {
+            ASSERT_TRUE(seekAndWait(c.time)) << c.time;
+            EXPECT_EQ(shownPicture(), c.picture) << c.time;
+            EXPECT_EQ(player->currentTime(), c.time);
+            EXPECT_EQ(jumps.back(), c.time);
+        }
+        ASSERT_TRUE(seekAndWait(1e6, 0.03));
+        EXPECT_EQ(player->currentTime(), *player->duration());
+        EXPECT_EQ(shownPicture(), 16);
+        EXPECT_THAT(statuses, testing::IsEmpty());
+        EXPECT_THAT(failures, testing::IsEmpty());
+    }
+}
+
+TEST_F(PlayerTest, whereTheScreenStandsStillTimeGoesOn) {
+    writePictures(file("screen.mov"), FileType::quickTimeMovie, smallHevc, timesWithStillness());
+    open(file("screen.mov"));
+    ASSERT_TRUE(seekAndWait(2.2));
+    player->setRate(1);
+    ASSERT_TRUE(waitUntil([&] { return player->currentTime() > 2.25; }));
+    const double time = player->currentTime(), start = clock->now();
+    runFor(0.4);
+    EXPECT_NEAR(player->currentTime() - time, clock->now() - start, 0.08);
+    EXPECT_EQ(shownPicture(), 10);
+    ASSERT_TRUE(waitUntil([&] { return player->currentTime() > 3.15; }));
+    EXPECT_GE(shownPicture(), 11);
+    EXPECT_LE(shownPicture(), 13);
+}
+
+TEST_F(PlayerTest, playsToTheEndAndStops) {
+    std::vector<double> times;
+    for (int i = 0; i < 60; ++i) times.push_back(i / 30.0);
+    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
+    player->setPictureSize(32, 100);
+    open(file("a.mov"));
+    EXPECT_EQ(player->picture()->width(), 32);
+    EXPECT_EQ(player->picture()->height(), 32);
+    std::vector<double> beats;
+    const auto periodic = player->addPeriodicTimeObserver(0.5, [&](double t) { beats.push_back(t); });
+    pictures = 0;
+    const double start = clock->now();
+    player->setRate(1);
+    player->setRate(1);
+    EXPECT_EQ(player->timeControlStatus(), Status::playing);
+    ASSERT_TRUE(waitUntil([&] { return player->rate() == 0; }));
+    EXPECT_NEAR(clock->now() - start, *player->duration(), 0.7);
+    EXPECT_THAT(statuses, testing::ElementsAre(Status::playing, Status::paused));
+    EXPECT_EQ(player->currentTime(), *player->duration());
+    EXPECT_GE(pictures, 50);
+    EXPECT_EQ(shownPicture(), 59 % 20);
+    // At the start, every half second, and at the end.
+    ASSERT_EQ(beats.size(), 5U);
+    for (std::size_t i = 1; i < 4; ++i) EXPECT_NEAR(beats[i], 0.5 * static_cast<double>(i), 0.06);
+
+    player->setRate(1);  // at the end there is nothing to play
+    EXPECT_TRUE(waitUntil([&] { return player->rate() == 0; }));
+    ASSERT_TRUE(seekAndWait(1.5));
+    player->setRate(2);
+    EXPECT_TRUE(waitUntil([&] { return player->rate() == 0; }, 2));
+    EXPECT_EQ(player->currentTime(), *player->duration());
+}
+
+TEST_F(PlayerTest, seeksInARowBecomeOneAndPlaybackGoesOn) {
+    std::vector<double> times;
+    for (int i = 0; i < 300; ++i) times.push_back(i / 30.0);
+    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
+    player->replaceCurrentItem(file("a.mov"));
+    player->seek(4, 0);  // before it is open
+    ASSERT_TRUE(waitUntil([&] { return !jumps.empty(); }));
+    EXPECT_EQ(player->currentTime(), 4);
+    player->setRate(1);
+    jumps.clear();
+    for (int i = 0; i < 200; ++i) player->seek(9 - i * 0.03, i % 2 == 0 ? 0 : 0.03);
+    EXPECT_NEAR(player->currentTime(), 3.03, 1e-9);
+    ASSERT_TRUE(waitUntil([&] { return !jumps.empty(); }));
+    EXPECT_THAT(jumps, testing::ElementsAre(testing::DoubleNear(3.03, 1e-9)));
+    const double start = clock->now();
+    ASSERT_TRUE(waitUntil([&] { return player->currentTime() > 3.5; }, 3));
+    EXPECT_LT(clock->now() - start, 1);
+    EXPECT_THAT(statuses, testing::ElementsAre(Status::playing));
+}
+
+TEST_F(PlayerTest, anItemThatCannotBePlayedIsReportedByItsName) {
+    writePictures(file("whole.mp4"), FileType::mpeg4, smallH264, {0, 0.5, 1});
+    std::filesystem::copy(file("whole.mp4"), file("truncated.mp4"));
+    std::filesystem::resize_file(file("truncated.mp4"), 40);
+    std::ofstream(file("garbage.mov")) << std::string(5000, 'x');
+    std::ofstream(file("empty.mov")).flush();
+    Composition pieces = composed(file("whole.mp4"), 0.5);
+    const auto asset = media->asset(file("whole.mp4"));
+    auto& twice = pieces.addMutableTrack(MediaType::video);
+    for (const double at : {0.0, 1.0})
+        twice.insertTimeRange({0, 0.5}, asset, asset->loadTracks(MediaType::video).at(0), at);
+    Composition joined;
+    joined.addMutableTrack(MediaType::video) = twice;
+    struct Case {
+        PlayerItem item;
+        const char* name;
+    };
+    for (const Case& c : {Case{file("absent.mov"), "absent.mov"}, Case{file("garbage.mov"), "garbage.mov"},
+                          Case{file("empty.mov"), "empty.mov"}, Case{file("truncated.mp4"), "truncated.mp4"},
+                          Case{joined, "whole.mp4"}, Case{Composition(), "empty"}}) {
+        SCOPED_TRACE(c.name);
+        failures.clear();
+        player->replaceCurrentItem(c.item);
+        player->setRate(1);
+        player->seek(0.5, 0);
+        ASSERT_TRUE(waitUntil([&] { return !failures.empty(); }));
+        EXPECT_THAT(failures, testing::ElementsAre(testing::HasSubstr(c.name)));
+        EXPECT_EQ(player->rate(), 0);
+        EXPECT_FALSE(player->duration());
+        EXPECT_FALSE(player->picture());
+    }
+    open(pieces);  // only the first video track counts
+    EXPECT_EQ(shownPicture(), 0);
+}
+
+TEST_F(PlayerTest, whatARecordingThatBrokeOffHoldsIsPlayed) {
+    std::vector<double> times;
+    for (int i = 0; i < 120; ++i) times.push_back(i / 30.0);
+    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
+    std::filesystem::resize_file(file("a.mov"), std::filesystem::file_size(file("a.mov")) * 6 / 10);
+    open(file("a.mov"));
+    EXPECT_GT(*player->duration(), 1);
+    EXPECT_LT(*player->duration(), 4.1);
+    ASSERT_TRUE(seekAndWait(1));
+    EXPECT_EQ(shownPicture(), 30 % 20);
+    player->setRate(1);
+    EXPECT_TRUE(waitUntil([&] { return player->rate() == 0; }));
+    EXPECT_THAT(failures, testing::IsEmpty());
+}
+
+TEST_F(PlayerTest, aPlayerMayGoAtAnyMoment) {
+    std::vector<double> times;
+    for (int i = 0; i < 90; ++i) times.push_back(i / 30.0);
+    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
+    for (int round = 0; round < 16; ++round) {
+        makePlayer();
+        player->replaceCurrentItem(file("a.mov"));
+        player->setRate(1);
+        runFor(0.012 * round);
+        player->seek(1, 0);
+        if (round % 3 == 1) player->replaceCurrentItem(file("a.mov"));
+        if (round % 3 == 2) runFor(0.005);
+        player.reset();
+        const int seen = pictures;
+        const auto told = jumps.size() + statuses.size() + failures.size();
+        runFor(0.02);
+        EXPECT_EQ(pictures, seen);
+        EXPECT_EQ(jumps.size() + statuses.size() + failures.size(), told);
+    }
+    // Also from within a callback.
+    makePlayer();
+    std::unique_ptr<Player>& owned = player;
+    observations.push_back(player->observePictures([&owned] { owned.reset(); }));
+    player->replaceCurrentItem(file("a.mov"));
+    EXPECT_TRUE(waitUntil([&] { return !owned; }));
+}
+
+TEST_F(PlayerTest, aTakeOfHalfAnHourOpensAtOnce) {
+    if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
+    std::vector<double> times;
+    for (int i = 0; i < 900; ++i) times.push_back(2.0 * i);
+    writePictures(file("screen.mov"), FileType::quickTimeMovie, smallHevc, times);
+    const std::string made = outputOf("ffmpeg -v error -f lavfi -i sine=f=440:r=8000:d=1800 -c:a pcm_u8 " +
+                                      file("camera.mov").string());
+    ASSERT_EQ(made, "");
+    const double length = 1799;
+    Composition composition = composed(file("screen.mov"), 1798);
+    const auto sound = media->asset(file("camera.mov"));
+    composition.addMutableTrack(MediaType::audio)
+        .insertTimeRange({0, length}, sound, sound->loadTracks(MediaType::audio).at(0), 0);
+    const double start = clock->now();
+    open(composition);
+    const double opened = clock->now() - start;
+    EXPECT_LT(opened, 1);
+    EXPECT_EQ(*player->duration(), length);
+    const double sought = clock->now();
+    ASSERT_TRUE(seekAndWait(1501));
+    EXPECT_LT(clock->now() - sought, 1);
+    EXPECT_EQ(shownPicture(), 750 % 20);
+    std::printf("half an hour: first picture after %.0f ms, a seek of 25 minutes %.0f ms\n", opened * 1e3,
+                (clock->now() - sought) * 1e3);
+}
+
+TEST_F(PlayerTest, numbersOfOtherLocalesDoNotHinderIt) {
+    for (const char* locale : {"de_DE.UTF-8", "he_IL.UTF-8", "C.UTF-8"}) {
+        if (!std::setlocale(LC_ALL, locale)) continue;  // not every machine has them all
+        EXPECT_FALSE(service->unavailable()) << locale;
+    }
+    EXPECT_THAT(service->implementation(), testing::HasSubstr("libmpv 0."));
+    EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+    std::setlocale(LC_ALL, "C");
+}
+
+}  // namespace
+}  // namespace platform::test
