@@ -3,6 +3,7 @@
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+#include "Platform/Desktop/Qt/QtFileBrowser.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
@@ -55,6 +56,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
         std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
         [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
     chooseDesktop(services);
+    services.fileBrowser = std::make_shared<QtFileBrowser>();
     services.vision = std::make_shared<OpenCvVisionService>(modelsFolder);
     return services;
 }

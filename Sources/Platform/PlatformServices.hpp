@@ -4,6 +4,7 @@
 #include "Platform/Capture/CaptureStream.hpp"
 #include "Platform/Desktop/Compositor.hpp"
 #include "Platform/Desktop/Desktop.hpp"
+#include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
@@ -30,7 +31,8 @@ struct PlatformServices {
     std::shared_ptr<Desktop> desktop;
     std::shared_ptr<KeyGrabber> keys;        ///< null without a display server
     std::shared_ptr<Compositor> compositor;  ///< null without a display server
-    std::shared_ptr<VisionService> vision;   ///< may be null
+    std::shared_ptr<FileBrowser> fileBrowser;
+    std::shared_ptr<VisionService> vision;  ///< may be null
 
     /// Main thread, after the application object exists. Also makes the user's settings file the standard
     /// user defaults. `ownBundleIdentifier` is the name under which this
