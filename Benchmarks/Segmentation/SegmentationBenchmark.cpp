@@ -1,7 +1,9 @@
 // Cuts rendered people, whose masks are known exactly, out of rendered rooms, and prints how well.
 // Benchmarks/segmentation --help tells the options.
 
+#include "Cobaltreel/Export/RenderedSession.hpp"
 #include "ContactSheet.hpp"
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
 #include "Scores.hpp"
@@ -25,7 +27,7 @@ using rendered::Scene;
 struct Options {
     unsigned seed = 90210;
     bool longer = false, json = false, verbose = false;
-    std::string sheet;
+    std::string sheet, session;
 };
 
 struct Level {
@@ -131,7 +133,17 @@ void print(const std::array<Level, 2>& levels, const Options& options) {
         levels[0].scores.judgedFrames(), levels[0].scores.emptyFrames());
 }
 
+/// A session to export by hand: somebody who moves before a busy wall for five seconds.
+int writeSession(const Options& options) {
+    const SessionFolder folder{options.session};
+    std::filesystem::create_directories(folder.dir);
+    RenderedSession::write(folder, Scene(rendered::variedScenes(options.seed, 2).back()), 5,
+                           *platform::makeFFmpegMediaService());
+    return 0;
+}
+
 int run(const Options& options) {
+    if (!options.session.empty()) return writeSession(options);
     cv::setNumThreads(1);  // the figures are those of one core
     platform::OpenCvVisionService vision{std::filesystem::path()};
     std::fprintf(stderr, "%s\n", vision.implementation().c_str());
@@ -162,6 +174,8 @@ int main(int argc, char** argv) {
     app.add_flag("--verbose", options.verbose, "tell each take's figures as well");
     app.add_option("--sheet", options.sheet, "write a PNG with the worst frame of every take");
     app.add_option("--seed", options.seed, "another set of people and rooms");
+    app.add_option("--session", options.session,
+                   "measure nothing; write a session with such a person into this folder");
     CLI11_PARSE(app, argc, argv);
     try {
         return cobaltreel::benchmarks::run(options);

@@ -1,4 +1,5 @@
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/OpenCv/BandCut.hpp"
 #include "Platform/Vision/OpenCv/FramePicture.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
@@ -84,6 +85,15 @@ TEST_P(ClassicalSegmentationTest, AStillPersonsMaskStandsStill) {
     }
 }
 
+TEST_P(ClassicalSegmentationTest, AScreenThatChangesBesideTheHeadStaysInTheRoom) {
+    const Scene scene(cobaltreel::rendered::variedScenes(5, 6).back());
+    ASSERT_EQ(scene.description().room, Room::Kind::changing);
+    for (int i = 0; i < 24; ++i) {
+        const auto frame = scene.at(i / 10.0);
+        EXPECT_GT(overlap(maskOf(*request, *asBgra(frame.picture)), frame.truth), 0.85) << "frame " << i;
+    }
+}
+
 TEST_P(ClassicalSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLookLike) {
     for (const auto size : {cv::Size(1, 1), cv::Size(3, 200), cv::Size(47, 61), cv::Size(333, 251),
                             cv::Size(720, 1280), cv::Size(1281, 721)})
@@ -115,6 +125,14 @@ INSTANTIATE_TEST_SUITE_P(Qualities, ClassicalSegmentationTest,
                          ::testing::Values(Quality::fast, Quality::accurate), [](const auto& level) {
                              return level.param == Quality::fast ? "fast" : "accurate";
                          });
+
+TEST(BandCut, ALonePixelInDoubtKeepsItsSide) {
+    cv::Mat1f odds(9, 9, -9.0F);
+    odds(4, 4) = 1;
+    const cv::Mat1b side =
+        cutAlongEdges(odds, cv::Mat3f(9, 9, cv::Vec3f(0, 0, 0)), {}, cv::Mat1f(9, 9, 0.0F), 6, 4.5F);
+    EXPECT_EQ(cv::countNonZero(side), 1);
+}
 
 TEST(FramePicture, ReadsTheSameColoursFromEveryLayoutOfLumaAndChroma) {
     // Pure red as each standard writes it (ITU-R BT.601 and BT.709, limited and full range).
