@@ -225,6 +225,23 @@ TEST_F(CapturedSound, gapsOverlapsAndFormatsKeepTheirPlace) {
     }
 }
 
+TEST_F(CapturedSound, whatEndsALongSilenceIsKept) {
+    // Nothing is captured while nothing plays. What then begins arrives in real time, while the encoder still
+    // has the silence before it to get through: none of it may be refused.
+    constexpr double begin = 300;
+    auto writer = media->makeWriter(file("system.mov"), FileType::quickTimeMovie);
+    AssetWriterInput& input = writer->addAudioInput({48000, 2, 128000, true});
+    ASSERT_TRUE(writer->startWriting());
+    writer->startSession({0, 600});
+    const auto tone = [](std::size_t) { return 0.25F; };
+    ASSERT_TRUE(input.append(soundRun(0, 480, {48000, 2, true}, tone)));
+    int refused = 0;
+    for (int i = 0; i < 1000; ++i)
+        refused += !input.append(soundRun(begin + i * 0.01, 480, {48000, 2, true}, tone));
+    EXPECT_EQ(refused, 0);
+    writer->cancelWriting();
+}
+
 TEST_F(CapturedSound, aClockThatRunsFastIsFollowedForTenMinutes) {
     // The microphone makes 48004.8 frames a second of the host's clock; its runs' times jitter by 3 ms.
     for (const double ppm : {100.0, -100.0}) {

@@ -1,10 +1,12 @@
 #include "Platform/Media/MovieFixture.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace platform::test {
 namespace {
@@ -134,6 +136,31 @@ TEST_F(VideoReading, bgraPicturesKeepTheirColours) {
     EXPECT_NEAR(pixel[2], 200, 6);
 }
 
+TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
+    const struct {
+        ColourMatrix matrix;
+        std::uint8_t white;
+    } cases[] = {{ColourMatrix::bt601Limited, 235},
+                 {ColourMatrix::bt601Full, 255},
+                 {ColourMatrix::bt709Limited, 235},
+                 {ColourMatrix::bt709Full, 255}};
+    for (const auto& c : cases) {
+        const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, 64, 48, c.matrix);
+        for (int plane = 0; plane < 3; ++plane) {
+            const Plane& samples = picture->plane(plane);
+            for (int y = 0; y < samples.height; ++y)
+                std::fill_n(samples.data + y * samples.stride, samples.width, plane == 0 ? c.white : 128);
+        }
+        auto writer = media->makeWriter(file("a.mp4"), FileType::mpeg4);
+        AssetWriterInput& input = writer->addVideoInput(smallH264);
+        ASSERT_TRUE(writer->startWriting());
+        writer->startSession({0, 600});
+        appendPatiently(input, pictureAt(0, picture));
+        ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+        EXPECT_NEAR(readFrames(file("a.mp4"), {0, 1}).at(0).luma, 235, 2) << static_cast<int>(c.matrix);
+    }
+}
+
 TEST_F(VideoReading, readsPixelFormatsAndStartOffsetsOfOtherProducers) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     struct Case {
@@ -206,7 +233,9 @@ TEST_F(VideoReading, damagedFilesEndWithoutHanging) {
 TEST_F(VideoReading, whatIsNoMovieIsNamedInTheError) {
     std::ofstream(file("notes.txt")) << "These are notes, not a movie.\n";
     std::ofstream(file("empty.mov")).flush();
-    for (const char* name : {"notes.txt", "empty.mov", "missing.mov"}) {
+    ASSERT_EQ(mkfifo(file("pipe.mov").c_str(), 0600), 0);
+    std::filesystem::create_directory(file("folder.mov"));
+    for (const char* name : {"notes.txt", "empty.mov", "missing.mov", "pipe.mov", "folder.mov"}) {
         try {
             media->asset(file(name))->loadTracks(MediaType::video);
             ADD_FAILURE() << name << " was opened";

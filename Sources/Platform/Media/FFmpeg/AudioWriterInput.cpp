@@ -8,12 +8,14 @@
 namespace platform::ffmpeg {
 namespace {
 
-constexpr double queuedSeconds = 2;
+/// Seconds of sound that may wait. In real time the sound that ends a long silence waits until the encoder
+/// has been through that silence: about four seconds for every twenty minutes of it.
+double queueLength(const AudioSettings& settings) { return settings.expectsMediaDataInRealTime ? 30 : 2; }
 
 }  // namespace
 
 AudioWriterInput::AudioWriterInput(WriterState& state, const AudioSettings& settings)
-    : WriterInput(state, queuedSeconds, "encode.audio"),
+    : WriterInput(state, queueLength(settings), "encode.audio"),
       settings_(settings),
       conformer_(settings.sampleRate, settings.channels, settings.expectsMediaDataInRealTime,
                  [this] { encodeFrames(encoder_->frame_size); }) {}

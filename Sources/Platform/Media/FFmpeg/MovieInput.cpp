@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <system_error>
 
 namespace platform::ffmpeg {
 namespace {
@@ -56,6 +57,10 @@ bool isPicture(const AVStream& stream) { return (stream.disposition & AV_DISPOSI
 MovieInput::MovieInput(const std::filesystem::path& path)
     : path_(path), interrupted_(std::make_unique<std::atomic<bool>>(false)) {
     captureLibraryLog();
+    // Opening a pipe or a device would wait where nothing can interrupt it.
+    std::error_code ignored;
+    if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored))
+        throw PlatformError("FFmpeg", AVERROR(EINVAL), "The movie " + path.string() + " is not a file.");
     const std::string sentence = "The movie " + path.string() + " cannot be opened";
     AVFormatContext* context = avformat_alloc_context();
     if (!context) throw std::bad_alloc();

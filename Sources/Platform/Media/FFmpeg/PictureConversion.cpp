@@ -75,15 +75,6 @@ PixelBuffer visiblePart(const PixelBufferRef& coded, int width, int height) {
     return PixelBuffer(PixelFormat::i420, width, height, planes, coded, coded->matrix());
 }
 
-void copyPlanes(const PixelBuffer& from, const PixelBuffer& to) {
-    for (int i = 0; i < 3; ++i) {
-        const Plane& source = from.plane(i);
-        const Plane& target = to.plane(i);
-        av_image_copy_plane(target.data, target.stride, source.data, source.stride, source.width,
-                            source.height);
-    }
-}
-
 /// A frame over a buffer's memory, which it keeps alive.
 FramePtr frameOver(const ConstPixelBufferRef& buffer) {
     FramePtr frame = makeFrame();
@@ -172,19 +163,15 @@ PixelBufferRef PictureConversion::buffer(const AVFrame& frame, PixelFormat forma
 FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer) {
     const int width = buffer->width(), height = buffer->height();
     const bool even = width % 2 == 0 && height % 2 == 0;
-    ConstPixelBufferRef picture = buffer;
-    if (buffer->format() == PixelFormat::i420 && buffer->matrix() != ColourMatrix::bt709Limited)
-        picture = scaled(*frameOver(buffer), buffer->matrix(), ColourMatrix::bt709Limited);
-    if (picture->format() == PixelFormat::i420 && even) return frameOver(picture);
+    const bool isReady =
+        buffer->format() == PixelFormat::i420 && buffer->matrix() == ColourMatrix::bt709Limited;
+    if (isReady && even) return frameOver(buffer);
 
     const int codedWidth = width + width % 2, codedHeight = height + height % 2;
     PixelBufferRef coded =
         takeFrom(coded_, PixelFormat::i420, codedWidth, codedHeight, ColourMatrix::bt709Limited);
     PixelBuffer visible = visiblePart(coded, width, height);
-    if (picture->format() == PixelFormat::i420)
-        copyPlanes(*picture, visible);
-    else
-        convertPixels(*picture, visible);
+    convertPixels(*buffer, visible);
     repeatLastLines(*coded, width, height);
     return frameOver(coded);
 }

@@ -119,7 +119,7 @@ void MpvPlayer::replaceCurrentItem(PlayerItem item) {
     duration_.reset();
     picture_.reset();
     soundEntry_ = 0;
-    soundLoaded_ = false;
+    soundLoaded_ = broken_ = false;
     seekTarget_.reset();
     flight_.reset();
     setPaused(true);
@@ -143,6 +143,7 @@ void MpvPlayer::opened(std::uint64_t item, double duration, std::shared_ptr<Audi
 
 void MpvPlayer::failed(std::uint64_t item, const PlatformError& error) {
     if (item != item_) return;
+    if (!soundLoaded_) broken_ = true;
     const auto alive = alive_;
     stop();
     if (*alive) failureObservers_.notify(error);
@@ -161,7 +162,7 @@ void MpvPlayer::setMuted(bool muted) {
 }
 
 void MpvPlayer::setRate(double rate) {
-    rate = std::max(rate, 0.0);
+    rate = broken_ ? 0 : std::max(rate, 0.0);
     if (rate == rate_) return;
     const bool statusChanges = (rate == 0) != (rate_ == 0);
     holdTime();

@@ -113,7 +113,8 @@ class MpvPlayer final : public Player {
     std::int64_t soundEntry_ = 0;    // the library's number of the item's sound; 0 until it is known
     std::int64_t startedEntry_ = 0;  // the one that the library began last
     bool soundLoaded_ = false;
-    double rate_ = 0;  // as asked for; time moves when `motion_` does
+    bool broken_ = false;  // the item could not be opened; it does not play
+    double rate_ = 0;      // as asked for; time moves when `motion_` does
     Motion motion_;
     std::optional<double> seekTarget_;
     std::optional<Flight> flight_;
