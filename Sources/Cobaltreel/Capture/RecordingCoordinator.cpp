@@ -273,12 +273,22 @@ QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {
     if (state_ == State::recording) co_await stopRecording();
     // A recording that is just beginning, or being stopped already.
     while (self && state_ != State::idle) {
-        co_await AwaitAnswer<State>(*engine->services.mainLoop,
-                                    [this](auto changed) { awaitingChange_.push_back(std::move(changed)); });
+        co_await untilStateChanges();
         if (self && state_ == State::recording) co_await stopRecording();
     }
     co_await engine->offMainThread([] {});
     if (self) quitting_ = false;
+}
+
+QCoro::Task<void> RecordingCoordinator::untilIdle() {
+    const QPointer<RecordingCoordinator> self(this);
+    while (self && state_ != State::idle) co_await untilStateChanges();
+}
+
+QCoro::Task<void> RecordingCoordinator::untilStateChanges() {
+    const auto engine = engine_;
+    co_await AwaitAnswer<State>(*engine->services.mainLoop,
+                                [this](auto changed) { awaitingChange_.push_back(std::move(changed)); });
 }
 
 void RecordingCoordinator::abandonStart() {

@@ -66,6 +66,8 @@ class RecordingCoordinator final : public RecordingChoices {
     /// Ends whatever goes on because the session does: a countdown is cancelled, a recording stopped and its
     /// files completed, without a preview. Nothing is on its way to the disk once it has returned.
     QCoro::Task<void> finishBeforeQuit();
+    /// Returns once nothing is being recorded, or about to be.
+    QCoro::Task<void> untilIdle();
 
     /// Reloads displays and windows; leaves them when they cannot be had. `refreshDevices` does not wait for
     /// the media server after it.
@@ -99,6 +101,7 @@ class RecordingCoordinator final : public RecordingChoices {
     QCoro::Task<void> streamFailed(std::string reason);
     QCoro::Task<void> tick();
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
+    QCoro::Task<void> untilStateChanges();
     void abandonStart();
     void abandonCountdown();
     void endPreview();

@@ -1,12 +1,18 @@
+#include "Cobaltreel/Capture/CameraMicRecorder.hpp"
+#include "Cobaltreel/Capture/RecordingCoordinator.hpp"
+#include "Cobaltreel/Capture/RecordingFiles.hpp"
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/CommandLine/HostServices.hpp"
 #include "Cobaltreel/CommandLine/Interrupt.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
-#include "Cobaltreel/CommandLine/Take.hpp"
+#include "Cobaltreel/CommandLine/TerminalSurroundings.hpp"
+#include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
 #include <QCoreApplication>
-#include <exception>
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -15,10 +21,19 @@ namespace cobaltreel {
 
 namespace {
 
+using State = RecordingCoordinator::State;
+
 struct RecordArguments {
-    TakeOptions take;
+    std::optional<std::uint32_t> displayID;  // absent with `windowID` absent: the main display
+    std::optional<std::uint32_t> windowID;
+    std::optional<double> duration;         // seconds; absent: until stopped
     std::optional<std::string> camera;      // absent: the first one, when there is one
     std::optional<std::string> microphone;  // absent: the default one, when there is one
+    bool systemAudio = false;
+    bool autoZoom = false;
+    CameraCorner corner = CameraCorner::bottomLeft;
+    double bubbleSizeFraction = 0.24;
+    CameraStyle style = CameraStyle::bubble;
     bool noMirror = false;
     bool countdown = false;
 };
@@ -37,83 +52,157 @@ std::optional<platform::CaptureDevice> chosenDevice(const std::optional<std::str
     throw CommandError("there is no " + kind + " " + *asked + "; `cobaltreel sources` lists them");
 }
 
-void chooseDevices(const RecordArguments& arguments, platform::CaptureService& capture, TakeOptions& take) {
-    const auto devices = capture.devices();
+std::shared_ptr<platform::CaptureService> chooseDevices(const RecordArguments& arguments,
+                                                        const platform::PlatformServices& host) {
+    const auto devices = host.capture->devices();
     const auto firstCamera = devices.cameras.empty() ? std::nullopt : std::optional(devices.cameras.front());
-    take.camera = chosenDevice(arguments.camera, devices.cameras, firstCamera, "camera");
-    take.microphone =
+    const auto camera = chosenDevice(arguments.camera, devices.cameras, firstCamera, "camera");
+    const auto microphone =
         chosenDevice(arguments.microphone, devices.microphones, devices.defaultMicrophone, "microphone");
-    take.mirrorCamera = !arguments.noMirror;
-    if (const auto reason = capture.unavailable(); reason && take.systemAudio)
+    if (const auto reason = host.capture->unavailable(); reason && arguments.systemAudio)
         throw CommandError("system audio cannot be recorded: " + reason->description());
+    return std::make_shared<ChosenDevices>(host.capture, camera, microphone);
+}
+
+/// Throws when what shall be recorded is not there.
+void requireContent(const RecordArguments& arguments, platform::ScreenCaptureService& screenCapture) {
+    const auto content = screenCapture.shareableContent();
+    if (arguments.windowID) {
+        if (std::ranges::find(content.windows, *arguments.windowID, &platform::Window::windowID) ==
+            content.windows.end())
+            throw CommandError("there is no window " + std::to_string(*arguments.windowID) +
+                               "; `cobaltreel sources` lists them");
+        return;
+    }
+    if (content.displays.empty()) throw CommandError("there is no display to record");
+    if (arguments.displayID && std::ranges::find(content.displays, *arguments.displayID,
+                                                 &platform::Display::displayID) == content.displays.end())
+        throw CommandError("there is no display " + std::to_string(*arguments.displayID) +
+                           "; `cobaltreel sources` lists them");
+}
+
+RecordingServices servicesFor(const RecordArguments& arguments, const platform::PlatformServices& host,
+                              std::shared_ptr<TerminalAlerts> alerts) {
+    RecordingServices services;
+    services.clock = host.clock;
+    services.mainLoop = host.mainLoop;
+    services.media = host.media;
+    services.capture = chooseDevices(arguments, host);
+    services.screenCapture = host.screenCapture;
+    services.deviceAccess = std::make_shared<ConsentByCommand>();
+    services.desktop = host.desktop;
+    // What is said on the command line is meant for this once.
+    services.defaults = std::make_shared<platform::InMemoryUserDefaults>();
+    services.bubble = std::make_shared<NoBubble>();
+    services.windows = std::make_shared<NoWindows>();
+    services.alerts = std::move(alerts);
+    if (arguments.countdown && host.keys)
+        services.countdown =
+            std::make_shared<Countdown>(host.mainLoop, host.keys, CountdownWindow::factory(host.compositor));
+    else
+        services.countdown = std::make_shared<NoCountdown>(host.mainLoop);
+    return services;
+}
+
+QCoro::Task<void> choose(const RecordArguments& arguments, RecordingCoordinator& coordinator) {
+    coordinator.setMode(arguments.windowID ? CaptureMode::window : CaptureMode::display);
+    coordinator.setSelectedDisplayID(arguments.displayID);
+    coordinator.setSelectedWindowID(arguments.windowID);
+    coordinator.setSystemAudioEnabled(arguments.systemAudio);
+    coordinator.setAutoZoomEnabled(arguments.autoZoom);
+    coordinator.setCameraCorner(arguments.corner);
+    coordinator.setBubbleSizeFraction(arguments.bubbleSizeFraction);
+    coordinator.setCameraStyle(arguments.style);
+    coordinator.setMirrorCamera(!arguments.noMirror);
+    // A window that closes meanwhile is not replaced by the whole display.
+    if (!arguments.windowID) co_await coordinator.refreshContent();
+    coordinator.refreshDevices();
 }
 
 /// "0:07  microphone [####......]"
-std::string recordingLine(double elapsed, const Take& take, bool hasMicrophone) {
+std::string recordingLine(double elapsed, const RecordingCoordinator& coordinator) {
     std::string line = minutesAndSeconds(elapsed);
-    if (hasMicrophone) {
+    if (coordinator.selectedMic()) {
         constexpr int width = 20;
-        const int filled = static_cast<int>(take.microphoneLevel() * width);
+        const int filled = static_cast<int>(coordinator.cameraMic().currentMicLevel() * width);
         line += "  microphone [" + std::string(static_cast<std::size_t>(filled), '#') +
                 std::string(static_cast<std::size_t>(width - filled), '.') + "]";
     }
     return line + "  Ctrl-C stops";
 }
 
-/// Runs the take on the main thread's event loop and keeps what came of it.
-struct Outcome {
-    std::optional<SessionFolder> session;
-    std::exception_ptr failure;
-};
-
-QCoro::Task<void> follow(Take& take, Outcome& outcome) {
-    try {
-        outcome.session = co_await take.run();
-    } catch (...) {
-        outcome.failure = std::current_exception();
+/// One recording from its first step to the last file; ends the event loop.
+QCoro::Task<void> record(const RecordArguments& arguments, RecordingCoordinator& coordinator,
+                         platform::MainLoop& mainLoop, const Interrupt& interrupt) {
+    co_await choose(arguments, coordinator);
+    std::unique_ptr<platform::Timer> atDuration;
+    QObject::connect(&coordinator, &RecordingCoordinator::stateChanged, &coordinator, [&] {
+        if (coordinator.state() == State::recording && arguments.duration)
+            atDuration = mainLoop.scheduleOnce(*arguments.duration, [&] { coordinator.stopRecording(); });
+    });
+    if (!interrupt.happened()) {
+        coordinator.startCameraPreview();
+        coordinator.toggle();
+        co_await coordinator.untilIdle();
     }
+    co_await coordinator.finishBeforeQuit();
     QCoreApplication::quit();
 }
 
-ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
-    const auto services = hostServices();
-    TakeOptions options = arguments.take;
-    chooseDevices(arguments, *services.capture, options);
-    Take take(services, options);
-    Progress progress("Recording");
-    std::unique_ptr<Countdown> countdown;
-    if (arguments.countdown && services.keys) {
-        countdown = std::make_unique<Countdown>(services.mainLoop, services.keys,
-                                                CountdownWindow::factory(services.compositor));
-        take.countdown = [&countdown](auto onCancel, auto onDone) { countdown->run(onCancel, onDone); };
+/// Says what became of a recording that has ended.
+ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& coordinator,
+                  const TerminalAlerts& alerts, const Interrupt& interrupt,
+                  platform::ScreenCaptureService& screenCapture) {
+    if (!coordinator.session()) {
+        if (alerts.text()) throw CommandError(*alerts.text());
+        if (!interrupt.happened()) requireContent(arguments, screenCapture);
+        throw CommandError("stopped before the recording began", ExitStatus::interrupted);
     }
-    take.onDeviceMessage = [](const std::string& message) { std::cerr << "cobaltreel: " << message << '\n'; };
-    std::unique_ptr<platform::Timer> meter;
-    take.onElapsed = [&](double elapsed) {
-        // From the first second on the line lives; between the seconds it is the microphone's level that
-        // moves.
-        const double begun = services.clock->now() - elapsed;
-        meter = services.mainLoop->scheduleRepeating(0.1, [&, begun] {
-            progress.status(
-                recordingLine(services.clock->now() - begun, take, options.microphone.has_value()));
-        });
-    };
-    const auto handling = interrupt.handle([&] { services.mainLoop->post([&take] { take.requestStop(); }); });
-
-    Outcome outcome;
-    services.mainLoop->post([&] { follow(take, outcome); });
-    QCoreApplication::exec();
-    countdown.reset();
-
-    if (outcome.failure) std::rethrow_exception(outcome.failure);
-    if (!outcome.session) throw CommandError("stopped before the recording began", ExitStatus::interrupted);
-    if (!take.endReason().empty()) std::cerr << "cobaltreel: " << take.endReason() << '\n';
-    const auto frames = take.statistics();
+    const SessionFolder& session = *coordinator.session();
+    const std::string& reason = coordinator.endReason();
+    if (!coordinator.meta()->screenFirstPTS) {
+        RecordingFiles::remove(session);
+        throw CommandError("the screen gave no picture; nothing was recorded" +
+                           (reason.empty() ? std::string() : ": " + reason));
+    }
+    if (!reason.empty()) std::cerr << "cobaltreel: " << reason << '\n';
+    const auto frames = coordinator.screen().statistics();
     if (frames.dropped > 0)
         std::cerr << "cobaltreel: " << frames.dropped << " of " << frames.offered
                   << " frames were dropped because the encoder was behind\n";
-    std::cout << outcome.session->dir.string() << '\n';
+    std::cout << session.dir.string() << '\n';
     return ExitStatus::done;
+}
+
+ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
+    const auto host = hostServices();
+    AppSettings::shared();  // its language is that of the messages
+    const auto alerts = std::make_shared<TerminalAlerts>();
+    auto services = servicesFor(arguments, host, alerts);
+    requireContent(arguments, *host.screenCapture);
+    RecordingCoordinator coordinator(std::move(services));
+
+    Progress progress("Recording");
+    std::unique_ptr<platform::Timer> meter;
+    QObject::connect(&coordinator, &RecordingCoordinator::deviceMessage, [](const QString& message) {
+        std::cerr << "cobaltreel: " << message.toStdString() << '\n';
+    });
+    QObject::connect(&coordinator, &RecordingCoordinator::elapsedChanged, &coordinator, [&] {
+        // From the first second on the line lives; between the seconds it is the microphone's level that
+        // moves.
+        const double begun = host.clock->now() - coordinator.elapsed();
+        meter = host.mainLoop->scheduleRepeating(
+            0.1, [&, begun] { progress.status(recordingLine(host.clock->now() - begun, coordinator)); });
+    });
+    const auto handling =
+        interrupt.handle([&] { host.mainLoop->post([&coordinator] { coordinator.finishBeforeQuit(); }); });
+
+    std::optional<QCoro::Task<void>> recording;
+    host.mainLoop->post(
+        [&] { recording.emplace(record(arguments, coordinator, *host.mainLoop, interrupt)); });
+    QCoreApplication::exec();
+    meter.reset();
+    return report(arguments, coordinator, *alerts, interrupt, *host.screenCapture);
 }
 
 }  // namespace
@@ -122,14 +211,14 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
     auto* command =
         app.add_subcommand("record", "Record until the duration or Ctrl-C; prints the session folder");
     auto arguments = std::make_shared<RecordArguments>();
-    TakeOptions& take = arguments->take;
+    RecordArguments& take = *arguments;
     auto* display =
         command->add_option("--display", take.displayID, "Record this display; default the main one")
             ->type_name("N");
     command->add_option("--window", take.windowID, "Record this window")->type_name("ID")->excludes(display);
     command->add_option("--duration", take.duration, "Stop after so many seconds")
         ->type_name("S")
-        ->check(numberBetween(0.1, Take::longestTake));
+        ->check(numberBetween(0.1, RecordingCoordinator::longestRecording));
     command->add_option("--camera", arguments->camera, "Camera to record; default the first one there is")
         ->type_name("ID|none");
     command->add_option("--mic", arguments->microphone, "Microphone to record; default the desktop's")
