@@ -1,12 +1,19 @@
 #include "Platform/PlatformServices.hpp"
 
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
+#include "Platform/Capture/PipeWire/PipeWireDeviceAccess.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+#include "Platform/Desktop/Posix/PosixRelauncher.hpp"
+#include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
+#include "Platform/Desktop/Qt/QtStatusItem.hpp"
+#include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
+#include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
@@ -41,6 +48,8 @@ void chooseDesktop(PlatformServices& services) {
 
 }  // namespace
 
+void PlatformServices::requireDisplay() { const XcbConnection connection; }
+
 PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdentifier,
                                                const std::filesystem::path& modelsFolder) {
     UserDefaults::setStandard(std::make_shared<QtUserDefaults>());
@@ -57,6 +66,12 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
         [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
     chooseDesktop(services);
     services.fileBrowser = std::make_shared<QtFileBrowser>();
+    services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);
+    services.screenAccess = std::make_shared<XcbScreenAccess>();
+    services.systemSettings = std::make_shared<QtSystemSettings>();
+    services.relauncher = std::make_shared<PosixRelauncher>();
+    services.singleInstance = std::make_shared<PosixSingleInstance>(services.mainLoop, ownBundleIdentifier);
+    services.statusItems = std::make_shared<QtStatusItemService>(services.mainLoop);
     services.vision = std::make_shared<OpenCvVisionService>(modelsFolder);
     return services;
 }

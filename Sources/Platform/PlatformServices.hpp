@@ -2,10 +2,16 @@
 
 #include "Platform/Capture/CaptureSession.hpp"
 #include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/DeviceAccess.hpp"
 #include "Platform/Desktop/Compositor.hpp"
 #include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
+#include "Platform/Desktop/Relauncher.hpp"
+#include "Platform/Desktop/ScreenAccess.hpp"
+#include "Platform/Desktop/SingleInstance.hpp"
+#include "Platform/Desktop/StatusItem.hpp"
+#include "Platform/Desktop/SystemSettings.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -32,8 +38,17 @@ struct PlatformServices {
     std::shared_ptr<KeyGrabber> keys;        ///< null without a display server
     std::shared_ptr<Compositor> compositor;  ///< null without a display server
     std::shared_ptr<FileBrowser> fileBrowser;
+    std::shared_ptr<DeviceAccess> deviceAccess;
+    std::shared_ptr<ScreenAccess> screenAccess;
+    std::shared_ptr<SystemSettings> systemSettings;
+    std::shared_ptr<Relauncher> relauncher;
+    std::shared_ptr<SingleInstance> singleInstance;
+    std::shared_ptr<StatusItemService> statusItems;
     std::shared_ptr<VisionService> vision;  ///< may be null
 
+    /// Throws PlatformError when there is no display server for windows to be shown on. Works before the
+    /// application object exists, which could not be made then.
+    static void requireDisplay();
     /// Main thread, after the application object exists. Also makes the user's settings file the standard
     /// user defaults. `ownBundleIdentifier` is the name under which this
     /// process stands among the running applications; `modelsFolder` may hold segmentation networks.

@@ -63,6 +63,11 @@ inline const std::vector<IncludeRule> includeTable{
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
      {"std", "os", "qt-core", "qt-gui", "qt-dbus"}},
 
+    {"Platform/Desktop/Posix/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
+     {"std", "os"}},
+
     // The one place that chooses implementations.
     {"Platform/PlatformServices", false, {"Platform/"}, {"std", "os"}},
     {"Platform/PlatformServices",
@@ -77,7 +82,7 @@ inline const std::vector<IncludeRule> includeTable{
     {"Cobaltreel/Support/",
      false,
      {"Cobaltreel/Support/", "CobaltreelCore/", "Platform/Foundation/", "Platform/Imaging/",
-      "Platform/Desktop/"},
+      "Platform/Desktop/", "Platform/Capture/DeviceAccess.hpp"},
      {"std", "qt-core"}},
     {"Cobaltreel/Capture/",
      false,
@@ -95,6 +100,11 @@ inline const std::vector<IncludeRule> includeTable{
       "Platform/Foundation/", "Platform/Imaging/", "Platform/Media/", "Platform/Capture/",
       "Platform/Desktop/", "Platform/Vision/"},
      {"std", "qt-core", "qt-gui", "qcoro"}},
+    {"Cobaltreel/Shell/",
+     false,
+     {"Cobaltreel/Shell/", "Cobaltreel/UI/", "Cobaltreel/Capture/", "Cobaltreel/Support/", "CobaltreelCore/",
+      "Platform/"},
+     {"std", "qt-core", "qt-gui", "qcoro"}},
     {"Cobaltreel/CommandLine/",
      false,
      {"Cobaltreel/", "CobaltreelCore/", "Platform/"},
@@ -108,8 +118,8 @@ inline const std::vector<IncludeRule> includeTable{
 /// Folders of one library each: nobody outside may include their headers but the chooser and, where a
 /// rule above names them, a sibling of the same library.
 inline const std::vector<std::string_view> libraryFolders{
-    "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",  "Platform/Imaging/QtRaster/",
-    "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/", "Platform/Capture/Xcb/",
-    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",  "Platform/Media/Mpv/",
-    "Platform/Desktop/Qt/",
+    "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",   "Platform/Imaging/QtRaster/",
+    "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",
+    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",   "Platform/Media/Mpv/",
+    "Platform/Desktop/Qt/",       "Platform/Desktop/Posix/",
 };

@@ -12,6 +12,15 @@ class KeyGrab {
     virtual ~KeyGrab() = default;
 };
 
+/// A digit together with modifiers, and none besides.
+struct KeyChord {
+    int digit = 0;  ///< 0 … 9: the key that bears it on an ANSI keyboard, whatever the layout types there
+    bool command = false;  ///< the Super key where keyboards have no Command
+    bool option = false;   ///< the Alt key where keyboards have no Option
+
+    friend bool operator==(const KeyChord&, const KeyChord&) = default;
+};
+
 /// Takes single keys from the whole desktop, whichever window has the keyboard. Main thread.
 class KeyGrabber {
   public:
@@ -20,6 +29,10 @@ class KeyGrabber {
     /// program sees the key; all other keys go where they always go. Throws PlatformError when the key
     /// can't be had.
     virtual std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) = 0;
+    /// Calls `pressed` on the main thread, in a later turn, once for every press of the chord, whatever the
+    /// lock keys' state, also when the key is held until it repeats. No other program sees the chord. Throws
+    /// PlatformError when another program has it.
+    virtual std::unique_ptr<KeyGrab> grabChord(const KeyChord& chord, std::function<void()> pressed) = 0;
 };
 
 }  // namespace platform

@@ -10,34 +10,49 @@
 
 namespace platform {
 
-/// A keyboard on which a test presses Escape.
+/// A keyboard on which a test presses Escape or the chord that was taken.
 class ScriptedKeyGrabber final : public KeyGrabber {
   public:
     /// When set, the key is refused with this error.
     std::optional<PlatformError> refusal;
+    /// The chord that was asked for last.
+    std::optional<KeyChord> chord;
 
-    bool isGrabbed() const { return !pressed_.expired(); }
+    bool isGrabbed() const { return !escape_.expired(); }
     /// Whether anyone had taken the key.
-    bool pressEscape() {
-        if (!isGrabbed()) return false;
-        const std::function<void()> pressed = *pressed_.lock();
+    bool pressEscape() { return press(escape_); }
+    bool pressChord() { return press(chordPressed_); }
+
+    std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override {
+        return grab(escape_, std::move(pressed));
+    }
+    std::unique_ptr<KeyGrab> grabChord(const KeyChord& wanted, std::function<void()> pressed) override {
+        chord = wanted;
+        return grab(chordPressed_, std::move(pressed));
+    }
+
+  private:
+    using Callback = std::function<void()>;
+    struct Grab final : KeyGrab {
+        std::shared_ptr<Callback> pressed;
+    };
+
+    std::unique_ptr<KeyGrab> grab(std::weak_ptr<Callback>& key, Callback pressed) {
+        if (refusal) throw *refusal;
+        auto taken = std::make_unique<Grab>();
+        taken->pressed = std::make_shared<Callback>(std::move(pressed));
+        key = taken->pressed;
+        return taken;
+    }
+    static bool press(const std::weak_ptr<Callback>& key) {
+        if (key.expired()) return false;
+        const Callback pressed = *key.lock();
         pressed();
         return true;
     }
 
-    std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override {
-        if (refusal) throw *refusal;
-        auto grab = std::make_unique<Grab>();
-        grab->pressed = std::make_shared<std::function<void()>>(std::move(pressed));
-        pressed_ = grab->pressed;
-        return grab;
-    }
-
-  private:
-    struct Grab final : KeyGrab {
-        std::shared_ptr<std::function<void()>> pressed;
-    };
-    std::weak_ptr<std::function<void()>> pressed_;
+    std::weak_ptr<Callback> escape_;
+    std::weak_ptr<Callback> chordPressed_;
 };
 
 }  // namespace platform

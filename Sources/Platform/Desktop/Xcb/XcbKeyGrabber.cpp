@@ -1,97 +1,59 @@
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Foundation/NamedThread.hpp"
+#include "Platform/Desktop/Xcb/XcbEventThread.hpp"
+#include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
-#include "Platform/Foundation/UniqueFd.hpp"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <utility>
 #include <vector>
 
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <xcb/xinput.h>
 
 namespace platform {
 namespace {
 
-constexpr xcb_keysym_t escapeKeysym = 0xff1b;  // XK_Escape
-
-std::vector<xcb_keycode_t> keycodesOf(const XcbConnection& connection, xcb_keysym_t keysym) {
-    const xcb_setup_t* setup = xcb_get_setup(connection.get());
-    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const auto mapping =
-        connection.reply(xcb_get_keyboard_mapping_reply,
-                         xcb_get_keyboard_mapping(connection.get(), setup->min_keycode, count));
-    std::vector<xcb_keycode_t> keycodes;
-    if (!mapping) return keycodes;
-    const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
-    for (int key = 0; key < count; ++key) {
-        const xcb_keysym_t* first = keysyms + key * mapping->keysyms_per_keycode;
-        if (std::find(first, first + mapping->keysyms_per_keycode, keysym) !=
-            first + mapping->keysyms_per_keycode)
-            keycodes.push_back(static_cast<xcb_keycode_t>(setup->min_keycode + key));
-    }
-    return keycodes;
-}
-
-/// One grabbed key on a connection of its own, watched by a thread of its own.
 class XcbKeyGrab final : public KeyGrab {
   public:
-    XcbKeyGrab(const std::string& displayName, xcb_keysym_t keysym, std::shared_ptr<MainLoop> mainLoop,
+    XcbKeyGrab(XcbConnection connection, XcbEventThread::Filter isPress, std::shared_ptr<MainLoop> mainLoop,
                std::function<void()> pressed)
-        : connection_(displayName),
-          keycodes_(keycodesOf(connection_, keysym)),
-          wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-          mainLoop_(std::move(mainLoop)),
-          pressed_(std::make_shared<std::function<void()>>(std::move(pressed))) {
-        if (!wake_)
-            throw PlatformError("Desktop", errno, std::string("no wake-up call: ") + std::strerror(errno));
-        watchesRawKeys_ = watchRawKeys();
-        bool grabbed = !keycodes_.empty();
-        for (const xcb_keycode_t keycode : keycodes_)
-            grabbed = connection_.succeeded(xcb_grab_key_checked(connection_.get(), 0, connection_.root(),
-                                                                 XCB_MOD_MASK_ANY, keycode,
-                                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)) &&
-                      grabbed;
-        if (!grabbed && (!watchesRawKeys_ || keycodes_.empty()))
-            throw PlatformError("Desktop", 0,
-                                "The Escape key of display " + connection_.name() +
-                                    " is taken by another program; close that program's shortcut for it.");
-        thread_ = NamedThread("cobaltreel.keys", [this] { watch(); });
-    }
-
-    ~XcbKeyGrab() override {
-        pressed_.reset();
-        const std::uint64_t one = 1;
-        // An event counter at zero takes one write.
-        [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
-        thread_.join();
-    }
+        : events_(std::move(connection), "cobaltreel.keys", std::move(isPress), std::move(mainLoop),
+                  std::move(pressed)) {}
 
   private:
-    bool watchRawKeys() {
-        if (connection_.extension(xcb_input_id) == nullptr) return false;
-        // From 2.1 on raw events come through other programs' grabs.
-        const auto version = connection_.reply(xcb_input_xi_query_version_reply,
-                                               xcb_input_xi_query_version(connection_.get(), 2, 1));
-        if (!version || std::pair(version->major_version, version->minor_version) <
-                            std::pair<std::uint16_t, std::uint16_t>(2, 1))
-            return false;
-        struct {
-            xcb_input_event_mask_t head;
-            std::uint32_t mask;
-        } const wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS};
-        return connection_.succeeded(
-            xcb_input_xi_select_events_checked(connection_.get(), connection_.root(), 1, &wanted.head));
-    }
+    XcbEventThread events_;
+};
 
-    /// Whether the event is a press of this key. Each press comes twice, raw and through the grab; raw
-    /// ones are complete.
-    bool isPress(const xcb_generic_event_t& event) const {
+bool grabKey(const XcbConnection& connection, xcb_keycode_t keycode, std::uint16_t modifiers) {
+    return connection.succeeded(xcb_grab_key_checked(connection.get(), 0, connection.root(), modifiers,
+                                                     keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+}
+
+bool watchRawKeys(const XcbConnection& connection) {
+    if (connection.extension(xcb_input_id) == nullptr) return false;
+    // From 2.1 on raw events come through other programs' grabs.
+    const auto version = connection.reply(xcb_input_xi_query_version_reply,
+                                          xcb_input_xi_query_version(connection.get(), 2, 1));
+    if (!version || std::pair(version->major_version, version->minor_version) <
+                        std::pair<std::uint16_t, std::uint16_t>(2, 1))
+        return false;
+    struct {
+        xcb_input_event_mask_t head;
+        std::uint32_t mask;
+    } const wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS};
+    return connection.succeeded(
+        xcb_input_xi_select_events_checked(connection.get(), connection.root(), 1, &wanted.head));
+}
+
+/// Presses of one key with any modifiers.
+class PressOfKey {
+  public:
+    PressOfKey(std::vector<xcb_keycode_t> keycodes, bool watchesRawKeys)
+        : keycodes_(std::move(keycodes)), watchesRawKeys_(watchesRawKeys) {}
+
+    /// Each press comes twice, raw and through the grab; raw ones are complete.
+    bool operator()(XcbConnection&, const xcb_generic_event_t& event) const {
         std::uint32_t keycode = 0;
         const auto type = event.response_type & 0x7f;
         if (type == XCB_KEY_PRESS && !watchesRawKeys_) {
@@ -103,37 +65,27 @@ class XcbKeyGrab final : public KeyGrab {
         return std::find(keycodes_.begin(), keycodes_.end(), keycode) != keycodes_.end();
     }
 
-    void watch() {
-        pollfd waiting[2]{{xcb_get_file_descriptor(connection_.get()), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
-        for (;;) {
-            while (const XcbEvent event{xcb_poll_for_event(connection_.get())}) {
-                if (isPress(*event)) report();
-            }
-            if (connection_.isBroken()) return;
-            if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
-            if (waiting[1].revents != 0) return;
-        }
-    }
-
-    void report() {
-        try {
-            mainLoop_->post([weak = alive_] {
-                // Held while it runs: the callback may destroy the grab.
-                if (const auto pressed = weak.lock()) (*pressed)();
-            });
-        } catch (const std::exception&) {
-            // Out of memory for one key press: the next one may get through.
-        }
-    }
-
-    XcbConnection connection_;
+  private:
     std::vector<xcb_keycode_t> keycodes_;
-    bool watchesRawKeys_ = false;
-    UniqueFd wake_;
-    std::shared_ptr<MainLoop> mainLoop_;
-    std::shared_ptr<std::function<void()>> pressed_;
-    const std::weak_ptr<std::function<void()>> alive_{pressed_};
-    NamedThread thread_;
+    bool watchesRawKeys_;
+};
+
+/// Presses of a grabbed chord. A key held down repeats as pairs of a release and a press at one moment.
+class PressOfChord {
+  public:
+    bool operator()(XcbConnection&, const xcb_generic_event_t& event) {
+        const auto type = event.response_type & 0x7f;
+        if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return false;
+        const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
+        if (type == XCB_KEY_RELEASE) {
+            releasedAt_ = key.time;
+            return false;
+        }
+        return key.time != releasedAt_;
+    }
+
+  private:
+    xcb_timestamp_t releasedAt_ = 0;
 };
 
 }  // namespace
@@ -142,7 +94,38 @@ XcbKeyGrabber::XcbKeyGrabber(std::shared_ptr<MainLoop> mainLoop, std::string dis
     : mainLoop_(std::move(mainLoop)), displayName_(std::move(displayName)) {}
 
 std::unique_ptr<KeyGrab> XcbKeyGrabber::grabEscape(std::function<void()> pressed) {
-    return std::make_unique<XcbKeyGrab>(displayName_, escapeKeysym, mainLoop_, std::move(pressed));
+    XcbConnection connection(displayName_);
+    constexpr xcb_keysym_t escapeKeysym = 0xff1b;  // XK_Escape
+    auto keycodes = keycodesOf(connection, escapeKeysym);
+    const bool watchesRawKeys = watchRawKeys(connection);
+    bool grabbed = !keycodes.empty();
+    for (const xcb_keycode_t keycode : keycodes)
+        grabbed = grabKey(connection, keycode, XCB_MOD_MASK_ANY) && grabbed;
+    if (!grabbed && (!watchesRawKeys || keycodes.empty()))
+        throw PlatformError("Desktop", 0,
+                            "The Escape key of display " + connection.name() +
+                                " is taken by another program; close that program's shortcut for it.");
+    return std::make_unique<XcbKeyGrab>(std::move(connection),
+                                        PressOfKey(std::move(keycodes), watchesRawKeys), mainLoop_,
+                                        std::move(pressed));
+}
+
+std::unique_ptr<KeyGrab> XcbKeyGrabber::grabChord(const KeyChord& chord, std::function<void()> pressed) {
+    XcbConnection connection(displayName_);
+    const ModifierMasks masks = modifierMasks(connection);
+    const auto modifiers =
+        static_cast<std::uint16_t>((chord.command ? masks.super : 0) | (chord.option ? masks.alt : 0));
+    const xcb_keycode_t keycode = keycodeOfDigit(chord.digit);
+    for (const std::uint16_t locks : masks.statesOfLockKeys()) {
+        // Giving up closes the connection, which gives the others back.
+        if (!grabKey(connection, keycode, modifiers | locks))
+            throw PlatformError("Desktop", XCB_ACCESS,
+                                std::string("The shortcut ") + (chord.option ? "Alt+" : "") +
+                                    (chord.command ? "Super+" : "") + std::to_string(chord.digit) +
+                                    " of display " + connection.name() +
+                                    " is taken by another program; free it in that program's settings.");
+    }
+    return std::make_unique<XcbKeyGrab>(std::move(connection), PressOfChord(), mainLoop_, std::move(pressed));
 }
 
 }  // namespace platform

@@ -1,0 +1,172 @@
+#include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
+
+#include "Platform/Foundation/NamedThread.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::chrono::seconds patience{2};
+constexpr int betweenTries = 20;  // milliseconds
+
+[[noreturn]] void fail(const fs::path& file, int code, const std::string& what) {
+    throw PlatformError("Desktop", code,
+                        file.string() + " " + what + ": " + std::strerror(code) +
+                            ". Check that XDG_RUNTIME_DIR names a folder of your own.");
+}
+
+/// The user's own run-time folder; without one, a folder for this user alone among the temporary files.
+fs::path runtimeFolder() {
+    if (const char* folder = std::getenv("XDG_RUNTIME_DIR"); folder != nullptr && *folder == '/')
+        return folder;
+    return fs::temp_directory_path() / ("cobaltreel-" + std::to_string(getuid()));
+}
+
+/// Makes the folder if need be. What another user could write in is refused.
+void requirePrivate(const fs::path& folder) {
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail(folder, errno, "cannot be made");
+    struct stat found {};
+    if (lstat(folder.c_str(), &found) != 0) fail(folder, errno, "cannot be read");
+    if (!S_ISDIR(found.st_mode) || found.st_uid != getuid() || (found.st_mode & 0022) != 0)
+        fail(folder, EACCES, "is not private");
+}
+
+std::string nameOfDisplay(const std::string& name) {
+    const char* display = std::getenv("DISPLAY");
+    std::string whole = name + (display == nullptr ? "" : std::string("-") + display);
+    std::replace(whole.begin(), whole.end(), '/', '_');
+    return whole;
+}
+
+sockaddr_un addressOf(const fs::path& file) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (file.native().size() >= sizeof address.sun_path) fail(file, ENAMETOOLONG, "cannot be a socket");
+    std::copy(file.native().begin(), file.native().end(), address.sun_path);
+    return address;
+}
+
+/// Datagrams: a socket that is bound takes them at once, also while its program is busy.
+UniqueFd makeSocket() { return UniqueFd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); }
+
+bool tell(const fs::path& file) {
+    const UniqueFd socket = makeSocket();
+    const sockaddr_un address = addressOf(file);
+    const char word = 1;
+    const auto sent = sendto(socket.get(), &word, sizeof word, 0, reinterpret_cast<const sockaddr*>(&address),
+                             sizeof address);
+    // A full queue: it has been told often enough.
+    return sent >= 0 || errno == EAGAIN;
+}
+
+std::optional<UniqueFd> lock(const fs::path& file) {
+    UniqueFd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!lock) fail(file, errno, "cannot be opened");
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
+    if (errno != EWOULDBLOCK) fail(file, errno, "cannot be locked");
+    return std::nullopt;
+}
+
+class Claim final : public InstanceClaim {
+  public:
+    Claim(UniqueFd lock, fs::path file, std::shared_ptr<MainLoop> mainLoop,
+          std::function<void()> startedAgain)
+        : lock_(std::move(lock)),
+          file_(std::move(file)),
+          mainLoop_(std::move(mainLoop)),
+          startedAgain_(std::make_shared<std::function<void()>>(std::move(startedAgain))),
+          socket_(makeSocket()),
+          wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        const sockaddr_un address = addressOf(file_);
+        // Whoever holds the lock owns the socket: one that is still there is of an instance that has ended.
+        unlink(file_.c_str());
+        if (!wake_ || bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+            fail(file_, errno, "cannot be listened at");
+        thread_ = NamedThread("cobaltreel.instance", [this] { listen(); });
+    }
+    ~Claim() override {
+        startedAgain_.reset();
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
+        thread_.join();
+        unlink(file_.c_str());
+    }
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+  private:
+    void listen() {
+        pollfd waiting[2]{{socket_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
+        for (;;) {
+            if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
+            if (waiting[1].revents != 0) return;
+            char word = 0;
+            bool told = false;
+            while (recv(socket_.get(), &word, sizeof word, 0) >= 0) told = true;
+            if (told) report();
+        }
+    }
+    void report() {
+        try {
+            mainLoop_->post([weak = alive_] {
+                if (const auto startedAgain = weak.lock()) (*startedAgain)();
+            });
+        } catch (const std::exception&) {
+            // Out of memory for one word: whoever starts the program once more may get through.
+        }
+    }
+
+    UniqueFd lock_;
+    fs::path file_;
+    std::shared_ptr<MainLoop> mainLoop_;
+    std::shared_ptr<std::function<void()>> startedAgain_;
+    const std::weak_ptr<std::function<void()>> alive_{startedAgain_};
+    UniqueFd socket_;
+    UniqueFd wake_;
+    NamedThread thread_;
+};
+
+}  // namespace
+
+PosixSingleInstance::PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, const std::string& name)
+    : PosixSingleInstance(std::move(mainLoop), runtimeFolder(), nameOfDisplay(name)) {}
+
+PosixSingleInstance::PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, fs::path folder,
+                                         const std::string& name)
+    : mainLoop_(std::move(mainLoop)), folder_(std::move(folder)), name_(name) {}
+
+std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void()> startedAgain) {
+    requirePrivate(folder_);
+    const fs::path lockFile = folder_ / (name_ + ".lock"), socketFile = folder_ / (name_ + ".socket");
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        if (auto held = lock(lockFile))
+            return std::make_unique<Claim>(std::move(*held), socketFile, mainLoop_, std::move(startedAgain));
+        if (tell(socketFile)) return nullptr;
+        if (std::chrono::steady_clock::now() > deadline)
+            fail(socketFile, ETIMEDOUT, "belongs to an instance that does not listen");
+        // It holds the lock and does not listen yet, or no longer.
+        poll(nullptr, 0, betweenTries);
+    }
+}
+
+}  // namespace platform

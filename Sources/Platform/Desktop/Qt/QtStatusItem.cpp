@@ -1,0 +1,127 @@
+#include "Platform/Desktop/Qt/QtStatusItem.hpp"
+
+#include "Platform/Desktop/Qt/NotifierTray.hpp"
+#include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <QGuiApplication>
+#include <QIcon>
+#include <QIconEngine>
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
+#include <QSystemTrayIcon>
+#include <algorithm>
+#include <utility>
+
+namespace platform {
+namespace {
+
+using Draw = std::function<StatusPicture(const StatusLabel&, int)>;
+
+/// Draws the label anew in whatever size a tray has.
+class LabelIcon final : public QIconEngine {
+  public:
+    LabelIcon(Draw draw, StatusLabel label) : draw_(std::move(draw)), label_(std::move(label)) {}
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
+        const StatusPicture picture = draw_(label_, std::min(size.width(), size.height()));
+        if (picture.side <= 0) return {};
+        const QImage image(reinterpret_cast<const uchar*>(picture.pixels.data()), picture.side, picture.side,
+                           QImage::Format_ARGB32_Premultiplied);
+        return QPixmap::fromImage(image.copy());
+    }
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+        const double density = painter->device()->devicePixelRatio();
+        const QPixmap drawn = pixmap((QSizeF(rect.size()) * density).toSize(), mode, state);
+        const int side = std::min(rect.width(), rect.height());
+        painter->drawPixmap(QRect(rect.center() - QPoint((side - 1) / 2, (side - 1) / 2), QSize(side, side)),
+                            drawn);
+    }
+    /// What a tray on the bus is offered.
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        return {QSize(22, 22), QSize(32, 32), QSize(48, 48), QSize(64, 64)};
+    }
+    QIconEngine* clone() const override { return new LabelIcon(*this); }
+
+  private:
+    Draw draw_;
+    StatusLabel label_;
+};
+
+class QtStatusItem final : public StatusItem {
+  public:
+    QtStatusItem(std::shared_ptr<MainLoop> mainLoop, std::string title, StatusItemActions actions)
+        : title_(QString::fromStdString(title)),
+          actions_(std::move(actions)),
+          notifierTray_([this] { follow(); }) {
+        try {
+            embeddingTray_ = std::make_unique<XcbTrayWatch>(std::move(mainLoop), [this] { follow(); });
+        } catch (const PlatformError&) {
+            // Without an X server there is only the bus.
+        }
+        if (hasTray()) show();
+    }
+
+    void setLabel(const StatusLabel& label) override {
+        if (label == label_) return;
+        label_ = label;
+        if (icon_) drawLabel();
+    }
+    bool isShown() const override { return icon_ != nullptr; }
+    std::optional<Rect> frame() const override {
+        if (!icon_) return std::nullopt;
+        const QRect place = icon_->geometry();
+        if (place.isEmpty()) return std::nullopt;
+        return Rect{static_cast<double>(place.x()), static_cast<double>(place.y()),
+                    static_cast<double>(place.width()), static_cast<double>(place.height())};
+    }
+
+  private:
+    bool hasTray() { return (embeddingTray_ && embeddingTray_->hasTray()) || notifierTray_.isThere(); }
+
+    /// An icon is made for the tray that is there: one made earlier would look for it in the wrong place.
+    void show() {
+        icon_ = std::make_unique<QSystemTrayIcon>();
+        QObject::connect(icon_.get(), &QSystemTrayIcon::activated, icon_.get(),
+                         [this](QSystemTrayIcon::ActivationReason reason) {
+                             // The first click of a double one has been told already.
+                             if (reason != QSystemTrayIcon::DoubleClick) actions_.clicked();
+                         });
+        drawLabel();
+        icon_->show();
+    }
+    void drawLabel() {
+        icon_->setIcon(QIcon(new LabelIcon(actions_.draw, label_)));
+        icon_->setToolTip(
+            label_.text.empty() ? title_ : title_ + QLatin1Char(' ') + QString::fromStdString(label_.text));
+    }
+    void follow() {
+        const bool there = hasTray();
+        if (there == isShown()) return;
+        if (there)
+            show();
+        else
+            icon_.reset();
+        actions_.shownChanged();
+    }
+
+    QString title_;
+    StatusItemActions actions_;
+    StatusLabel label_;
+    NotifierTray notifierTray_;
+    std::unique_ptr<XcbTrayWatch> embeddingTray_;
+    std::unique_ptr<QSystemTrayIcon> icon_;
+};
+
+}  // namespace
+
+QtStatusItemService::QtStatusItemService(std::shared_ptr<MainLoop> mainLoop)
+    : mainLoop_(std::move(mainLoop)) {}
+
+std::unique_ptr<StatusItem> QtStatusItemService::makeStatusItem(std::string title,
+                                                                StatusItemActions actions) {
+    return std::make_unique<QtStatusItem>(mainLoop_, std::move(title), std::move(actions));
+}
+
+}  // namespace platform

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+/// The desktop's own settings program. Main thread.
+class SystemSettings {
+  public:
+    virtual ~SystemSettings() = default;
+    /// Opens the page where the user allows what `anchor` names: "Privacy_ScreenCapture", "Privacy_Camera" or
+    /// "Privacy_Microphone". Does nothing for any other anchor, and on a desktop without such a program.
+    virtual void open(const std::string& anchor) = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Desktop/Xcb/XcbEventThread.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace platform {
+
+/// Whether a program takes icons into its tray: it holds a selection for as long as it runs. Main thread.
+class XcbTrayWatch {
+  public:
+    /// `changed` is called on the main thread when a tray came or went. An empty name means $DISPLAY. Throws
+    /// PlatformError when there is no such server.
+    XcbTrayWatch(std::shared_ptr<MainLoop> mainLoop, std::function<void()> changed,
+                 const std::string& displayName = {});
+    /// One short round trip.
+    bool hasTray();
+
+  private:
+    XcbConnection connection_;
+    XcbEventThread events_;
+};
+
+}  // namespace platform
