@@ -1,0 +1,19 @@
+#include "Cobaltreel/Support/Hotkey.hpp"
+
+#include "Platform/Foundation/PlatformError.hpp"
+
+namespace cobaltreel {
+
+bool HotkeyManager::registerChord() {
+    if (!keys_) return false;
+    try {
+        hotKey_ = keys_->grabChord(chord, [this] {
+            if (onPress) onPress();
+        });
+        return true;
+    } catch (const platform::PlatformError&) {
+        return false;
+    }
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,41 @@
+#include "Cobaltreel/Support/Permissions.hpp"
+
+#include <QPointer>
+#include <utility>
+
+namespace cobaltreel {
+
+Permissions::Permissions(PermissionServices services, QObject* parent)
+    : QObject(parent), services_(std::move(services)) {}
+
+void Permissions::refresh() {
+    publish(screenGranted_, services_.screen->preflight());
+    publish(cameraGranted_, isAuthorized(platform::MediaType::video));
+    publish(micGranted_, isAuthorized(platform::MediaType::audio));
+}
+
+void Permissions::relaunch() {
+    services_.relauncher->relaunchAfterExit();
+    services_.quit();
+}
+
+void Permissions::request(platform::MediaType type) {
+    // The answer comes on any thread.
+    services_.devices->requestAccess(type, [self = QPointer(this), mainLoop = services_.mainLoop](bool) {
+        mainLoop->post([self] {
+            if (self) self->refresh();
+        });
+    });
+}
+
+bool Permissions::isAuthorized(platform::MediaType type) {
+    return services_.devices->authorizationStatus(type) == platform::AuthorizationStatus::authorized;
+}
+
+void Permissions::publish(bool& field, bool value) {
+    Q_EMIT willChange();
+    field = value;
+    Q_EMIT changed();
+}
+
+}  // namespace cobaltreel
