@@ -21,6 +21,7 @@ QtObject {
     readonly property color secondaryText: Qt.rgba(1, 1, 1, 0.6)
     readonly property color separator: Qt.rgba(1, 1, 1, 0.12)
     readonly property color fieldBorder: Qt.rgba(1, 1, 1, 0.2)
+    readonly property color kept: Qt.rgba(1, 0.8, 0, 0.9)
     readonly property color warning: Qt.rgba(1, 0.8, 0, 1)
     readonly property color focusRing: Qt.rgba(0.42, 0.71, 1, 1)
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobaltreel.Controls
 
 /// A labelled switch; a tap on the label counts as one on the switch. With `stretch` the switch stands at
 /// the trailing edge, otherwise right behind its label.
@@ -8,6 +9,7 @@ Item {
     required property string label
     required property bool isOn
     required property bool stretch
+    property int textSize: TextSize.body
     property alias showsFocus: toggle.showsFocus
 
     signal edited(bool isOn)
@@ -24,6 +26,7 @@ Item {
         horizontalAlignment: Text.AlignLeft
         opacity: row.enabled ? 1 : 0.4
         label: row.label
+        font.pixelSize: row.textSize
         revealed: toggle.showsFocus
         Accessible.ignored: true
 

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
+
+#include <QPointer>
+#include <QQuickPaintedItem>
+
+#include <QtQml/qqmlregistration.h>
+
+namespace cobaltreel {
+
+/// The camera in a circle with a ring; the picture fills it, what does not fit is cut off.
+class CircularBubbleView : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(cobaltreel::PictureSource* source READ source WRITE setSource NOTIFY sourceChanged FINAL)
+
+  public:
+    explicit CircularBubbleView(QQuickItem* parent = nullptr);
+
+    PictureSource* source() const { return source_; }
+    void setSource(PictureSource* source);
+    void paint(QPainter* painter) override;
+
+  Q_SIGNALS:
+    void sourceChanged();
+
+  protected:
+    void geometryChange(const QRectF& now, const QRectF& before) override;
+
+  private:
+    void askForSize();
+
+    QPointer<PictureSource> source_;
+};
+
+}  // namespace cobaltreel

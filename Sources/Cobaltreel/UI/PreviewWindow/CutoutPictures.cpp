@@ -1,0 +1,73 @@
+#include "Cobaltreel/UI/PreviewWindow/CutoutPictures.hpp"
+
+#include "CobaltreelCore/PersonSegmenter.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
+
+#include <exception>
+#include <optional>
+#include <utility>
+
+namespace cobaltreel {
+namespace {
+
+constexpr double interval = 0.05;
+
+}  // namespace
+
+/// What the queue works with.
+struct CutoutPictures::Work {
+    explicit Work(std::shared_ptr<platform::VisionService> vision)
+        : segmenter(PersonSegmenter::Quality::fast, std::move(vision)) {}
+
+    PersonSegmenter segmenter;
+    platform::RenderContext context;
+
+    /// Null when nobody is known to be there.
+    platform::ConstPixelBufferRef cutOut(const platform::ConstPixelBufferRef& buffer) {
+        try {
+            auto mask = segmenter.mask(buffer);
+            if (!mask) mask = segmenter.lastMask();
+            if (!mask) return nullptr;
+            const auto person = PersonSegmenter::apply(*mask, platform::Image::fromBuffer(buffer));
+            return person ? context.makeBitmap(*person, buffer->width(), buffer->height()) : nullptr;
+        } catch (const std::exception&) {
+            return nullptr;  // the overlay keeps what it shows
+        }
+    }
+};
+
+CutoutPictures::CutoutPictures(platform::Player& player, std::shared_ptr<platform::VisionService> vision,
+                               std::shared_ptr<platform::MainLoop> mainLoop, QObject* parent)
+    : PictureSource(parent),
+      player_(player),
+      mainLoop_(std::move(mainLoop)),
+      work_(vision ? std::make_shared<Work>(std::move(vision)) : nullptr) {
+    if (work_) timer_ = mainLoop_->scheduleRepeating(interval, [this] { tick(); });
+}
+
+CutoutPictures::~CutoutPictures() = default;
+
+void CutoutPictures::setWantedSize(QSize pixels) {
+    // A mask is found better in a picture of some size.
+    if (!pixels.isEmpty()) player_.setPictureSize(2 * pixels.width(), 2 * pixels.height());
+}
+
+void CutoutPictures::tick() {
+    if (busy_) return;
+    const auto buffer = player_.picture();
+    if (!buffer || buffer == latest_) return;
+    latest_ = buffer;
+    busy_ = queue_.async(
+        [this, buffer, work = work_, mainLoop = mainLoop_, alive = std::weak_ptr<bool>(alive_)]() mutable {
+            auto person = work->cutOut(buffer);
+            mainLoop->post([this, person = std::move(person), alive] {
+                if (alive.expired()) return;
+                busy_ = false;
+                if (!person) return;
+                picture_ = imageOf(person, false);
+                Q_EMIT pictureChanged();
+            });
+        });
+}
+
+}  // namespace cobaltreel

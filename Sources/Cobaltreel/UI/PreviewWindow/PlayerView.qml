@@ -1,0 +1,193 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Cobaltreel.Controls
+import Cobaltreel.Windows
+import Cobaltreel.PreviewWindow
+
+/// The recording as it plays, its camera in a corner and the controls of a player over it. Time runs from
+/// left to right in every language.
+FocusScope {
+    id: view
+
+    required property PreviewModel model
+    readonly property bool showsControls: !model.isPlaying || hover.hovered || controls.activeFocus
+    readonly property alias screen: screen
+
+    implicitWidth: 640
+    implicitHeight: 340
+    LayoutMirroring.enabled: false
+    LayoutMirroring.childrenInherit: true
+    Accessible.role: Accessible.Pane
+    Accessible.name: S.preview
+
+    HoverHandler {
+        id: hover
+    }
+    Rectangle {
+        anchors.fill: parent
+        color: "black"
+    }
+    PictureView {
+        id: screen
+
+        objectName: "screen"
+        anchors.fill: parent
+        source: view.model.screenPictures
+        focus: true
+
+        TapHandler {
+            onTapped: {
+                screen.forceActiveFocus(Qt.MouseFocusReason);
+                view.model.togglePlay();
+            }
+        }
+    }
+    Column {
+        anchors.centerIn: parent
+        width: parent.width - 2 * 40
+        spacing: 6
+        visible: view.model.playbackProblem !== ""
+
+        ControlText {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            label: S.cannotPlay
+            font.pixelSize: TextSize.heading
+        }
+        Text {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: view.model.playbackProblem
+            textFormat: Text.PlainText
+            wrapMode: Text.Wrap
+            maximumLineCount: 6
+            elide: Text.ElideRight
+            color: Color.secondaryText
+            font.pixelSize: TextSize.small
+        }
+    }
+    Loader {
+        id: overlay
+
+        anchors.left: parent.left
+        anchors.bottom: parent.bottom
+        anchors.margins: 12
+        active: view.model.cameraPictures !== null
+        sourceComponent: view.model.cameraStyle === "cutout" ? cutout : circle
+    }
+    Component {
+        id: circle
+
+        CircularBubbleView {
+            objectName: "circularBubble"
+            width: 88
+            height: 88
+            source: view.model.cameraPictures
+            Accessible.role: Accessible.Graphic
+            Accessible.name: S.camera
+        }
+    }
+    Component {
+        id: cutout
+
+        CutoutBubbleView {
+            objectName: "cutoutBubble"
+            width: 156
+            height: 88
+            model: view.model
+            Accessible.role: Accessible.Graphic
+            Accessible.name: S.camera
+        }
+    }
+    FocusScope {
+        id: controls
+
+        anchors.left: overlay.right
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.margins: 12
+        height: 36
+        opacity: view.showsControls ? 1 : 0
+        visible: opacity > 0
+
+        Behavior on opacity {
+            NumberAnimation {
+                duration: 150
+            }
+        }
+        SmoothRectangle {
+            anchors.fill: parent
+            colour: Qt.rgba(0.1, 0.1, 0.1, 0.78)
+            radius: 9
+        }
+        MacButton {
+            id: play
+
+            objectName: "playButton"
+            anchors.left: parent.left
+            anchors.leftMargin: 6
+            anchors.verticalCenter: parent.verticalCenter
+            iconName: view.model.isPlaying ? "pause.fill" : "play.fill"
+            tip: view.model.isPlaying ? S.pause : S.play
+            fill: "transparent"
+            font.pixelSize: TextSize.heading
+            onClicked: view.model.togglePlay()
+        }
+        ControlText {
+            id: now
+
+            anchors.left: play.right
+            anchors.leftMargin: 4
+            anchors.verticalCenter: parent.verticalCenter
+            width: digits.width
+            horizontalAlignment: Text.AlignRight
+            label: view.model.mmss(view.model.position)
+            font.pixelSize: TextSize.small
+        }
+        MacSlider {
+            id: timeLine
+
+            objectName: "timeLine"
+            anchors.left: now.right
+            anchors.right: whole.left
+            anchors.margins: 10
+            anchors.verticalCenter: parent.verticalCenter
+            lowerBound: 0
+            upperBound: view.model.duration
+            value: ControlMath.clamped(view.model.position, 0, view.model.duration)
+            step: 1 / 30
+            Accessible.name: S.position
+            onEdited: value => view.model.goTo(value)
+
+            // What the trim keeps.
+            Rectangle {
+                // The way of the knob's centre.
+                readonly property real room: timeLine.width - 16
+
+                x: 8 + room * ControlMath.fraction(view.model.trimStart, 0, view.model.duration)
+                width: Math.max(2, 8 + room * ControlMath.fraction(view.model.trimEnd, 0, view.model.duration) - x)
+                y: parent.height + 1
+                height: 2
+                radius: 1
+                color: Color.kept
+            }
+        }
+        ControlText {
+            id: whole
+
+            anchors.right: parent.right
+            anchors.rightMargin: 12
+            anchors.verticalCenter: parent.verticalCenter
+            label: view.model.mmss(view.model.duration)
+            font.pixelSize: TextSize.small
+            color: Color.secondaryText
+        }
+        TextMetrics {
+            id: digits
+
+            font: now.font
+            text: view.model.mmss(view.model.duration).replace(/[0-9]/g, "0")
+        }
+    }
+}

@@ -1,0 +1,64 @@
+import QtQuick
+import Cobaltreel.Controls
+
+/// A labelled slider for one end of the kept span, with its time. The slider runs as time does, from left to
+/// right in every language.
+Item {
+    id: row
+
+    required property string label
+    required property real labelWidth
+    required property real value
+    /// The value as minutes and seconds.
+    required property string time
+    required property real lowerBound
+    required property real upperBound
+    readonly property alias labelImplicitWidth: title.implicitWidth
+
+    signal edited(real value)
+
+    implicitHeight: 20
+
+    ControlText {
+        id: title
+
+        anchors.left: parent.left
+        anchors.verticalCenter: parent.verticalCenter
+        width: row.labelWidth
+        horizontalAlignment: Text.AlignLeft
+        label: row.label
+    }
+    MacSlider {
+        id: slider
+
+        objectName: row.objectName + "Slider"
+        anchors.left: title.right
+        anchors.right: shownTime.left
+        anchors.margins: 12
+        anchors.verticalCenter: parent.verticalCenter
+        LayoutMirroring.enabled: false
+        value: row.value
+        lowerBound: row.lowerBound
+        upperBound: row.upperBound
+        step: 0.1
+        Accessible.name: row.label
+        Accessible.description: row.time
+        onEdited: value => row.edited(value)
+    }
+    ControlText {
+        id: shownTime
+
+        objectName: row.objectName + "Time"
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.max(implicitWidth, digits.width)
+        horizontalAlignment: Text.AlignRight
+        label: row.time
+    }
+    TextMetrics {
+        id: digits
+
+        font: shownTime.font
+        text: row.time.replace(/[0-9]/g, "0")
+    }
+}
