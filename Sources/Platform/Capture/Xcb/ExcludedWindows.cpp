@@ -13,6 +13,21 @@
 
 namespace platform {
 
+namespace {
+
+/// How long a window that has gone from a place may still be seen there: until the compositing manager has
+/// drawn the screen again, or the application beneath what was uncovered.
+constexpr std::chrono::milliseconds afterimage{250};
+/// Places vacated within this time and next to each other, by a window being dragged say, count as one.
+constexpr std::chrono::milliseconds oneMovement{100};
+
+PixelRect united(const PixelRect& a, const PixelRect& b) {
+    const int left = std::min(a.x, b.x), top = std::min(a.y, b.y);
+    return {left, top, std::max(a.maxX(), b.maxX()) - left, std::max(a.maxY(), b.maxY()) - top};
+}
+
+}  // namespace
+
 ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications)
     : connection_(connection), applications_(std::move(applications)), stack_(connection) {
     const bool canCompose = connection.extension(xcb_composite_id) != nullptr &&
@@ -46,12 +61,15 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
     bool isPainted = false;
     for (const auto& [id, window] : redirected_) isPainted = window->handle(event) || isPainted;
     if (isPainted) return true;
+    // The window is at the same place in each event that the stack handles.
+    const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
+    const TopLevel* topLevel = isExcluded(window) ? stack_.find(window) : nullptr;
+    const PixelRect before = topLevel && topLevel->isShown ? topLevel->bounds : PixelRect{};
     if (!stack_.handle(event)) return false;
 
-    // The window is at the same place in each of these events.
-    const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
     const bool concernsExcluded = isExcluded(window) || !kinds_.contains(window);
-    const TopLevel* topLevel = stack_.find(window);
+    topLevel = stack_.find(window);
+    if (!before.isEmpty() && !(topLevel && topLevel->isShown && topLevel->bounds == before)) vacate(before);
     if (topLevel == nullptr) {
         kinds_.erase(window);
         redirected_.erase(window);
@@ -66,6 +84,20 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
     if (!concernsExcluded) return !holes_.empty();
     ++revision_;
     return true;
+}
+
+void ExcludedWindows::vacate(const PixelRect& box) {
+    const auto now = Clock::now();
+    const auto isPartOfIt = [&](const Vacated& each) {
+        return now - each.since < oneMovement && !each.box.intersected(box).isEmpty();
+    };
+    const auto movement = std::find_if(vacated_.begin(), vacated_.end(), isPartOfIt);
+    if (movement == vacated_.end()) {
+        vacated_.push_back({box, now, now});
+    } else {
+        movement->box = united(movement->box, box);
+        movement->last = now;
+    }
 }
 
 bool ExcludedWindows::hides(const PixelRect& box) const {
@@ -102,14 +134,19 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     area_ = area;
     holes_.clear();
     int largest = 0;
-    for (const TopLevel& each : stack_.bottomToTop()) {
-        if (!each.isShown) continue;
-        const bool isLeftOut = kindOf(each.window) == Kind::leftOut;
-        const PixelRect hole = each.bounds.intersected(area);
-        if (!isLeftOut || hole.isEmpty()) continue;
+    const auto leaveOut = [&](const PixelRect& box) {
+        const PixelRect hole = box.intersected(area);
+        if (hole.isEmpty()) return;
         holes_.push_back(hole);
         largest = std::max(largest, hole.width * hole.height);
+    };
+    for (const TopLevel& each : stack_.bottomToTop()) {
+        if (!each.isShown) continue;
+        if (kindOf(each.window) == Kind::leftOut) leaveOut(each.bounds);
     }
+    std::erase_if(vacated_,
+                  [now = Clock::now()](const Vacated& each) { return now - each.last > afterimage; });
+    for (const Vacated& each : vacated_) leaveOut(each.box);
     if (holes_.empty()) {
         redirected_.clear();
         scratch_.reset();

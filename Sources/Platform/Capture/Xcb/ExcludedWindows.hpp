@@ -4,6 +4,7 @@
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
 #include "Platform/Capture/Xcb/WindowStack.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -32,10 +33,18 @@ class ExcludedWindows {
 
   private:
     enum class Kind { leftOut, shown, invisible };
+    using Clock = std::chrono::steady_clock;
+
+    /// A place that windows left out have been moved away from.
+    struct Vacated {
+        PixelRect box;
+        Clock::time_point since, last;
+    };
 
     bool isExcluded(xcb_window_t window) const;
     Kind kindOf(xcb_window_t window);
     RectList coveredOf(const TopLevel& topLevel) const;
+    void vacate(const PixelRect& box);
     bool composeHole(const PixelRect& hole, const Plane& picture);
 
     XcbConnection& connection_;
@@ -43,6 +52,7 @@ class ExcludedWindows {
     WindowStack stack_;
     std::map<xcb_window_t, Kind> kinds_;  // of those that have been shown
     std::map<xcb_window_t, std::unique_ptr<RedirectedWindow>> redirected_;
+    std::vector<Vacated> vacated_;
     PixelRect area_;
     RectList holes_;  // on the root, inside `area_`
     std::unique_ptr<SharedFrames> scratch_;
