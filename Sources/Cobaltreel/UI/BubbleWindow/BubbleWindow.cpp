@@ -1,19 +1,12 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindow.hpp"
 
-#include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
-
-#include <QBitmap>
-#include <QBrush>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPen>
 #include <QRegion>
 #include <QSurfaceFormat>
 
 namespace cobaltreel {
 namespace {
-
-const QColor ringColour = QColor::fromRgbF(212 / 255.0F, 160 / 255.0F, 23 / 255.0F, 0.9F);
 
 /// A window system takes an empty outline for none; this one lies outside of every window.
 const QRegion nothing{-2, -2, 1, 1};
@@ -36,23 +29,23 @@ BubbleWindow::BubbleWindow(CameraStyle style, bool blended) : style_(style), ble
 
 void BubbleWindow::place(const QRect& frame) {
     setGeometry(frame);
-    cutToOutline();
+    if (style_ == CameraStyle::cutout) {
+        if (picture_.isNull()) setMask(nothing);
+        return;  // the next picture brings its outline
+    }
+    const QRect whole(QPoint(), size());
+    // One more on every side: the smooth edge belongs to the circle.
+    setMask(QRegion(whole.adjusted(-1, -1, 1, 1), QRegion::Ellipse).intersected(whole));
 }
 
 void BubbleWindow::setPicture(const QImage& picture) {
-    picture_ = blended_ || style_ == CameraStyle::bubble
-                   ? picture
-                   : picture.convertToFormat(QImage::Format_ARGB32);  // the edges in their full colour
-    if (style_ == CameraStyle::cutout) cutToOutline();
+    picture_ = picture;
+    if (style_ == CameraStyle::cutout) setMask(personOutline());
+    if (!blended_) {  // the edges are seen in their full colour
+        picture_.convertTo(QImage::Format_ARGB32);
+        picture_.reinterpretAsFormat(QImage::Format_RGB32);
+    }
     update();
-}
-
-void BubbleWindow::cutToOutline() {
-    if (style_ == CameraStyle::cutout)
-        setMask(personOutline());
-    else  // one more on every side: the smooth edge belongs to the circle
-        setMask(QRegion(QRect(QPoint(), size()).adjusted(-1, -1, 1, 1), QRegion::Ellipse)
-                    .intersected(QRect(QPoint(), size())));
 }
 
 QRectF BubbleWindow::fitted() const {
@@ -83,32 +76,13 @@ QRegion BubbleWindow::personOutline() const {
 void BubbleWindow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(QRect(QPoint(), size()), blended_ ? Qt::transparent : Qt::black);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    if (style_ == CameraStyle::bubble) {
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        paintRound(painter);
-    } else if (!picture_.isNull()) {
-        painter.drawImage(fitted(), blended_ ? picture_ : picture_.convertToFormat(QImage::Format_RGB32));
-    }
-}
-
-void BubbleWindow::paintRound(QPainter& painter) const {
-    const QRectF whole(QPointF(), size());
-    painter.setPen(Qt::NoPen);
-    QBrush fill(Qt::black);
-    if (!picture_.isNull()) {
-        fill = QBrush(picture_);
-        fill.setTransform(
-            QTransform::fromScale(whole.width() / picture_.width(), whole.height() / picture_.height()));
-    }
-    painter.setBrush(fill);
-    painter.drawEllipse(whole);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(ringColour, BubbleGeometry::ringWidth));
-    constexpr double inset = BubbleGeometry::ringWidth / 2;
-    painter.drawEllipse(whole.adjusted(inset, inset, -inset, -inset));
+    const QRectF place = fitted();
+    if (place != QRectF(QPointF(), size()))
+        painter.fillRect(QRect(QPoint(), size()), blended_ ? Qt::transparent : Qt::black);
+    if (picture_.isNull()) return;
+    if (picture_.size() != (place.size() * devicePixelRatio()).toSize())
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(place, picture_);
 }
 
 void BubbleWindow::mousePressEvent(QMouseEvent* event) {

@@ -18,7 +18,7 @@ class BubbleWindow final : public QRasterWindow {
 
     /// `frame` in points.
     void place(const QRect& frame);
-    /// The round style expects a picture as large as the window in pixels, the cut-out one of any size.
+    /// Premultiplied; shown as large as fits into the window, in its middle.
     void setPicture(const QImage& picture);
 
   protected:
@@ -27,8 +27,6 @@ class BubbleWindow final : public QRasterWindow {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    void paintRound(QPainter& painter) const;
-    void cutToOutline();
     QRegion personOutline() const;
     QRectF fitted() const;
 

@@ -4,6 +4,7 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindow.hpp"
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
+#include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -33,6 +34,12 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
     panel_ = std::make_unique<BubbleWindow>(style, compositor_ && compositor_->isRunning());
     feeder().setTarget([panel = panel_.get()](const QImage& picture) { panel->setPicture(picture); });
     place(corner, diameter);
+    if (style == CameraStyle::bubble) {
+        const double density = panel_->devicePixelRatio();
+        panel_->setPicture(
+            RoundStencil((QSizeF(panel_->size()) * density).toSize(), BubbleGeometry::ringWidth * density)
+                .empty());
+    }
     panel_->show();
     panel_->raise();
 }
@@ -46,7 +53,9 @@ void BubbleWindowController::place(CameraCorner corner, double diameter) {
     const QRect visibleFrame = screen ? screen->availableGeometry() : BubbleGeometry::frameWithoutScreen;
     const QSize size = BubbleGeometry::size(diameter, style_);
     panel_->place(BubbleGeometry::frame(corner, size, visibleFrame));
-    feeder().setSize((QSizeF(size) * panel_->devicePixelRatio()).toSize());
+    const double density = panel_->devicePixelRatio();
+    feeder().setSize((QSizeF(size) * density).toSize());
+    roundFeeder_->setRingWidth(BubbleGeometry::ringWidth * density);
 }
 
 void BubbleWindowController::hide() {
@@ -56,8 +65,7 @@ void BubbleWindowController::hide() {
 }
 
 CameraBubble::FrameHandler BubbleWindowController::frameHandler() {
-    const auto& shown = style_ == CameraStyle::cutout ? cutoutFeeder_ : roundFeeder_;
-    return [feeder = std::weak_ptr(shown)](const platform::ConstPixelBufferRef& frame) {
+    return [feeder = feeder().weak_from_this()](const platform::ConstPixelBufferRef& frame) {
         if (const auto fed = feeder.lock()) fed->feed(frame);
     };
 }

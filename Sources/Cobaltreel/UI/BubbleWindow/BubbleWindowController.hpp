@@ -13,6 +13,7 @@ namespace cobaltreel {
 
 class BubbleFeeder;
 class BubbleWindow;
+class RoundFeeder;
 
 /// The floating camera bubble in a corner of the main screen. One for the whole run; main thread, but for
 /// the frame handler.
@@ -40,7 +41,7 @@ class BubbleWindowController final : public CameraBubble {
     std::shared_ptr<platform::Compositor> compositor_;
     std::unique_ptr<BubbleWindow> panel_;
     CameraStyle style_ = CameraStyle::bubble;  // of the current panel
-    std::shared_ptr<BubbleFeeder> roundFeeder_;
+    std::shared_ptr<RoundFeeder> roundFeeder_;
     std::shared_ptr<BubbleFeeder> cutoutFeeder_;  // keeps its last mask from one showing to the next
 };
 

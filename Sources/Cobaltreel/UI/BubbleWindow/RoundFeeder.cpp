@@ -48,8 +48,10 @@ void RoundFeeder::render(const platform::ConstPixelBufferRef& frame) {
     const QSize shown = size();
     if (shown.isEmpty()) return;
     const double width = shown.width(), height = shown.height();
-    if (!pool_ || pool_->width() != shown.width() || pool_->height() != shown.height())
+    if (!stencil_ || stencil_->size() != shown) {
         pool_.emplace(platform::PixelFormat::bgra, shown.width(), shown.height(), picturesAtOnce);
+        stencil_.emplace(shown, ringWidth_);
+    }
     const platform::PixelBufferRef target = pool_->createPixelBuffer();
     if (!target) return;
 
@@ -59,7 +61,9 @@ void RoundFeeder::render(const platform::ConstPixelBufferRef& frame) {
             .scaled(scale, scale)
             .translated((width - frame->width() * scale) / 2, (height - frame->height() * scale) / 2);
     context_.render(picture, *target, {0, 0, width, height});
-    hand(asImage(target, QImage::Format_RGB32));
+    QImage round = asImage(target, QImage::Format_ARGB32_Premultiplied);
+    stencil_->cut(round);
+    hand(std::move(round));
 }
 
 }  // namespace cobaltreel

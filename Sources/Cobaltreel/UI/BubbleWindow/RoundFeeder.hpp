@@ -1,18 +1,24 @@
 #pragma once
 
 #include "Cobaltreel/UI/BubbleWindow/BubbleFeeder.hpp"
+#include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
+#include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
+#include <atomic>
 #include <optional>
 
 namespace cobaltreel {
 
-/// The camera's picture for the round style: its middle, filling the bubble's square. Of the frames that
-/// arrive while one is being rendered the newest is kept.
+/// The camera's picture for the round style: its middle, filling the circle, with the ring. Of the frames
+/// that arrive while one is being rendered the newest is kept.
 class RoundFeeder final : public BubbleFeeder {
   public:
     explicit RoundFeeder(std::shared_ptr<platform::MainLoop> mainLoop) : BubbleFeeder(std::move(mainLoop)) {}
+
+    /// Of the ring in pixels, from the next size on. Any thread.
+    void setRingWidth(double pixels) { ringWidth_ = pixels; }
 
     void feed(const platform::ConstPixelBufferRef& frame) override;
 
@@ -23,10 +29,12 @@ class RoundFeeder final : public BubbleFeeder {
     std::mutex lock_;
     platform::ConstPixelBufferRef next_;
     bool busy_ = false;
+    std::atomic<double> ringWidth_{BubbleGeometry::ringWidth};
 
     // The queue's own.
     platform::RenderContext context_;
     std::optional<platform::PixelBufferPool> pool_;
+    std::optional<RoundStencil> stencil_;
 
     platform::SerialQueue queue_{"cobaltreel.bubble.round", 1};  // ends before what its work uses
 };

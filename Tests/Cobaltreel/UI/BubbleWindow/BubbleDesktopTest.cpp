@@ -1,0 +1,349 @@
+// The bubble on a real X server under a window manager, with and without a compositing manager.
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
+#include "Cobaltreel/UI/DesktopInput.hpp"
+#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/Desktop/Xcb/XcbCompositor.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QProcess>
+#include <QRasterWindow>
+#include <QTest>
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <iostream>
+#include <thread>
+#include <vector>
+
+#include <xcb/shape.h>
+
+namespace cobaltreel {
+namespace {
+
+constexpr QRgb red = qRgb(230, 40, 40), blue = qRgb(30, 60, 220);
+constexpr double diameter = 172.8;  // 0.24 of a screen 720 high
+
+bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 5000); }
+
+bool isNear(QRgb a, QRgb b, int difference = 6) {
+    return std::abs(qRed(a) - qRed(b)) <= difference && std::abs(qGreen(a) - qGreen(b)) <= difference &&
+           std::abs(qBlue(a) - qBlue(b)) <= difference;
+}
+
+/// A camera's picture of one colour.
+platform::ConstPixelBufferRef picture(QRgb colour) {
+    platform::PixelBuffer bgra(platform::PixelFormat::bgra, 1280, 720);
+    for (int y = 0; y < 720; ++y) {
+        auto* line = reinterpret_cast<QRgb*>(bgra.plane().data + std::ptrdiff_t{y} * bgra.plane().stride);
+        std::fill_n(line, 1280, colour);
+    }
+    auto camera = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::i420, 1280, 720);
+    platform::convertPixels(bgra, *camera);
+    return camera;
+}
+
+/// A window of one colour that counts the keys and clicks it gets.
+class Application final : public QRasterWindow {
+  public:
+    explicit Application(bool fullScreen) {
+        setGeometry(20, 300, 700, 400);
+        if (fullScreen)
+            showFullScreen();
+        else
+            show();
+        requestActivate();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == colour; }));
+    }
+    static constexpr QRgb colour = qRgb(90, 140, 90);
+    int keys = 0, releases = 0;
+
+  protected:
+    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
+    void keyPressEvent(QKeyEvent*) override { ++keys; }
+    void mouseReleaseEvent(QMouseEvent*) override { ++releases; }
+};
+
+enum class Desktop { plain, compositing };
+
+class BubbleDesktopTest : public ::testing::TestWithParam<Desktop> {
+  protected:
+    void SetUp() override {
+        vision->script.push_back([] {  // the left half is the person
+            auto half = gray(16, 9, 0);
+            for (int y = 0; y < 9; ++y) std::memset(half->plane().data + y * half->plane().stride, 255, 8);
+            return Masks{half};
+        });
+        if (GetParam() == Desktop::plain) return;
+        manager.start("xcompmgr", {});
+        ASSERT_TRUE(manager.waitForStarted()) << "install xcompmgr";
+        ASSERT_TRUE(waitUntil([&] { return compositor->isRunning(); }));
+    }
+    void TearDown() override {
+        bubble.hide();
+        if (manager.state() == QProcess::NotRunning) return;
+        manager.terminate();
+        EXPECT_TRUE(manager.waitForFinished());
+    }
+
+    QRect frame() const { return bubble.panel()->geometry(); }
+    bool shows(QRgb colour) {
+        return waitUntil([&] { return isNear(screenPixel(frame().center()), colour); });
+    }
+    void showRound(CameraCorner corner = CameraCorner::bottomLeft) {
+        bubble.show(corner, diameter, CameraStyle::bubble);
+        bubble.frameHandler()(picture(red));
+        ASSERT_TRUE(shows(red));
+    }
+    void tellRoot(const char* message, std::uint32_t value) {
+        auto& server = input.connection();
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = server.root();
+        event.type = server.atom(message);
+        event.data.data32[0] = value;
+        xcb_send_event(server.get(), 0, server.root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                       reinterpret_cast<const char*>(&event));
+        xcb_flush(server.get());
+    }
+    std::vector<std::uint32_t> rootValues(const char* property) {
+        auto& server = input.connection();
+        return platform::cardinals(server, server.root(), server.atom(property));
+    }
+
+    std::shared_ptr<platform::QtMainLoop> loop = std::make_shared<platform::QtMainLoop>();
+    std::shared_ptr<platform::HostClock> clock = std::make_shared<platform::HostClock>();
+    std::shared_ptr<platform::XcbCompositor> compositor = std::make_shared<platform::XcbCompositor>();
+    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    BubbleWindowController bubble{clock, loop, vision, compositor};
+    DesktopInput input;
+    QProcess manager;
+};
+
+TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
+    const Application below(false);
+    showRound();
+    EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 173, 173));
+    const QImage seen = screenPart(frame());
+    if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
+        screenPart({0, 280, 740, 440})
+            .save(QString::fromLocal8Bit(folder) +
+                  (GetParam() == Desktop::plain ? "/bubble-plain.png" : "/bubble-blended.png"));
+    const QRgb ring = qRgb(191 + 23, 144 + 4, 21 + 4);  // 90 % of the ring's colour over the picture
+    for (const QPoint at : {QPoint(1, 86), QPoint(171, 86), QPoint(86, 1), QPoint(86, 171)})
+        EXPECT_TRUE(isNear(seen.pixel(at), ring, 12))
+            << at.x() << "," << at.y() << std::hex << seen.pixel(at);
+    for (const QPoint at : {QPoint(0, 0), QPoint(172, 0), QPoint(0, 172), QPoint(172, 172), QPoint(12, 12)})
+        EXPECT_TRUE(isNear(seen.pixel(at), Application::colour)) << at.x() << "," << at.y();
+    for (const QPoint at : {QPoint(6, 86), QPoint(86, 166), QPoint(40, 40)})
+        EXPECT_TRUE(isNear(seen.pixel(at), red)) << at.x() << "," << at.y();
+
+    for (const CameraCorner corner : allCases<CameraCorner>) {
+        bubble.update(corner, 100);
+        EXPECT_TRUE(shows(red)) << rawValue(corner);
+        EXPECT_EQ(frame().size(), QSize(100, 100));
+        EXPECT_TRUE(waitUntil([&] { return !isNear(screenPixel(frame().topLeft()), red, 60); }));
+    }
+    const QPoint last = frame().center();
+    bubble.hide();
+    EXPECT_TRUE(waitUntil([&] { return !isNear(screenPixel(last), red); }));
+    bubble.hide();
+    bubble.update(CameraCorner::topLeft, 200);
+    EXPECT_EQ(bubble.panel(), nullptr);
+}
+
+TEST_P(BubbleDesktopTest, StaysAboveEverythingOnEveryDesktop) {
+    showRound();
+    const Application above(true);
+    EXPECT_TRUE(shows(red)) << "a full-screen window that came later";
+
+    auto& server = input.connection();
+    const auto window = static_cast<xcb_window_t>(bubble.panel()->winId());
+    const auto attributes =
+        server.reply(xcb_get_window_attributes_reply, xcb_get_window_attributes(server.get(), window));
+    EXPECT_TRUE(attributes->override_redirect) << "out of the window manager's hands";
+    const auto managed = rootValues("_NET_CLIENT_LIST");
+    EXPECT_EQ(std::count(managed.begin(), managed.end(), window), 0) << "no entry in a task bar";
+    const auto hints = platform::cardinals(server, window, XCB_ATOM_WM_HINTS);
+    ASSERT_GE(hints.size(), 2U);
+    EXPECT_TRUE((hints[0] & 1) != 0 && hints[1] == 0) << "asks for no keyboard";
+
+    tellRoot("_NET_NUMBER_OF_DESKTOPS", 2);
+    EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_NUMBER_OF_DESKTOPS") == std::vector{2U}; }));
+    tellRoot("_NET_CURRENT_DESKTOP", 1);
+    EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_CURRENT_DESKTOP") == std::vector{1U}; }));
+    EXPECT_TRUE(waitUntil([] { return screenPixel({700, 300}) != Application::colour; }));
+    EXPECT_TRUE(shows(red)) << "on the other desktop";
+    tellRoot("_NET_CURRENT_DESKTOP", 0);
+    tellRoot("_NET_NUMBER_OF_DESKTOPS", 1);
+    EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_NUMBER_OF_DESKTOPS") == std::vector{1U}; }));
+}
+
+TEST_P(BubbleDesktopTest, IsDraggedByItsBodyAndLeavesTheKeyboardToOthers) {
+    Application application(false);
+    showRound();
+    EXPECT_TRUE(application.isActive());
+    const QRect before = frame();
+    input.drag(before.center(), before.center() + QPoint(300, -200));
+    EXPECT_TRUE(waitUntil([&] { return frame() == before.translated(300, -200); }))
+        << frame().x() << "," << frame().y();
+    EXPECT_TRUE(shows(red));
+    input.click(frame().center());
+    input.key('a');
+    EXPECT_TRUE(waitUntil([&] { return application.keys == 1; }));
+    EXPECT_TRUE(application.isActive());
+    EXPECT_FALSE(bubble.panel()->isActive());
+
+    // A click beside the circle, inside its square, is for what is below.
+    input.drag(frame().topLeft() + QPoint(8, 8), frame().topLeft() + QPoint(108, 8));
+    EXPECT_TRUE(waitUntil([&] { return application.releases == 1; }));
+    EXPECT_EQ(frame(), before.translated(300, -200));
+}
+
+TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
+    Application below(false);
+    bubble.show(CameraCorner::bottomLeft, diameter, CameraStyle::cutout);
+    const auto handler = bubble.frameHandler();
+    EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 307, 173));
+    const QPoint person = frame().center() - QPoint(100, 0), room = frame().center() + QPoint(100, 0);
+    QTest::qWait(50);
+    EXPECT_EQ(screenPixel(person), Application::colour) << "empty before the first mask";
+
+    handler(picture(red));
+    EXPECT_TRUE(waitUntil([&] { return isNear(screenPixel(person), red); }));
+    EXPECT_EQ(screenPixel(room), Application::colour);
+    if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
+        screenPart({0, 280, 740, 440})
+            .save(QString::fromLocal8Bit(folder) +
+                  (GetParam() == Desktop::plain ? "/cutout-plain.png" : "/cutout-blended.png"));
+    const QRect before = frame();
+    input.drag(room, room + QPoint(50, -50));
+    EXPECT_TRUE(waitUntil([&] { return below.releases == 1; })) << "what is not the person lets through";
+    input.drag(person, person + QPoint(50, -50));
+    EXPECT_TRUE(waitUntil([&] { return frame() == before.translated(50, -50); })) << "only by the person";
+
+    // Another style is another window; what the old handler is given is nobody's.
+    bubble.show(CameraCorner::bottomLeft, diameter, CameraStyle::bubble);
+    handler(picture(red));
+    bubble.frameHandler()(picture(blue));
+    EXPECT_TRUE(shows(blue));
+}
+
+TEST_P(BubbleDesktopTest, ALateFrameAfterTheBubbleHasGoneIsHarmless) {
+    CameraBubble::FrameHandler round, cutout;
+    {
+        BubbleWindowController gone(clock, loop, vision, compositor);
+        gone.show(CameraCorner::topLeft, 100, CameraStyle::cutout);
+        cutout = gone.frameHandler();
+        gone.show(CameraCorner::topLeft, 100, CameraStyle::bubble);
+        round = gone.frameHandler();
+        round(picture(red));
+        cutout(picture(red));
+        gone.hide();
+        round(picture(red));
+        cutout(picture(red));
+    }
+    round(picture(red));
+    cutout(picture(red));
+    QTest::qWait(20);
+}
+
+TEST_P(BubbleDesktopTest, IsInNoRecordedPicture) {
+    QProcess scene;
+    scene.start(QStringLiteral(RIG_PROGRAMS "/RigScene"), {});
+    ASSERT_TRUE(scene.waitForReadyRead(10000));
+    constexpr QRgb magenta = qRgb(255, 0, 255);
+    std::atomic<int> leaked{0};
+    {
+        platform::XcbScreenCaptureService service({}, bundleIdentifier);
+        const auto content = service.shareableContent();
+        platform::DisplayContentFilter filter{content.displays.at(0), {}};
+        for (const auto& application : content.applications)
+            if (application.bundleIdentifier == bundleIdentifier)
+                filter.excludingApplications.push_back(application);
+        ASSERT_EQ(filter.excludingApplications.size(), 1U);
+        platform::test::Recording recording(
+            service, filter, platform::test::configurationFor(1280, 720),
+            [&](const platform::PixelBuffer& recorded, double) {
+                for (int y = 0; y < 720; y += 2)
+                    for (int x = 0; x < 1280; x += 2)
+                        leaked += isNear(platform::test::colourAt(recorded, x, y), magenta, 60);
+            });
+        ASSERT_EQ(recording.startError(), "");
+        for (const CameraCorner corner : allCases<CameraCorner>) {
+            bubble.show(corner, diameter, CameraStyle::bubble);
+            for (int i = 0; i < 5; ++i) {
+                bubble.frameHandler()(picture(magenta));
+                QTest::qWait(30);
+            }
+            EXPECT_TRUE(shows(magenta));
+            bubble.panel()->setPosition(500, 300);
+            QTest::qWait(100);
+            EXPECT_TRUE(shows(magenta));
+        }
+        EXPECT_TRUE(recording.waitForFrames(20));
+    }
+    EXPECT_EQ(leaked, 0);
+    scene.terminate();
+    EXPECT_TRUE(scene.waitForFinished());
+}
+
+TEST_P(BubbleDesktopTest, ShowsTheCameraWithinATenthOfASecondAtLittleCost) {
+    showRound();
+    auto& server = input.connection();
+    const QPoint centre = frame().center();
+    const auto pixel = [&] {
+        const auto image =
+            server.reply(xcb_get_image_reply,
+                         xcb_get_image(server.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, server.root(),
+                                       std::int16_t(centre.x()), std::int16_t(centre.y()), 1, 1, ~0U));
+        return *reinterpret_cast<const QRgb*>(xcb_get_image_data(image.get()));
+    };
+    const auto handler = bubble.frameHandler();
+    const platform::ConstPixelBufferRef pictures[]{picture(blue), picture(red)};
+    std::vector<double> latencies;  // milliseconds
+    for (int i = 0; i < 40; ++i) {
+        const double start = clock->now();
+        handler(pictures[i % 2]);
+        while (!isNear(pixel(), i % 2 ? red : blue) && clock->now() - start < 2)
+            QCoreApplication::processEvents();
+        latencies.push_back((clock->now() - start) * 1000);
+        QTest::qWait(7 + i % 5);
+    }
+    std::sort(latencies.begin(), latencies.end());
+    EXPECT_LT(latencies[latencies.size() * 9 / 10], 100) << "but for a moment in which the machine is busy";
+
+    const auto cost = [&](bool fed) {
+        std::jthread camera([&](const std::stop_token& stop) {
+            for (int i = 0; !stop.stop_requested(); ++i) {
+                if (fed) handler(pictures[i % 2]);
+                std::this_thread::sleep_for(std::chrono::microseconds(33'333));
+            }
+        });
+        const double used = platform::test::processorSeconds(), start = clock->now();
+        QTest::qWait(3000);
+        return 100 * (platform::test::processorSeconds() - used) / (clock->now() - start);
+    };
+    const double idle = cost(false), running = cost(true);
+    std::cout << "bubble: handler to screen " << latencies[latencies.size() / 2] << " ms (median), "
+              << latencies.back() << " ms (worst); 30 pictures a second cost " << running - idle
+              << " % of a core\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(On, BubbleDesktopTest, ::testing::Values(Desktop::plain, Desktop::compositing),
+                         [](const auto& on) {
+                             return std::string(on.param == Desktop::plain ? "PlainDesktop"
+                                                                           : "CompositingDesktop");
+                         });
+
+}  // namespace
+}  // namespace cobaltreel

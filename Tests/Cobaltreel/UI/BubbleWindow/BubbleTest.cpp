@@ -1,0 +1,246 @@
+#include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
+#include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
+#include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
+#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <semaphore>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace cobaltreel {
+namespace {
+
+TEST(BubbleGeometry, StandsInEachCornerOfWhatPanelsLeave) {
+    const QRect room(0, 25, 1440, 795);  // of a screen 900 high: 25 above, 80 below
+    const struct {
+        CameraStyle style;
+        CameraCorner corner;
+        double diameter;
+        QRect frame;
+    } cases[]{
+        {CameraStyle::bubble, CameraCorner::bottomRight, 180, {1236, 616, 180, 180}},
+        {CameraStyle::bubble, CameraCorner::bottomLeft, 180, {24, 616, 180, 180}},
+        {CameraStyle::bubble, CameraCorner::topRight, 180.4, {1236, 49, 180, 180}},
+        {CameraStyle::cutout, CameraCorner::topLeft, 180, {24, 49, 320, 180}},
+        {CameraStyle::cutout, CameraCorner::bottomRight, 259.2, {955, 537, 461, 259}},
+    };
+    for (const auto& each : cases)
+        EXPECT_EQ(BubbleGeometry::frame(each.corner, BubbleGeometry::size(each.diameter, each.style), room),
+                  each.frame);
+    // On a screen left of and above the main one.
+    EXPECT_EQ(BubbleGeometry::frame(CameraCorner::bottomRight, {100, 100}, {-800, -600, 800, 600}).topLeft(),
+              QPoint(-124, -124));
+}
+
+/// A frame whose pixels are `colourAt(x, y)`.
+template <typename ColourAt>
+platform::ConstPixelBufferRef frame(int width, int height, ColourAt colourAt) {
+    auto buffer = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, width, height);
+    for (int y = 0; y < height; ++y) {
+        auto* line =
+            reinterpret_cast<QRgb*>(buffer->plane().data + std::ptrdiff_t{y} * buffer->plane().stride);
+        for (int x = 0; x < width; ++x) line[x] = colourAt(x, y);
+    }
+    return buffer;
+}
+platform::ConstPixelBufferRef plain(QRgb colour) {
+    return frame(1280, 720, [=](int, int) { return colour; });
+}
+
+constexpr QRgb red = qRgb(255, 0, 0), green = qRgb(0, 255, 0), blue = qRgb(0, 0, 255);
+
+class BubbleFeederTest : public ::testing::Test {
+  protected:
+    template <typename Condition>
+    bool eventually(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            time->drain();
+            std::this_thread::yield();
+        }
+        return true;
+    }
+    void listen(BubbleFeeder& feeder, QSize size) {
+        feeder.setSize(size);
+        feeder.setTarget([this](const QImage& picture) { shown.push_back(picture); });
+    }
+
+    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
+    std::vector<QImage> shown;
+};
+
+class RoundFeederTest : public BubbleFeederTest {
+  protected:
+    std::shared_ptr<RoundFeeder> feeder = std::make_shared<RoundFeeder>(time);
+};
+
+TEST_F(RoundFeederTest, FillsTheBubbleWithTheMiddleOfThePicture) {
+    listen(*feeder, {180, 180});
+    // 280 pixels at either side belong to no bubble.
+    feeder->feed(frame(1280, 720, [](int x, int y) {
+        return x < 279 || x > 1000 ? green : y < 360 ? red : blue;
+    }));
+    ASSERT_TRUE(eventually([&] { return !shown.empty(); }));
+    const QImage& picture = shown.front();
+    EXPECT_EQ(picture.size(), QSize(180, 180));
+    for (const int x : {40, 90, 140}) {
+        EXPECT_EQ(picture.pixel(x, 40), red) << x;
+        EXPECT_EQ(picture.pixel(x, 140), blue) << x;
+    }
+    for (const QPoint corner : {QPoint(0, 0), QPoint(179, 0), QPoint(0, 179), QPoint(24, 24)})
+        EXPECT_EQ(picture.pixel(corner), 0U);
+    // The ring: nine tenths of its colour and one of the picture's.
+    EXPECT_EQ(picture.pixel(90, 1), qRgb(216, 144, 21));
+
+    feeder->setSize({64, 64});
+    feeder->feed(plain(green));
+    ASSERT_TRUE(eventually([&] { return shown.size() == 2; }));
+    EXPECT_EQ(shown.back().size(), QSize(64, 64));
+}
+
+TEST_F(RoundFeederTest, ABusyMainThreadGetsTheNewestPictureAloneAndAHiddenBubbleNone) {
+    listen(*feeder, {32, 32});
+    const auto first = plain(red), last = plain(blue);
+    for (int i = 0; i < 500; ++i) feeder->feed(i == 499 ? last : first);
+    // The main thread has had no turn so far: whatever was rendered meanwhile is one picture.
+    ASSERT_TRUE(eventually([&] { return !shown.empty() && shown.back().pixel(16, 16) == blue; }));
+    EXPECT_LE(shown.size(), 3U);
+
+    shown.clear();
+    feeder->feed(first);
+    feeder->setTarget({});
+    const std::weak_ptr gone = feeder;
+    feeder.reset();
+    time->drain();
+    EXPECT_TRUE(gone.expired());
+    EXPECT_TRUE(shown.empty());
+}
+
+class CutoutFeederTest : public BubbleFeederTest {
+  protected:
+    CutoutFeederTest() {
+        vision->script.push_back([this]() -> Masks {
+            ++begun;
+            if (holds) gate.acquire();
+            return answer();
+        });
+        listen(*feeder, {320, 180});
+    }
+    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    std::function<Masks()> answer = [] { return Masks{gray(16, 9, 255)}; };
+    std::atomic<int> begun{0};
+    std::atomic<bool> holds{false};
+    std::counting_semaphore<> gate{0};
+    std::shared_ptr<CutoutFeeder> feeder = std::make_shared<CutoutFeeder>(time, time, vision);
+};
+
+TEST_F(CutoutFeederTest, ShowsThePersonAloneAsLargeAsTheBubble) {
+    answer = [] {
+        auto half = gray(16, 9, 0);
+        for (int y = 0; y < 9; ++y) std::memset(half->plane().data + y * half->plane().stride, 255, 8);
+        return Masks{half};
+    };
+    feeder->feed(plain(red));
+    ASSERT_TRUE(eventually([&] { return !shown.empty(); }));
+    const QImage& picture = shown.front();
+    EXPECT_EQ(picture.size(), QSize(320, 180));
+    EXPECT_EQ(picture.pixel(20, 90), red);
+    EXPECT_EQ(qAlpha(picture.pixel(300, 90)), 0);
+    EXPECT_EQ(vision->levels, std::vector{ScriptedVision::QualityLevel::fast});
+}
+
+TEST_F(CutoutFeederTest, TakesTwentyFramesASecondAtMost) {
+    time->stall(10);
+    feeder->feed(plain(red));
+    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    // 30 frames a second for a second: every second one is far enough from the one taken before.
+    int taken = 1;
+    for (int i = 1; i < 30; ++i) {
+        time->stall(1.0 / 30);
+        feeder->feed(plain(red));
+        if (i % 2 == 0) ++taken;
+        ASSERT_TRUE(eventually([&] { return shown.size() == std::size_t(taken); })) << i;
+    }
+    EXPECT_EQ(begun, 15);
+}
+
+TEST_F(CutoutFeederTest, NeverTwoAtOnce) {
+    holds = true;
+    feeder->feed(plain(red));
+    ASSERT_TRUE(eventually([&] { return begun == 1; }));
+    for (int i = 0; i < 5; ++i) {
+        time->stall(0.06);
+        feeder->feed(plain(blue));
+    }
+    gate.release();
+    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    holds = false;
+    // Ready again right after the picture was handed over.
+    ASSERT_TRUE(eventually([&] {
+        time->stall(0.06);
+        feeder->feed(plain(green));
+        return begun == 2;
+    }));
+    ASSERT_TRUE(eventually([&] { return shown.size() >= 2; }));
+    EXPECT_EQ(shown.at(1).pixel(160, 90), green) << "what came meanwhile is dropped, not queued";
+}
+
+TEST_F(CutoutFeederTest, AFailureKeepsTheLastMaskAndNothingIsShownBeforeTheFirst) {
+    const auto feedAndWait = [&](int frames) {
+        time->stall(1);
+        feeder->feed(plain(red));
+        return eventually([&] { return begun == frames; });
+    };
+    answer = []() -> Masks { throw std::runtime_error("no camera today"); };
+    ::testing::internal::CaptureStderr();
+    ASSERT_TRUE(feedAndWait(1));
+    ASSERT_TRUE(eventually([&] {  // handled: the next is taken
+        time->stall(1);
+        feeder->feed(plain(red));
+        return begun >= 2;
+    }));
+    EXPECT_TRUE(shown.empty());
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+
+    feeder = std::make_shared<CutoutFeeder>(time, time, vision);
+    listen(*feeder, {320, 180});
+    std::atomic<int> asked{0};
+    answer = [&]() -> Masks {
+        if (++asked == 1) return Masks{gray(16, 9, 255)};
+        throw std::runtime_error("gone");
+    };
+    feeder->feed(plain(red));
+    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    ::testing::internal::CaptureStderr();
+    ASSERT_TRUE(eventually([&] {
+        time->stall(1);
+        feeder->feed(plain(blue));
+        return shown.size() >= 2;
+    }));
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(shown.back().pixel(160, 90), blue);
+}
+
+TEST(CutoutFeeder, WithoutVisionThereIsNothingToShow) {
+    const auto time = std::make_shared<platform::VirtualTime>();
+    const auto feeder = std::make_shared<CutoutFeeder>(time, time, nullptr);
+    feeder->setSize({320, 180});
+    feeder->setTarget([](const QImage&) { FAIL(); });
+    feeder->feed(plain(red));
+    time->drain();
+}
+
+}  // namespace
+}  // namespace cobaltreel
