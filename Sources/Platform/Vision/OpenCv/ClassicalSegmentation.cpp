@@ -23,6 +23,8 @@ constexpr float mostLikeness = 3;
 constexpr float smoothness = 4.5F;
 /// A step of the head (of the frame's width) that tells a body that moves from one that sits.
 constexpr double movingStep = 0.012;
+/// No head moves so far, in its own size, from one frame to the next.
+constexpr float strayDistance = 1.8F;
 /// Frames in a row outside the person after which a pixel is taken for the room.
 constexpr uchar settled = 3;
 /// Frames in a row after which something that newly stands in the room belongs to it.
@@ -137,6 +139,14 @@ std::optional<Head> ClassicalSegmentation::findHead(const View& view) {
             tracker_.drop();
             head.reset();
         }
+    }
+    if (head && lastHead_ &&
+        std::hypot(head->x - lastHead_->x, head->y - lastHead_->y) > strayDistance * head->size) {
+        // Another head: what was followed until now was none, and taught nothing.
+        lastHead_.reset();
+        lastMask_.setTo(0);
+        lastMatte_.release();
+        framesWithHead_ = 0;
     }
     return head;
 }

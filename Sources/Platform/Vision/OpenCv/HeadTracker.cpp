@@ -23,6 +23,9 @@ constexpr int doubtfulPatience = 8;
 constexpr float rememberedPart = 0.8F;
 /// Frames for which a head is believed without the detector seeing a face: somebody who looks away.
 constexpr int patience = 150;
+/// Frames without the detector seeing the face after which it looks for one in the whole frame: what is
+/// followed may be a picture on the wall.
+constexpr int strayPatience = 10;
 
 cv::Point2f middle(const cv::Rect& box) {
     return {static_cast<float>(box.x) + static_cast<float>(box.width) / 2,
@@ -192,6 +195,14 @@ std::optional<Head> HeadTracker::update(const cv::Mat1b& gray) {
             head_->size += (seen->size - head_->size) * 0.2F;
             seenByDetector_ = true;
             doubtfulFrames_ = 0;
+        } else if (framesUnseen_ >= strayPatience) {
+            const auto other = detect(gray, cv::Rect({0, 0}, gray.size()), smallestFace, largest, centre);
+            if (other && seenPlainly()) {
+                head_ = other;
+                velocity_ = {0, 0};
+                seenByDetector_ = true;
+                doubtfulFrames_ = 0;
+            }
         }
     }
     framesUnseen_ = seenByDetector_ ? 0 : framesUnseen_ + 1;
