@@ -144,10 +144,11 @@ CameraStream::CameraStream(Connection& connection, const Setup& setup,
         table.param_changed = [](void* self, std::uint32_t id, const spa_pod* param) {
             if (id == SPA_PARAM_Format) static_cast<CameraStream*>(self)->onFormat(param);
         };
-        table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char* error) {
-            if (state == PW_STREAM_STATE_ERROR)
-                static_cast<CameraStream*>(self)->handlers_.failed(error == nullptr ? "unknown reason"
-                                                                                    : error);
+        table.state_changed = [](void* self, pw_stream_state before, pw_stream_state state,
+                                 const char* error) {
+            const CameraStream& stream = *static_cast<CameraStream*>(self);
+            if (const auto reason = failureOf(before, state, error); reason && !stream.isEnding_)
+                stream.handlers_.failed(*reason);
         };
         return table;
     }();
@@ -165,7 +166,10 @@ CameraStream::CameraStream(Connection& connection, const Setup& setup,
     if (result < 0) throw PlatformError("PipeWire", -result, "\"" + setup.name + "\" cannot be opened.");
 }
 
-CameraStream::~CameraStream() { pw_stream_disconnect(stream_.get()); }
+CameraStream::~CameraStream() {
+    isEnding_ = true;
+    pw_stream_disconnect(stream_.get());
+}
 
 void CameraStream::onFormat(const spa_pod* param) {
     hasFormat_ = false;

@@ -58,6 +58,7 @@ class CameraStream {
     double lastTaken_ = 0;
     int unreadableInARow_ = 0;
     std::atomic<bool> mirrored_{false};
+    bool isEnding_ = false;
     StreamHandle stream_;
     Hook hook_;
 };

@@ -65,6 +65,7 @@ struct Connection::BoundNode {
     std::uint32_t id = 0;
     Proxy<pw_node> proxy;
     Hook hook;
+    std::optional<int> formatsAnswer;  // the answer after which all formats have been told
 
     Node& node() const { return owner->graph_.nodes.at(id); }
 
@@ -79,9 +80,10 @@ struct Connection::BoundNode {
                 if ((info->params[i].flags & SPA_PARAM_INFO_READ) == 0) continue;
                 node().formats.clear();
                 pw_node_enum_params(proxy.get(), 0, SPA_PARAM_EnumFormat, 0, UINT32_MAX, nullptr);
+                formatsAnswer = pw_core_sync(owner->core_.get(), PW_ID_CORE, 0);
             }
         }
-        node().detailsKnown = true;
+        if (!formatsAnswer) node().detailsKnown = true;
         owner->changed();
     }
     void onParam(std::uint32_t param, const spa_pod* value) {
@@ -208,7 +210,14 @@ void Connection::disconnect() {
 }
 
 void Connection::onCoreDone(std::uint32_t id, int sequence) {
-    if (id != PW_ID_CORE || sequence != syncSequence_ || syncsLeft_ == 0) return;
+    if (id != PW_ID_CORE) return;
+    for (const auto& [nodeID, bound] : boundNodes_) {
+        if (bound->formatsAnswer != sequence) continue;
+        bound->formatsAnswer.reset();
+        bound->node().detailsKnown = true;
+        changed();
+    }
+    if (sequence != syncSequence_ || syncsLeft_ == 0) return;
     if (--syncsLeft_ > 0) {
         syncSequence_ = pw_core_sync(core_.get(), PW_ID_CORE, sequence);
         return;

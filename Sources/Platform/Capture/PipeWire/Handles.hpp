@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include <pipewire/pipewire.h>
 
@@ -27,6 +29,13 @@ struct StreamDeleter {
     void operator()(pw_stream* stream) const { pw_stream_destroy(stream); }
 };
 using StreamHandle = std::unique_ptr<pw_stream, StreamDeleter>;
+
+/// Why a stream has ended that nobody here has ended; absent while it lives.
+inline std::optional<std::string> failureOf(pw_stream_state before, pw_stream_state now, const char* error) {
+    const bool isRefused = now == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED;
+    if (now != PW_STREAM_STATE_ERROR && !isRefused) return std::nullopt;
+    return error == nullptr ? "unknown reason" : error;
+}
 
 /// A listener's place in a list of listeners; leaves the list when destroyed.
 class Hook {

@@ -20,6 +20,8 @@ PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<Connection> conne
     : connection_(std::move(connection)) {
     const LoopLock lock(connection_->threadLoop());
     retry_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
+        if (camera_.hasFailed) cameraStream_.reset();
+        if (microphone_.hasFailed) microphoneStream_.reset();
         camera_.hasFailed = microphone_.hasFailed = false;
         reconcile();
     });

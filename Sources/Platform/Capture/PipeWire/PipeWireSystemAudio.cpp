@@ -41,7 +41,7 @@ PipeWireSystemAudio::PipeWireSystemAudio(std::shared_ptr<Connection> connection)
     : connection_(std::move(connection)) {
     const LoopLock lock(connection_->threadLoop());
     retry_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
-        hasFailed_ = false;
+        if (std::exchange(hasFailed_, false)) disconnected();
         graphChanged();
     });
     relink_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {

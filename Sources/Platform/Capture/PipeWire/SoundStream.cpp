@@ -56,9 +56,11 @@ SoundStream::SoundStream(Connection& connection, const Setup& setup, Receiver re
         pw_stream_events table{};
         table.version = PW_VERSION_STREAM_EVENTS;
         table.process = [](void* self) { static_cast<SoundStream*>(self)->takeFromGraph(); };
-        table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char* error) {
-            if (state == PW_STREAM_STATE_ERROR)
-                static_cast<SoundStream*>(self)->failed_(error == nullptr ? "unknown reason" : error);
+        table.state_changed = [](void* self, pw_stream_state before, pw_stream_state state,
+                                 const char* error) {
+            const SoundStream& stream = *static_cast<SoundStream*>(self);
+            if (const auto reason = failureOf(before, state, error); reason && !stream.isEnding_)
+                stream.failed_(*reason);
         };
         return table;
     }();
@@ -79,6 +81,7 @@ SoundStream::SoundStream(Connection& connection, const Setup& setup, Receiver re
 }
 
 SoundStream::~SoundStream() {
+    isEnding_ = true;
     // Ends the graph's use of this object before any of it goes.
     pw_stream_disconnect(stream_.get());
 }

@@ -59,6 +59,7 @@ class SoundStream {
     std::atomic<std::uint32_t> read_{0};     // advanced by the loop
     SoundClock clock_;
     LoopEvent ready_;
+    bool isEnding_ = false;
     StreamHandle stream_;
     Hook hook_;
 };
