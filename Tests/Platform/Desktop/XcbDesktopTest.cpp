@@ -34,17 +34,25 @@ class DesktopOnScreen : public ::testing::Test {
 
 TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
     fake(XCB_MOTION_NOTIFY, 0, 300, 20);
-    EXPECT_TRUE(pointerIs(300, 700, 0));
+    EXPECT_TRUE(pointerIs(300.5, 699.5, 0));
     const struct {
         std::uint8_t button;
         std::int64_t bits;
     } cases[] = {{1, 1}, {3, 2}, {2, 4}, {8, 8}, {9, 16}, {4, 0}, {7, 0}};
     for (const auto& c : cases) {
         fake(XCB_BUTTON_PRESS, c.button);
-        EXPECT_TRUE(pointerIs(300, 700, c.bits)) << "button " << int{c.button};
+        EXPECT_TRUE(pointerIs(300.5, 699.5, c.bits)) << "button " << int{c.button};
         fake(XCB_BUTTON_RELEASE, c.button);
-        EXPECT_TRUE(pointerIs(300, 700, 0));
+        EXPECT_TRUE(pointerIs(300.5, 699.5, 0));
     }
+}
+
+TEST_F(DesktopOnScreen, APointerAtAnEdgeIsWithinItsScreen) {
+    // Where the top and the left edge count as outside, the outermost pixels must not.
+    fake(XCB_MOTION_NOTIFY, 0, 0, 0);
+    EXPECT_TRUE(pointerIs(0.5, 719.5, 0));
+    fake(XCB_MOTION_NOTIFY, 0, 1279, 719);
+    EXPECT_TRUE(pointerIs(1279.5, 0.5, 0));
 }
 
 TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
@@ -62,7 +70,7 @@ TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
     fake(XCB_MOTION_NOTIFY, 0, 510, 150);
     EXPECT_TRUE(ColourWindow::waitUntil([&] {
         const PointerState now = desktop.pointer();
-        return now.x == 10 && now.y == 570;
+        return now.x == 10.5 && now.y == 569.5;
     }));
 }
 
