@@ -10,6 +10,14 @@
 
 namespace platform {
 
+namespace {
+
+/// A window that is being resized or hidden has no contents for a moment. The overlay of a compositing
+/// manager never has any and shows nothing of its own: it is left out after so many attempts.
+constexpr int refusalsUntilLeftOut = 20;
+
+}  // namespace
+
 RectList boundingShape(const XcbConnection& connection, const TopLevel& topLevel) {
     const PixelRect whole{0, 0, topLevel.bounds.width, topLevel.bounds.height};
     if (connection.extension(xcb_shape_id) == nullptr) return {whole};
@@ -122,7 +130,8 @@ bool RedirectedWindow::draw(const PixelRect& part, const Plane& picture, int ori
                             SharedFrames& scratch, bool isTranslucent) {
     const PixelRect seen = topLevel_.bounds.intersected(part);
     if (seen.isEmpty()) return true;
-    if (contents_ == XCB_NONE && !nameContents()) return false;
+    if (contents_ == XCB_NONE && !nameContents()) return ++refusals_ > refusalsUntilLeftOut;
+    refusals_ = 0;
     if (depth_ != 24 && depth_ != 32) return true;
     const SegmentLease memory = scratch.borrow();
     if (!memory) return false;

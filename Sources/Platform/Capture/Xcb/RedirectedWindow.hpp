@@ -48,6 +48,7 @@ class RedirectedWindow {
     std::uint32_t redirection_ = 0;  // the request's sequence number: earlier paintings do not count
     int shapeEvent_ = -1;
     xcb_pixmap_t contents_ = XCB_NONE;
+    int refusals_ = 0;  // to name the contents, in a row
     int depth_ = 0;
     RectList shape_;      // relative to the outer top left
     RectList unpainted_;  // the same
