@@ -1,0 +1,172 @@
+#include "Cobaltreel/Support/Strings.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewHarness.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+namespace cobaltreel {
+namespace {
+
+using platform::PlatformError;
+
+class PreviewExportTest : public PreviewTest {
+  protected:
+    PreviewExportTest() { L::current = Language::en; }
+    ~PreviewExportTest() override { L::current = Language::he; }
+};
+
+TEST_F(PreviewExportTest, TheChoicesReachTheMovie) {
+    PreviewModel& preview = open();
+    EXPECT_TRUE(preview.filename().startsWith("Tutorial 2")) << preview.filename().toStdString();
+    preview.setTrimStart(2);
+    preview.setTrimEnd(4);
+    preview.setQuality(PreviewModel::Full);
+    preview.setFilename("  My:Demo/Take ");
+    std::vector<double> shares;
+    QObject::connect(&preview, &PreviewModel::progressChanged, [&] { shares.push_back(preview.progress()); });
+    preview.exportMovie();
+    EXPECT_TRUE(preview.exporting());
+    preview.exportMovie();  // nothing while one runs
+    settle([&] { return !preview.exporting(); });
+
+    EXPECT_EQ(preview.exportedURL(), exported("My-Demo-Take.mp4"));
+    EXPECT_TRUE(preview.hasExported());
+    ASSERT_EQ(media->writers.size(), 1U);
+    EXPECT_EQ(media->writers[0]->video.size(), 60U);
+    EXPECT_EQ(media->writers[0]->videoSettings->averageBitRate, 20'000'000);
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_EQ(preview.progress(), 1);
+    EXPECT_TRUE(alerts->alerts.empty());
+
+    // Both sounds were mixed; a second export has one, and a name of its own.
+    EXPECT_EQ(media->mixedCompositions.back().tracks().size(), 2U);
+    preview.setSystemAudio(false);
+    std::ofstream(exported("My-Demo-Take.mp4")) << "x";
+    preview.exportMovie();
+    EXPECT_FALSE(preview.isExported());
+    EXPECT_TRUE(preview.hasExported());
+    settle([&] { return !preview.exporting(); });
+    EXPECT_EQ(media->mixedCompositions.back().tracks().size(), 1U);
+    EXPECT_EQ(preview.exportedURL(), exported("My-Demo-Take-2.mp4"));
+}
+
+TEST_F(PreviewExportTest, SoundThatWasNotRecordedIsNotAskedFor) {
+    meta.systemAudioEnabled = false;
+    open().setSystemAudio(true);
+    runExport();
+    EXPECT_EQ(media->mixedCompositions.back().tracks().size(), 1U);
+}
+
+TEST_F(PreviewExportTest, ANameOfNothingIsTheProducts) {
+    for (const auto& [name, file] : {std::pair(QString(), "Cobaltreel.mp4"),
+                                     {QStringLiteral("   "), "Cobaltreel.mp4"},
+                                     {QStringLiteral("///"), "---.mp4"},
+                                     {QStringLiteral(u"הדרכה"), "הדרכה.mp4"}}) {
+        players->players.clear();
+        open().setFilename(name);
+        runExport();
+        EXPECT_EQ(model->exportedURL(), exported(file));
+    }
+}
+
+TEST_F(PreviewExportTest, CancellingIsNotAFailure) {
+    PreviewModel& preview = open();
+    media->writing.createsFile = true;
+    preview.exportMovie();
+    preview.cancel();  // likely before the run has begun
+    settle([&] { return !preview.exporting(); });
+    EXPECT_FALSE(preview.hasExported());
+
+    {
+        Gate gate(*media);
+        preview.exportMovie();
+        settle([&] { return gate.isReached.load(); });
+        preview.cancel();
+        gate.open();
+        settle([&] { return !preview.exporting(); });
+    }
+    EXPECT_FALSE(preview.isExported());
+    EXPECT_FALSE(preview.hasExported());
+    EXPECT_TRUE(alerts->alerts.empty());
+    EXPECT_TRUE(std::filesystem::is_empty(home / "Videos" / "Cobaltreel"));
+
+    media->writing = {};
+    runExport();
+    EXPECT_TRUE(preview.hasExported());
+}
+
+TEST_F(PreviewExportTest, AFailureIsSaidOnceAndMayBeRepaired) {
+    open();
+    media->writing.creationError = PlatformError("Media", 28, "the disk is full");
+    runExport();
+    ASSERT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_EQ(alerts->alerts[0].message, "Export failed. The recording is saved — you can try again");
+    EXPECT_EQ(alerts->alerts[0].informativeText, "the disk is full");
+    EXPECT_FALSE(model->hasExported());
+
+    // The pipeline's own errors are not told.
+    media->writing = {};
+    media->movies[folder.screenMovie()].readerStarts = false;
+    runExport();
+    EXPECT_FALSE(model->isExported());
+    EXPECT_EQ(alerts->alerts.size(), 1U);
+
+    media->movies[folder.screenMovie()].readerStarts = true;
+    runExport();
+    EXPECT_TRUE(model->isExported());
+}
+
+TEST_F(PreviewExportTest, TheRemainingTimeIsToldOnceItIsKnown) {
+    PreviewModel& preview = open();
+    Gate gate(*media);
+    preview.exportMovie();
+    settle([&] { return gate.isReached.load(); });
+    time->stall(30);
+    EXPECT_EQ(preview.timeLeft(), "") << "after no frame nothing is known";
+    media->writing.onVideoAppend = [](std::size_t count) {
+        if (count == 60) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    };
+    gate.open();
+    QString told;
+    QObject::connect(&preview, &PreviewModel::progressChanged, [&] {
+        if (told.isEmpty()) told = preview.timeLeft();
+    });
+    settle([&] { return !preview.exporting(); });
+    EXPECT_TRUE(told.endsWith(" left")) << told.toStdString();
+    EXPECT_EQ(preview.timeLeft(), "");
+}
+
+TEST_F(PreviewExportTest, DestroyedInTheMiddleOfAnExport) {
+    Gate gate(*media);
+    media->writing.createsFile = true;
+    open().exportMovie();
+    settle([&] { return gate.isReached.load(); });
+    std::thread releaser([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        gate.open();
+    });
+    model.reset();
+    releaser.join();
+    time->drain();
+    EXPECT_TRUE(std::filesystem::is_empty(home / "Videos" / "Cobaltreel"));
+}
+
+TEST_F(PreviewExportTest, AFileThatCannotBeShownIsNamed) {
+    open().showInFinder();
+    EXPECT_TRUE(fileBrowser->revealed.empty()) << "there is none yet";
+    model->setFilename("Take");
+    runExport();
+    model->showInFinder();
+    EXPECT_EQ(fileBrowser->revealed, std::vector{exported("Take.mp4")});
+    EXPECT_TRUE(alerts->alerts.empty());
+    fileBrowser->error = PlatformError("FileBrowser", 1, "no file manager");
+    model->showInFinder();
+    ASSERT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_EQ(alerts->alerts[0].informativeText.toStdString(), exported("Take.mp4").string());
+}
+
+}  // namespace
+}  // namespace cobaltreel

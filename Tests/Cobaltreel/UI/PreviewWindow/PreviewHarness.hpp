@@ -1,0 +1,102 @@
+#pragma once
+
+#include "Cobaltreel/Export/ExportFixture.hpp"
+#include "Cobaltreel/Support/ScriptedAlerts.hpp"
+#include "Cobaltreel/Support/TemporaryHome.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
+#include "Platform/Desktop/ScriptedFileBrowser.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+#include "Platform/Media/ScriptedMedia.hpp"
+#include "Platform/Media/ScriptedPlayer.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace cobaltreel {
+
+/// A session of ten seconds with everything in it, and a preview of it in virtual time.
+class PreviewTest : public TemporaryHome {
+  protected:
+    PreviewTest() {
+        setVariable("XDG_VIDEOS_DIR", (home / "Videos").string());
+        meta.version = 1;
+        meta.captureWidthPx = meta.captureHeightPx = 4;
+        meta.displayFramePoints = {0, 0, 4, 4};
+        meta.scaleFactor = 1;
+        meta.screenFirstPTS = 100;
+        meta.cameraFirstPTS = 99.5;
+        meta.recordingEndHostTime = 110;
+        meta.cameraEnabled = meta.systemAudioEnabled = true;
+        meta.bubbleSizeFraction = 0.24;
+        auto& screen = media->movies[folder.screenMovie()] = platform::ScriptedMovie::withFrames(300, 30);
+        screen.sound = {0, 10};
+        auto& camera = media->movies[folder.cameraMovie()] = platform::ScriptedMovie::withFrames(270, 30);
+        camera.sound = {0, 9};
+        players->script.duration = 10;
+    }
+
+    PreviewServices services() const { return {players, media, nullptr, fileBrowser, alerts, time, time}; }
+    PreviewModel& open() {
+        model = std::make_unique<PreviewModel>(folder, meta, services());
+        if (!players->players.empty())
+            settle([&] { return main().hasCurrentItem() && players->script.openDelay == 0; });
+        time->advance(0.01);
+        return *model;
+    }
+    platform::ScriptedPlayer& main() { return *players->players.at(0); }
+    platform::ScriptedPlayer& camera() { return *players->players.at(1); }
+
+    /// Runs what other threads post until the condition holds.
+    void settle(const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        for (time->drain(); !condition(); time->drain()) {
+            if (std::chrono::steady_clock::now() > deadline) FAIL() << "this does not come";
+            std::this_thread::yield();
+        }
+    }
+    void runExport() {
+        model->exportMovie();
+        settle([&] { return !model->exporting(); });
+    }
+    std::filesystem::path exported(const std::string& name) const {
+        return home / "Videos" / "Cobaltreel" / name;
+    }
+
+    /// Holds the export's thread at its first frame.
+    class Gate {
+      public:
+        explicit Gate(platform::ScriptedMedia& scripted) {
+            scripted.writing.onVideoAsk = [this](std::size_t) {
+                if (!isReached.exchange(true)) opened_.wait();
+            };
+        }
+        ~Gate() { open(); }
+        void open() {
+            if (!isOpen_) open_.set_value();
+            isOpen_ = true;
+        }
+        std::atomic<bool> isReached{false};
+
+      private:
+        bool isOpen_ = false;
+        std::promise<void> open_;
+        std::future<void> opened_ = open_.get_future();
+    };
+
+    SessionFolder folder{home / "session"};
+    SessionMeta meta;
+    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
+    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    std::shared_ptr<platform::ScriptedPlayerService> players =
+        std::make_shared<platform::ScriptedPlayerService>(*time, *time);
+    std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
+        std::make_shared<platform::ScriptedFileBrowser>();
+    std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
+    std::unique_ptr<PreviewModel> model;
+};
+
+}  // namespace cobaltreel
