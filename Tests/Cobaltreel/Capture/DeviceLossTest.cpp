@@ -1,0 +1,270 @@
+// Movies written while devices come and go, by the real recorders against the rig's media server, read back.
+// Every device flashes or beeps at each half second of the host clock, so that any time can be checked.
+#include "Cobaltreel/Capture/CameraMicRecorder.hpp"
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
+#include "Platform/Capture/PipeWire/MediaHarness.hpp"
+#include "Platform/Capture/ScriptedScreenCapture.hpp"
+#include "Platform/Capture/SystemAudioCapture.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Rig/BeepFinder.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+namespace cobaltreel {
+namespace {
+
+using platform::CaptureEvent;
+using platform::MediaType;
+using platform::TimeRange;
+using rig::startDevice;
+using ::testing::SizeIs;
+
+constexpr double betweenInstants = 0.5;  // seconds
+/// How far a sighting may be from its instant: a picture of the camera, and then some on a busy machine.
+constexpr double tolerance = 0.08;
+/// What a device needs to come back, at most.
+constexpr double changeTime = 1.2;
+
+double distanceToInstant(double time) {
+    return std::abs(time - std::round(time / betweenInstants) * betweenInstants);
+}
+
+class DeviceLossTest : public rig::MediaTest {
+  protected:
+    DeviceLossTest() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "cobaltreel-XXXXXX").string();
+        folder = mkdtemp(pattern.data());
+        recorder.onDeviceEvent = [this](const CaptureEvent& event) { events.push_back(event); };
+    }
+    ~DeviceLossTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    }
+
+    static std::vector<std::string> eachInstant(std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--every", std::to_string(betweenInstants)});
+        return arguments;
+    }
+    std::unique_ptr<rig::ChildProcess> plugInCamera() { return startDevice("RigCamera", eachInstant({})); }
+    std::unique_ptr<rig::ChildProcess> plugInMicrophone() {
+        return startDevice("RigTone", eachInstant({"--microphone"}));
+    }
+    /// The rig's microphone has no clock of its own, as hardware has: beside a camera it runs by that of a
+    /// speaker in use.
+    std::unique_ptr<rig::ChildProcess> startPlaying() {
+        return startDevice("RigTone", eachInstant({"--speaker", "--channels", "2"}));
+    }
+
+    /// Lets the main thread's work and the screen go on until something is so; false after fifteen seconds.
+    template <typename Condition>
+    bool eventually(Condition condition) {
+        const double limit = now() + 15;
+        double shown = 0;
+        while (!condition()) {
+            if (now() > limit) return false;
+            mainLoop->drain();
+            if (!screenCapture->streams.empty() && now() - shown > 0.05) {
+                shown = now();
+                screenCapture->streams.back()->deliverFrame(shown);
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
+    }
+    void pass(double seconds) {
+        eventually([this, until = now() + seconds] { return now() >= until; });
+    }
+    void await(QCoro::Task<void> task) {
+        bool done = false;
+        const auto follow = [&]() -> QCoro::Task<void> {
+            co_await task;
+            done = true;
+        };
+        const auto following = follow();
+        ASSERT_TRUE(eventually([&] { return done; })) << "the operation does not end";
+    }
+    bool isTold(CaptureEvent::Kind kind, std::size_t times = 1) {
+        return eventually([&] {
+            return static_cast<std::size_t>(std::ranges::count(events, kind, &CaptureEvent::kind)) >= times;
+        });
+    }
+    void beginTake() {
+        ASSERT_TRUE(isListed("rig.camera"));
+        ASSERT_TRUE(isListed("rig.microphone"));
+        recorder.startPreview(camera(), microphone(), false);
+        await(recorder.beginWriting(folder / "camera.mov"));
+        const auto both = [&] {
+            const auto written = recorder.statistics();
+            return written.picturesWritten > 5 && written.soundsWritten > 5;
+        };
+        ASSERT_TRUE(eventually(both));
+        pass(2);
+    }
+
+    /// Host-clock times of the pictures, and of those with which a flash begins.
+    struct Pictures {
+        std::vector<double> times, flashes;
+    };
+    Pictures pictures() {
+        Pictures found;
+        const auto asset = media->asset(folder / "camera.mov");
+        const auto tracks = asset->loadTracks(MediaType::video);
+        if (tracks.empty()) return found;
+        const auto reader = media->makeTrackReader(asset, tracks[0], {0, 3600}, platform::PixelFormat::i420);
+        EXPECT_TRUE(reader->startReading());
+        bool wasFlashing = true;
+        while (const auto sample = reader->copyNextSampleBuffer()) {
+            const double time = *recorder.firstPTS() + sample->presentationTime.seconds();
+            const auto reading = rig::readPicture(*sample->image);
+            EXPECT_TRUE(reading) << "a picture that is not the camera's, at " << time;
+            if (!reading) continue;
+            const bool follows = !found.times.empty() && time - found.times.back() < 0.1;
+            if (reading->flash && !wasFlashing && follows) found.flashes.push_back(time);
+            wasFlashing = reading->flash;
+            found.times.push_back(time);
+        }
+        EXPECT_EQ(reader->status(), platform::AssetReader::Status::completed);
+        return found;
+    }
+    /// Host-clock times of the beeps of a movie whose first sample is of `firstPTS`.
+    std::vector<double> beeps(const char* movie, double firstPTS) {
+        const auto asset = media->asset(folder / movie);
+        const auto tracks = asset->loadTracks(MediaType::audio);
+        if (tracks.empty()) return {};
+        platform::Composition composition;
+        composition.addMutableTrack(MediaType::audio)
+            .insertTimeRange({0, tracks[0].timeRange.end}, asset, tracks[0], 0);
+        const auto reader = media->makeAudioMixReader(composition);
+        EXPECT_TRUE(reader->startReading());
+        rig::BeepFinder finder(0.15F);
+        while (const auto sample = reader->copyNextSampleBuffer()) finder.add(*sample);
+        EXPECT_EQ(reader->status(), platform::AssetReader::Status::completed);
+        std::vector<double> times;
+        for (const double start : finder.starts()) times.push_back(firstPTS + start);
+        return times;
+    }
+
+    /// Every sighting is at an instant, and every instant of the take is sighted but those of the gap.
+    static void expectInstants(const std::vector<double>& seen, TimeRange take,
+                               std::optional<TimeRange> gap) {
+        for (const double time : seen) {
+            EXPECT_LT(distanceToInstant(time), tolerance) << "at " << time;
+            EXPECT_FALSE(gap && time > gap->start + 0.1 && time < gap->end) << "in the gap, at " << time;
+        }
+        for (double instant = std::ceil((take.start + 0.3) / betweenInstants) * betweenInstants;
+             instant < take.end - 0.3; instant += betweenInstants) {
+            if (gap && instant > gap->start - 0.2 && instant < gap->end + changeTime) continue;
+            EXPECT_TRUE(
+                std::ranges::any_of(seen, [&](double time) { return std::abs(time - instant) < tolerance; }))
+                << "nothing at " << instant;
+        }
+    }
+    static void expectGap(const std::vector<double>& times, TimeRange gap) {
+        for (const double time : times)
+            EXPECT_FALSE(time > gap.start + 0.2 && time < gap.end - 0.05) << "a picture in the gap";
+    }
+
+    std::shared_ptr<platform::CaptureService> devices{std::shared_ptr<void>(), &service};
+    std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
+    std::shared_ptr<platform::VirtualTime> mainLoop = std::make_shared<platform::VirtualTime>();
+    std::shared_ptr<platform::ScriptedScreenCapture> screenCapture =
+        std::make_shared<platform::ScriptedScreenCapture>();
+    std::filesystem::path folder;
+    std::vector<CaptureEvent> events;
+    CameraMicRecorder recorder{devices, media, mainLoop};
+};
+
+TEST_F(DeviceLossTest, ACameraUnpluggedLeavesAGapInThePictureAlone) {
+    const auto player = startPlaying();
+    auto cameraDevice = plugInCamera();
+    const auto microphoneDevice = plugInMicrophone();
+    beginTake();
+    TimeRange gap{now(), 0};
+    cameraDevice.reset();
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::lost));
+    pass(1.5);
+    gap.end = now();
+    cameraDevice = plugInCamera();
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::returned));
+    pass(2.5);
+    const double end = now();
+    await(recorder.stop());
+
+    EXPECT_FALSE(recorder.writingError());
+    ASSERT_THAT(events, SizeIs(2));
+    EXPECT_EQ(events[0].device, camera());
+    const auto seen = pictures();
+    expectGap(seen.times, gap);
+    expectInstants(seen.flashes, {*recorder.firstPTS(), end}, gap);
+    expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end}, std::nullopt);
+}
+
+TEST_F(DeviceLossTest, AMicrophoneUnpluggedLeavesAGapInTheSoundAlone) {
+    const auto player = startPlaying();
+    const auto cameraDevice = plugInCamera();
+    auto microphoneDevice = plugInMicrophone();
+    beginTake();
+    TimeRange gap{now(), 0};
+    microphoneDevice.reset();
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::lost));
+    pass(1.5);
+    gap.end = now();
+    microphoneDevice = plugInMicrophone();
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::returned));
+    pass(2.5);
+    const double end = now();
+    await(recorder.stop());
+
+    EXPECT_FALSE(recorder.writingError());
+    ASSERT_THAT(events, SizeIs(2));
+    EXPECT_EQ(events[0].device, microphone());
+    expectInstants(pictures().flashes, {*recorder.firstPTS(), end}, std::nullopt);
+    expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end}, gap);
+}
+
+TEST_F(DeviceLossTest, AMediaServerRestartedLeavesAGapInAllThatItServes) {
+    auto cameraDevice = plugInCamera();
+    auto microphoneDevice = plugInMicrophone();
+    auto player = startPlaying();
+    const auto screenAndSound = std::make_shared<platform::SystemAudioCapture>(
+        screenCapture, [this] { return service.makeSystemAudio(); },
+        [](const platform::PlatformError& error) { ADD_FAILURE() << error.description(); });
+    ScreenRecorder screen(screenAndSound, media, mainLoop);
+    await(screen.start({platform::DisplayContentFilter{}, 320, 240}, folder / "screen.mov", true));
+    beginTake();
+
+    TimeRange gap{now(), 0};
+    kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::lost, 2));
+    cameraDevice.reset();
+    microphoneDevice.reset();
+    player.reset();
+    ASSERT_TRUE(eventually([&] { return !service.unavailable(); }));
+    pass(0.5);
+    gap.end = now();
+    player = startPlaying();
+    cameraDevice = plugInCamera();
+    microphoneDevice = plugInMicrophone();
+    ASSERT_TRUE(isTold(CaptureEvent::Kind::returned, 2));
+    pass(3);
+    const double end = now();
+    await(screen.stop());
+    await(recorder.stop());
+
+    EXPECT_FALSE(recorder.writingError() || screen.writingError());
+    EXPECT_THAT(events, SizeIs(4));
+    const auto seen = pictures();
+    expectGap(seen.times, gap);
+    expectInstants(seen.flashes, {*recorder.firstPTS(), end}, gap);
+    expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end}, gap);
+    expectInstants(beeps("screen.mov", *screen.firstPTS()), {*screen.firstPTS() + 1, end}, gap);
+}
+
+}  // namespace
+}  // namespace cobaltreel
