@@ -26,8 +26,9 @@ CLI::Validator numberBetween(double least, double most);
 
 /// What the chosen subcommand will do once the arguments have been understood.
 struct CommandBody {
-    /// Whether it needs a display, none (an event loop is enough), or paints where nobody looks.
-    enum class Windows { none, onScreen, offscreen };
+    /// Whether it needs a display, none (an event loop is enough), or paints where nobody looks. The
+    /// application needs a display and says so, the others leave that to what they use.
+    enum class Windows { none, onScreen, offscreen, application };
 
     std::function<ExitStatus()> run;
     Windows windows = Windows::none;
@@ -41,5 +42,8 @@ void addInspectCommand(CLI::App& app, CommandBody& body);
 void addExportCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
 void addGalleryCommand(CLI::App& app, CommandBody& body);
+
+/// What happens when no subcommand was chosen: the application itself.
+void chooseApplication(CommandBody& body);
 
 }  // namespace cobaltreel

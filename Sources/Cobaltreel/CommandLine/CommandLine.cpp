@@ -1,8 +1,9 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Platform/PlatformServices.hpp"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -13,19 +14,32 @@ namespace cobaltreel {
 
 namespace {
 
-/// The application object that a command runs in; alive as long as the result.
-std::unique_ptr<QCoreApplication> makeApplication(CommandBody::Windows windows, int& argc, char** argv) {
-    if (windows == CommandBody::Windows::offscreen) qputenv("QT_QPA_PLATFORM", "offscreen");
-    std::unique_ptr<QCoreApplication> application;
-    // Without a display Qt would end the process; the services say it better.
-    const bool hasDisplay =
-        windows == CommandBody::Windows::offscreen || qEnvironmentVariableIsSet("DISPLAY");
-    if (windows != CommandBody::Windows::none && hasDisplay) {
-        application = std::make_unique<QGuiApplication>(argc, argv);
-        QGuiApplication::setQuitOnLastWindowClosed(false);
-    } else {
-        application = std::make_unique<QCoreApplication>(argc, argv);
+using Windows = CommandBody::Windows;
+
+std::unique_ptr<QCoreApplication> makeObject(Windows windows, int& argc, char** argv) {
+    switch (windows) {
+        case Windows::none:
+            break;
+        case Windows::application:
+            platform::PlatformServices::requireDisplay();
+            qputenv("QT_QPA_PLATFORM", "xcb");
+            return std::make_unique<QApplication>(argc, argv);
+        case Windows::onScreen:
+            // Without a display Qt would end the process; the services say it better.
+            if (!qEnvironmentVariableIsSet("DISPLAY")) break;
+            qputenv("QT_QPA_PLATFORM", "xcb");
+            return std::make_unique<QGuiApplication>(argc, argv);
+        case Windows::offscreen:
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+            return std::make_unique<QGuiApplication>(argc, argv);
     }
+    return std::make_unique<QCoreApplication>(argc, argv);
+}
+
+/// The application object that a command runs in; alive as long as the result.
+std::unique_ptr<QCoreApplication> makeApplication(Windows windows, int& argc, char** argv) {
+    auto application = makeObject(windows, argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName("Cobaltreel");
     return application;
 }
@@ -48,8 +62,9 @@ CLI::Validator numberBetween(double least, double most) {
 int runCommandLine(int argc, char** argv) {
     CLI::App app{"Records the screen for short tutorials and exports them as composed movies.", "cobaltreel"};
     app.set_version_flag("--version", std::string("cobaltreel ") + COBALTREEL_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.footer(
+        "Without a command the application starts, or shows the panel of the one that runs.\n"
         "Results go to standard output, progress and messages to standard error.\n"
         "Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
 
@@ -64,6 +79,7 @@ int runCommandLine(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
+        if (!body.run) chooseApplication(body);
     } catch (const CLI::ParseError& error) {
         const std::string word = argc > 1 ? argv[1] : "";
         if (!word.empty() && word.front() != '-' &&

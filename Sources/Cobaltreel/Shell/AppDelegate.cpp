@@ -1,0 +1,113 @@
+#include "Cobaltreel/Shell/AppDelegate.hpp"
+
+#include "Cobaltreel/Shell/OrphanSessions.hpp"
+#include "Cobaltreel/Shell/StatusLabels.hpp"
+#include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QPointer>
+#include <utility>
+
+namespace cobaltreel {
+namespace {
+
+/// Dark, whatever the desktop's own choice: for what the toolkit draws itself, such as the tray's tooltip.
+void setDarkAppearance() {
+    const QColor window(31, 31, 31), text(224, 224, 224);
+    QPalette palette(window);
+    for (const auto role : {QPalette::Window, QPalette::Base, QPalette::ToolTipBase})
+        palette.setColor(role, window);
+    for (const auto role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ToolTipText, QPalette::ButtonText})
+        palette.setColor(role, text);
+    QGuiApplication::setPalette(palette);
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices recording)
+    : host_(std::move(host)),
+      alerts_(recording.alerts),
+      defaults_(recording.defaults),
+      permissions_({host_.mainLoop, host_.screenAccess, host_.deviceAccess, host_.systemSettings,
+                    host_.relauncher, [this] { quit(); }}),
+      onboardingWindow_(permissions_, host_.mainLoop),
+      coordinator_(std::move(recording)),
+      hotkey_(host_.keys),
+      model_(coordinator_, host_.clock, host_.mainLoop) {
+    connect(&model_, &PopoverModel::quitRequested, this, &AppDelegate::quit);
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::updateLabel);
+    connect(&coordinator_, &RecordingCoordinator::elapsedChanged, this, &AppDelegate::updateLabel);
+}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching() {
+    setDarkAppearance();
+    AppSettings::shared();
+    permissions_.refresh();
+    if (!permissions_.allGranted()) onboardingWindow_.open();
+    hotkey_.onPress = [this] { coordinator_.toggle(); };
+    hotkey_.registerChord();
+    showStatusItem();
+    checkOrphanSessions();
+}
+
+void AppDelegate::checkOrphanSessions() {
+    const auto orphan = OrphanSessions::takeUnprompted(Paths::sessionsRoot(), *defaults_);
+    if (!orphan) return;
+    alerts_->present({S::orphanTitle(), S::orphanMessage(), {S::open(), S::cancel()}},
+                     [self = QPointer(this), orphan = *orphan](int button) {
+                         if (self && button == 0) self->coordinator_.openPreview(orphan.folder, orphan.meta);
+                     });
+}
+
+void AppDelegate::showStatusItem() {
+    statusItem_ = host_.statusItems->makeStatusItem(
+        "Cobaltreel",
+        {StatusLabels::draw, [this] { panelFor(PanelWindow::Look::popover).toggle(statusItemFrame()); },
+         [this] {
+             // Without the item the panel is all there is to see of the program.
+             if (!statusItem_->isShown()) openPanel();
+         }});
+    updateLabel();
+    if (!statusItem_->isShown()) openPanel();
+}
+
+void AppDelegate::updateLabel() {
+    if (statusItem_) statusItem_->setLabel(StatusLabels::label(coordinator_.state(), coordinator_.elapsed()));
+}
+
+std::optional<QRect> AppDelegate::statusItemFrame() const {
+    const auto frame = statusItem_->frame();
+    if (!frame) return std::nullopt;
+    return QRectF(frame->x, frame->y, frame->w, frame->h).toRect();
+}
+
+PanelWindow& AppDelegate::panelFor(PanelWindow::Look look) {
+    // A panel that is open stays what it is.
+    if (!panel_ || (panelLook_ != look && !panel_->isOpen())) {
+        panel_ = std::make_unique<PanelWindow>(model_, look, host_.clock, host_.compositor);
+        panelLook_ = look;
+    }
+    return *panel_;
+}
+
+void AppDelegate::openPanel() {
+    const bool hasItem = statusItem_ && statusItem_->isShown();
+    panelFor(hasItem ? PanelWindow::Look::popover : PanelWindow::Look::titled)
+        .open(hasItem ? statusItemFrame() : std::nullopt);
+}
+
+QCoro::Task<void> AppDelegate::finishBeforeQuit() { co_await coordinator_.finishBeforeQuit(); }
+
+void AppDelegate::quit() {
+    if (std::exchange(quitting_, true)) return;
+    finishBeforeQuit().then([] { QCoreApplication::quit(); });
+}
+
+}  // namespace cobaltreel

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Cobaltreel/Capture/RecordingCoordinator.hpp"
+#include "Cobaltreel/Support/Hotkey.hpp"
+#include "Cobaltreel/Support/Permissions.hpp"
+#include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
+#include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
+#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+#include "Platform/PlatformServices.hpp"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QRect>
+#include <memory>
+#include <optional>
+
+namespace cobaltreel {
+
+/// The shell around the recording coordinator: the status item with the panel, the hot key, and what happens
+/// at launch and at the end. Without a tray the panel is an ordinary window. Main thread; needs an
+/// application object. Panel and windows are made when they are first needed.
+class AppDelegate final : public QObject {
+    Q_OBJECT
+
+  public:
+    AppDelegate(platform::PlatformServices host, RecordingServices recording);
+    ~AppDelegate() override;
+
+    /// Everything that happens at launch, in its order.
+    void applicationDidFinishLaunching();
+    /// Offers a recording that was never exported.
+    void checkOrphanSessions();
+
+    /// Brings up the panel, wherever the user left it.
+    void openPanel();
+    /// Finishes the files of a recording under way, then ends the application's event loop. A second call
+    /// changes nothing.
+    void quit();
+    /// The same without ending the event loop: returns once nothing is on its way to the disk any more.
+    QCoro::Task<void> finishBeforeQuit();
+
+    RecordingCoordinator& coordinator() { return coordinator_; }
+    const OnboardingWindow& onboardingWindow() const { return onboardingWindow_; }
+    const PanelWindow* panel() const { return panel_.get(); }
+
+  private:
+    void showStatusItem();
+    void updateLabel();
+    std::optional<QRect> statusItemFrame() const;
+    PanelWindow& panelFor(PanelWindow::Look look);
+
+    platform::PlatformServices host_;
+    std::shared_ptr<AlertPresenter> alerts_;
+    std::shared_ptr<platform::UserDefaults> defaults_;
+    Permissions permissions_;
+    OnboardingWindow onboardingWindow_;
+    RecordingCoordinator coordinator_;
+    HotkeyManager hotkey_;
+    PopoverModel model_;
+    std::unique_ptr<PanelWindow> panel_;
+    PanelWindow::Look panelLook_ = PanelWindow::Look::popover;
+    std::unique_ptr<platform::StatusItem> statusItem_;
+    bool quitting_ = false;
+};
+
+}  // namespace cobaltreel
