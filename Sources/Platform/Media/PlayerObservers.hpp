@@ -68,7 +68,9 @@ class PeriodicObservers {
         beats_.push_back(beat);
         return list_.add([beat, handler = std::move(handler)](double time, bool jumped) {
             if (!jumped && time < beat->due - slack) return;
-            beat->due = time + beat->interval;
+            // Called late, the beat keeps its phase.
+            const double passed = jumped ? time : beat->due;
+            beat->due = passed + beat->interval * (1 + std::floor((time - passed + slack) / beat->interval));
             handler(time);
         });
     }
