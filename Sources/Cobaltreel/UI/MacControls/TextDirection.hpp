@@ -16,7 +16,7 @@ class TextDirection : public QObject {
   public:
     /// The text as it is to be handed to the layout. By itself a text runs the way of its first letter; in a
     /// right-to-left interface one with any right-to-left letter runs from right to left as a whole, also
-    /// when it begins with a number or a foreign name.
+    /// when it begins with a number or a foreign name; the two numbers of a size stay in their order.
     Q_INVOKABLE static QString laidOut(const QString& text, bool rightToLeft);
 };
 
