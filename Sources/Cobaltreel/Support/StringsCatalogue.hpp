@@ -8,6 +8,7 @@
     ENTRY(stopRecording, u"עצור הקלטה", u"Stop Recording")                                                    \
     ENTRY(fullScreen, u"מסך מלא", u"Full Screen")                                                             \
     ENTRY(window, u"חלון", u"Window")                                                                         \
+    ENTRY(whatToRecord, u"מה להקליט", u"What to record")                                                      \
     ENTRY(systemAudio, u"צלילי מערכת", u"System audio")                                                       \
     ENTRY(autoZoom, u"זום אוטומטי", u"Auto-zoom")                                                             \
     ENTRY(camera, u"מצלמה", u"Camera")                                                                        \
