@@ -12,7 +12,7 @@ namespace {
 const QRegion nothing{-2, -2, 1, 1};
 
 /// What a pixel must cover to be inside the outline, of 255. With blending every trace of a pixel is;
-/// without, the half that shows more of the person than of the room.
+/// without, the half that shows more of the picture than of what is around it.
 constexpr int leastAlphaBlended = 1, leastAlphaAlone = 128;
 
 }  // namespace
@@ -29,22 +29,15 @@ BubbleWindow::BubbleWindow(CameraStyle style, bool blended) : style_(style), ble
 
 void BubbleWindow::place(const QRect& frame) {
     setGeometry(frame);
-    if (style_ == CameraStyle::cutout) {
-        if (picture_.isNull()) setMask(nothing);
-        return;  // the next picture brings its outline
-    }
-    const QRect whole(QPoint(), size());
-    // One more on every side: the smooth edge belongs to the circle.
-    setMask(QRegion(whole.adjusted(-1, -1, 1, 1), QRegion::Ellipse).intersected(whole));
+    setMask(outline());
 }
 
 void BubbleWindow::setPicture(const QImage& picture) {
-    picture_ = picture;
-    if (style_ == CameraStyle::cutout) setMask(personOutline());
-    if (!blended_) {  // the edges are seen in their full colour
-        picture_.convertTo(QImage::Format_ARGB32);
-        picture_.reinterpretAsFormat(QImage::Format_RGB32);
-    }
+    // A person moves; the circle stays as long as its size does.
+    const bool hasOtherOutline = style_ == CameraStyle::cutout || picture.size() != picture_.size();
+    // Without blending the edges are seen in their full colour.
+    picture_ = blended_ ? picture : picture.convertToFormat(QImage::Format_ARGB32);
+    if (hasOtherOutline) setMask(outline());
     update();
 }
 
@@ -53,36 +46,39 @@ QRectF BubbleWindow::fitted() const {
     return {QPointF((room.width() - fit.width()) / 2, (room.height() - fit.height()) / 2), fit};
 }
 
-QRegion BubbleWindow::personOutline() const {
+QRegion BubbleWindow::outline() const {
     if (picture_.isNull()) return nothing;
     const QRect place = fitted().toRect();
-    const QImage person = picture_.size() == place.size() ? picture_ : picture_.scaled(place.size());
+    const QImage shape = picture_.size() == place.size() ? picture_ : picture_.scaled(place.size());
     const int least = blended_ ? leastAlphaBlended : leastAlphaAlone;
-    QRegion outline;
     QList<QRect> runs;
-    for (int y = 0; y < person.height(); ++y) {
-        const auto* line = reinterpret_cast<const QRgb*>(person.constScanLine(y));
-        for (int x = 0; x < person.width();) {
-            while (x < person.width() && qAlpha(line[x]) < least) ++x;
+    for (int y = 0; y < shape.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(shape.constScanLine(y));
+        for (int x = 0; x < shape.width();) {
+            while (x < shape.width() && qAlpha(line[x]) < least) ++x;
             const int first = x;
-            while (x < person.width() && qAlpha(line[x]) >= least) ++x;
+            while (x < shape.width() && qAlpha(line[x]) >= least) ++x;
             if (x > first) runs.append(QRect(first, y, x - first, 1));
         }
     }
-    outline.setRects(runs.constData(), static_cast<int>(runs.size()));
-    return outline.isEmpty() ? nothing : outline.translated(place.topLeft());
+    if (runs.isEmpty()) return nothing;
+    QRegion region;
+    region.setRects(runs.constData(), static_cast<int>(runs.size()));
+    return region.translated(place.topLeft());
 }
 
 void BubbleWindow::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     const QRectF place = fitted();
-    if (place != QRectF(QPointF(), size()))
+    if (picture_.isNull() || place != QRectF(QPointF(), size()))
         painter.fillRect(QRect(QPoint(), size()), blended_ ? Qt::transparent : Qt::black);
     if (picture_.isNull()) return;
     if (picture_.size() != (place.size() * devicePixelRatio()).toSize())
         painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(place, picture_);
+    QImage drawn = picture_;
+    if (!blended_) drawn.reinterpretAsFormat(QImage::Format_RGB32);
+    painter.drawImage(place, drawn);
 }
 
 void BubbleWindow::mousePressEvent(QMouseEvent* event) {

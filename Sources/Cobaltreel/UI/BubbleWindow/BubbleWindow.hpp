@@ -27,13 +27,13 @@ class BubbleWindow final : public QRasterWindow {
     void mouseMoveEvent(QMouseEvent* event) override;
 
   private:
-    QRegion personOutline() const;
+    QRegion outline() const;
     QRectF fitted() const;
 
     CameraStyle style_;
     bool blended_;
-    QImage picture_;
-    QPoint grip_;  // where the pointer holds the window, from its top left
+    QImage picture_;  // premultiplied when blended, straight otherwise
+    QPoint grip_;     // where the pointer holds the window, from its top left
 };
 
 }  // namespace cobaltreel
