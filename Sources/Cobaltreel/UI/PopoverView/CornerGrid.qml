@@ -38,7 +38,6 @@ Grid {
             outline: Qt.rgba(1, 1, 1, 0.1)
             verticalPadding: 5
             font.pixelSize: 11
-            Accessible.role: Accessible.RadioButton
             Accessible.checkable: true
             Accessible.checked: isChosen
             onClicked: grid.edited(modelData.corner)

@@ -20,6 +20,9 @@ namespace {
 /// Seconds between losing the focus to a click on the status item and hearing of that click.
 constexpr double sameClick = 0.3;
 
+const QColor backgroundColour = QColor::fromRgbF(0.12F, 0.12F, 0.12F);  // that of every window's root
+const QColor edgeColour = QColor::fromRgbF(0.23F, 0.23F, 0.23F);
+
 }  // namespace
 
 PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platform::Clock> clock,
@@ -41,16 +44,16 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
             QSurfaceFormat withAlpha = format();
             withAlpha.setAlphaBufferSize(8);
             setFormat(withAlpha);
-            setColor(Qt::transparent);
         }
     }
+    setColor(blended_ ? QColor(Qt::transparent) : backgroundColour);
     AppWindows::setLocalizedContent(
         *this, View::ofModule(QStringLiteral("Cobaltreel.PopoverView"), QStringLiteral("PopoverView"),
                               {{QStringLiteral("model"), QVariant::fromValue(&model)}}));
     if (QQuickItem* root = rootObject()) {
         if (look == Look::popover) {
             root->setProperty("radius", corner);
-            QQmlProperty(root, QStringLiteral("border.color")).write(QColor::fromRgbF(1, 1, 1, 0.12F));
+            QQmlProperty(root, QStringLiteral("border.color")).write(edgeColour);
         }
         connect(root, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
     }

@@ -81,6 +81,7 @@ FocusScope {
                 width: parent.width
                 selection: view.model.mode
                 options: [{value: "display", title: S.fullScreen}, {value: "window", title: S.window}]
+                Accessible.name: S.whatToRecord
                 onEdited: mode => view.model.mode = mode
             }
             MacDropdown {

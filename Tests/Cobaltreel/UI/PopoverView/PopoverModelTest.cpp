@@ -1,0 +1,238 @@
+// The panel's model over a coordinator among fakes, in virtual time.
+#include "Cobaltreel/Capture/CoordinatorHarness.hpp"
+#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+
+#include <QMetaProperty>
+#include <map>
+
+namespace cobaltreel {
+namespace {
+
+class PopoverModelTest : public CoordinatorTest {
+  protected:
+    ~PopoverModelTest() override { model.reset(); }
+
+    void appear() {
+        model->appear();
+        ASSERT_TRUE(eventually([&] { return bubble->isShown; }));
+    }
+    /// How often the preview is started by a change of the coordinator's.
+    template <typename Change>
+    int restartsBy(Change change) {
+        const int before = bubble->shows;
+        change(*coordinator);
+        time->drain();
+        return bubble->shows - before;
+    }
+
+    std::unique_ptr<PopoverModel> model = std::make_unique<PopoverModel>(*coordinator, time, time);
+};
+
+QStringList titles(const Picker& picker) {
+    QStringList all;
+    for (const QVariant& item : picker.items) all.append(item.toMap().value("title").toString());
+    return all;
+}
+
+TEST_F(PopoverModelTest, NamesWhatThereIsToChooseFrom) {
+    EXPECT_EQ(model->currentDisplayName(), "Full Screen");
+    EXPECT_EQ(model->currentWindowName(), "Window");
+    EXPECT_EQ(model->currentCameraName(), "Camera");
+    EXPECT_EQ(model->currentMicName(), "Microphone");
+
+    auto& content = screenCapture->content;
+    content.displays[0].name = "Built-in";
+    content.windows = {window(1, {0, 0, 400, 400}), window(2, {0, 0, 400, 400}), window(3, {0, 0, 400, 400})};
+    content.windows[1].title.clear();
+    content.windows[2].owningApplication.reset();
+    capture->scriptedDevices.cameras.push_back({"cam2", "Other camera", platform::MediaType::video});
+    choose();
+    EXPECT_EQ(titles(model->display()), QStringList({"Built-in (1512×982)", "Display 2 — 1920×1080"}));
+    EXPECT_EQ(titles(model->window()), QStringList({"Editor — Window 1", "Editor — ", "? — Window 3"}));
+    EXPECT_EQ(titles(model->camera()), QStringList({"Camera", "Other camera"}));
+    EXPECT_EQ(titles(model->mic()), QStringList({"Microphone", "Headset"}));
+
+    model->chooseDisplay(22);
+    model->chooseWindow(2);
+    model->chooseCamera("cam2");
+    model->chooseMic("mic");
+    EXPECT_EQ(model->currentDisplayName(), "Display 2 — 1920×1080");
+    EXPECT_EQ(model->currentWindowName(), "Editor — ");
+    EXPECT_EQ(model->currentCameraName(), "Other camera");
+    EXPECT_EQ(model->currentMicName(), "Microphone");
+    EXPECT_EQ(coordinator->selectedCameraID(), "cam2");
+
+    // What was chosen has gone.
+    content.displays.pop_back();
+    content.windows.erase(content.windows.begin() + 1);
+    capture->scriptedDevices = {{camera}, {otherMic}, otherMic};
+    choose();
+    EXPECT_EQ(model->currentDisplayName(), "Built-in (1512×982)");
+    EXPECT_EQ(model->currentWindowName(), "Window");
+    EXPECT_EQ(model->currentCameraName(), "Camera");
+    EXPECT_EQ(model->currentMicName(), "Headset");
+}
+
+TEST_F(PopoverModelTest, EveryChangeOfTheCoordinatorReachesTheView) {
+    std::map<std::string, int> changes;
+    const QMetaObject* type = model->metaObject();
+    for (int i = type->propertyOffset(); i < type->propertyCount(); ++i) {
+        const QMetaProperty property = type->property(i);
+        if (property.isConstant()) continue;
+        ASSERT_TRUE(property.hasNotifySignal()) << property.name();
+    }
+    const auto count = [&](auto signal, const char* name) {
+        QObject::connect(model.get(), signal, [&changes, name] { ++changes[name]; });
+    };
+    using M = PopoverModel;
+    count(&M::displayChanged, "display");
+    count(&M::windowChanged, "window");
+    count(&M::cameraChanged, "camera");
+    count(&M::micChanged, "mic");
+    count(&M::modeChanged, "mode");
+    count(&M::cameraCornerChanged, "corner");
+    count(&M::cameraStyleChanged, "style");
+    count(&M::stateChanged, "state");
+    choose();
+    for (const char* list : {"display", "window", "camera", "mic"}) EXPECT_GE(changes[list], 2) << list;
+
+    model->setMode("window");
+    model->setMode("nonsense");
+    model->setCameraCorner("topRight");
+    model->setCameraStyle("cutout");
+    EXPECT_EQ(coordinator->mode(), CaptureMode::window);
+    EXPECT_EQ(coordinator->cameraCorner(), CameraCorner::topRight);
+    EXPECT_EQ(coordinator->cameraStyle(), CameraStyle::cutout);
+    EXPECT_EQ(model->cameraCorner(), "topRight");
+    record();
+    EXPECT_TRUE(model->isRecording());
+    stop();
+    EXPECT_FALSE(model->isRecording());
+    for (const char* field : {"mode", "corner", "style"}) EXPECT_EQ(changes[field], 1) << field;
+    EXPECT_EQ(changes["state"], 3);
+}
+
+TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothingIsRecorded) {
+    const auto change = [](RecordingCoordinator& c) { c.setMirrorCamera(!c.mirrorCamera()); };
+    EXPECT_EQ(restartsBy(change), 0);
+    appear();
+    EXPECT_EQ(bubble->shows, 1) << "once, although the devices were chosen on the way";
+    EXPECT_THAT(access->requests,
+                ::testing::ElementsAre(platform::MediaType::audio, platform::MediaType::video));
+    ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
+
+    using C = RecordingCoordinator;
+    EXPECT_EQ(restartsBy(change), 1);
+    EXPECT_EQ(restartsBy([](C& c) { c.setCameraStyle(CameraStyle::cutout); }), 1);
+    EXPECT_EQ(restartsBy([](C& c) { c.setSelectedMicID("mic"); }), 1);
+    EXPECT_EQ(restartsBy([](C& c) { c.setCameraEnabled(false); }), 0);
+    EXPECT_FALSE(bubble->isShown);
+    EXPECT_EQ(restartsBy([](C& c) { c.setCameraEnabled(true); }), 1);
+    EXPECT_EQ(restartsBy([](C& c) { c.setSelectedCameraID("gone"); }), 0);
+    EXPECT_FALSE(bubble->isShown);
+    EXPECT_EQ(restartsBy([](C& c) { c.setSelectedCameraID("cam"); }), 1);
+
+    EXPECT_EQ(restartsBy([](C& c) { c.setCameraCorner(CameraCorner::topRight); }), 0);
+    EXPECT_EQ(bubble->corner, CameraCorner::topRight);
+    EXPECT_EQ(restartsBy([](C& c) { c.setBubbleSizeFraction(0.3); }), 0);
+    EXPECT_NEAR(bubble->diameter, 0.3 * 982, 1e-9);
+
+    record();
+    EXPECT_EQ(restartsBy(change), 0);
+    EXPECT_EQ(restartsBy([](C& c) { c.setCameraCorner(CameraCorner::bottomLeft); }), 0);
+    EXPECT_EQ(bubble->corner, CameraCorner::topRight) << "it stays where it is";
+    model->disappear();
+    EXPECT_TRUE(bubble->isShown) << "the recording keeps it";
+    stop();
+
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return bubble->isShown; }));
+    model->disappear();
+    EXPECT_FALSE(bubble->isShown);
+    EXPECT_EQ(restartsBy(change), 0);
+}
+
+TEST_F(PopoverModelTest, HidingGivesTheSetUpUp) {
+    access->holdsAnswers = true;
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return !access->requests.empty(); }));
+    model->disappear();
+    access->holdsAnswers = false;
+    access->answer();
+    for (int i = 0; i < 5; ++i) time->drain();
+    EXPECT_EQ(bubble->shows, 0);
+
+    // Shown again before the first set-up is over: one preview.
+    model->appear();
+    model->disappear();
+    appear();
+    for (int i = 0; i < 5; ++i) time->drain();
+    EXPECT_EQ(bubble->shows, 1);
+    model->disappear();
+
+    // The model goes in the middle of it.
+    access->holdsAnswers = true;
+    access->requests.clear();
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return !access->requests.empty(); }));
+    model.reset();
+    access->holdsAnswers = false;
+    access->answer();
+    time->drain();
+    EXPECT_EQ(bubble->shows, 1);
+}
+
+TEST_F(PopoverModelTest, WithoutAMicrophonePermissionThereIsNoPreview) {
+    access->microphone = platform::AuthorizationStatus::denied;
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
+    for (int i = 0; i < 5; ++i) time->drain();
+    EXPECT_EQ(bubble->shows, 0);
+    EXPECT_THAT(messages(), ::testing::ElementsAre(S::microphoneRequired()));
+}
+
+TEST(VersionEgg, ThreeTapsWithinASecondShowItForThree) {
+    const struct {
+        std::vector<double> taps;
+        bool shows;
+    } cases[]{{{0, 0.5, 0.9}, true},
+              {{0, 0.6, 1.2}, false},
+              {{0, 0.6, 1.2, 1.5}, true},
+              {{0, 0.5, 1.0}, false},
+              {{0, 0.1}, false}};
+    for (const auto& each : cases) {
+        const auto time = std::make_shared<platform::VirtualTime>();
+        VersionEgg egg(time, time);
+        double now = 0;
+        for (const double tap : each.taps) {
+            time->advance(tap - now);
+            now = tap;
+            egg.tap();
+        }
+        EXPECT_EQ(egg.showEgg(), each.shows) << each.taps.back();
+        time->advance(2.9);
+        EXPECT_EQ(egg.showEgg(), each.shows);
+        time->advance(0.2);
+        EXPECT_FALSE(egg.showEgg());
+    }
+
+    // More taps start another three seconds; the earlier ones still end.
+    const auto time = std::make_shared<platform::VirtualTime>();
+    VersionEgg egg(time, time);
+    const auto tapThrice = [&] {
+        for (int i = 0; i < 3; ++i) egg.tap();
+    };
+    tapThrice();
+    time->advance(2);
+    tapThrice();
+    time->advance(1.1);
+    EXPECT_FALSE(egg.showEgg());
+    tapThrice();
+    time->advance(1);
+    EXPECT_TRUE(egg.showEgg());
+    time->advance(1);
+    EXPECT_FALSE(egg.showEgg()) << "five seconds after the first tap";
+}
+
+}  // namespace
+}  // namespace cobaltreel
