@@ -135,8 +135,14 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
     beginning_ = true;
     try {
         platform::ShareableContent content;
-        co_await engine->offMainThread([&] { content = engine->services.screenCapture->shareableContent(); });
+        std::optional<PlatformError> soundless;
+        co_await engine->offMainThread([&] {
+            content = engine->services.screenCapture->shareableContent();
+            soundless = engine->services.capture->unavailable();
+        });
         if (!self) co_return;
+        if (soundless && systemAudioEnabled())
+            Q_EMIT deviceMessage(QString::fromStdString(soundless->description()));
         auto chosen =
             CaptureTarget::choose(*this, content, engine->services.desktop->screens(), bundleIdentifier);
         if (!chosen) {

@@ -75,6 +75,20 @@ TEST_F(RecordingCoordinatorTest, CarriesARecordingFromThePressToThePreview) {
     EXPECT_EQ(coordinator->elapsed(), 65) << "the clock of the recording stands";
 }
 
+TEST_F(RecordingCoordinatorTest, SaysThatTheComputersSoundIsMissing) {
+    capture->unavailableError = platform::PlatformError("PipeWire", 111, "The media server does not answer.");
+    std::vector<QString> told;
+    QObject::connect(coordinator.get(), &RecordingCoordinator::deviceMessage,
+                     [&](const QString& message) { told.push_back(message); });
+    record();
+    stop();
+    EXPECT_THAT(told, IsEmpty()) << "nobody asked for it";
+    coordinator->setSystemAudioEnabled(true);
+    record();
+    EXPECT_THAT(told, ElementsAre(QStringLiteral("The media server does not answer.")));
+    stop();
+}
+
 TEST_F(RecordingCoordinatorTest, RecordsWhatWasChosenOrWhatIsLeftOfIt) {
     struct Case {
         const char* what;
