@@ -1,6 +1,8 @@
 #include "Cobaltreel/UI/Gallery/Gallery.hpp"
 
 #include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/UI/Gallery/GalleryPanel.hpp"
+#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
@@ -20,6 +22,7 @@ namespace {
 struct Board {
     const char* picture;
     const char* type;
+    bool showsPanel = false;
 };
 
 constexpr Board boards[]{
@@ -33,7 +36,7 @@ constexpr Board boards[]{
     {"MacButton", "ButtonBoard"},
     {"Icons", "IconBoard"},
     {"Tip", "TipBoard"},
-    {"Panel", "PanelBoard"},
+    {"Panel", "PanelBoard", true},
     {"SettingsWindow", "SettingsBoard"},
     {"Countdown", "CountdownBoard"},
 };
@@ -52,10 +55,15 @@ void waitUntilSettled(const QQuickView& window) {
 }
 
 QImage draw(const Board& board) {
+    QVariantMap properties{{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}};
+    std::unique_ptr<GalleryPanel> panel;
+    if (board.showsPanel) {
+        panel = std::make_unique<GalleryPanel>();
+        properties.insert(QStringLiteral("model"), QVariant::fromValue(&panel->model()));
+    }
     AppWindow window(&AppWindows::engine(), nullptr);
-    AppWindows::setLocalizedContent(
-        window, View::ofModule(QStringLiteral("Cobaltreel.Gallery"), QString::fromLatin1(board.type),
-                               {{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}}));
+    AppWindows::setLocalizedContent(window, View::ofModule(QStringLiteral("Cobaltreel.Gallery"),
+                                                           QString::fromLatin1(board.type), properties));
     if (window.status() != QQuickView::Ready) throw std::runtime_error("the window could not be built");
     window.resize(window.initialSize());
     window.show();
