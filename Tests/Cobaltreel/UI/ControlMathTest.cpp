@@ -92,6 +92,10 @@ TEST(TextDirection, OnlyTextsWithHebrewAreTurnedAndOnlyInHebrew) {
     EXPECT_EQ(TextDirection::laidOut(mixed, false), mixed);
     EXPECT_EQ(TextDirection::laidOut(latin, true), latin);
     EXPECT_EQ(TextDirection::laidOut(hebrew, true), hebrew);
+    // The × of a size stands between marks, so that the two numbers stay in their order.
+    const QString size = QStringLiteral(u"מסך 1 — 1512×982");
+    EXPECT_EQ(TextDirection::laidOut(size, true), QStringLiteral(u"מסך 1 — 1512\u200E×\u200E982"));
+    EXPECT_EQ(TextDirection::laidOut(size, false), size);
 }
 
 TEST(SmoothRectangle, CornersAreRoundAndTheSidesStraight) {
