@@ -3,7 +3,9 @@
 #include "Cobaltreel/UI/Alerts/AlertContent.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 
+#include <QQuickItem>
 #include <QScreen>
+#include <cmath>
 #include <utility>
 
 namespace cobaltreel {
@@ -13,7 +15,7 @@ constexpr int width = 420;
 
 /// The window takes the height of its content.
 void fit(AppWindow& window) {
-    const QSize size(width, window.initialSize().height());
+    const QSize size(width, static_cast<int>(std::ceil(window.rootObject()->implicitHeight())));
     window.setMinimumSize(size);
     window.setMaximumSize(size);
     window.resize(size);
@@ -38,11 +40,15 @@ void AlertWindows::showNext() {
     window_->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
                       Qt::WindowStaysOnTopHint);
     window_->setModality(Qt::ApplicationModal);
+    window_->setColor(QColor::fromRgbF(0.12F, 0.12F, 0.12F));
     window_->setTitle(QStringLiteral("Cobaltreel"));
     AppWindows::setLocalizedContent(
         *window_, View::ofModule(QStringLiteral("Cobaltreel.Alerts"), QStringLiteral("AlertView"),
                                  {{QStringLiteral("alert"), QVariant::fromValue(&content)}}));
     fit(*window_);
+    // The height is known once the content has been laid out, and another in another language.
+    connect(window_->rootObject(), &QQuickItem::implicitHeightChanged, window_.get(),
+            [window = window_.get()] { fit(*window); });
     if (const QScreen* screen = window_->screen()) {
         const QRect room = screen->availableGeometry();
         window_->setPosition(room.x() + (room.width() - window_->width()) / 2,

@@ -6,6 +6,7 @@ import QtQuick
 QtObject {
     readonly property int caption2: 10
     readonly property int caption: 10
+    readonly property int tight: 11
     readonly property int small: 12
     readonly property int body: 13
     readonly property int heading: 15

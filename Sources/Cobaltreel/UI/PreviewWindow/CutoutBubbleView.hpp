@@ -7,11 +7,11 @@
 
 namespace cobaltreel {
 
-/// The person in the camera's pictures, cut out of the background. Works while it exists.
+/// The person in the camera's pictures, cut out of the background. Works while it has a model.
 class CutoutBubbleView : public cobaltreel::PictureView {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(cobaltreel::PreviewModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED FINAL)
+    Q_PROPERTY(cobaltreel::PreviewModel* model READ model WRITE setModel NOTIFY modelChanged FINAL)
 
   public:
     using PictureView::PictureView;

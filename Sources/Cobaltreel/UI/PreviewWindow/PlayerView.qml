@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
@@ -67,43 +65,37 @@ FocusScope {
             font.pixelSize: TextSize.small
         }
     }
-    Loader {
+    Item {
         id: overlay
+
+        readonly property bool isCutout: view.model.cameraStyle === "cutout"
 
         anchors.left: parent.left
         anchors.bottom: parent.bottom
         anchors.margins: 12
-        active: view.model.cameraPictures !== null
-        sourceComponent: view.model.cameraStyle === "cutout" ? cutout : circle
-    }
-    Component {
-        id: circle
+        width: view.model.cameraPictures === null ? 0 : isCutout ? 156 : 88
+        height: 88
+        visible: width > 0
+        Accessible.role: Accessible.Graphic
+        Accessible.name: S.camera
 
         CircularBubbleView {
             objectName: "circularBubble"
-            width: 88
-            height: 88
-            source: view.model.cameraPictures
-            Accessible.role: Accessible.Graphic
-            Accessible.name: S.camera
+            anchors.fill: parent
+            visible: !overlay.isCutout
+            source: visible ? view.model.cameraPictures : null
         }
-    }
-    Component {
-        id: cutout
-
         CutoutBubbleView {
             objectName: "cutoutBubble"
-            width: 156
-            height: 88
-            model: view.model
-            Accessible.role: Accessible.Graphic
-            Accessible.name: S.camera
+            anchors.fill: parent
+            visible: overlay.isCutout
+            model: visible ? view.model : null
         }
     }
     FocusScope {
         id: controls
 
-        anchors.left: overlay.right
+        anchors.left: overlay.visible ? overlay.right : parent.left
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         anchors.margins: 12
@@ -140,7 +132,7 @@ FocusScope {
             anchors.left: play.right
             anchors.leftMargin: 4
             anchors.verticalCenter: parent.verticalCenter
-            width: digits.width
+            width: Math.ceil(digits.advanceWidth) + 1
             horizontalAlignment: Text.AlignRight
             label: view.model.mmss(view.model.position)
             font.pixelSize: TextSize.small

@@ -30,6 +30,14 @@ FocusScope {
     Keys.onReturnPressed: exportOnReturn()
     Keys.onEnterPressed: exportOnReturn()
 
+    Connections {
+        target: view.model
+        function onExportingChanged() {
+            // The button that had the keyboard has gone.
+            if (actions.activeFocus)
+                player.screen.forceActiveFocus(Qt.OtherFocusReason);
+        }
+    }
     PlayerView {
         id: player
 
@@ -100,7 +108,7 @@ FocusScope {
                 label: S.autoZoom
                 isOn: view.model.autoZoom
                 stretch: false
-                textSize: TextSize.small
+                textSize: TextSize.tight
                 onEdited: isOn => view.model.autoZoom = isOn
             }
             MacToggleRow {
@@ -112,7 +120,7 @@ FocusScope {
                 label: S.camera
                 isOn: view.model.bubble
                 stretch: false
-                textSize: TextSize.small
+                textSize: TextSize.tight
                 onEdited: isOn => view.model.bubble = isOn
             }
             MacSegmented {
@@ -145,7 +153,7 @@ FocusScope {
                 label: S.clickHighlights
                 isOn: view.model.ripples
                 stretch: false
-                textSize: TextSize.small
+                textSize: TextSize.tight
                 onEdited: isOn => view.model.ripples = isOn
             }
             MacToggleRow {
@@ -158,7 +166,7 @@ FocusScope {
                 label: S.systemAudio
                 isOn: view.model.systemAudio
                 stretch: false
-                textSize: TextSize.small
+                textSize: TextSize.tight
                 onEdited: isOn => view.model.systemAudio = isOn
             }
         }
@@ -235,7 +243,9 @@ FocusScope {
             font.pixelSize: TextSize.caption
             color: Color.secondaryText
         }
-        Item {
+        FocusScope {
+            id: actions
+
             anchors.left: parent.left
             anchors.right: parent.right
             implicitHeight: 34

@@ -28,22 +28,28 @@ Item {
         horizontalAlignment: Text.AlignLeft
         label: row.label
     }
-    MacSlider {
-        id: slider
-
-        objectName: row.objectName + "Slider"
+    Item {
         anchors.left: title.right
         anchors.right: shownTime.left
-        anchors.margins: 12
+        anchors.leftMargin: 12
+        anchors.rightMargin: 12
         anchors.verticalCenter: parent.verticalCenter
-        LayoutMirroring.enabled: false
-        value: row.value
-        lowerBound: row.lowerBound
-        upperBound: row.upperBound
-        step: 0.1
-        Accessible.name: row.label
-        Accessible.description: row.time
-        onEdited: value => row.edited(value)
+        height: slider.implicitHeight
+
+        MacSlider {
+            id: slider
+
+            objectName: row.objectName + "Slider"
+            width: parent.width
+            LayoutMirroring.enabled: false
+            value: row.value
+            lowerBound: row.lowerBound
+            upperBound: row.upperBound
+            step: 0.1
+            Accessible.name: row.label
+            Accessible.description: row.time
+            onEdited: value => row.edited(value)
+        }
     }
     ControlText {
         id: shownTime
@@ -51,7 +57,7 @@ Item {
         objectName: row.objectName + "Time"
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.max(implicitWidth, digits.width)
+        width: Math.max(implicitWidth, Math.ceil(digits.advanceWidth))
         horizontalAlignment: Text.AlignRight
         label: row.time
     }

@@ -1,0 +1,366 @@
+// Measures the preview window on a made session whose pictures tell which they are. Benchmarks/playback runs
+// it on a virtual desktop:
+//   PlaybackBenchmark [--json] [--seconds S] --work FOLDER
+
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PictureView.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Measuring.hpp"
+#include "Platform/PlatformServices.hpp"
+#include "Rig/CounterSession.hpp"
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QTimer>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace cobaltreel::benchmarks {
+namespace {
+
+struct Options {
+    bool json = false;
+    double seconds = 20;
+    std::filesystem::path work;
+};
+
+/// Lets events run for a time, or until the condition holds.
+bool runEvents(double seconds, const std::function<bool()>& until = nullptr) {
+    QEventLoop loop;
+    bool held = false;
+    QTimer check;
+    QObject::connect(&check, &QTimer::timeout, [&] {
+        if (!until || !(held = until())) return;
+        loop.quit();
+    });
+    check.start(1);
+    QTimer::singleShot(static_cast<int>(seconds * 1000), &loop, &QEventLoop::quit);
+    loop.exec();
+    return held;
+}
+
+/// The main thread's longest absence from its events, seen by a beat of five milliseconds.
+class StallWatch {
+  public:
+    explicit StallWatch(platform::Clock& clock) : clock_(clock) {
+        timer_.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&timer_, &QTimer::timeout, [this] {
+            const double now = clock_.now();
+            longest_ = std::max(longest_, now - last_ - period);
+            last_ = now;
+        });
+        restart();
+        timer_.start(static_cast<int>(period * 1000));
+    }
+    void restart() {
+        last_ = clock_.now();
+        longest_ = 0;
+    }
+    double longest() const { return longest_; }
+
+  private:
+    static constexpr double period = 0.005;
+    platform::Clock& clock_;
+    QTimer timer_;
+    double last_ = 0;
+    double longest_ = 0;
+};
+
+std::optional<std::uint32_t> counterOf(const PictureSource* source) {
+    const QImage picture = source ? source->picture() : QImage();
+    if (picture.isNull()) return std::nullopt;
+    const platform::PixelBuffer pixels(
+        platform::PixelFormat::bgra, picture.width(), picture.height(),
+        {platform::Plane{const_cast<uchar*>(picture.constBits()), static_cast<int>(picture.bytesPerLine()),
+                         picture.width(), picture.height()}},
+        nullptr);
+    return rig::counterIn(pixels);
+}
+
+/// How far the camera's picture is from the screen's, by the numbers in them.
+class DriftWatch {
+  public:
+    DriftWatch(const PreviewModel& model, const rig::CounterSession& session)
+        : model_(model), session_(session) {}
+
+    std::optional<double> drift() const {
+        const auto screen = counterOf(model_.screenPictures());
+        const auto camera = counterOf(model_.cameraPictures());
+        if (!screen || !camera) return std::nullopt;
+        return static_cast<double>(*camera) / rig::CounterSession::cameraRate - session_.cameraLead -
+               static_cast<double>(*screen) / session_.screenRate;
+    }
+    void look() {
+        const auto now = drift();
+        if (!now) {
+            ++unread_;
+            return;
+        }
+        drifts_.push_back(std::abs(*now));
+    }
+    double worst() const { return drifts_.empty() ? 0 : *std::max_element(drifts_.begin(), drifts_.end()); }
+    std::size_t looks() const { return drifts_.size(); }
+    std::size_t unread() const { return unread_; }
+    double share(double within) const {
+        const auto good =
+            std::count_if(drifts_.begin(), drifts_.end(), [&](double d) { return d <= within; });
+        return drifts_.empty() ? 0 : static_cast<double>(good) / static_cast<double>(drifts_.size());
+    }
+
+  private:
+    const PreviewModel& model_;
+    const rig::CounterSession& session_;
+    std::vector<double> drifts_;
+    std::size_t unread_ = 0;
+};
+
+struct Figures {
+    double firstPictureMs = 0;
+    double worstCameraDriftMs = 0;
+    double withinToleranceShare = 0;
+    double settleMs = 0;
+    double longestStallMs = 0;
+    double stallPlayingMs = 0, stallScrubbingMs = 0, stallExportingMs = 0, stallCutoutMs = 0;
+    double drawnShare = 0;
+    std::size_t looks = 0, unread = 0;
+};
+
+class Measurement {
+  public:
+    explicit Measurement(const Options& options)
+        : options_(options), services_(platform::PlatformServices::makeDefault(bundleIdentifier)) {
+        session_.width = 1920;
+        session_.height = 1080;
+        session_.screenRate = 60;
+        session_.seconds = 24;
+        folder_.dir = options.work / "session";
+        meta_ = session_.prepare(folder_, *services_.media);
+    }
+
+    Figures run() {
+        windows_ = std::make_unique<PreviewWindows>(
+            PreviewServices{services_.players, services_.media, services_.vision, services_.fileBrowser,
+                            std::make_shared<AlertWindows>(), services_.clock, services_.mainLoop});
+        openOnce();  // the first window of a process also starts the toolkit
+        firstPicture();
+        drawnFrames();
+        camera();
+        exporting();
+        windows_.reset();
+        figures_.longestStallMs = std::max({figures_.stallPlayingMs, figures_.stallScrubbingMs,
+                                            figures_.stallExportingMs, figures_.stallCutoutMs});
+        return figures_;
+    }
+
+  private:
+    void open() {
+        windows_->openPreview(folder_, meta_, [](bool) {});
+        model_ = windows_->model();
+        screen_ = windows_->window()->rootObject()->findChild<PictureView*>(QStringLiteral("screen"));
+    }
+    void close() {
+        windows_->closePreviews();
+        runEvents(10, [this] { return windows_->model() == nullptr; });
+    }
+    void openOnce() {
+        open();
+        runEvents(10, [this] { return screen_->hasPicture(); });
+        close();
+    }
+
+    void firstPicture() {
+        const double start = services_.clock->now();
+        open();
+        if (!runEvents(10, [this] { return screen_->drawnCount() > 0; }))
+            throw std::runtime_error("no picture came within ten seconds: " +
+                                     model_->playbackProblem().toStdString());
+        figures_.firstPictureMs = 1000 * (services_.clock->now() - start);
+        runEvents(1);
+    }
+
+    /// Plain playing from the beginning, without anything else.
+    void drawnFrames() {
+        constexpr double measured = 6;
+        model_->goTo(0);
+        runEvents(0.5);
+        StallWatch stalls(*services_.clock);
+        model_->togglePlay();
+        runEvents(1);
+        const auto before = screen_->drawnCount();
+        const double from = services_.clock->now();
+        runEvents(measured);
+        const double elapsed = services_.clock->now() - from;
+        figures_.drawnShare =
+            static_cast<double>(screen_->drawnCount() - before) / (elapsed * session_.screenRate);
+        figures_.stallPlayingMs = 1000 * stalls.longest();
+    }
+
+    /// Plays, pauses, jumps and drags by chance but the same in every run; what is shown is compared at every
+    /// picture once an action has had the time to arrive.
+    void camera() {
+        DriftWatch watch(*model_, session_);
+        std::mt19937 chance(7);
+        const auto upTo = [&](double most) { return most * static_cast<double>(chance() % 1000) / 1000; };
+        StallWatch stalls(*services_.clock);
+        std::vector<double> settling;
+        bool counts = false;
+        const auto looking = QObject::connect(model_->screenPictures(), &PictureSource::pictureChanged, [&] {
+            if (counts) watch.look();
+        });
+        const double end = services_.clock->now() + options_.seconds;
+        while (services_.clock->now() < end) {
+            counts = false;
+            switch (chance() % 5) {
+                case 0:
+                    model_->togglePlay();
+                    break;
+                case 1:
+                    model_->goTo(upTo(session_.seconds - 4));
+                    break;
+                case 2:
+                    for (int i = 0; i < 12; ++i) {
+                        model_->setTrimStart(upTo(session_.seconds / 2));
+                        runEvents(0.016);
+                    }
+                    break;
+                case 3:
+                    model_->step(1.0 / 30);
+                    break;
+                default:
+                    if (!model_->isPlaying()) model_->togglePlay();
+            }
+            const double acted = services_.clock->now();
+            const bool settled = runEvents(3, [&] {
+                const auto drift = watch.drift();
+                return drift && std::abs(*drift) <= PreviewModel::bubbleDriftTolerance;
+            });
+            settling.push_back(settled ? services_.clock->now() - acted : 3);
+            counts = true;
+            runEvents(1 + upTo(1));
+            watch.look();
+        }
+        QObject::disconnect(looking);
+        figures_.worstCameraDriftMs = 1000 * watch.worst();
+        figures_.withinToleranceShare = watch.share(PreviewModel::bubbleDriftTolerance);
+        figures_.settleMs = 1000 * spreadOf(settling).most;
+        figures_.looks = watch.looks();
+        figures_.unread = watch.unread();
+        figures_.stallScrubbingMs = 1000 * stalls.longest();
+    }
+
+    /// Plays and scrubs while an export runs, and once with the cut-out.
+    void exporting() {
+        model_->pause();
+        model_->setTrimStart(0);
+        model_->setTrimEnd(session_.seconds);
+        StallWatch stalls(*services_.clock);
+        model_->exportMovie();
+        for (int i = 0; i < 40 && model_->exporting(); ++i) {
+            model_->goTo(i * 0.3);
+            runEvents(0.05);
+        }
+        model_->togglePlay();
+        runEvents(2);
+        model_->cancel();
+        runEvents(10, [this] { return !model_->exporting(); });
+        figures_.stallExportingMs = 1000 * stalls.longest();
+
+        stalls.restart();
+        model_->setCameraStyle(CameraStyle::cutout);
+        runEvents(3);
+        model_->setCameraStyle(CameraStyle::bubble);
+        runEvents(0.5);
+        figures_.stallCutoutMs = 1000 * stalls.longest();
+        model_->pause();
+    }
+
+    const Options& options_;
+    platform::PlatformServices services_;
+    rig::CounterSession session_;
+    SessionFolder folder_;
+    SessionMeta meta_;
+    std::unique_ptr<PreviewWindows> windows_;
+    PreviewModel* model_ = nullptr;
+    PictureView* screen_ = nullptr;
+    Figures figures_;
+};
+
+void print(const Figures& figures, bool json) {
+    if (json) {
+        std::cout << nlohmann::ordered_json{{"firstPictureMs", figures.firstPictureMs},
+                                            {"worstCameraDriftMs", figures.worstCameraDriftMs},
+                                            {"longestStallMs", figures.longestStallMs},
+                                            {"drawnShare", figures.drawnShare},
+                                            {"cameraWithinToleranceShare", figures.withinToleranceShare},
+                                            {"longestSettlingMs", figures.settleMs},
+                                            {"stallsMs",
+                                             {{"playing", figures.stallPlayingMs},
+                                              {"scrubbing", figures.stallScrubbingMs},
+                                              {"exporting", figures.stallExportingMs},
+                                              {"cutout", figures.stallCutoutMs}}},
+                                            {"picturesCompared", figures.looks},
+                                            {"picturesNotRead", figures.unread}}
+                         .dump(2)
+                  << '\n';
+        return;
+    }
+    std::printf("first picture           %.0f ms\n", figures.firstPictureMs);
+    std::printf("camera off by at most   %.0f ms   (%.1f %% of %zu pictures within %.0f ms; %zu not read)\n",
+                figures.worstCameraDriftMs, 100 * figures.withinToleranceShare, figures.looks,
+                1000 * PreviewModel::bubbleDriftTolerance, figures.unread);
+    std::printf("in step again after     %.0f ms at most\n", figures.settleMs);
+    std::printf(
+        "main thread away        %.0f ms at most   (playing %.0f, scrubbing %.0f, exporting %.0f, "
+        "cut-out %.0f)\n",
+        figures.longestStallMs, figures.stallPlayingMs, figures.stallScrubbingMs, figures.stallExportingMs,
+        figures.stallCutoutMs);
+    std::printf("frames drawn            %.1f %% of 60 a second\n", 100 * figures.drawnShare);
+}
+
+Options parse(const std::vector<std::string>& words) {
+    Options options;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const auto value = [&] {
+            return ++i < words.size() ? words[i] : throw std::runtime_error("a value is missing");
+        };
+        if (words[i] == "--json")
+            options.json = true;
+        else if (words[i] == "--seconds")
+            options.seconds = std::stod(value());
+        else if (words[i] == "--work")
+            options.work = value();
+        else
+            throw std::runtime_error("unknown argument " + words[i]);
+    }
+    if (options.work.empty()) throw std::runtime_error("--work is needed");
+    return options;
+}
+
+}  // namespace
+}  // namespace cobaltreel::benchmarks
+
+int main(int argc, char** argv) {
+    using namespace cobaltreel::benchmarks;
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    try {
+        const Options options = parse({argv + 1, argv + argc});
+        print(Measurement(options).run(), options.json);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "PlaybackBenchmark: %s\n", error.what());
+        return 1;
+    }
+}

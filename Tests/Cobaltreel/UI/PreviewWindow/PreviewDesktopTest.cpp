@@ -1,0 +1,284 @@
+// The preview of a real session on a real display: its pictures, its controls under the pointer, its export.
+#include "Cobaltreel/Export/ExportFixture.hpp"
+#include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
+#include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PictureView.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
+#include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
+#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Platform/Desktop/ScriptedFileBrowser.hpp"
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/PlatformServices.hpp"
+#include "Rig/CounterSession.hpp"
+
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+#include <QTest>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <xcb/xtest.h>
+
+namespace cobaltreel {
+namespace {
+
+/// The pointer and the keyboard of the virtual desktop.
+class Input {
+  public:
+    void moveTo(QPoint at) {
+        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, 0, connection_.root(),
+                            static_cast<std::int16_t>(at.x()), static_cast<std::int16_t>(at.y()), 0);
+        xcb_flush(connection_.get());
+    }
+    void button(bool down) { send(down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1); }
+    void click(QPoint at) {
+        moveTo(at);
+        button(true);
+        button(false);
+    }
+    void key(xcb_keysym_t keysym) {
+        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
+        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
+        const auto mapping =
+            connection_.reply(xcb_get_keyboard_mapping_reply,
+                              xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count));
+        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
+        for (int i = 0; i < count; ++i) {
+            if (keysyms[i * mapping->keysyms_per_keycode] != keysym) continue;
+            send(XCB_KEY_PRESS, static_cast<std::uint8_t>(setup->min_keycode + i));
+            send(XCB_KEY_RELEASE, static_cast<std::uint8_t>(setup->min_keycode + i));
+            return;
+        }
+        ADD_FAILURE() << "no key for " << keysym;
+    }
+
+  private:
+    void send(std::uint8_t type, std::uint8_t detail) {
+        xcb_test_fake_input(connection_.get(), type, detail, 0, XCB_NONE, 0, 0, 0);
+        xcb_flush(connection_.get());
+    }
+    platform::XcbConnection connection_;
+};
+
+constexpr xcb_keysym_t space = ' ', returnKey = 0xff0d, escape = 0xff1b;
+
+class PreviewDesktopTest : public LocalisedTest {
+  protected:
+    PreviewDesktopTest() { meta = session.prepare(folder, *services.media); }
+
+    PreviewWindows makeWindows() {
+        return PreviewWindows({services.players, services.media, services.vision, fileBrowser, alerts,
+                               services.clock, services.mainLoop});
+    }
+    void open() {
+        windows.openPreview(folder, meta, [this](bool hasExported) {
+            ++closed;
+            exported = hasExported;
+        });
+        ASSERT_TRUE(QTest::qWaitForWindowActive(windows.window()));
+        ASSERT_TRUE(waitUntil([&] { return item("screen")->property("hasPicture").toBool(); }));
+    }
+    QQuickItem* item(const char* name) const {
+        auto* found = windows.window()->rootObject()->findChild<QQuickItem*>(QLatin1String(name));
+        if (!found) throw std::runtime_error(std::string("no item ") + name);
+        return found;
+    }
+    /// A place in an item, in shares of its size, on the screen.
+    QPoint at(const char* name, double x = 0.5, double y = 0.5) const {
+        const QQuickItem* target = item(name);
+        return windows.window()->mapToGlobal(
+            target->mapToScene(QPointF(x * target->width(), y * target->height())).toPoint());
+    }
+    void drag(const char* name, double from, double to) {
+        input.moveTo(at(name, from));
+        input.button(true);
+        for (const double share : {0.2, 0.4, 0.6, 0.8, 1.0}) {
+            input.moveTo(at(name, from + share * (to - from)));
+            QTest::qWait(10);
+        }
+        input.button(false);
+    }
+    /// For whoever looks at the windows: COBALTREEL_SCREENSHOTS names a folder.
+    static void screenshot(const char* name) {
+        const char* folder = std::getenv("COBALTREEL_SCREENSHOTS");
+        if (!folder) return;
+        QTest::qWait(300);
+        QGuiApplication::primaryScreen()->grabWindow(0).save(
+            QStringLiteral("%1/%2.png").arg(QString::fromLocal8Bit(folder), QLatin1String(name)));
+    }
+    PreviewModel& model() const { return *windows.model(); }
+
+    platform::PlatformServices services = platform::PlatformServices::makeDefault("cobaltreel.test");
+    TemporaryFolder temporary;
+    SessionFolder folder{temporary.path()};
+    rig::CounterSession session;
+    SessionMeta meta;
+    std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
+        std::make_shared<platform::ScriptedFileBrowser>();
+    std::shared_ptr<AlertWindows> alerts = std::make_shared<AlertWindows>();
+    PreviewWindows windows = makeWindows();
+    Input input;
+    int closed = 0;
+    bool exported = false;
+};
+
+TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
+    open();
+    EXPECT_EQ(windows.window()->size(), QSize(700, 720));
+    EXPECT_EQ(windows.window()->title(), "Cobaltreel");
+    screenshot("preview-en");
+
+    input.click(at("exportButton"));
+    EXPECT_TRUE(waitUntil([&] { return model().exporting(); }));
+    input.click(at("cancelButton"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !model().exporting(); }, 20000));
+    EXPECT_FALSE(model().hasExported());
+
+    // The button that was clicked is gone and takes no keys.
+    input.key(space);
+    EXPECT_TRUE(waitUntil([&] { return model().isPlaying() && model().position() > 0.3; }));
+    input.key(space);
+    EXPECT_TRUE(waitUntil([&] { return !model().isPlaying(); }));
+
+    drag("trimStartSlider", 0.02, 0.25);
+    EXPECT_TRUE(waitUntil([&] { return std::abs(model().trimStart() - 1.5) < 0.1; })) << model().trimStart();
+    drag("trimEndSlider", 0.98, 0.5);
+    EXPECT_TRUE(waitUntil([&] { return std::abs(model().trimEnd() - 3.8) < 0.1; })) << model().trimEnd();
+    // The picture shown is the one that the handle names.
+    const auto shown = [&] {
+        const QImage picture = model().screenPictures()->picture();
+        const platform::PixelBuffer pixels(
+            platform::PixelFormat::bgra, picture.width(), picture.height(),
+            {platform::Plane{const_cast<uchar*>(picture.constBits()),
+                             static_cast<int>(picture.bytesPerLine()), picture.width(), picture.height()}},
+            nullptr);
+        return rig::counterIn(pixels).value_or(9999) / 30.0;
+    };
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - model().trimEnd()) <= 1.0 / 30 + 0.002; }))
+        << shown() << " instead of " << model().trimEnd();
+
+    input.click(at("timeLine", 0.5));
+    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 3) <= 0.1; })) << shown();
+
+    // Return in the name's field exports, too.
+    input.click(at("filename"));
+    EXPECT_TRUE(waitUntil([&] { return item("filename")->property("showsFocus").toBool(); }));
+    input.key('a');
+    EXPECT_TRUE(waitUntil([&] { return model().filename().endsWith('a'); }));
+    input.key(returnKey);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return model().isExported(); }, 60000));
+    screenshot("preview-exported-en");
+    ASSERT_TRUE(model().exportedURL());
+    const auto asset = services.media->asset(*model().exportedURL());
+    EXPECT_NEAR(asset->loadTracks(platform::MediaType::video).at(0).timeRange.duration(),
+                model().trimEnd() - model().trimStart(), 0.07);
+    EXPECT_EQ(asset->loadTracks(platform::MediaType::audio).size(), 1U);
+
+    EXPECT_TRUE(waitUntil([&] { return item("showButton")->isVisible(); }));
+    input.click(at("showButton"));
+    EXPECT_TRUE(waitUntil([&] { return fileBrowser->revealed.size() == 1; }));
+
+    windows.window()->close();
+    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_TRUE(exported);
+}
+
+TEST_F(PreviewDesktopTest, HebrewMirrorsThePanelButNeitherThePictureNorItsTime) {
+    AppSettings::shared().setLanguage(Language::he);
+    meta.cameraStyle = CameraStyle::cutout;
+    open();
+    EXPECT_LT(at("cutoutBubble").x(), at("timeLine").x());
+    input.click(at("timeLine", 0.25));
+    EXPECT_TRUE(waitUntil([&] { return std::abs(model().position() - 1.5) < 0.1; })) << model().position();
+    screenshot("preview-he");
+    EXPECT_GT(at("autoZoom").x(), at("systemAudio").x());
+
+    // A click on the leading half, on the right, chooses the bubble.
+    input.click(at("cameraStyle", 0.75));
+    EXPECT_TRUE(waitUntil([&] { return model().cameraStyle() == CameraStyle::bubble; }));
+    EXPECT_TRUE(item("circularBubble")->isVisible());
+    model().exportMovie();
+    screenshot("preview-exporting-he");
+    windows.window()->close();
+    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_FALSE(exported);
+}
+
+TEST_F(PreviewDesktopTest, ClosingDuringAnExportCancelsItAndReportsOnce) {
+    open();
+    model().setQuality(PreviewModel::Full);
+    model().exportMovie();
+    ASSERT_TRUE(waitUntil([&] { return model().progress() > 0; }));
+    windows.window()->close();
+    EXPECT_EQ(closed, 0) << "the export still has to give up";
+    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_EQ(windows.window(), nullptr);
+    QTest::qWait(50);
+    EXPECT_EQ(closed, 1);
+}
+
+TEST_F(PreviewDesktopTest, AFailedExportIsSaidInAWindowOverTheOthers) {
+    // A file stands where the exports folder belongs.
+    const auto exports = Paths::exportsFolder();
+    std::filesystem::remove_all(exports);
+    std::filesystem::create_directories(exports.parent_path());
+    { std::ofstream(exports) << "not a folder"; }
+    open();
+    model().exportMovie();
+    ASSERT_TRUE(waitUntil([&] { return alerts->window() != nullptr; }));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(alerts->window()));
+    screenshot("alert-en");
+    EXPECT_FALSE(model().exporting());
+
+    const bool wasRipples = model().ripples();
+    input.click(at("ripples", 0.95));  // not to be reached while the alert waits
+    const QSize size = alerts->window()->size();
+    input.click(alerts->window()->mapToGlobal(QPoint(size.width() - 20 - 42, size.height() - 20 - 13)));
+    EXPECT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
+    EXPECT_EQ(model().ripples(), wasRipples);
+    std::filesystem::remove(exports);
+}
+
+TEST_F(PreviewDesktopTest, AlertsComeOneAfterTheOtherAndAnswerTheKeyboard) {
+    std::vector<std::string> answers;
+    const auto ask = [&](const char* name) {
+        alerts->present({QString::fromLatin1(name), "What it is about.", {"Open", "Cancel"}},
+                        [&answers, name](int button) { answers.push_back(name + std::to_string(button)); });
+    };
+    const auto shown = [&](std::size_t answered) {
+        return waitUntil(
+            [&] { return answers.size() == answered && alerts->window() && alerts->window()->isActive(); });
+    };
+    ask("A");
+    ask("B");
+    EXPECT_TRUE(answers.empty()) << "never at once";
+    ASSERT_TRUE(shown(0));
+    input.key(returnKey);
+    ASSERT_TRUE(shown(1));
+    input.key(escape);
+    ASSERT_TRUE(waitUntil([&] { return answers.size() == 2; }));
+    ask("C");
+    ASSERT_TRUE(shown(2));
+    alerts->window()->close();
+    ASSERT_TRUE(waitUntil([&] { return answers.size() == 3; }));
+    EXPECT_EQ(answers, (std::vector<std::string>{"A0", "B1", "C1"}));
+
+    AppSettings::shared().setLanguage(Language::he);
+    alerts->present({S::orphanTitle(), S::orphanMessage(), {S::open(), S::cancel()}}, [](int) {});
+    ASSERT_TRUE(waitUntil([&] { return alerts->window() && alerts->window()->isActive(); }));
+    screenshot("alert-he");
+    EXPECT_EQ(alerts->window()->width(), 420);
+    input.key(escape);
+    EXPECT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
+}
+
+}  // namespace
+}  // namespace cobaltreel
