@@ -1,0 +1,129 @@
+#include "Cobaltreel/Shell/ShellHarness.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
+
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+namespace cobaltreel {
+namespace {
+
+using State = RecordingCoordinator::State;
+using testing::Contains;
+using testing::ElementsAre;
+
+const platform::StatusLabel idleLabel{"record.circle", ""};
+
+TEST_F(ShellTest, WithATrayNothingIsShownUntilTheItemIsClicked) {
+    launch();
+    EXPECT_THAT(tray->labels, Contains(idleLabel));
+    EXPECT_EQ(shell->panel(), nullptr) << "windows are made when they are needed";
+    EXPECT_FALSE(shell->onboardingWindow().isOpen());
+    EXPECT_TRUE(alerts->alerts.empty());
+    tray->frame = platform::Rect{600, 0, 24, 24};
+    tray->actions.clicked();
+    ASSERT_NE(shell->panel(), nullptr);
+    EXPECT_TRUE(shell->panel()->isOpen());
+    EXPECT_TRUE(shell->panel()->flags() & Qt::FramelessWindowHint);
+    EXPECT_GE(shell->panel()->y(), 24) << "under the item";
+    tray->actions.clicked();
+    EXPECT_FALSE(shell->panel()->isOpen());
+    shell->openPanel();
+    EXPECT_TRUE(shell->panel()->isOpen()) << "a second start of the program";
+}
+
+TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
+    tray->hasTray = false;
+    launch();
+    ASSERT_NE(shell->panel(), nullptr);
+    EXPECT_TRUE(shell->panel()->isOpen());
+    EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
+    tray->setTray(true);
+    EXPECT_TRUE(shell->panel()->isOpen()) << "what the user works in stays";
+    const_cast<PanelWindow*>(shell->panel())->close();
+    tray->actions.clicked();
+    EXPECT_TRUE(shell->panel()->flags() & Qt::FramelessWindowHint);
+    const_cast<PanelWindow*>(shell->panel())->close();
+    tray->setTray(false);
+    EXPECT_TRUE(shell->panel()->isOpen()) << "the tray has crashed: the program stays within reach";
+    EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
+}
+
+TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
+    launch();
+    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }))
+        << "the hot key must find something to record though the panel was never opened";
+    EXPECT_TRUE(keys->pressChord());
+    EXPECT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    EXPECT_EQ(tray->labels.back(), idleLabel) << "the countdown has no time";
+    keys->pressChord();
+    EXPECT_EQ(shell->coordinator().state(), State::countdown) << "does nothing in the countdown";
+    countdown->complete();
+    ASSERT_TRUE(stateBecomes(State::recording));
+    EXPECT_EQ(tray->labels.back(), (platform::StatusLabel{"record.circle.fill", "00:00"}));
+    time->advance(65.9);
+    EXPECT_EQ(tray->labels.back().text, "01:05");
+    keys->pressChord();
+    ASSERT_TRUE(stateBecomes(State::idle));
+    EXPECT_EQ(tray->labels.back(), idleLabel);
+    EXPECT_EQ(windows->previews.size(), 1U);
+}
+
+TEST_F(ShellTest, TheEndOfTheProgramFinishesTheRecordingFirst) {
+    launch();
+    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+    keys->pressChord();
+    ASSERT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    countdown->complete();
+    ASSERT_TRUE(stateBecomes(State::recording));
+    time->advance(3);
+    shell->quit();
+    shell->quit();
+    ASSERT_TRUE(stateBecomes(State::idle));
+    const SessionFolder session = *shell->coordinator().session();
+    EXPECT_TRUE(session.readMeta().recordingEndHostTime.has_value());
+    EXPECT_TRUE(std::filesystem::exists(session.eventsFile()));
+    EXPECT_TRUE(windows->previews.empty())
+        << "nobody is there to look at it; it is offered at the next start";
+}
+
+TEST_F(ShellTest, ARecordingThatWasNeverExportedIsOffered) {
+    L::current = Language::en;
+    SessionMeta meta;
+    meta.screenFirstPTS = 1;
+    meta.recordingEndHostTime = 2;
+    const SessionFolder folder{Paths::sessionsRoot() / "20260101-100000"};
+    std::filesystem::create_directories(folder.dir);
+    folder.writeMeta(meta);
+    std::ofstream(folder.screenMovie()) << "movie";
+    for (const int button : {0, 1}) {
+        alerts->holdsAnswers = true;
+        defaults->arrays.clear();
+        launch();
+        ASSERT_EQ(alerts->alerts.size(), 1U);
+        EXPECT_EQ(alerts->alerts[0].message, "Found a recording that wasn't exported");
+        EXPECT_EQ(alerts->alerts[0].informativeText, "Open it and export?");
+        EXPECT_THAT(alerts->alerts[0].buttons, ElementsAre("Open", "Cancel"));
+        EXPECT_THAT(defaults->arrays["promptedOrphanSessions"], ElementsAre("20260101-100000"))
+            << "noted before anything is shown";
+        alerts->answer(button);
+        EXPECT_EQ(windows->previews.size(), button == 0 ? 1U : 0U);
+        EXPECT_TRUE(std::filesystem::exists(folder.screenMovie()));
+        windows->previews.clear();
+        alerts->alerts.clear();
+        launch();
+        EXPECT_TRUE(alerts->alerts.empty()) << "asked once";
+    }
+    L::current = Language::he;
+}
+
+TEST_F(ShellTest, MissingPermissionsOpenTheOnboardingAndAKeyThatIsTakenStopsNothing) {
+    screenAccess->granted = false;
+    keys->refusal = platform::PlatformError("Desktop", 10, "taken");
+    launch();
+    EXPECT_TRUE(shell->onboardingWindow().isOpen());
+    EXPECT_FALSE(tray->labels.empty());
+}
+
+}  // namespace
+}  // namespace cobaltreel

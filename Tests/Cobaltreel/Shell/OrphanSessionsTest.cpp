@@ -1,0 +1,127 @@
+#include "Cobaltreel/Shell/OrphanSessions.hpp"
+#include "Cobaltreel/Support/TemporaryHome.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cobaltreel {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::UnorderedElementsAre;
+
+class OrphanSessionsTest : public TemporaryHome {
+  protected:
+    OrphanSessionsTest() { fs::create_directories(root_); }
+
+    /// A recording that could be exported.
+    fs::path recording(const std::string& name) {
+        fs::create_directories(root_ / name);
+        SessionFolder{root_ / name}.writeMeta(complete());
+        std::ofstream(root_ / name / "screen.mov") << "movie";
+        return root_ / name;
+    }
+    static SessionMeta complete() {
+        SessionMeta meta;
+        meta.screenFirstPTS = 10;
+        meta.recordingEndHostTime = 20;
+        return meta;
+    }
+    /// The name of the recording that is offered; empty for none.
+    std::string offered() {
+        const auto orphan = OrphanSessions::takeUnprompted(root_, defaults_);
+        return orphan ? orphan->folder.dir.filename().string() : "";
+    }
+    /// Creation times count whole milliseconds.
+    static void letTimePass() { std::this_thread::sleep_for(std::chrono::milliseconds(5)); }
+
+    const fs::path root_ = home / "sessions";
+    platform::InMemoryUserDefaults defaults_;
+    const std::string key_ = "promptedOrphanSessions";
+};
+
+TEST_F(OrphanSessionsTest, TheYoungestIsOfferedOnceAndAllThatWereThereAreNeverOfferedAgain) {
+    recording("b");
+    letTimePass();
+    recording("c");  // the youngest, though not the last by name
+    recording("a");
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    fs::remove_all(root_ / "a");
+    EXPECT_EQ(offered(), "c");
+    EXPECT_THAT(defaults_.arrays[key_], UnorderedElementsAre("b", "c"));
+    EXPECT_EQ(offered(), "");
+    EXPECT_TRUE(fs::exists(root_ / "b" / "screen.mov") && fs::exists(root_ / "c" / "screen.mov"));
+
+    letTimePass();
+    recording("d");
+    defaults_.arrays[key_].push_back("long gone");
+    EXPECT_EQ(offered(), "d");
+    EXPECT_THAT(defaults_.arrays[key_], UnorderedElementsAre("b", "c", "d", "long gone"));
+}
+
+TEST_F(OrphanSessionsTest, WhatCannotBeOpenedIsRemovedUnlessSomebodyIsAtWorkInIt) {
+    const auto folder = [&](const std::string& name, const std::function<void(SessionMeta&)>& change) {
+        recording(name);
+        SessionMeta meta = complete();
+        change(meta);
+        SessionFolder{root_ / name}.writeMeta(meta);
+    };
+    folder("no end", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
+    folder("no picture", [](SessionMeta& meta) { meta.screenFirstPTS.reset(); });
+    fs::remove(recording("no movie") / "screen.mov");
+    fs::remove(recording("no document") / "session.json");
+    std::ofstream(recording("damaged") / "session.json") << "{";
+    std::ofstream(recording(".hidden") / "session.json") << "[]";
+    fs::remove(recording("pipe") / "session.json");
+    ASSERT_EQ(mkfifo((root_ / "pipe" / "session.json").c_str(), 0600), 0);
+    folder("being recorded", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
+    const std::ofstream recorder(root_ / "being recorded" / "screen.mov", std::ios::app);
+
+    EXPECT_EQ(offered(), "");
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(root_)) left.push_back(entry.path().filename());
+    EXPECT_THAT(left, UnorderedElementsAre("being recorded"));
+    EXPECT_TRUE(defaults_.arrays.empty()) << "nobody was asked about anything";
+}
+
+TEST_F(OrphanSessionsTest, LinksAreNotFollowedAndFilesAreLeftAlone) {
+    const fs::path precious = home / "precious";
+    fs::create_directories(precious);
+    std::ofstream(precious / "thesis") << "years of work";
+    fs::create_directory_symlink(precious, root_ / "link");
+    std::ofstream(root_ / "file") << "text";
+    fs::create_directories(root_ / "broken");
+    fs::create_directory_symlink(precious, root_ / "broken" / "inside");
+    fs::create_symlink(root_ / "nowhere", root_ / "dangling");
+    EXPECT_EQ(offered(), "");
+    EXPECT_TRUE(fs::exists(precious / "thesis"));
+    EXPECT_TRUE(fs::is_symlink(root_ / "link") && fs::is_symlink(root_ / "dangling"));
+    EXPECT_TRUE(fs::exists(root_ / "file"));
+    EXPECT_FALSE(fs::exists(root_ / "broken"));
+}
+
+TEST_F(OrphanSessionsTest, ARootThatIsNotThereOrNoFolderIsNoError) {
+    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "none", defaults_));
+    std::ofstream(home / "a file") << "text";
+    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "a file", defaults_));
+    EXPECT_TRUE(fs::exists(home / "a file"));
+}
+
+TEST_F(OrphanSessionsTest, ThousandsTakeLessThanAMoment) {
+    const fs::path first = recording("s0");
+    for (int index = 1; index < 3000; ++index) fs::copy(first, root_ / ("s" + std::to_string(index)));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_NE(offered(), "");
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_LT(taken.count(), 3);
+    EXPECT_EQ(defaults_.arrays[key_].size(), 3000U);
+}
+
+}  // namespace
+}  // namespace cobaltreel

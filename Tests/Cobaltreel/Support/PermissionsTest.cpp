@@ -1,0 +1,107 @@
+#include "Cobaltreel/Support/Hotkey.hpp"
+#include "Cobaltreel/Support/Permissions.hpp"
+#include "Platform/Capture/ScriptedDeviceAccess.hpp"
+#include "Platform/Desktop/ScriptedKeyGrabber.hpp"
+#include "Platform/Desktop/ScriptedShellServices.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+
+#include <memory>
+#include <optional>
+
+#include <gmock/gmock.h>
+
+namespace cobaltreel {
+namespace {
+
+using platform::AuthorizationStatus;
+
+class PermissionsTest : public ::testing::Test {
+  protected:
+    std::shared_ptr<platform::VirtualTime> time_ = std::make_shared<platform::VirtualTime>();
+    std::shared_ptr<platform::ScriptedScreenAccess> screen_ =
+        std::make_shared<platform::ScriptedScreenAccess>();
+    std::shared_ptr<platform::ScriptedDeviceAccess> devices_ =
+        std::make_shared<platform::ScriptedDeviceAccess>();
+    std::shared_ptr<platform::ScriptedSystemSettings> settings_ =
+        std::make_shared<platform::ScriptedSystemSettings>();
+    std::shared_ptr<platform::ScriptedRelauncher> relauncher_ =
+        std::make_shared<platform::ScriptedRelauncher>();
+    int quits_ = 0;
+    std::optional<Permissions> permissions_{
+        PermissionServices{time_, screen_, devices_, settings_, relauncher_, [this] { ++quits_; }}};
+};
+
+TEST_F(PermissionsTest, OnlyAuthorizedCountsAsGranted) {
+    EXPECT_FALSE(permissions_->screenGranted() || permissions_->cameraGranted() ||
+                 permissions_->micGranted());
+    int notices = 0;
+    QObject::connect(&*permissions_, &Permissions::changed, [&] { ++notices; });
+    permissions_->refresh();
+    EXPECT_TRUE(permissions_->allGranted());
+    permissions_->refresh();
+    EXPECT_EQ(notices, 6) << "the observers hear of every look";
+
+    for (const auto status :
+         {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted, AuthorizationStatus::denied}) {
+        devices_->camera = status;
+        permissions_->refresh();
+        EXPECT_FALSE(permissions_->cameraGranted());
+        EXPECT_TRUE(permissions_->micGranted());
+        EXPECT_FALSE(permissions_->allGranted());
+    }
+    devices_->camera = AuthorizationStatus::authorized;
+    screen_->granted = false;
+    permissions_->refresh();
+    EXPECT_FALSE(permissions_->allGranted());
+}
+
+TEST_F(PermissionsTest, AnAnswerRefreshesOnTheMainThreadWhateverItIs) {
+    devices_->holdsAnswers = true;
+    devices_->microphone = AuthorizationStatus::denied;
+    permissions_->requestCamera();
+    permissions_->requestMic();
+    EXPECT_THAT(devices_->requests,
+                testing::ElementsAre(platform::MediaType::video, platform::MediaType::audio));
+    devices_->answer();
+    EXPECT_FALSE(permissions_->cameraGranted()) << "the main thread's turn has not come";
+    time_->drain();
+    EXPECT_TRUE(permissions_->cameraGranted());
+    EXPECT_FALSE(permissions_->micGranted());
+
+    permissions_->requestCamera();
+    permissions_.reset();
+    devices_->answer();
+    time_->drain();
+}
+
+TEST_F(PermissionsTest, RelaunchingEndsThisInstance) {
+    permissions_->relaunch();
+    EXPECT_EQ(relauncher_->relaunches, 1);
+    EXPECT_EQ(quits_, 1);
+    permissions_->openSettings("Privacy_Camera");
+    EXPECT_THAT(settings_->opened, testing::ElementsAre("Privacy_Camera"));
+}
+
+TEST(Hotkey, TakesOptionCommandTwoAndGoesOnWithoutIt) {
+    const auto keys = std::make_shared<platform::ScriptedKeyGrabber>();
+    int presses = 0;
+    {
+        HotkeyManager hotkey(keys);
+        hotkey.onPress = [&] { ++presses; };
+        EXPECT_FALSE(keys->pressChord());
+        EXPECT_TRUE(hotkey.registerChord());
+        EXPECT_EQ(keys->chord, (platform::KeyChord{2, true, true}));
+        EXPECT_TRUE(keys->pressChord());
+        EXPECT_EQ(presses, 1);
+        hotkey.onPress = nullptr;
+        EXPECT_TRUE(keys->pressChord());
+    }
+    EXPECT_FALSE(keys->pressChord());
+
+    keys->refusal = platform::PlatformError("Desktop", 10, "taken");
+    EXPECT_FALSE(HotkeyManager(keys).registerChord());
+    EXPECT_FALSE(HotkeyManager(nullptr).registerChord());
+}
+
+}  // namespace
+}  // namespace cobaltreel

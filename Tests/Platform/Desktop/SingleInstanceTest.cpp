@@ -1,0 +1,77 @@
+#include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/VirtualTime.hpp"
+
+#include <chrono>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SingleInstanceTest : public ::testing::Test {
+  protected:
+    SingleInstanceTest() {
+        std::string place = (fs::temp_directory_path() / "instance-XXXXXX").string();
+        folder_ = mkdtemp(place.data());
+    }
+    ~SingleInstanceTest() override { fs::remove_all(folder_); }
+
+    PosixSingleInstance instance(const std::string& name = "test") { return {loop_, folder_, name}; }
+    bool toldBecomes(int count) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (told_ != count && std::chrono::steady_clock::now() < deadline) loop_->drain();
+        return told_ == count;
+    }
+
+    std::shared_ptr<VirtualTime> loop_ = std::make_shared<VirtualTime>();
+    fs::path folder_;
+    int told_ = 0;
+};
+
+TEST_F(SingleInstanceTest, TheFirstIsToldOfEveryFurtherStart) {
+    auto claim = instance().claim([this] { ++told_; });
+    ASSERT_TRUE(claim);
+    for (int start = 1; start <= 2; ++start) {
+        EXPECT_FALSE(instance().claim([] { ADD_FAILURE(); }));
+        EXPECT_TRUE(toldBecomes(start));
+    }
+    EXPECT_TRUE(instance("another").claim([] {})) << "of another display";
+    claim.reset();
+    claim = instance().claim([] {});
+    EXPECT_TRUE(claim) << "the first has ended";
+}
+
+TEST_F(SingleInstanceTest, WhatAKilledInstanceLeavesIsNotInTheWay) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto claim = instance().claim([] {});
+        _exit(claim ? 0 : 1);  // without giving anything back
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ASSERT_EQ(status, 0);
+    ASSERT_TRUE(fs::is_socket(folder_ / "test.socket"));
+    const auto claim = instance().claim([this] { ++told_; });
+    ASSERT_TRUE(claim);
+    EXPECT_FALSE(instance().claim([] {}));
+    EXPECT_TRUE(toldBecomes(1));
+}
+
+TEST_F(SingleInstanceTest, APlaceThatIsNotTheUsersOwnIsRefused) {
+    chmod(folder_.c_str(), 0777);
+    EXPECT_THROW(instance().claim([] {}), PlatformError);
+    chmod(folder_.c_str(), 0700);
+    fs::create_directory_symlink(folder_, folder_ / "link");
+    EXPECT_THROW(PosixSingleInstance(loop_, folder_ / "link", "test").claim([] {}), PlatformError);
+    EXPECT_THROW(instance(std::string(120, 'n')).claim([] {}), PlatformError) << "no socket has such a name";
+}
+
+}  // namespace
+}  // namespace platform
