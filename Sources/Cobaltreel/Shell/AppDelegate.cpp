@@ -55,6 +55,14 @@ void AppDelegate::applicationDidFinishLaunching() {
     hotkey_.registerChord();
     showStatusItem();
     checkOrphanSessions();
+    learnWhatThereIs();
+}
+
+/// So that the hot key finds something to record before the panel has ever been opened.
+QCoro::Task<void> AppDelegate::learnWhatThereIs() {
+    const QPointer<AppDelegate> self(this);
+    co_await coordinator_.refreshContent();
+    if (self) coordinator_.refreshDevices();
 }
 
 void AppDelegate::checkOrphanSessions() {

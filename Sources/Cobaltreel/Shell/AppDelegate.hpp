@@ -44,6 +44,7 @@ class AppDelegate final : public QObject {
     const PanelWindow* panel() const { return panel_.get(); }
 
   private:
+    QCoro::Task<void> learnWhatThereIs();
     void showStatusItem();
     void updateLabel();
     std::optional<QRect> statusItemFrame() const;
