@@ -4,12 +4,27 @@
 #include <QOpenGLContext>
 #include <QOpenGLFunctions>
 #include <QQuickWindow>
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
 #include <string_view>
+#include <system_error>
 
 namespace cobaltreel {
 namespace {
 
+/// Asking a driver costs tens of megabytes that are never given back, so where the system has no graphics
+/// device (/dev/dri, the proprietary driver's own, or that of a guest of Windows) nobody is asked.
+bool hasGraphicsDevice() {
+    const char* const devices[]{"/dev/dri", "/dev/nvidiactl", "/dev/dxg"};
+    return std::any_of(std::begin(devices), std::end(devices), [](const char* device) {
+        std::error_code unknown;
+        return std::filesystem::exists(device, unknown);
+    });
+}
+
 bool hasGraphicsProcessor() {
+    if (!hasGraphicsDevice()) return false;
     QOpenGLContext context;
     if (!context.create()) return false;
     QOffscreenSurface surface;
