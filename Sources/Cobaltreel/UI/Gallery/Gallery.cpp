@@ -68,6 +68,10 @@ QImage draw(const Board& board) {
     window.resize(window.initialSize());
     window.show();
     waitUntilSettled(window);
+    // Lists are laid out with the first picture.
+    const QQuickItem* root = window.rootObject();
+    window.resize(QSizeF(root->implicitWidth(), root->implicitHeight()).toSize());
+    waitUntilSettled(window);
     return window.grabWindow();
 }
 
