@@ -74,6 +74,7 @@ int runCommandLine(int argc, char** argv) {
     addSessionsCommand(app, body);
     addInspectCommand(app, body);
     addExportCommand(app, body);
+    addOpenCommand(app, body);
     addDoctorCommand(app, body);
     addGalleryCommand(app, body);
 
