@@ -1,9 +1,10 @@
 // RigPointer: moves and clicks the real pointer, as a person's hand would.
 //
-//   RigPointer [move X Y [MS]] [click [BUTTON]] [press BUTTON] [release BUTTON] [wait MS] ...
+//   RigPointer [in WINDOW] [move X Y [MS]] [click [BUTTON]] [press BUTTON] [release BUTTON] [wait MS] ...
 //
-// A move with MS goes there smoothly in that time. Each press prints "press BUTTON HOSTTIME X Y" (seconds
-// of CLOCK_MONOTONIC; pixels, origin at the top left) once the server has taken it.
+// A move with MS goes there smoothly in that time; after `in` positions are those of that window. Each press
+// prints "press BUTTON HOSTTIME X Y" (seconds of CLOCK_MONOTONIC; pixels, origin at the top left) once the
+// server has taken it.
 
 #include <cctype>
 #include <cmath>
@@ -59,6 +60,18 @@ class Pointer {
         where();
     }
 
+    /// From here on positions count from where this window has its content now.
+    void countFrom(xcb_window_t window) {
+        if (auto* place = xcb_translate_coordinates_reply(
+                c_, xcb_translate_coordinates(c_, window, root_, 0, 0), nullptr)) {
+            originX_ = place->dst_x;
+            originY_ = place->dst_y;
+            std::free(place);
+        }
+    }
+    int originX() const { return originX_; }
+    int originY() const { return originY_; }
+
     void button(int number, bool down) {
         xcb_test_fake_input(c_, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE,
                             static_cast<std::uint8_t>(number), XCB_CURRENT_TIME, root_, 0, 0, 0);
@@ -87,6 +100,8 @@ class Pointer {
     xcb_window_t root_ = 0;
     int x_ = 0;
     int y_ = 0;
+    int originX_ = 0;
+    int originY_ = 0;
 };
 
 }  // namespace
@@ -94,7 +109,11 @@ class Pointer {
 int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     std::size_t next = 0;
-    const auto isNumber = [&] { return next < words.size() && std::isdigit(words[next][0]) != 0; };
+    const auto isNumber = [&] {
+        if (next >= words.size()) return false;
+        const std::string& word = words[next];
+        return std::isdigit(word[word.size() > 1 && word[0] == '-' ? 1 : 0]) != 0;
+    };
     const auto number = [&](int otherwise) {
         return isNumber() ? std::atoi(words[next++].c_str()) : otherwise;
     };
@@ -104,7 +123,9 @@ int main(int argc, char** argv) {
         const std::string verb = words[next++];
         if (verb == "move") {
             const int x = number(0), y = number(0);
-            pointer.move(x, y, number(0) / 1000.0);
+            pointer.move(pointer.originX() + x, pointer.originY() + y, number(0) / 1000.0);
+        } else if (verb == "in") {
+            pointer.countFrom(static_cast<xcb_window_t>(number(0)));
         } else if (verb == "click") {
             const int which = number(1);
             pointer.button(which, true);
