@@ -174,9 +174,12 @@ void PreviewModel::followTime(double seconds) {
 }
 
 void PreviewModel::seekTo(double seconds) {
+    if (!player_) return;
     const double time = std::max(onTimescale(seconds), 0.0);
     player_->seek(time, 0);
     change(position_, time, &PreviewModel::positionChanged);
+    // At the same time, not only once the screen has arrived.
+    resyncBubble(time, true);
 }
 
 void PreviewModel::togglePlay() {
@@ -214,19 +217,12 @@ std::unique_ptr<PictureSource> PreviewModel::makeCutoutPictures() {
 double PreviewModel::trimStartLimit() const { return std::max(trimEnd_ - shortestTrim, shortestTrim); }
 double PreviewModel::trimEndLimit() const { return std::min(trimStart_ + shortestTrim, duration_); }
 
-void PreviewModel::trimMoved(double seconds) {
-    if (!player_) return;
-    seekTo(seconds);
-    resyncBubble(seconds, true);
-}
-
 void PreviewModel::setTrimStart(double seconds) {
     if (std::isfinite(seconds) && change(trimStart_, seconds, &PreviewModel::trimStartChanged))
-        trimMoved(seconds);
+        seekTo(seconds);
 }
 void PreviewModel::setTrimEnd(double seconds) {
-    if (std::isfinite(seconds) && change(trimEnd_, seconds, &PreviewModel::trimEndChanged))
-        trimMoved(seconds);
+    if (std::isfinite(seconds) && change(trimEnd_, seconds, &PreviewModel::trimEndChanged)) seekTo(seconds);
 }
 void PreviewModel::setAutoZoom(bool on) { change(autoZoom_, on, &PreviewModel::autoZoomChanged); }
 void PreviewModel::setBubble(bool on) { change(bubble_, on, &PreviewModel::bubbleChanged); }

@@ -173,7 +173,6 @@ class PreviewModel : public QObject {
     void startCameraSync();
     void followRate();
     void followTime(double seconds);
-    void trimMoved(double seconds);
     void seekTo(double seconds);
     ExportOptions exportOptions() const;
     void exportEnded(const Outcome& outcome);

@@ -52,6 +52,10 @@ void QtFileBrowser::reveal(const std::filesystem::path& file, Outcome done) {
         QDBusConnection::disconnectFromBus(connectionName_);
         bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName_);
     }
+    if (!bus.isConnected()) {
+        openFolder(file, done);
+        return;
+    }
     auto request = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
