@@ -1,6 +1,10 @@
 # Flags shared by every target of the project.
 add_library(CobaltreelFlags INTERFACE)
 target_compile_options(CobaltreelFlags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+if(CMAKE_UNITY_BUILD)
+    # A source file that another one includes looks like a header to this warning.
+    target_compile_options(CobaltreelFlags INTERFACE -Wno-subobject-linkage)
+endif()
 target_compile_definitions(CobaltreelFlags INTERFACE QT_NO_KEYWORDS)
 if(COBALTREEL_SANITIZE)
     target_compile_options(CobaltreelFlags INTERFACE

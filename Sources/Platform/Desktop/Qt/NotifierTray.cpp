@@ -14,12 +14,12 @@ namespace platform {
 namespace {
 
 const QString service = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString path = QStringLiteral("/StatusNotifierWatcher");
+const QString objectPath = QStringLiteral("/StatusNotifierWatcher");
 constexpr int patience = 1000;  // milliseconds
 
 QDBusMessage question() {
     auto message = QDBusMessage::createMethodCall(
-        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+        service, objectPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message << service << QStringLiteral("IsStatusNotifierHostRegistered");
     message.setAutoStartService(false);
     return message;
@@ -33,7 +33,7 @@ NotifierTray::NotifierTray(std::function<void()> changed) : changed_(std::move(c
     auto* watcher = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &NotifierTray::ask);
     for (const auto* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
-        bus.connect(service, path, service, QLatin1String(signal), this, SLOT(ask()));
+        bus.connect(service, objectPath, service, QLatin1String(signal), this, SLOT(ask()));
     // Whoever starts needs to know before it shows anything.
     const QDBusReply<QDBusVariant> answer = bus.call(question(), QDBus::Block, patience);
     there_ = answer.isValid() && answer.value().variant().toBool();
