@@ -12,18 +12,12 @@ Item {
     property bool showsFocus: input.activeFocus
 
     signal edited(string value)
-    signal accepted
 
     implicitWidth: 200
     implicitHeight: input.implicitHeight + 2 * 5
     opacity: enabled ? 1 : 0.4
     onValueChanged: if (input.text !== value)
         input.text = value
-
-    function selectAll() {
-        input.forceActiveFocus(Qt.OtherFocusReason);
-        input.selectAll();
-    }
 
     Rectangle {
         anchors.fill: parent
@@ -50,7 +44,6 @@ Item {
         Accessible.name: control.name
         Component.onCompleted: text = control.value
         onTextEdited: control.edited(text)
-        onAccepted: control.accepted()
     }
     HoverHandler {
         cursorShape: Qt.IBeamCursor

@@ -21,7 +21,6 @@ class CutoutPictures final : public PictureSource {
 
     QImage picture() const override { return picture_; }
     void setWantedSize(QSize pixels) override;
-    bool isBusy() const { return busy_; }
 
   private:
     struct Work;

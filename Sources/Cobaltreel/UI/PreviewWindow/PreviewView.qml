@@ -8,7 +8,6 @@ FocusScope {
     id: view
 
     required property PreviewModel model
-    required property InterfaceSettings settings
 
     readonly property real frame: 1 / 30
 

@@ -2,7 +2,6 @@
 
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
-#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -32,8 +31,7 @@ void PreviewWindows::openPreview(const SessionFolder& folder, const SessionMeta&
                         .get();
     const View view =
         View::ofModule(QStringLiteral("Cobaltreel.PreviewWindow"), QStringLiteral("PreviewView"),
-                       {{QStringLiteral("model"), QVariant::fromValue(&preview->model)},
-                        {QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}});
+                       {{QStringLiteral("model"), QVariant::fromValue(&preview->model)}});
     preview->window = AppWindows::present(view, QStringLiteral("Cobaltreel"), windowSize);
     QObject::connect(preview->window.get(), &AppWindow::closed, &preview->model,
                      [this, preview] { leave(preview); });

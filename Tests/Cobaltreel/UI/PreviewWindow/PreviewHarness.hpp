@@ -39,7 +39,7 @@ class PreviewTest : public TemporaryHome {
         players->script.duration = 10;
     }
 
-    PreviewServices services() const { return {players, media, nullptr, fileBrowser, alerts, time, time}; }
+    PreviewServices services() const { return {players, media, vision, fileBrowser, alerts, time, time}; }
     PreviewModel& open() {
         model = std::make_unique<PreviewModel>(folder, meta, services());
         if (!players->players.empty())
@@ -93,6 +93,7 @@ class PreviewTest : public TemporaryHome {
     std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
     std::shared_ptr<platform::ScriptedPlayerService> players =
         std::make_shared<platform::ScriptedPlayerService>(*time, *time);
+    std::shared_ptr<platform::VisionService> vision;
     std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
         std::make_shared<platform::ScriptedFileBrowser>();
     std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();

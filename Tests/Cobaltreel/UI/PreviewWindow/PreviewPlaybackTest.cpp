@@ -1,8 +1,13 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewComposition.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewHarness.hpp"
+#include "CobaltreelCore/ScriptedVision.hpp"
 
+#include <atomic>
+#include <cstring>
+#include <future>
 #include <limits>
 #include <stdexcept>
+#include <vector>
 
 namespace cobaltreel {
 namespace {
@@ -180,6 +185,47 @@ TEST_F(PreviewTest, PlayingKeepsToTheKeptSpan) {
     EXPECT_EQ(preview.position(), 0);
     preview.step(100);
     EXPECT_EQ(preview.position(), 10);
+}
+
+TEST_F(PreviewTest, TheCutoutWorksOnOnePictureAtATimeAndKeepsTheLastPersonItSaw) {
+    const auto scripted = std::make_shared<ScriptedVision>();
+    std::promise<void> release;
+    std::atomic<int> asked{0};
+    scripted->script = {[&asked] {
+                            ++asked;
+                            return Masks{};
+                        },
+                        [] { return Masks{gray(8, 4, 255)}; },
+                        [waiting = release.get_future().share()] {
+                            waiting.wait();
+                            return Masks{};
+                        }};
+    vision = scripted;
+    const auto cutout = open().makeCutoutPictures();
+    int pictures = 0;
+    QObject::connect(cutout.get(), &PictureSource::pictureChanged, [&] { ++pictures; });
+    const auto show = [&] {
+        const auto buffer = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, 8, 4);
+        std::memset(buffer->plane().data, 255, static_cast<std::size_t>(buffer->plane().stride) * 4);
+        camera().showPicture(buffer);
+        time->advance(0.06);
+    };
+    show();
+    settle([&] { return asked == 1; });
+    EXPECT_EQ(pictures, 0) << "nobody has been seen yet";
+    // The first answer has to arrive before another picture is taken.
+    settle([&] {
+        show();
+        return pictures == 1;
+    });
+    EXPECT_EQ(cutout->picture().size(), QSize(8, 4));
+    EXPECT_GT(qAlpha(cutout->picture().pixel(4, 2)), 190);
+
+    show();
+    for (int i = 0; i < 5; ++i) show();  // while one is being worked on
+    release.set_value();
+    settle([&] { return pictures == 2; });
+    EXPECT_GT(qAlpha(cutout->picture().pixel(4, 2)), 190);
 }
 
 TEST_F(PreviewTest, MinutesAndSeconds) {
