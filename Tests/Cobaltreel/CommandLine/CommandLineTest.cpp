@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <set>
 
 #include <gmock/gmock.h>
 
@@ -151,7 +152,6 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
         const char* says;
     };
     const Case cases[]{
-        {{}, 2, "subcommand"},
         {{"recrod"}, 2, "recrod"},
         {{"record", "--duration", "nan"}, 2, "--duration"},
         {{"record", "--duration", "-1"}, 2, "--duration"},
@@ -186,7 +186,7 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
 }
 
 TEST_F(CommandLineTest, WithoutADisplayRecordingSaysSoAndExportingWorks) {
-    for (const auto& arguments : {std::vector<std::string>{"record", "--duration", "1"}, {"sources"}}) {
+    for (const auto& arguments : {std::vector<std::string>{"record", "--duration", "1"}, {"sources"}, {}}) {
         const auto result = Program(cobaltreel(arguments), {"DISPLAY"}).finish();
         EXPECT_EQ(result.status, 1);
         EXPECT_THAT(result.err, HasSubstr("DISPLAY"));
@@ -227,6 +227,47 @@ TEST_F(CommandLineTest, CtrlCEndsARecordingAndKeepsIt) {
     EXPECT_EQ(result.status, 0) << result.err;
     const auto plan = json::parse(run({"inspect", firstLine(result.out), "--json"}).out);
     EXPECT_TRUE(plan["meta"].contains("recordingEndHostTime"));
+}
+
+TEST_F(CommandLineTest, WithoutACommandTheApplicationRunsOnceAndFinishesItsRecordingWhenAskedToEnd) {
+    const auto sessions = [] {
+        std::set<fs::path> found;
+        for (const auto& entry : fs::directory_iterator(sessionsRoot())) found.insert(entry.path());
+        return found;
+    };
+    const auto panels = [](const std::string& which) {
+        return Program({"xdotool", "search", which, "--name", "^Cobaltreel$"}).finish().out;
+    };
+    // What earlier tests left would be offered in an alert.
+    fs::rename(sessionsRoot(), sessionsRoot().string() + "-aside");
+    fs::create_directories(sessionsRoot());
+    Program application(cobaltreel({}));
+    ASSERT_TRUE(application.readUntil([&](const auto&) { return !panels("--onlyvisible").empty(); }))
+        << "without a tray the panel is a window";
+    EXPECT_EQ(run({}).status, 0) << "a second start shows the panel of the first";
+
+    Program({"xdotool", "key", "alt+super+2"}).finish();
+    ASSERT_TRUE(application.readUntil([&](const auto&) {
+        std::error_code error;
+        return !sessions().empty() && fs::file_size(*sessions().begin() / "screen.mov", error) > 2000 &&
+               !error;
+    }));
+    application.signal(SIGTERM);
+    application.signal(SIGTERM);
+    EXPECT_EQ(application.finish().status, 0);
+    ASSERT_EQ(sessions().size(), 1U);
+    const std::string taken = sessions().begin()->string();
+    EXPECT_TRUE(json::parse(run({"inspect", taken, "--json"}).out)["meta"].contains("recordingEndHostTime"));
+    EXPECT_TRUE(fs::exists(fs::path(taken) / "events.json"));
+
+    // The next start offers it, and leaves it where it is.
+    Program next(cobaltreel({}));
+    ASSERT_TRUE(next.readUntil([&](const auto&) { return !panels("--onlyvisible").empty(); }));
+    next.signal(SIGINT);
+    EXPECT_EQ(next.finish().status, 0);
+    EXPECT_TRUE(fs::exists(taken));
+    fs::remove_all(sessionsRoot());
+    fs::rename(sessionsRoot().string() + "-aside", sessionsRoot());
 }
 
 TEST_F(CommandLineTest, CtrlCCancelsAnExportAndRemovesThePartialFile) {
