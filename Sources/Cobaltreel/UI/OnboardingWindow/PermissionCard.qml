@@ -60,11 +60,13 @@ Rectangle {
         }
         MacButton {
             text: S.openSystemSettings
+            fill: Color.segmentSelected
             onClicked: card.settings()
         }
         MacButton {
             visible: card.showRelaunch
             text: S.relaunch
+            fill: Color.segmentSelected
             onClicked: card.relaunch()
         }
     }
