@@ -269,8 +269,15 @@ class Measurement {
                     if (!model_->isPlaying()) model_->togglePlay();
             }
             const double acted = services_.clock->now();
-            const bool settled = runEvents(3, [&] { return watch.hasArrived(); });
-            settling.push_back(settled ? services_.clock->now() - acted : 3);
+            // A picture on the way to an earlier place may happen to lie at the new one.
+            constexpr double steady = 0.15, patience = 3;
+            double arrived = acted;
+            const bool settled = runEvents(patience, [&] {
+                const double now = services_.clock->now();
+                if (!watch.hasArrived()) arrived = now;
+                return now - arrived >= steady;
+            });
+            settling.push_back(settled ? arrived - acted : patience);
             counts = true;
             runEvents(1 + upTo(1));
             watch.look();
