@@ -79,8 +79,10 @@ void AppDelegate::showStatusItem() {
         "Cobaltreel",
         {StatusLabels::draw, [this] { panelFor(PanelWindow::Look::popover).toggle(statusItemFrame()); },
          [this] {
-             // Without the item the panel is all there is to see of the program.
-             if (!statusItem_->isShown()) openPanel();
+             if (statusItem_->isShown()) return;
+             // Without the item the panel is all there is to see of the program: as a window that stays.
+             if (panel_ && panelLook_ == PanelWindow::Look::popover) panel_->close();
+             openPanel();
          }});
     updateLabel();
     if (!statusItem_->isShown()) openPanel();

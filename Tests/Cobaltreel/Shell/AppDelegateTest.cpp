@@ -43,7 +43,6 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     const_cast<PanelWindow*>(shell->panel())->close();
     tray->actions.clicked();
     EXPECT_TRUE(shell->panel()->flags() & Qt::FramelessWindowHint);
-    const_cast<PanelWindow*>(shell->panel())->close();
     tray->setTray(false);
     EXPECT_TRUE(shell->panel()->isOpen()) << "the tray has crashed: the program stays within reach";
     EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
