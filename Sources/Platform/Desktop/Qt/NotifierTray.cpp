@@ -1,5 +1,7 @@
 #include "Platform/Desktop/Qt/NotifierTray.hpp"
 
+#include "Platform/Desktop/Qt/SessionBus.hpp"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -13,14 +15,14 @@
 namespace platform {
 namespace {
 
-const QString service = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString trayService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString objectPath = QStringLiteral("/StatusNotifierWatcher");
-constexpr int patience = 1000;  // milliseconds
+constexpr int trayPatience = 1000;  // milliseconds
 
-QDBusMessage question() {
+QDBusMessage trayQuestion() {
     auto message = QDBusMessage::createMethodCall(
-        service, objectPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    message << service << QStringLiteral("IsStatusNotifierHostRegistered");
+        trayService, objectPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    message << trayService << QStringLiteral("IsStatusNotifierHostRegistered");
     message.setAutoStartService(false);
     return message;
 }
@@ -28,20 +30,21 @@ QDBusMessage question() {
 }  // namespace
 
 NotifierTray::NotifierTray(std::function<void()> changed) : changed_(std::move(changed)) {
+    if (!hasSessionBus()) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
-    auto* watcher = new QDBusServiceWatcher(service, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    auto* watcher = new QDBusServiceWatcher(trayService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &NotifierTray::ask);
     for (const auto* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
-        bus.connect(service, objectPath, service, QLatin1String(signal), this, SLOT(ask()));
+        bus.connect(trayService, objectPath, trayService, QLatin1String(signal), this, SLOT(ask()));
     // Whoever starts needs to know before it shows anything.
-    const QDBusReply<QDBusVariant> answer = bus.call(question(), QDBus::Block, patience);
+    const QDBusReply<QDBusVariant> answer = bus.call(trayQuestion(), QDBus::Block, trayPatience);
     there_ = answer.isValid() && answer.value().variant().toBool();
 }
 
 void NotifierTray::ask() {
-    auto* call =
-        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question(), patience), this);
+    auto* call = new QDBusPendingCallWatcher(
+        QDBusConnection::sessionBus().asyncCall(trayQuestion(), trayPatience), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         const QDBusPendingReply<QDBusVariant> answer = *call;
         call->deleteLater();

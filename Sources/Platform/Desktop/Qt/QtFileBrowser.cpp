@@ -1,15 +1,15 @@
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
 
+#include "Platform/Desktop/Qt/SessionBus.hpp"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
 #include <QUrl>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -22,13 +22,6 @@ constexpr int answerMilliseconds = 3000;
 constexpr int openerMilliseconds = 3000;
 
 QString text(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
-
-/// Whether there is a bus to ask. Without one the library would try to start a daemon and wait for it.
-bool hasSessionBus() {
-    if (qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")) return true;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    return runtime && QFileInfo::exists(QString::fromLocal8Bit(runtime) + QStringLiteral("/bus"));
-}
 
 PlatformError failure(const std::filesystem::path& file, const std::string& reason) {
     return {"FileBrowser", 1, "the folder of " + file.string() + " cannot be shown: " + reason};
