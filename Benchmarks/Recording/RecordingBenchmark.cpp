@@ -3,21 +3,29 @@
 //
 //   RecordingBenchmark SECONDS
 
-#include "Cobaltreel/CommandLine/Take.hpp"
+#include "Cobaltreel/Capture/MouseSampler.hpp"
+#include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Platform/PlatformServices.hpp"
 
 #include <QCoreApplication>
+#include <QCoroTask>
+#include <QCoroTimer>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace cobaltreel::benchmarks {
 namespace {
@@ -47,43 +55,53 @@ double jitterMs(const EventLog& log) {
     return log.samples.size() < 2 ? 0 : 1000 * std::sqrt(sum / static_cast<double>(log.samples.size() - 1));
 }
 
-QCoro::Task<void> record(Take& take, std::optional<SessionFolder>& session, std::exception_ptr& failure) {
-    try {
-        session = co_await take.run();
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    QCoreApplication::quit();
+struct Recording {
+    ScreenRecorder::Statistics frames;
+    EventLog events;
+    double length = 0;  // seconds
+};
+
+QCoro::Task<Recording> record(const platform::PlatformServices& services, std::filesystem::path movie,
+                              double seconds) {
+    const auto content = services.screenCapture->shareableContent();
+    if (content.displays.empty()) throw std::runtime_error("there is no display to record");
+    ScreenRecorder screen(services.screenCapture, services.media, services.mainLoop);
+    MouseSampler mouse(services.clock, services.mainLoop, services.desktop);
+    co_await screen.start(
+        ScreenRecorder::displayTarget(content.displays.front(), 1, bundleIdentifier, content), movie, false);
+    mouse.start(CaptureMode::display, 0);
+    co_await QCoro::sleepFor(std::chrono::milliseconds(static_cast<int>(seconds * 1000)));
+    co_await screen.stop();
+    Recording recording;
+    recording.events = mouse.stop();
+    recording.frames = screen.statistics();
+    if (!screen.firstPTS()) throw std::runtime_error("the screen gave no picture");
+    recording.length = services.clock->now() - *screen.firstPTS();
+    co_return recording;
 }
 
-int measure(double seconds) {
-    const auto services = platform::PlatformServices::makeDefault(bundleIdentifier);
-    TakeOptions options;
-    options.duration = seconds;
-    Take take(services, options);
-    std::optional<SessionFolder> session;
-    std::exception_ptr failure;
-    services.mainLoop->post([&] { record(take, session, failure); });
-    QCoreApplication::exec();
-    if (failure) std::rethrow_exception(failure);
-
-    const auto frames = take.statistics();
-    const auto meta = session->readMeta();
-    const double length = *meta.recordingEndHostTime - *meta.screenFirstPTS;
-    std::cout << nlohmann::ordered_json{{"offeredFps", static_cast<double>(frames.offered) / length},
-                                        {"writtenFps", static_cast<double>(frames.written) / length},
-                                        {"droppedShare",
-                                         static_cast<double>(frames.dropped) /
-                                             std::max<double>(1, static_cast<double>(frames.offered))},
-                                        {"samplerJitterMs", jitterMs(session->readEvents())},
-                                        {"cpuShare", processorSeconds() / length},
-                                        {"peakMB", peakMB()},
-                                        {"movieMB", static_cast<double>(
-                                                        std::filesystem::file_size(session->screenMovie())) /
-                                                        1e6}}
-                     .dump(2)
-              << '\n';
-    return 0;
+QCoro::Task<void> measure(const platform::PlatformServices& services, double seconds, int& status) {
+    const std::filesystem::path movie = std::filesystem::temp_directory_path() /
+                                        ("cobaltreel-recording-" + std::to_string(getpid()) + ".mov");
+    try {
+        const Recording recording = co_await record(services, movie, seconds);
+        const auto offered = static_cast<double>(recording.frames.offered);
+        const nlohmann::ordered_json figures{
+            {"offeredFps", offered / recording.length},
+            {"writtenFps", static_cast<double>(recording.frames.written) / recording.length},
+            {"droppedShare", static_cast<double>(recording.frames.dropped) / std::max(1.0, offered)},
+            {"samplerJitterMs", jitterMs(recording.events)},
+            {"cpuShare", processorSeconds() / recording.length},
+            {"peakMB", peakMB()},
+            {"movieMB", static_cast<double>(std::filesystem::file_size(movie)) / 1e6}};
+        std::cout << figures.dump(2) << '\n';
+        status = 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "RecordingBenchmark: %s\n", error.what());
+    }
+    std::error_code ignored;
+    std::filesystem::remove(movie, ignored);
+    QCoreApplication::quit();
 }
 
 }  // namespace
@@ -91,10 +109,10 @@ int measure(double seconds) {
 
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
-    try {
-        return cobaltreel::benchmarks::measure(argc > 1 ? std::stod(argv[1]) : 10);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "RecordingBenchmark: %s\n", error.what());
-        return 1;
-    }
+    const auto services = platform::PlatformServices::makeDefault(cobaltreel::bundleIdentifier);
+    const double seconds = argc > 1 ? std::strtod(argv[1], nullptr) : 10;
+    int status = 1;
+    services.mainLoop->post([&] { cobaltreel::benchmarks::measure(services, seconds, status); });
+    QCoreApplication::exec();
+    return status;
 }
