@@ -4,6 +4,8 @@
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <xcb/xtest.h>
@@ -22,7 +24,7 @@ class DesktopOnScreen : public ::testing::Test {
     bool pointerIs(double x, double y, std::int64_t buttons) {
         return ColourWindow::waitUntil([=, this] {
             const PointerState now = desktop_.pointer();
-            return now.x == x && now.y == y && now.buttons == buttons;
+            return now.x == x && std::abs(now.y - y) < 0.01 && now.buttons == buttons;
         });
     }
 
@@ -34,25 +36,28 @@ class DesktopOnScreen : public ::testing::Test {
 
 TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
     fake(XCB_MOTION_NOTIFY, 0, 300, 20);
-    EXPECT_TRUE(pointerIs(300.5, 699.5, 0));
+    EXPECT_TRUE(pointerIs(300, 700, 0));
     const struct {
         std::uint8_t button;
         std::int64_t bits;
     } cases[] = {{1, 1}, {3, 2}, {2, 4}, {8, 8}, {9, 16}, {4, 0}, {7, 0}};
     for (const auto& c : cases) {
         fake(XCB_BUTTON_PRESS, c.button);
-        EXPECT_TRUE(pointerIs(300.5, 699.5, c.bits)) << "button " << int{c.button};
+        EXPECT_TRUE(pointerIs(300, 700, c.bits)) << "button " << int{c.button};
         fake(XCB_BUTTON_RELEASE, c.button);
-        EXPECT_TRUE(pointerIs(300.5, 699.5, 0));
+        EXPECT_TRUE(pointerIs(300, 700, 0));
     }
 }
 
 TEST_F(DesktopOnScreen, APointerAtAnEdgeIsWithinItsScreen) {
-    // Where the top and the left edge count as outside, the outermost pixels must not.
-    fake(XCB_MOTION_NOTIFY, 0, 0, 0);
-    EXPECT_TRUE(pointerIs(0.5, 719.5, 0));
-    fake(XCB_MOTION_NOTIFY, 0, 1279, 719);
-    EXPECT_TRUE(pointerIs(1279.5, 0.5, 0));
+    const Rect whole{0, 0, 1280, 720};
+    for (const auto& [x, y] : {std::pair{0, 0}, {1279, 719}, {640, 0}, {0, 719}}) {
+        fake(XCB_MOTION_NOTIFY, 0, x, y);
+        ASSERT_TRUE(pointerIs(x, 720 - y, 0));
+        const PointerState now = desktop_.pointer();
+        EXPECT_TRUE(now.x >= whole.x && now.x < whole.maxX() && now.y >= whole.y && now.y < whole.maxY())
+            << now.x << ", " << now.y;
+    }
 }
 
 TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
@@ -70,7 +75,7 @@ TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
     fake(XCB_MOTION_NOTIFY, 0, 510, 150);
     EXPECT_TRUE(ColourWindow::waitUntil([&] {
         const PointerState now = desktop.pointer();
-        return now.x == 10.5 && now.y == 569.5;
+        return now.x == 10 && std::abs(now.y - 570) < 0.01;
     }));
 }
 

@@ -3,7 +3,6 @@
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 
-#include <cmath>
 #include <map>
 
 #include <xcb/xinput.h>
@@ -65,7 +64,7 @@ struct XcbDesktop::State {
 
     PixelRect mainArea() const { return monitors.empty() ? PixelRect{} : monitors.front().area; }
 
-    /// Every button of the pointer, and its position.
+    /// Every button of the pointer, and its position in fractions of a pixel.
     bool askPointerDevice() {
         const auto now =
             connection.reply(xcb_input_xi_query_pointer_reply,
@@ -89,12 +88,12 @@ struct XcbDesktop::State {
         return true;
     }
 
-    /// The pointer is on a pixel, so it is told at that pixel's centre: a place on an edge would belong to
-    /// the screen beyond.
+    /// Upwards, a screen ends before its top edge: the pointer on its uppermost row of pixels is told a hair
+    /// below that edge, or it would be on the screen beyond.
     void remember(double rootX, double rootY, std::uint64_t buttonMask) {
         const PixelRect main = mainArea();
-        const double x = std::floor(rootX) + 0.5, y = std::floor(rootY) + 0.5;
-        last = {x - main.x, main.height - (y - main.y), buttonBits(buttonMask)};
+        constexpr double hair = 1.0 / 1024;
+        last = {rootX - main.x, main.height - (rootY - main.y) - hair, buttonBits(buttonMask)};
     }
 
     /// One round trip: where the frame is now. Absent when it is not (any longer) the shown frame of the
