@@ -59,6 +59,16 @@ PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<pl
     : QObject(parent), coordinator_(coordinator), egg_(std::move(clock), std::move(mainLoop)) {
     passOnChanges();
     followChoices();
+    connect(&coordinator_, &RecordingCoordinator::deviceMessage, this, &PopoverModel::setNotice);
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] {
+        if (coordinator_.state() == RecordingCoordinator::State::countdown) setNotice({});
+    });
+}
+
+void PopoverModel::setNotice(const QString& notice) {
+    if (notice_ == notice) return;
+    notice_ = notice;
+    Q_EMIT noticeChanged();
 }
 
 void PopoverModel::passOnChanges() {

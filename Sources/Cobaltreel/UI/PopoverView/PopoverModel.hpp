@@ -49,6 +49,7 @@ class PopoverModel : public QObject {
     Q_PROPERTY(QString cameraStyle READ cameraStyle WRITE setCameraStyle NOTIFY cameraStyleChanged FINAL)
     Q_PROPERTY(cobaltreel::Picker mic READ mic NOTIFY micChanged FINAL)
     Q_PROPERTY(double micLevel READ micLevel NOTIFY micLevelChanged FINAL)
+    Q_PROPERTY(QString notice READ notice NOTIFY noticeChanged FINAL)
     Q_PROPERTY(bool systemAudioEnabled READ systemAudioEnabled WRITE setSystemAudioEnabled NOTIFY
                    systemAudioEnabledChanged FINAL)
     Q_PROPERTY(bool autoZoomEnabled READ autoZoomEnabled WRITE setAutoZoomEnabled NOTIFY
@@ -81,6 +82,8 @@ class PopoverModel : public QObject {
     bool mirrorCamera() const { return coordinator_.mirrorCamera(); }
     double bubbleSizeFraction() const { return coordinator_.bubbleSizeFraction(); }
     double micLevel() const { return static_cast<double>(coordinator_.micLevel()); }
+    /// What befell a camera or microphone last; empty before anything did, and again with the next recording.
+    const QString& notice() const { return notice_; }
     bool systemAudioEnabled() const { return coordinator_.systemAudioEnabled(); }
     bool autoZoomEnabled() const { return coordinator_.autoZoomEnabled(); }
     /// Raw values; setting another text changes nothing.
@@ -120,6 +123,7 @@ class PopoverModel : public QObject {
     void cameraStyleChanged();
     void micChanged();
     void micLevelChanged();
+    void noticeChanged();
     void systemAudioEnabledChanged();
     void autoZoomEnabledChanged();
     void quitRequested();
@@ -127,10 +131,12 @@ class PopoverModel : public QObject {
   private:
     void passOnChanges();
     void followChoices();
+    void setNotice(const QString& notice);
     QCoro::Task<void> setUp();
 
     RecordingCoordinator& coordinator_;
     VersionEgg egg_;
+    QString notice_;
     bool shown_ = false;
     bool refreshing_ = false;
     std::uint64_t appearance_ = 0;  // counts showings and hidings: a set-up sees that its time is over

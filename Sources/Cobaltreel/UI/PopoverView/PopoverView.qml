@@ -125,6 +125,15 @@ FocusScope {
                     value: view.model.micLevel
                     Accessible.name: S.microphone
                 }
+                ControlText {
+                    width: parent.width
+                    visible: label !== ""
+                    label: view.model.notice
+                    color: Color.warning
+                    font.pixelSize: TextSize.tight
+                    wrapMode: Text.WordWrap
+                    maximumLineCount: 3
+                }
             }
             MacToggleRow {
                 width: parent.width

@@ -295,6 +295,8 @@ TEST_F(PanelDesktopTest, NothingIsClippedInEitherLanguage) {
         ASSERT_TRUE(waitUntil([&] { return countdown->isRunning(); }));
         countdown->complete();
         EXPECT_TRUE(waitUntil([&] { return control(S::stopRecording()) != nullptr; }));
+        Q_EMIT coordinator->deviceMessage(
+            "The microphone \"Headset\" has sent nothing but silence so far. Is it muted?");
         expectWhole("panel-recording");
         coordinator->toggle();
         EXPECT_TRUE(waitUntil([&] { return coordinator->state() == State::idle; }));

@@ -112,6 +112,18 @@ TEST_F(PopoverModelTest, EveryChangeOfTheCoordinatorReachesTheView) {
     EXPECT_EQ(changes["state"], 3);
 }
 
+TEST_F(PopoverModelTest, ANoticeStandsUntilTheNextRecording) {
+    Q_EMIT coordinator->deviceMessage("The camera was unplugged.");
+    EXPECT_EQ(model->notice(), "The camera was unplugged.");
+    choose();
+    EXPECT_EQ(model->notice(), "The camera was unplugged.");
+    record();
+    EXPECT_EQ(model->notice(), "");
+    Q_EMIT coordinator->deviceMessage("The microphone is silent.");
+    stop();
+    EXPECT_EQ(model->notice(), "The microphone is silent.");
+}
+
 TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothingIsRecorded) {
     const auto change = [](RecordingCoordinator& c) { c.setMirrorCamera(!c.mirrorCamera()); };
     EXPECT_EQ(restartsBy(change), 0);
