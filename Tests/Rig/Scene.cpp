@@ -109,7 +109,10 @@ class Scene {
                               screen_->root_depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, fillSegment_, 0);
         } else {
             moveWindow(counter);
-            if (counter % 6 == 0) scrollText();
+            if (counter % 6 == 0) {
+                writeLine();
+                showPage();
+            }
         }
         xcb_flush(c_);
     }
@@ -118,7 +121,10 @@ class Scene {
     void sync() {
         std::free(xcb_get_input_focus_reply(c_, xcb_get_input_focus(c_), nullptr));
         while (xcb_generic_event_t* event = xcb_poll_for_event(c_)) {
-            if ((event->response_type & 0x7f) == XCB_EXPOSE) drawFrame(counter_);
+            if ((event->response_type & 0x7f) == XCB_EXPOSE) {
+                drawFrame(counter_);
+                if (page_ != 0) showPage();
+            }
             std::free(event);
         }
     }
@@ -175,6 +181,7 @@ class Scene {
             std::free(atom);
         }
         text_ = window(width_ * 5 / 8, height_ / 8, width_ / 3, height_ * 3 / 4, 0xf4f1e8, true, "Notes");
+        makePage();
         moving_ = window(width_ / 8, height_ / 4, width_ / 4, height_ / 4, 0x2a7f62, true, "Moving window");
     }
 
@@ -238,19 +245,31 @@ class Scene {
         box(moving_, 0xffd166, 20, 20, width_ / 16, height_ / 16);
     }
 
-    void scrollText() {
-        constexpr int line = 18;
-        const int w = width_ / 3, h = height_ * 3 / 4;
-        xcb_copy_area(c_, text_, text_, gc_, 0, line, 0, 0, static_cast<std::uint16_t>(w),
-                      static_cast<std::uint16_t>(h - line));
-        box(text_, 0xf4f1e8, 0, h - line, w, line);
+    void makePage() {
+        page_ = xcb_generate_id(c_);
+        xcb_create_pixmap(c_, screen_->root_depth, page_, screen_->root, pageWidth(), pageHeight());
+        for (int line = 0; line * lineHeight < pageHeight(); ++line) writeLine();
+    }
+
+    void writeLine() {
+        const int w = pageWidth(), h = pageHeight();
+        xcb_copy_area(c_, page_, page_, gc_, 0, lineHeight, 0, 0, pageWidth(),
+                      static_cast<std::uint16_t>(h - lineHeight));
+        box(page_, 0xf4f1e8, 0, h - lineHeight, w, lineHeight);
         for (int x = 12; x < w - 60;) {
             random_ = random_ * 1664525U + 1013904223U;
             const int word = 8 + static_cast<int>(random_ >> 24) % 44;
-            box(text_, 0x30343a, x, h - line + 5, std::min(word, w - 12 - x), 8);
+            box(page_, 0x30343a, x, h - lineHeight + 5, std::min(word, w - 12 - x), 8);
             x += word + 7;
         }
     }
+
+    void showPage() { xcb_copy_area(c_, page_, text_, gc_, 0, 0, 0, 0, pageWidth(), pageHeight()); }
+
+    std::uint16_t pageWidth() const { return static_cast<std::uint16_t>(width_ / 3); }
+    std::uint16_t pageHeight() const { return static_cast<std::uint16_t>(height_ * 3 / 4); }
+
+    static constexpr int lineHeight = 18;
 
     Options options_;
     xcb_connection_t* c_ = nullptr;
@@ -260,6 +279,7 @@ class Scene {
     xcb_gcontext_t gc_ = 0;
     xcb_pixmap_t backdrop_ = 0;
     xcb_window_t text_ = 0;
+    xcb_pixmap_t page_ = 0;  // what the text window shows, to repaint it
     xcb_window_t moving_ = 0;
     xcb_window_t fill_ = 0;
     std::uint32_t* fillShared_ = nullptr;
