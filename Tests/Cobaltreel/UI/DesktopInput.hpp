@@ -38,16 +38,17 @@ class DesktopInput {
                             0);
         xcb_flush(connection_.get());
     }
+    void button(bool down) { send(down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1); }
     void click(QPoint position) {
         move(position);
-        send(XCB_BUTTON_PRESS, 1);
-        send(XCB_BUTTON_RELEASE, 1);
+        button(true);
+        button(false);
     }
     void drag(QPoint from, QPoint to) {
         move(from);
-        send(XCB_BUTTON_PRESS, 1);
+        button(true);
         for (int step = 1; step <= 8; ++step) move(from + (to - from) * step / 8);
-        send(XCB_BUTTON_RELEASE, 1);
+        button(false);
     }
     platform::XcbConnection& connection() { return connection_; }
 

@@ -1,6 +1,7 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
+#include "Cobaltreel/UI/DesktopInput.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
@@ -13,61 +14,14 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPixmap>
 #include <QProcess>
 #include <QRasterWindow>
 #include <QScreen>
 #include <QTest>
 #include <algorithm>
 
-#include <xcb/xtest.h>
-
 namespace cobaltreel {
 namespace {
-
-QRgb screenPixel(QPoint position) {
-    return QGuiApplication::primaryScreen()
-        ->grabWindow(0, position.x(), position.y(), 1, 1)
-        .toImage()
-        .pixel(0, 0);
-}
-
-/// The keyboard and the pointer of the virtual desktop.
-class Input {
-  public:
-    void key(xcb_keysym_t keysym) {
-        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
-        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-        const auto mapping =
-            connection_.reply(xcb_get_keyboard_mapping_reply,
-                              xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count));
-        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
-        for (int i = 0; i < count; ++i)
-            if (keysyms[i * mapping->keysyms_per_keycode] == keysym) {
-                const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
-                send(XCB_KEY_PRESS, code);
-                send(XCB_KEY_RELEASE, code);
-                return;
-            }
-        ADD_FAILURE() << "no key for " << keysym;
-    }
-    void click(QPoint position) {
-        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, 0, connection_.root(),
-                            static_cast<std::int16_t>(position.x()), static_cast<std::int16_t>(position.y()),
-                            0);
-        send(XCB_BUTTON_PRESS, 1);
-        send(XCB_BUTTON_RELEASE, 1);
-    }
-    platform::XcbConnection& connection() { return connection_; }
-
-  private:
-    void send(std::uint8_t type, std::uint8_t detail) {
-        xcb_test_fake_input(connection_.get(), type, detail, 0, XCB_NONE, 0, 0, 0);
-        xcb_flush(connection_.get());
-    }
-
-    platform::XcbConnection connection_;
-};
 
 /// A window of one colour that notes the keys it gets.
 class Application final : public QRasterWindow {
@@ -106,7 +60,7 @@ class DesktopTest : public LocalisedTest {
     std::shared_ptr<platform::XcbKeyGrabber> keys = std::make_shared<platform::XcbKeyGrabber>(loop);
     Countdown countdown{loop, keys, CountdownWindow::factory(compositor)};
     platform::HostClock clock;
-    Input input;
+    DesktopInput input;
     int cancelled = 0, done = 0;
 
     void run() {

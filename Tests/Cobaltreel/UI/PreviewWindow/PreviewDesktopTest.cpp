@@ -4,13 +4,13 @@
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
+#include "Cobaltreel/UI/DesktopInput.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PictureView.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Platform/Desktop/ScriptedFileBrowser.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
 
@@ -25,48 +25,8 @@
 #include <string>
 #include <vector>
 
-#include <xcb/xtest.h>
-
 namespace cobaltreel {
 namespace {
-
-/// The pointer and the keyboard of the virtual desktop.
-class Input {
-  public:
-    void moveTo(QPoint at) {
-        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, 0, connection_.root(),
-                            static_cast<std::int16_t>(at.x()), static_cast<std::int16_t>(at.y()), 0);
-        xcb_flush(connection_.get());
-    }
-    void button(bool down) { send(down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1); }
-    void click(QPoint at) {
-        moveTo(at);
-        button(true);
-        button(false);
-    }
-    void key(xcb_keysym_t keysym) {
-        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
-        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-        const auto mapping =
-            connection_.reply(xcb_get_keyboard_mapping_reply,
-                              xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count));
-        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
-        for (int i = 0; i < count; ++i) {
-            if (keysyms[i * mapping->keysyms_per_keycode] != keysym) continue;
-            send(XCB_KEY_PRESS, static_cast<std::uint8_t>(setup->min_keycode + i));
-            send(XCB_KEY_RELEASE, static_cast<std::uint8_t>(setup->min_keycode + i));
-            return;
-        }
-        ADD_FAILURE() << "no key for " << keysym;
-    }
-
-  private:
-    void send(std::uint8_t type, std::uint8_t detail) {
-        xcb_test_fake_input(connection_.get(), type, detail, 0, XCB_NONE, 0, 0, 0);
-        xcb_flush(connection_.get());
-    }
-    platform::XcbConnection connection_;
-};
 
 constexpr xcb_keysym_t space = ' ', returnKey = 0xff0d, escape = 0xff1b;
 
@@ -98,10 +58,10 @@ class PreviewDesktopTest : public LocalisedTest {
             target->mapToScene(QPointF(x * target->width(), y * target->height())).toPoint());
     }
     void drag(const char* name, double from, double to) {
-        input.moveTo(at(name, from));
+        input.move(at(name, from));
         input.button(true);
         for (const double share : {0.2, 0.4, 0.6, 0.8, 1.0}) {
-            input.moveTo(at(name, from + share * (to - from)));
+            input.move(at(name, from + share * (to - from)));
             QTest::qWait(10);
         }
         input.button(false);
@@ -125,7 +85,7 @@ class PreviewDesktopTest : public LocalisedTest {
         std::make_shared<platform::ScriptedFileBrowser>();
     std::shared_ptr<AlertWindows> alerts = std::make_shared<AlertWindows>();
     PreviewWindows windows = makeWindows();
-    Input input;
+    DesktopInput input;
     int closed = 0;
     bool exported = false;
 };
