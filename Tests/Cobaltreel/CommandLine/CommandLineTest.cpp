@@ -113,7 +113,8 @@ TEST_F(CommandLineTest, SourcesSessionsAndDoctorDescribeTheMachine) {
     EXPECT_EQ(states[fs::path(session).filename()], "complete");
     EXPECT_EQ(states["broken"], "unreadable");
 
-    for (const auto& row : json::parse(run({"doctor", "--json"}).out)["services"])
+    const auto services = json::parse(run({"doctor", "--json"}).out)["services"];
+    for (const auto& row : services)
         EXPECT_TRUE(row["service"] != "screen capture" || row["available"]);
 }
 

@@ -2,7 +2,8 @@
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
-#include <chrono>
+#include <QDateTime>
+#include <QFileInfo>
 #include <fstream>
 #include <thread>
 
@@ -38,8 +39,18 @@ class OrphanSessionsTest : public TemporaryHome {
         const auto orphan = OrphanSessions::takeUnprompted(root_, defaults_);
         return orphan ? orphan->folder.dir.filename().string() : "";
     }
-    /// Creation times count whole milliseconds.
-    static void letTimePass() { std::this_thread::sleep_for(std::chrono::milliseconds(5)); }
+    /// Returns once what is made is younger than what was made before.
+    void letTimePass() const {
+        const auto birth = [this] {
+            const fs::path probe = home / "probe";
+            fs::remove(probe);
+            std::ofstream(probe).flush();
+            return QFileInfo(QString::fromStdString(probe.string())).birthTime();
+        };
+        const QDateTime before = birth();
+        ASSERT_TRUE(before.isValid()) << "this file system does not tell creation times";
+        while (birth() <= before) std::this_thread::yield();
+    }
 
     const fs::path root_ = home / "sessions";
     platform::InMemoryUserDefaults defaults_;
@@ -50,8 +61,8 @@ TEST_F(OrphanSessionsTest, TheYoungestIsOfferedOnceAndAllThatWereThereAreNeverOf
     recording("b");
     letTimePass();
     recording("c");  // the youngest, though not the last by name
+    letTimePass();
     recording("a");
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
     fs::remove_all(root_ / "a");
     EXPECT_EQ(offered(), "c");
     EXPECT_THAT(defaults_.arrays[key_], UnorderedElementsAre("b", "c"));
