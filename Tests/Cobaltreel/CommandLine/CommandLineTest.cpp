@@ -114,8 +114,7 @@ TEST_F(CommandLineTest, SourcesSessionsAndDoctorDescribeTheMachine) {
     EXPECT_EQ(states["broken"], "unreadable");
 
     const auto services = json::parse(run({"doctor", "--json"}).out)["services"];
-    for (const auto& row : services)
-        EXPECT_TRUE(row["service"] != "screen capture" || row["available"]);
+    for (const auto& row : services) EXPECT_TRUE(row["service"] != "screen capture" || row["available"]);
 }
 
 TEST_F(CommandLineTest, ExportsWithTheOptionsThatWereAsked) {
