@@ -45,8 +45,9 @@ void AlertWindows::showNext() {
     AppWindows::setLocalizedContent(
         *window_, View::ofModule(QStringLiteral("Cobaltreel.Alerts"), QStringLiteral("AlertView"),
                                  {{QStringLiteral("alert"), QVariant::fromValue(&content)}}));
+    AppWindows::layOutContent(*window_, width);
     fit(*window_);
-    // The height is known once the content has been laid out, and another in another language.
+    // Another language has another height.
     connect(window_->rootObject(), &QQuickItem::implicitHeightChanged, window_.get(),
             [window = window_.get()] { fit(*window); });
     if (const QScreen* screen = window_->screen()) {

@@ -65,6 +65,7 @@ PanelWindow::~PanelWindow() {
 
 void PanelWindow::open(std::optional<QRect> statusItem) {
     statusItem_ = statusItem;
+    if (const QQuickItem* root = rootObject()) AppWindows::layOutContent(*this, root->implicitWidth());
     fit();
     show();
     raise();

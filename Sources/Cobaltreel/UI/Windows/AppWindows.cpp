@@ -7,9 +7,19 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QScreen>
 
 namespace cobaltreel {
+namespace {
+
+/// From the innermost items outwards, as the heights depend.
+void layOut(QQuickItem& item) {
+    for (QQuickItem* child : item.childItems()) layOut(*child);
+    item.ensurePolished();
+}
+
+}  // namespace
 
 View View::ofModule(const QString& module, const QString& type, const QVariantMap& properties) {
     QString folder = module;
@@ -46,6 +56,13 @@ void AppWindows::setLocalizedContent(QQuickView& window, const View& view) {
                                  {QStringLiteral("contentProperties"), view.properties}});
     window.setSource(
         View::ofModule(QStringLiteral("Cobaltreel.Windows"), QStringLiteral("LocalizedRoot")).source);
+}
+
+void AppWindows::layOutContent(const QQuickView& window, double width) {
+    QQuickItem* const root = window.rootObject();
+    if (!root) return;
+    root->setWidth(width);
+    layOut(*root);
 }
 
 std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& title, QSize size) {

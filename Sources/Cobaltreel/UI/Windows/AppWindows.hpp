@@ -49,6 +49,10 @@ struct AppWindows {
     /// Wraps a view of a window that is shown by other means, such as the popover.
     static void setLocalizedContent(QQuickView& window, const View& view);
 
+    /// Lays the content out in a width now rather than with its first picture, so that a window that takes
+    /// its height from what it holds has it before it is shown.
+    static void layOutContent(const QQuickView& window, double width);
+
     /// The shared settings, for views that show or change them; ends with the engine.
     static InterfaceSettings& settings();
     /// The one engine of all windows; made on first use, ends with the application object.

@@ -194,13 +194,14 @@ TEST_F(PreviewDesktopTest, AFailedExportIsSaidInAWindowOverTheOthers) {
     open();
     model().exportMovie();
     ASSERT_TRUE(waitUntil([&] { return alerts->window() != nullptr; }));
+    const QSize size = alerts->window()->size();
     ASSERT_TRUE(QTest::qWaitForWindowActive(alerts->window()));
+    EXPECT_EQ(alerts->window()->size(), size) << "it opens with the height of its text";
     screenshot("alert-en");
     EXPECT_FALSE(model().exporting());
 
     const bool wasRipples = model().ripples();
     input.click(at("ripples", 0.95));  // not to be reached while the alert waits
-    const QSize size = alerts->window()->size();
     input.click(alerts->window()->mapToGlobal(QPoint(size.width() - 20 - 42, size.height() - 20 - 13)));
     EXPECT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
     EXPECT_EQ(model().ripples(), wasRipples);
