@@ -17,6 +17,7 @@
 #include <QCoroTask>
 #include <QCoroTimer>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -51,6 +52,7 @@ struct Recording {
     CameraMicRecorder::Statistics camera;
     ScreenRecorder::Statistics screen;
     std::vector<platform::CaptureEvent> deviceEvents;
+    double firstPicture = NAN;  ///< seconds from asking for the preview to its first picture
 };
 
 QCoro::Task<void> until(platform::Clock& clock, double time) {
@@ -100,6 +102,11 @@ QCoro::Task<Recording> record(Options options, platform::PlatformServices servic
         devices = capture->devices();
     }
     if (devices.cameras.empty() || devices.microphones.empty()) throw std::runtime_error("no test devices");
+    const auto firstPicture = std::make_shared<std::atomic<double>>(NAN);
+    camera.setPreviewFrameHandler([firstPicture, clock = services.clock](const auto&) {
+        if (std::isnan(*firstPicture)) *firstPicture = clock->now();
+    });
+    const double previewAsked = services.clock->now();
     camera.startPreview(devices.cameras.front(), devices.microphones.front(), true);
     co_await until(*services.clock, first - 2.5);
 
@@ -112,6 +119,7 @@ QCoro::Task<Recording> record(Options options, platform::PlatformServices servic
     co_await screen.stop();
     co_await camera.stop();
 
+    result.firstPicture = *firstPicture - previewAsked;
     const auto& frame = content.displays.front().frame;
     result.meta = SessionMeta::makeDefault();
     result.meta.captureWidthPx = target.width;
@@ -241,6 +249,7 @@ int measure(const Options& options) {
     result["seconds"] = options.seconds;
     result["cameraPicturesWritten"] = recording.camera.picturesWritten;
     result["cameraPicturesDropped"] = recording.camera.picturesDropped;
+    result["firstPictureMs"] = 1000 * recording.firstPicture;
     result["screenFramesDropped"] = recording.screen.dropped;
     if (options.json) {
         std::cout << result.dump(2) << '\n';
@@ -253,6 +262,7 @@ int measure(const Options& options) {
                     growth, options.seconds,
                     static_cast<unsigned long long>(recording.camera.picturesWritten),
                     static_cast<unsigned long long>(recording.camera.picturesDropped));
+        std::printf("first picture of the preview after %.0f ms\n", 1000 * recording.firstPicture);
     }
     if (options.limitMs > 0 && !(worst <= options.limitMs)) {
         std::fprintf(stderr, "SyncBenchmark: the worst difference is above %.0f ms\n", options.limitMs);

@@ -167,10 +167,11 @@ TEST_F(Writing, aKilledRecordingPlaysToAboutItsLastSecond) {
             for (int i = 0; i < 180; ++i) {
                 std::this_thread::sleep_until(begin + std::chrono::microseconds(i * 16667));
                 if (!stillAtTheEnd || i <= 60)
-                    video.append(
+                    appendPatiently(
+                        video,
                         pictureAt(i / 60.0, greyPicture(64, 64, expectedLuma(static_cast<unsigned>(i)))));
-                audio.append(soundRun(i / 60.0, 800, {48000, 1, true},
-                                      [](std::size_t f) { return beep(f / 48000.0); }));
+                appendPatiently(audio, soundRun(i / 60.0, 800, {48000, 1, true},
+                                                [](std::size_t f) { return beep(f / 48000.0); }));
             }
             ::raise(SIGKILL);
         }

@@ -1,9 +1,12 @@
 #include "MediaHarness.hpp"
 #include "Rig/BeepFinder.hpp"
+#include "Rig/StallWatch.hpp"
 
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -29,21 +32,45 @@ class SoundTest : public rig::MediaTest {
         for (const double instant : instants) list += (list.empty() ? "" : ",") + std::to_string(instant);
         return list;
     }
-    static void expectBeeps(const std::vector<SampleBuffer>& sounds, const std::vector<double>& instants) {
+    /// What is wrong with a sound that should have beeps at those instants and so many gaps; empty when
+    /// nothing is.
+    static std::string faults(const std::vector<SampleBuffer>& sounds, const std::vector<double>& instants,
+                              std::optional<int> expectedGaps) {
+        std::ostringstream faults;
         rig::BeepFinder finder;
         for (const auto& sound : sounds) finder.add(sound);
-        ASSERT_THAT(finder.starts(), testing::SizeIs(instants.size()));
-        for (std::size_t i = 0; i < instants.size(); ++i) EXPECT_NEAR(finder.starts()[i], instants[i], 0.02);
-        for (const double pitch : finder.pitches()) EXPECT_NEAR(pitch, 1000, 30);
-    }
-    static int gaps(const std::vector<SampleBuffer>& sounds) {
-        int count = 0;
+        const auto& starts = finder.starts();
+        if (starts.size() != instants.size()) faults << starts.size() << " beeps; ";
+        for (std::size_t i = 0; i < std::min(starts.size(), instants.size()); ++i)
+            if (std::abs(starts[i] - instants[i]) > 0.02)
+                faults << "a beep off by " << starts[i] - instants[i] << " s; ";
+        for (const double pitch : finder.pitches())
+            if (std::abs(pitch - 1000) > 30) faults << "a beep of " << pitch << " Hz; ";
+        int gaps = 0;
         for (std::size_t i = 1; i < sounds.size(); ++i) {
             const double end = sounds[i - 1].presentationTime.seconds() + sounds[i - 1].audio->duration();
-            EXPECT_GT(sounds[i].presentationTime.seconds(), end - 0.01) << "runs of sound overlap";
-            if (sounds[i].presentationTime.seconds() - end > gapLength) ++count;
+            const double next = sounds[i].presentationTime.seconds();
+            EXPECT_GT(next, end - 0.01) << "runs of sound overlap";
+            if (next - end > gapLength) ++gaps;
         }
-        return count;
+        if (expectedGaps && gaps != *expectedGaps) faults << gaps << " gaps; ";
+        return faults.str();
+    }
+    /// Expects a try to be without faults. One that the machine stood still in shows nothing and is made
+    /// again; when it does so time after time, the test cannot be made here.
+    static void expectNoFaults(const std::function<std::string()>& attempt) {
+        constexpr double stall = 0.03;  // the rig's clock makes up for less
+        std::string found;
+        for (int tries = 0; tries < 8; ++tries) {
+            const rig::StallWatch watch;
+            found = attempt();
+            if (found.empty()) return;
+            if (watch.longest() < stall) {
+                ADD_FAILURE() << found;
+                return;
+            }
+        }
+        GTEST_SKIP() << "the machine stood still in each of the tries: " << found;
     }
 };
 
@@ -55,57 +82,65 @@ TEST_F(SoundTest, DeliversOneFormatOfSoundWhateverTheMicrophoneOffers) {
     for (const auto& [rate, channels] : std::initializer_list<Case>{
              {48000, 1}, {44100, 1}, {44100, 2}, {48000, 6}, {16000, 1}, {96000, 2}}) {
         SCOPED_TRACE(std::to_string(rate) + " Hz, " + std::to_string(channels) + " channels");
-        collector.clear();
-        ASSERT_TRUE(isListed("rig.microphone", false));
-        const auto instants = instantsFromNow(0.6, 2);
-        const auto device =
-            startDevice("RigTone", {"--microphone", "--rate", std::to_string(rate), "--channels",
-                                    std::to_string(channels), "--loudness", "0.7", "--at", listed(instants)});
-        configure({microphone()});
-        ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
-        session->stopRunning();
-        const auto sounds = collector.sounds();
-        for (const auto& sound : sounds)
-            EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 1, true}));
-        expectBeeps(sounds, instants);
-        EXPECT_EQ(gaps(sounds), 0);
+        expectNoFaults([&, rate = rate, channels = channels]() -> std::string {
+            collector.clear();
+            EXPECT_TRUE(isListed("rig.microphone", false));
+            const auto instants = instantsFromNow(0.6, 2);
+            const auto device = startDevice(
+                "RigTone", {"--microphone", "--rate", std::to_string(rate), "--channels",
+                            std::to_string(channels), "--loudness", "0.7", "--at", listed(instants)});
+            configure({microphone()});
+            if (!collector.waitForSoundUntil(instants.back() + 0.2)) return "no sound";
+            session->stopRunning();
+            const auto sounds = collector.sounds();
+            for (const auto& sound : sounds)
+                EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 1, true}));
+            return faults(sounds, instants, 0);
+        });
     }
 }
 
 TEST_F(SoundTest, AMicrophoneThatComesBackWithAnotherRateLeavesAGapAndKeepsTime) {
-    const auto first = instantsFromNow(0.6, 1);
-    auto device = startDevice("RigTone", {"--microphone", "--at", listed(first)});
-    configure({microphone()});
-    ASSERT_TRUE(collector.waitForSoundUntil(first.back() + 0.2));
-    device.reset();
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    const auto second = instantsFromNow(0.8, 1);
-    device = startDevice("RigTone", {"--microphone", "--rate", "16000", "--at", listed(second)});
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
-    ASSERT_TRUE(collector.waitForSoundUntil(second.back() + 0.2));
-    session->stopRunning();
-    expectBeeps(collector.sounds(), {first[0], second[0]});
-    EXPECT_EQ(gaps(collector.sounds()), 1) << "one gap, of the time that the microphone was away";
+    expectNoFaults([&]() -> std::string {
+        collector.clear();
+        EXPECT_TRUE(isListed("rig.microphone", false));
+        const auto first = instantsFromNow(0.6, 1);
+        auto device = startDevice("RigTone", {"--microphone", "--at", listed(first)});
+        configure({microphone()});
+        if (!collector.waitForSoundUntil(first.back() + 0.2)) return "no sound";
+        device.reset();
+        if (!collector.waitForEvent(CaptureEvent::Kind::lost)) return "not lost";
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        const auto second = instantsFromNow(0.8, 1);
+        device = startDevice("RigTone", {"--microphone", "--rate", "16000", "--at", listed(second)});
+        if (!collector.waitForEvent(CaptureEvent::Kind::returned)) return "not back";
+        if (!collector.waitForSoundUntil(second.back() + 0.2)) return "no sound after the return";
+        session->stopRunning();
+        return faults(collector.sounds(), {first[0], second[0]}, 1);
+    });
 }
 
 TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
-    auto device = startDevice("RigTone", {"--microphone"});
-    configure({microphone()});
-    ASSERT_TRUE(collector.waitForSound(10));
-    kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
-    EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("media server ended"));
-    device->wait();
-    const double limit = now() + 10;
-    while (service.unavailable() && now() < limit) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    const auto instants = instantsFromNow(1.0, 1);
-    device = startDevice("RigTone", {"--microphone", "--at", listed(instants)});
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
-    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
-    session->stopRunning();
-    expectBeeps(collector.sounds(), instants);
-    EXPECT_EQ(gaps(collector.sounds()), 1);
+    expectNoFaults([&]() -> std::string {
+        collector.clear();
+        EXPECT_TRUE(isListed("rig.microphone", false));
+        auto device = startDevice("RigTone", {"--microphone"});
+        configure({microphone()});
+        if (!collector.waitForSound(10)) return "no sound";
+        kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
+        if (!collector.waitForEvent(CaptureEvent::Kind::lost)) return "not lost";
+        EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("media server ended"));
+        device->wait();
+        const double limit = now() + 10;
+        while (service.unavailable() && now() < limit)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const auto instants = instantsFromNow(1.0, 1);
+        device = startDevice("RigTone", {"--microphone", "--at", listed(instants)});
+        if (!collector.waitForEvent(CaptureEvent::Kind::returned)) return "not back";
+        if (!collector.waitForSoundUntil(instants.back() + 0.2)) return "no sound after the return";
+        session->stopRunning();
+        return faults(collector.sounds(), instants, 1);
+    });
 }
 
 TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
@@ -141,64 +176,77 @@ class SystemAudioTest : public SoundTest {
 
 TEST_F(SystemAudioTest, RecordsOtherProgramsButNotThisOne) {
     ASSERT_FALSE(service.unavailable());
-    start();
-    const auto instants = instantsFromNow(1.0, 3);
-    const auto player = startDevice("RigTone", {"--speaker", "--channels", "2", "--at", listed(instants)});
-    // This one would beep in between.
-    std::vector<double> between;
-    for (const double instant : instants) between.push_back(instant + 0.15);
-    const auto own = startDevice("RigTone", {"--speaker", "--name", "rig.own", "--process-id",
-                                             std::to_string(getpid()), "--at", listed(between)});
-    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.3));
-    source->stop();
-    const auto sounds = collector.sounds();
-    for (const auto& sound : sounds) EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 2, true}));
-    expectBeeps(sounds, instants);
-    EXPECT_EQ(gaps(sounds), 0);
-    source->stop();
-    EXPECT_EQ(collector.sounds().size(), sounds.size());
+    expectNoFaults([&]() -> std::string {
+        collector.clear();
+        start();
+        const auto instants = instantsFromNow(1.0, 3);
+        const auto player =
+            startDevice("RigTone", {"--speaker", "--channels", "2", "--at", listed(instants)});
+        // This one would beep in between.
+        std::vector<double> between;
+        for (const double instant : instants) between.push_back(instant + 0.15);
+        const auto own = startDevice("RigTone", {"--speaker", "--name", "rig.own", "--process-id",
+                                                 std::to_string(getpid()), "--at", listed(between)});
+        const bool isHeard = collector.waitForSoundUntil(instants.back() + 0.3);
+        source->stop();
+        const auto sounds = collector.sounds();
+        for (const auto& sound : sounds)
+            EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 2, true}));
+        source->stop();
+        EXPECT_EQ(collector.sounds().size(), sounds.size());
+        return isHeard ? faults(sounds, instants, 0) : "no sound";
+    });
 }
 
 TEST_F(SystemAudioTest, FollowsTheDefaultSpeakerAndMonoPrograms) {
     ASSERT_FALSE(service.unavailable());
-    start();
-    const auto instants = instantsFromNow(1.0, 6);
-    const auto player = startDevice("RigTone", {"--speaker", "--rate", "44100", "--at", listed(instants)});
-    ASSERT_TRUE(collector.waitForSoundUntil(instants[2]));
     const auto makeDefault = [](const std::string& speaker) {
-        return std::system(("pw-metadata 0 default.configured.audio.sink '{\"name\":\"" + speaker +
-                            "\"}' Spa:String:JSON >/dev/null 2>&1")
-                               .c_str());
+        EXPECT_EQ(std::system(("pw-metadata 0 default.configured.audio.sink '{\"name\":\"" + speaker +
+                               "\"}' Spa:String:JSON >/dev/null 2>&1")
+                                  .c_str()),
+                  0);
     };
-    ASSERT_EQ(makeDefault("rig.headphones"), 0);
-    ASSERT_TRUE(collector.waitForSoundUntil(instants.back() + 0.2));
-    EXPECT_EQ(std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player"), 0)
-        << "the session manager has not moved the program to the other speaker";
-    ASSERT_EQ(makeDefault("rig.speaker"), 0);
-    source->stop();
-    expectBeeps(collector.sounds(), instants);
+    expectNoFaults([&]() -> std::string {
+        collector.clear();
+        start();
+        const auto instants = instantsFromNow(1.0, 6);
+        const auto player =
+            startDevice("RigTone", {"--speaker", "--rate", "44100", "--at", listed(instants)});
+        bool isHeard = collector.waitForSoundUntil(instants[2]);
+        makeDefault("rig.headphones");
+        isHeard = isHeard && collector.waitForSoundUntil(instants.back() + 0.2);
+        EXPECT_EQ(std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player"), 0)
+            << "the session manager has not moved the program to the other speaker";
+        makeDefault("rig.speaker");
+        source->stop();
+        return isHeard ? faults(collector.sounds(), instants, std::nullopt) : "no sound";
+    });
 }
 
 TEST_F(SystemAudioTest, MixesAndKeepsGaps) {
     ASSERT_FALSE(service.unavailable());
-    start();
-    const auto first = instantsFromNow(0.8, 1);
-    auto player = startDevice("RigTone", {"--speaker", "--at", listed(first)});
-    ASSERT_TRUE(collector.waitForSoundUntil(first.back() + 0.2));
-    player.reset();
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    const auto second = instantsFromNow(0.8, 1);
-    player = startDevice("RigTone", {"--speaker", "--at", listed(second), "--loudness", "0.3"});
-    const auto other = startDevice(
-        "RigTone", {"--speaker", "--name", "rig.second", "--at", listed(second), "--loudness", "0.3"});
-    ASSERT_TRUE(collector.waitForSoundUntil(second.back() + 0.2));
-    source->stop();
-    expectBeeps(collector.sounds(), {first[0], second[0]});
-    float loudest = 0;
-    for (const auto& sound : collector.sounds())
-        if (sound.presentationTime.seconds() > second[0] - 0.05)
-            for (const float value : sound.audio->floats()) loudest = std::max(loudest, std::abs(value));
-    EXPECT_NEAR(loudest, 0.6, 0.05);
+    expectNoFaults([&]() -> std::string {
+        collector.clear();
+        start();
+        const auto first = instantsFromNow(0.8, 1);
+        auto player = startDevice("RigTone", {"--speaker", "--at", listed(first)});
+        bool isHeard = collector.waitForSoundUntil(first.back() + 0.2);
+        player.reset();
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        const auto second = instantsFromNow(0.8, 1);
+        player = startDevice("RigTone", {"--speaker", "--at", listed(second), "--loudness", "0.3"});
+        const auto other = startDevice(
+            "RigTone", {"--speaker", "--name", "rig.second", "--at", listed(second), "--loudness", "0.3"});
+        isHeard = isHeard && collector.waitForSoundUntil(second.back() + 0.2);
+        source->stop();
+        if (!isHeard) return "no sound";
+        float loudest = 0;
+        for (const auto& sound : collector.sounds())
+            if (sound.presentationTime.seconds() > second[0] - 0.05)
+                for (const float value : sound.audio->floats()) loudest = std::max(loudest, std::abs(value));
+        EXPECT_NEAR(loudest, 0.6, 0.05);
+        return faults(collector.sounds(), {first[0], second[0]}, std::nullopt);
+    });
 }
 
 }  // namespace
