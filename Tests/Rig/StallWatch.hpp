@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <string>
 #include <thread>
 
 namespace rig {
@@ -9,15 +10,18 @@ namespace rig {
 /// Notices when the machine stands still, as virtual ones do: a thread that would wake every few
 /// milliseconds. Sound without hardware runs by the machine's timers and slips with them, whoever records it.
 class StallWatch {
+    using Clock = std::chrono::steady_clock;
+
   public:
+    /// The rig's clock makes up for less.
+    static constexpr std::chrono::milliseconds stall{30};
+
     StallWatch()
         : thread_([this] {
-              using Clock = std::chrono::steady_clock;
-              for (auto due = Clock::now(); !ended_; due = Clock::now()) {
-                  due += std::chrono::milliseconds(5);
+              while (!ended_) {
+                  const auto due = Clock::now() + std::chrono::milliseconds(5);
                   std::this_thread::sleep_until(due);
-                  const double late = std::chrono::duration<double>(Clock::now() - due).count();
-                  if (late > longest_) longest_ = late;
+                  if (const auto woken = Clock::now(); woken > due + stall) lastStall_ = woken;
               }
           }) {}
     ~StallWatch() {
@@ -27,13 +31,36 @@ class StallWatch {
     StallWatch(const StallWatch&) = delete;
     StallWatch& operator=(const StallWatch&) = delete;
 
-    /// Seconds of the longest stall so far.
-    double longest() const { return longest_; }
+    /// Whether the machine stood still in the last so many seconds.
+    bool sawStall(std::chrono::duration<double> within) const {
+        return Clock::now() - lastStall_.load() < within;
+    }
 
   private:
     std::atomic<bool> ended_{false};
-    std::atomic<double> longest_{0};
+    std::atomic<Clock::time_point> lastStall_{Clock::time_point()};
     std::thread thread_;
 };
+
+/// Makes a try until it is without faults, which it answers by saying them. One that the machine stood still
+/// in, or just before, shows nothing and is made again, a few times.
+struct Verdict {
+    std::string faults;     ///< empty: none
+    bool isCertain = true;  ///< false when the machine stood still in every try
+};
+template <typename Try>
+Verdict withoutStalls(Try attempt) {
+    constexpr std::chrono::seconds before(1);
+    const StallWatch watch;
+    Verdict verdict;
+    for (int tries = 0; tries < 6; ++tries) {
+        const auto start = std::chrono::steady_clock::now();
+        verdict.faults = attempt();
+        if (verdict.faults.empty() || !watch.sawStall(std::chrono::steady_clock::now() - start + before))
+            return verdict;
+    }
+    verdict.isCertain = false;
+    return verdict;
+}
 
 }  // namespace rig

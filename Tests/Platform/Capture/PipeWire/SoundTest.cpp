@@ -1,11 +1,9 @@
 #include "MediaHarness.hpp"
 #include "Rig/BeepFinder.hpp"
-#include "Rig/StallWatch.hpp"
 
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <sstream>
 #include <thread>
 
@@ -55,22 +53,6 @@ class SoundTest : public rig::MediaTest {
         }
         if (expectedGaps && gaps != *expectedGaps) faults << gaps << " gaps; ";
         return faults.str();
-    }
-    /// Expects a try to be without faults. One that the machine stood still in shows nothing and is made
-    /// again; when it does so time after time, the test cannot be made here.
-    static void expectNoFaults(const std::function<std::string()>& attempt) {
-        constexpr double stall = 0.03;  // the rig's clock makes up for less
-        std::string found;
-        for (int tries = 0; tries < 8; ++tries) {
-            const rig::StallWatch watch;
-            found = attempt();
-            if (found.empty()) return;
-            if (watch.longest() < stall) {
-                ADD_FAILURE() << found;
-                return;
-            }
-        }
-        GTEST_SKIP() << "the machine stood still in each of the tries: " << found;
     }
 };
 
