@@ -13,7 +13,7 @@
 
 namespace cobaltreel {
 
-bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 5000); }
+bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 15000); }
 
 Scene::Scene(const QString& body, bool rightToLeft) : view_(&AppWindows::engine(), nullptr) {
     const QString source = QStringLiteral(

@@ -287,7 +287,7 @@ TEST_F(Writing, cancellingAndDroppingAWriterIsPromptAtAnyMoment) {
             EXPECT_EQ(finishAndWait(*writer), Status::cancelled);
         }
         writer.reset();
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
         EXPECT_TRUE(std::filesystem::exists(file("a.mp4")));
     }
 }

@@ -7,7 +7,7 @@ class NoServerTest : public rig::MediaTest {};
 TEST_F(NoServerTest, FailsWithASentence) {
     const double start = now();
     EXPECT_EQ(service.devices(), platform::CaptureDevices{});
-    EXPECT_LT(now() - start, 0.5);
+    EXPECT_LT(now() - start, 3) << "it does not wait for a server";
     const auto error = service.unavailable();
     ASSERT_TRUE(error);
     EXPECT_EQ(error->domain(), "PipeWire");
