@@ -42,12 +42,13 @@ class StallWatch {
     std::thread thread_;
 };
 
-/// Makes a try until it is without faults, which it answers by saying them. One that the machine stood still
-/// in, or just before, shows nothing and is made again, a few times.
 struct Verdict {
     std::string faults;     ///< empty: none
     bool isCertain = true;  ///< false when the machine stood still in every try
 };
+
+/// Makes a try until it is without faults, which it answers by saying them. One that the machine stood still
+/// in, or just before, shows nothing and is made again, a few times.
 template <typename Try>
 Verdict withoutStalls(Try attempt) {
     constexpr std::chrono::seconds before(1);
