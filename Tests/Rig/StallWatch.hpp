@@ -4,11 +4,15 @@
 #include <chrono>
 #include <string>
 #include <thread>
+#include <vector>
+
+#include <sched.h>
 
 namespace rig {
 
-/// Notices when the machine stands still, as virtual ones do: a thread that would wake every few
-/// milliseconds. Sound without hardware runs by the machine's timers and slips with them, whoever records it.
+/// Notices when the machine stands still, as virtual ones do, or one of its processors does: a thread on each
+/// that would wake every few milliseconds. Sound without hardware runs by the machine's timers and slips with
+/// them, whoever records it.
 class StallWatch {
     using Clock = std::chrono::steady_clock;
 
@@ -16,30 +20,41 @@ class StallWatch {
     /// The rig's clock makes up for less.
     static constexpr std::chrono::milliseconds stall{30};
 
-    StallWatch()
-        : thread_([this] {
-              while (!ended_) {
-                  const auto due = Clock::now() + std::chrono::milliseconds(5);
-                  std::this_thread::sleep_until(due);
-                  if (const auto woken = Clock::now(); woken > due + stall) lastStall_ = woken;
-              }
-          }) {}
+    StallWatch() {
+        cpu_set_t allowed;
+        if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) return;
+        for (std::size_t processor = 0; processor < CPU_SETSIZE; ++processor)
+            if (CPU_ISSET(processor, &allowed))
+                threads_.emplace_back([this, processor] { watch(processor); });
+    }
     ~StallWatch() {
         ended_ = true;
-        thread_.join();
+        for (std::thread& thread : threads_) thread.join();
     }
     StallWatch(const StallWatch&) = delete;
     StallWatch& operator=(const StallWatch&) = delete;
 
-    /// Whether the machine stood still in the last so many seconds.
+    /// Whether there was a stall in the last so many seconds.
     bool sawStall(std::chrono::duration<double> within) const {
         return Clock::now() - lastStall_.load() < within;
     }
 
   private:
+    void watch(std::size_t processor) {
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(processor, &one);
+        sched_setaffinity(0, sizeof one, &one);
+        while (!ended_) {
+            const auto due = Clock::now() + std::chrono::milliseconds(5);
+            std::this_thread::sleep_until(due);
+            if (const auto woken = Clock::now(); woken > due + stall) lastStall_ = woken;
+        }
+    }
+
     std::atomic<bool> ended_{false};
     std::atomic<Clock::time_point> lastStall_{Clock::time_point()};
-    std::thread thread_;
+    std::vector<std::thread> threads_;
 };
 
 struct Verdict {
