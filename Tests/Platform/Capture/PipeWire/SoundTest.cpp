@@ -197,10 +197,11 @@ TEST_F(SystemAudioTest, FollowsTheDefaultSpeakerAndMonoPrograms) {
         bool isHeard = collector.waitForSoundUntil(instants[2]);
         makeDefault("rig.headphones");
         isHeard = isHeard && collector.waitForSoundUntil(instants.back() + 0.2);
-        EXPECT_EQ(std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player"), 0)
-            << "the session manager has not moved the program to the other speaker";
+        const bool isMoved =
+            std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player") == 0;
         makeDefault("rig.speaker");
         source->stop();
+        if (!isMoved) return "the session manager has not moved the program to the other speaker";
         return isHeard ? faults(collector.sounds(), instants, std::nullopt) : "no sound";
     });
 }
@@ -226,7 +227,7 @@ TEST_F(SystemAudioTest, MixesAndKeepsGaps) {
         for (const auto& sound : collector.sounds())
             if (sound.presentationTime.seconds() > second[0] - 0.05)
                 for (const float value : sound.audio->floats()) loudest = std::max(loudest, std::abs(value));
-        EXPECT_NEAR(loudest, 0.6, 0.05);
+        if (std::abs(loudest - 0.6F) > 0.05F) return "a mix as loud as " + std::to_string(loudest);
         return faults(collector.sounds(), {first[0], second[0]}, std::nullopt);
     });
 }
