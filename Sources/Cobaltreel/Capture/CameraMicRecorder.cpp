@@ -161,7 +161,17 @@ void CameraMicRecorder::receive(const SampleBuffer& sample) {
         ++picturesSeen_;
         if (onPreviewFrame_ && sample.image) onPreviewFrame_(sample.image);
     }
-    if (writing_ && movie_ && movie_->writer->status() == AssetWriter::Status::writing) write(sample);
+    if (!writing_ || !movie_) return;
+    const auto status = movie_->writer->status();
+    if (status == AssetWriter::Status::writing) write(sample);
+    if (status == AssetWriter::Status::failed) giveUpWriting();
+}
+
+void CameraMicRecorder::giveUpWriting() {
+    writing_ = false;
+    mainLoop_->post([weakSelf = std::weak_ptr(self_), error = movie_->writer->error()] {
+        if (const auto self = weakSelf.lock()) (*self)->writingError_ = error;
+    });
 }
 
 void CameraMicRecorder::write(const SampleBuffer& sample) {

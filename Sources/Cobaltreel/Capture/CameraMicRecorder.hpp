@@ -66,8 +66,8 @@ class CameraMicRecorder {
     /// Whether the preview was asked for with a camera; false once it has been stopped.
     bool wantCamera() const { return wantCamera_; }
     Statistics statistics() const;
-    /// Why the last movie could not be completed (a full disk, say); absent when it was. Read it once `stop`
-    /// or `finishWriting` has returned.
+    /// Why the movie can no longer be written, or could not be completed (a full disk, say); absent while all
+    /// is well. Main thread.
     std::optional<platform::PlatformError> writingError() const { return writingError_; }
 
     /// The level of one run of sound over all its channels, 0…1; 0 for a sample without sound.
@@ -84,6 +84,7 @@ class CameraMicRecorder {
     void receive(const platform::SampleBuffer& sample);
     void listenForSilence(const platform::SampleBuffer& sound, float level);
     void write(const platform::SampleBuffer& sample);
+    void giveUpWriting();
     void report(platform::CaptureEvent::Kind kind, const platform::CaptureDevice& device,
                 std::string message);
     void tell(const platform::CaptureEvent& event);

@@ -216,17 +216,17 @@ QCoro::Task<void> RecordingCoordinator::tick() {
         return static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0 &&
                engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
     };
-    std::optional<Alert> alert;
-    if (const auto error = engine->screen.writingError())
-        alert = warning(S::recordingFailed(), QString::fromStdString(error->description()));
-    else if (elapsed >= longestRecording)
-        alert = warning(S::stoppedTimeLimit());
+    QString reason;
+    if (elapsed >= longestRecording)
+        reason = S::stoppedTimeLimit();
     else if (isDiskFull())
-        alert = warning(S::stoppedDiskFull());
-    if (!alert) co_return;
-    endReason_ = (alert->informativeText.isEmpty() ? alert->message : alert->informativeText).toStdString();
+        reason = S::stoppedDiskFull();
+    else if (!engine->writingError())
+        co_return;
+    endReason_ = reason.toStdString();
+    // The stop tells of what cannot be written.
     co_await stopRecording();
-    if (self) co_await engine->answerTo(*alert);
+    if (self && !reason.isEmpty()) co_await engine->answerTo(warning(reason));
 }
 
 QCoro::Task<void> RecordingCoordinator::streamFailed(std::string reason) {
@@ -262,13 +262,14 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     }
     if (!self) co_return;
     meta_ = meta;
-    if (const auto error = engine->screen.writingError(); error && endReason_.empty())
-        endReason_ = error->description();
-    if (const auto error = engine->cameraMic.writingError())
-        Q_EMIT deviceMessage(QString::fromStdString(error->description()));
+    const auto error = engine->writingError();
+    if (error && endReason_.empty()) endReason_ = error->description();
     if (meta && folder && !quitting_) openPreview(*folder, *meta);
     stopping_ = false;
     setState(State::idle);
+    if (error && !quitting_)
+        co_await engine->answerTo(
+            warning(S::recordingFailed(), QString::fromStdString(error->description())));
 }
 
 QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {

@@ -90,7 +90,7 @@ class RecordingCoordinator final : public RecordingChoices {
     void stateChanged();
     void elapsedChanged();
     void micLevelChanged();
-    /// What befalls a camera or microphone in use, or their movie; for a person to read.
+    /// What befalls a camera or microphone in use; for a person to read.
     void deviceMessage(const QString& message);
 
   private:

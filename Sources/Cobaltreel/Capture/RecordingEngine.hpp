@@ -7,6 +7,7 @@
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace cobaltreel {
@@ -35,6 +36,12 @@ struct RecordingEngine {
         return {*services.mainLoop, [this, type](std::function<void(bool)> answered) {
                     services.deviceAccess->requestAccess(type, std::move(answered));
                 }};
+    }
+
+    /// Why a movie of the recording can no longer be written; absent while all is well.
+    std::optional<platform::PlatformError> writingError() const {
+        const auto error = screen.writingError();
+        return error ? error : cameraMic.writingError();
     }
 
     const RecordingServices services;

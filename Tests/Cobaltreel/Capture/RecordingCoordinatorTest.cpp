@@ -313,16 +313,39 @@ TEST_F(RecordingCoordinatorTest, EndsByItselfAtItsLimits) {
 }
 
 TEST_F(RecordingCoordinatorTest, AMovieThatCannotBeWrittenAnyMoreEndsTheRecording) {
-    media->writing.failsAfter = 1;
-    media->writing.error = PlatformError("disk", 28, "screen.mov: no space left");
-    record();
-    stream().deliverFrame(1001);
-    stream().deliverFrame(1002);
-    time->advance(1.5);
-    ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
-    EXPECT_THAT(messages(), ElementsAre(S::recordingFailed()));
-    EXPECT_EQ(alerts->alerts[0].informativeText, "screen.mov: no space left");
-    EXPECT_THAT(windows->previews, SizeIs(1));
+    struct Case {
+        const char* what;
+        std::function<void()> deliver;
+        bool endsByItself;
+    };
+    const auto deliverScreen = [&] {
+        stream().deliverFrame(time->now());
+        stream().deliverFrame(time->now() + 0.1);
+    };
+    const auto deliverCamera = [&] {
+        for (const double after : {0.0, 0.1, 0.2}) devices().deliverPicture(time->now() + after);
+    };
+    for (const Case& c : std::initializer_list<Case>{{"the screen's", deliverScreen, true},
+                                                     {"the camera's and microphone's", deliverCamera, true},
+                                                     {"seen only at the end", deliverScreen, false}}) {
+        SCOPED_TRACE(c.what);
+        alerts->alerts.clear();
+        windows->previews.clear();
+        media->writing.failsAfter = 1;
+        media->writing.error = PlatformError("disk", 28, "no space left");
+        record();
+        c.deliver();
+        if (c.endsByItself)
+            time->advance(2.5);
+        else
+            stop();
+        ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
+        EXPECT_EQ(coordinator->state(), State::idle);
+        EXPECT_THAT(messages(), ElementsAre(S::recordingFailed()));
+        EXPECT_EQ(alerts->alerts[0].informativeText, "no space left");
+        EXPECT_EQ(coordinator->endReason(), "no space left");
+        EXPECT_THAT(windows->previews, SizeIs(1)) << "before the alert";
+    }
 }
 
 TEST_F(RecordingCoordinatorTest, AStreamThatDiesEndsTheRecordingOnceTheUserKnows) {
