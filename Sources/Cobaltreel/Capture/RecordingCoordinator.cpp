@@ -156,6 +156,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         meta.cameraEnabled = engine->cameraMic.wantCamera();
         co_await engine->offMainThread([&, now = engine->services.now()] {
             folder = RecordingFiles::makeFreshFolder(now);
+            engine->folderInUse = RecordingFiles::keepInUse(*folder);
             folder->writeMeta(meta);
         });
         if (!self) co_return;
@@ -195,6 +196,7 @@ QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolde
         if (self) endPreview();
     }
     if (folder) co_await engine->offMainThread([&] { RecordingFiles::remove(*folder); });
+    engine->folderInUse.reset();
     if (!self) co_return;
     session_.reset();
     meta_.reset();
@@ -260,6 +262,7 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
         co_await engine->offMainThread(
             [&] { RecordingFiles::completeDocuments(*folder, events, *meta, *engine->services.clock); });
     }
+    engine->folderInUse.reset();
     if (!self) co_return;
     meta_ = meta;
     const auto error = engine->writingError();

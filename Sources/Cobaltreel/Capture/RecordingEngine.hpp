@@ -5,6 +5,7 @@
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/RecordingServices.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
 
 #include <functional>
 #include <optional>
@@ -48,6 +49,8 @@ struct RecordingEngine {
     ScreenRecorder screen;
     CameraMicRecorder cameraMic;
     MouseSampler mouse;
+    /// Held from the making of the session's folder until its last document is written.
+    platform::UniqueFd folderInUse;
 
   private:
     platform::SerialQueue queue{"cobaltreel.session.files"};

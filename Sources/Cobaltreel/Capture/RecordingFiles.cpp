@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
+
 namespace cobaltreel::RecordingFiles {
 
 SessionFolder makeFreshFolder(std::chrono::system_clock::time_point now) {
@@ -13,6 +15,10 @@ SessionFolder makeFreshFolder(std::chrono::system_clock::time_point now) {
         const auto dir = Paths::newSessionDir(now);
         if (std::filesystem::is_empty(dir)) return {dir};
     }
+}
+
+platform::UniqueFd keepInUse(const SessionFolder& folder) {
+    return platform::UniqueFd(open(folder.dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 void completeDocuments(const SessionFolder& folder, const EventLog& events, SessionMeta& meta,

@@ -52,9 +52,9 @@ std::optional<Candidate> candidateIn(const fs::path& dir) {
     }
 }
 
-/// Where the files are that any process of this user has open.
-std::set<fs::path> foldersInUse() {
-    std::set<fs::path> folders;
+/// The files and folders that any process of this user has open, and where they are.
+std::set<fs::path> pathsInUse() {
+    std::set<fs::path> paths;
     std::error_code error;
     for (fs::directory_iterator process("/proc", error), end; !error && process != end;
          process.increment(error)) {
@@ -62,19 +62,21 @@ std::set<fs::path> foldersInUse() {
         for (fs::directory_iterator file(process->path() / "fd", closed); !closed && file != end;
              file.increment(closed)) {
             std::error_code gone;
-            folders.insert(fs::read_symlink(file->path(), gone).parent_path());
+            const fs::path open = fs::read_symlink(file->path(), gone);
+            paths.insert(open.parent_path());
+            paths.insert(open);
         }
     }
-    return folders;
+    return paths;
 }
 
-/// Another process may be recording into one of them at this moment.
+/// Another process may be recording into one of them at this moment, or have completed it by now.
 void removeUnlessInUse(const std::vector<fs::path>& dirs) {
     if (dirs.empty()) return;
-    const std::set<fs::path> inUse = foldersInUse();
+    const std::set<fs::path> inUse = pathsInUse();
     for (const fs::path& dir : dirs) {
         std::error_code ignored;
-        if (!inUse.contains(fs::canonical(dir, ignored))) fs::remove_all(dir, ignored);
+        if (!inUse.contains(fs::canonical(dir, ignored)) && !candidateIn(dir)) fs::remove_all(dir, ignored);
     }
 }
 

@@ -139,6 +139,14 @@ class CoordinatorTest : public TemporaryHome {
             found.push_back(entry.path());
         return found;
     }
+    /// Whether this process has the folder itself open.
+    static bool isHeldOpen(const std::filesystem::path& folder) {
+        const auto wanted = std::filesystem::canonical(folder);
+        std::error_code gone;
+        for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd"))
+            if (std::filesystem::read_symlink(file.path(), gone) == wanted) return true;
+        return false;
+    }
     std::vector<QString> messages() const {
         std::vector<QString> texts;
         for (const auto& alert : alerts->alerts) texts.push_back(alert.message);

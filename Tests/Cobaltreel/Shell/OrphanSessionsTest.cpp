@@ -1,12 +1,14 @@
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
 
 #include <QDateTime>
 #include <QFileInfo>
 #include <fstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -93,11 +95,13 @@ TEST_F(OrphanSessionsTest, WhatCannotBeOpenedIsRemovedUnlessSomebodyIsAtWorkInIt
     ASSERT_EQ(mkfifo((root_ / "pipe" / "session.json").c_str(), 0600), 0);
     folder("being recorded", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
     const std::ofstream recorder(root_ / "being recorded" / "screen.mov", std::ios::app);
+    folder("being completed", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
+    const platform::UniqueFd completer(open((root_ / "being completed").c_str(), O_RDONLY | O_DIRECTORY));
 
     EXPECT_EQ(offered(), "");
     std::vector<std::string> left;
     for (const auto& entry : fs::directory_iterator(root_)) left.push_back(entry.path().filename());
-    EXPECT_THAT(left, UnorderedElementsAre("being recorded"));
+    EXPECT_THAT(left, UnorderedElementsAre("being recorded", "being completed"));
     EXPECT_TRUE(defaults_.arrays.empty()) << "nobody was asked about anything";
 }
 
