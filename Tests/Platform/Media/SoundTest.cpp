@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <numbers>
 
 #include <gmock/gmock.h>
@@ -222,6 +223,27 @@ TEST_F(CapturedSound, gapsOverlapsAndFormatsKeepTheirPlace) {
         const auto sound = record(runs, c.format, c.sessionStart, 15 - c.sessionStart);
         SCOPED_TRACE(c.name);
         expectOnsets(sound, c.expected, 0.001);
+    }
+}
+
+TEST_F(CapturedSound, whatIsNoSoundCostsOnlyItself) {
+    using Limits = std::numeric_limits<float>;
+    for (const float wrong : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 1e30F}) {
+        SCOPED_TRACE(wrong);
+        auto writer = media->makeWriter(file("mic.mov"), FileType::quickTimeMovie);
+        AssetWriterInput& input = writer->addAudioInput({48000, 1, 128000, true});
+        ASSERT_TRUE(writer->startWriting());
+        writer->startSession({0, 600});
+        const auto click = clicks(1);
+        for (std::size_t run = 0; run < 300; ++run)
+            appendPatiently(
+                input, soundRun(static_cast<double>(run) / 100, 480, {48000, 1, true},
+                                [&](std::size_t i) { return run == 150 ? wrong : click(run * 480 + i); }));
+        ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+        expectOnsets(readSound(file("mic.mov"), 1.4), {1}, 0.001);
+        const auto whole = readSound(file("mic.mov"), 3);
+        EXPECT_GT(peak(whole, 2, 2.01), 0.5F);
+        EXPECT_LT(peak(whole, 1.6, 1.9), 0.1F);
     }
 }
 

@@ -24,6 +24,9 @@ constexpr double smoothingSeconds = 2;
 // that is 100 ppm off is followed 0.8 ms behind.
 constexpr double correctionSeconds = 8;
 
+// Full scale is 1; what is this far beyond it is a fault, not sound.
+constexpr float loudest = 8;
+
 constexpr const char* sentence = "The sound cannot be converted";
 
 }  // namespace
@@ -115,6 +118,9 @@ void AudioConformer::convert(const std::uint8_t* data, int frames) {
     const int made =
         check(swr_convert(resampler_.get(), planes.data(), room, data ? &data : nullptr, frames), sentence);
     if (made == 0) return;
+    // Some programs play what is no number, and the encoder gives up at it.
+    for (float& sample : samples)
+        sample = std::isfinite(sample) ? std::clamp(sample, -loudest, loudest) : 0.0F;
     check(av_audio_fifo_write(output_.get(), reinterpret_cast<void**>(planes.data()), made), sentence);
     position_ += made;
     onOutput_();
