@@ -61,8 +61,9 @@ struct ExportRenderer::Run {
     AssetWriterInput* videoInput = nullptr;
     AssetWriterInput* audioInput = nullptr;
     double audioEnd = -std::numeric_limits<double>::infinity();  // time of the last run of sound appended
-    std::optional<platform::Image> lastImage;
-    platform::PixelBufferRef lastRendered;
+    std::optional<PlatformError> audioError{};                   // why there is no more of it
+    std::optional<platform::Image> lastImage{};
+    platform::PixelBufferRef lastRendered{};
 };
 
 ExportRenderer::ExportRenderer(SessionFolder folder, SessionMeta meta,
@@ -200,10 +201,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
             std::move(audioReader),
             std::move(writer),
             &videoInput,
-            audioInput,
-            {},
-            {},
-            {}};
+            audioInput};
     if (cameraReader) run.camera.emplace(std::move(cameraReader), options.trimStart + offset);
 
     runFrames(run);
@@ -252,6 +250,7 @@ void ExportRenderer::appendAudio(Run& run, double limit) {
         const bool reading = run.audio->status() == AssetReader::Status::reading;
         auto sample = reading ? run.audio->copyNextSampleBuffer() : std::nullopt;
         if (!sample) {
+            if (run.audio->status() == AssetReader::Status::failed) run.audioError = run.audio->error();
             run.audio.reset();
             return;
         }
@@ -278,6 +277,11 @@ void ExportRenderer::finish(Run& run) {
     run.writer->finishWriting([finished] { finished->set_value(); });
     finished->get_future().wait();
     if (run.writer->status() == AssetWriter::Status::failed) throwErrorOf(*run.writer, "finish");
+    // The movie holds what could be read. It must not pass for the whole recording, which may be deleted
+    // once it has been exported.
+    for (const auto& error :
+         {run.screen.error(), run.camera ? run.camera->error() : std::nullopt, run.audioError})
+        if (error) throw *error;
 }
 
 }  // namespace cobaltreel

@@ -29,4 +29,8 @@ void FrameSource::advance(double t) {
     finished_ = true;
 }
 
+std::optional<platform::PlatformError> FrameSource::error() const {
+    return reader_->status() == AssetReader::Status::failed ? reader_->error() : std::nullopt;
+}
+
 }  // namespace cobaltreel

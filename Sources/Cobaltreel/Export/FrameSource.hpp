@@ -17,6 +17,9 @@ class FrameSource {
     /// Moves on to output time `t` (seconds; never smaller than before). Waits for the decoder.
     void advance(double t);
 
+    /// Why the movie broke off before its end; absent while it did not.
+    std::optional<platform::PlatformError> error() const;
+
     /// Null until the first frame's time has come.
     const platform::ConstPixelBufferRef& current() const { return current_; }
 

@@ -19,8 +19,9 @@ class AssetReader {
     virtual Status status() const = 0;
     virtual std::optional<PlatformError> error() const = 0;
     /// The next sample in presentation order, its time on the movie's (or composition's) timeline;
-    /// absent at the end of the range or on a failure, which `status` tells apart. Waits for the
-    /// decoder.
+    /// absent at the end of the range or on a failure, which `status` tells apart. A damaged movie ends
+    /// where nothing more can be made of it; it fails when it cannot be read, or not at all be decoded.
+    /// Waits for the decoder.
     virtual std::optional<SampleBuffer> copyNextSampleBuffer() = 0;
     /// Makes a waiting and every coming `copyNextSampleBuffer` return nothing. Any thread.
     virtual void cancelReading() = 0;

@@ -227,6 +227,23 @@ TEST_F(ExportRendererTest, ErrorsOfThePlatformPassThroughUnchanged) {
     screen.readerCreationError = full;
     EXPECT_EQ(thrown(), "disk 28");
     screen.readerCreationError.reset();
+    // A recording that was not read whole has not been exported: its folder would be deleted.
+    const auto whole = screen;
+    screen.readerFailsAfter = 4;
+    screen.readerError = full;
+    EXPECT_EQ(thrown(), "disk 28");
+    EXPECT_TRUE(media->writers.back()->finished) << "what could be read is there";
+    screen = whole;
+    addCamera(100, {0, 1});
+    auto& camera = media->movies[folder.cameraMovie()];
+    camera.readerFailsAfter = 1;
+    camera.readerError = full;
+    EXPECT_EQ(thrown(), "disk 28");
+    camera.readerFailsAfter.reset();
+    media->mix.failsAt = 0.5;
+    media->mix.error = full;
+    EXPECT_EQ(thrown(), "disk 28");
+    media->mix = {};
     media->writing.creationError = full;
     EXPECT_EQ(thrown(), "disk 28");
     for (auto* failure : {&media->writing.failsOnFinish, &media->writing.starts}) {

@@ -32,6 +32,7 @@ void AudioMixReader::produce() {
         mixer_->read(position, audio->floats());
         if (!deliver({MediaTime{position, mixSampleRate}, nullptr, std::move(audio)})) return;
     }
+    if (const auto error = mixer_->error()) throw PlatformError(*error);
 }
 
 }  // namespace platform::ffmpeg

@@ -34,6 +34,12 @@ void AudioMixer::read(std::int64_t position, std::span<float> target) {
     for (float& sample : target) sample = std::clamp(sample, -1.0F, 1.0F);
 }
 
+std::optional<PlatformError> AudioMixer::error() const {
+    for (const Segment& segment : segments_)
+        if (const auto& error = segment.decoder->error()) return error;
+    return std::nullopt;
+}
+
 void AudioMixer::interrupt() {
     for (Segment& segment : segments_) segment.decoder->interrupt();
 }

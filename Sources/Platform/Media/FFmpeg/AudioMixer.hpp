@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -20,6 +21,8 @@ class AudioMixer final : public AudioMix {
     std::int64_t frameCount() const override { return frameCount_; }
     void read(std::int64_t position, std::span<float> target) override;
     void interrupt() override;
+    /// Why a file could not be read on; what it should have given since is silent.
+    std::optional<PlatformError> error() const;
 
   private:
     struct Segment {

@@ -68,13 +68,9 @@ void AudioTrackDecoder::addFrames(std::int64_t position, std::span<float> target
 void AudioTrackDecoder::seek(std::int64_t position) {
     stored_.clear();
     storedStart_ = position;
-    inRun_ = framePending_ = atEnd_ = false;
+    inRun_ = framePending_ = false;
     avcodec_flush_buffers(decoder_.get());
-    try {
-        input_.seek(std::max(0.0, static_cast<double>(position) / mixSampleRate - prerollSeconds));
-    } catch (const PlatformError&) {
-        atEnd_ = true;  // nothing readable there: silence
-    }
+    atEnd_ = !input_.seek(std::max(0.0, static_cast<double>(position) / mixSampleRate - prerollSeconds));
 }
 
 /// Stores more of the track after what is stored; false when there is no more.
@@ -109,8 +105,9 @@ bool AudioTrackDecoder::decodeFrame() {
         if (received != AVERROR(EAGAIN) || atEnd_) return false;
         try {
             atEnd_ = !input_.read(*packet_);
-        } catch (const PlatformError&) {
+        } catch (const PlatformError& error) {
             atEnd_ = true;
+            if (!error_ && !isDamage(error)) error_ = error;
         }
         avcodec_send_packet(decoder_.get(), atEnd_ ? nullptr : packet_.get());
     }

@@ -4,6 +4,7 @@
 #include "Platform/Media/FFmpeg/MovieInput.hpp"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -23,6 +24,10 @@ class AudioTrackDecoder {
     /// holds whole stereo frames. Reading on from where the last call ended is cheap, going elsewhere
     /// costs a seek.
     void addFrames(std::int64_t position, std::span<float> target);
+
+    /// Why the track's file could not be read on, the first time; what was wanted of it since is silent.
+    /// Absent for a file that is damaged there: that is all there is of it.
+    const std::optional<PlatformError>& error() const { return error_; }
 
     /// Makes a waiting read end. Any thread.
     void interrupt() { input_.interrupt(); }
@@ -45,6 +50,7 @@ class AudioTrackDecoder {
     FramePtr frame_ = makeFrame();
     bool framePending_ = false;  // `frame_` begins the next run
     bool atEnd_ = false;
+    std::optional<PlatformError> error_;
     std::int64_t nextPosition_ = 0;  // where the last call ended
 
     // The current run: sound without a gap. Its output is placed by counting, so that rounding in the

@@ -57,6 +57,8 @@ PlatformError libraryError(int code, const std::string& sentence) {
     return PlatformError("FFmpeg", code, text + "." + remedyFor(code));
 }
 
+bool isDamage(const PlatformError& error) { return error.code() == AVERROR_INVALIDDATA; }
+
 int check(int code, const std::string& sentence) {
     if (code < 0) throw libraryError(code, sentence);
     return code;

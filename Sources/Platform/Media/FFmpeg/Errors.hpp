@@ -11,6 +11,10 @@ namespace platform::ffmpeg {
 /// on this thread and the remedy follow.
 PlatformError libraryError(int code, const std::string& sentence);
 
+/// Whether an error of the library says that a file holds what it should not, rather than that it cannot be
+/// read.
+bool isDamage(const PlatformError& error);
+
 /// Throws libraryError when `code` is negative; returns it otherwise.
 int check(int code, const std::string& sentence);
 

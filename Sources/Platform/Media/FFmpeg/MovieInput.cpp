@@ -114,22 +114,23 @@ double MovieInput::movieSeconds(std::int64_t timestamp) const {
     return seconds(movieTimestamp(timestamp), stream(selected_).time_base);
 }
 
-void MovieInput::seek(double target) {
+bool MovieInput::seek(double target) {
     const AVStream& chosen = stream(selected_);
     const auto timestamp = static_cast<std::int64_t>(std::floor(target / av_q2d(chosen.time_base))) + origin_;
-    if (av_seek_frame(context_.get(), selected_, timestamp, AVSEEK_FLAG_BACKWARD) >= 0) return;
+    if (av_seek_frame(context_.get(), selected_, timestamp, AVSEEK_FLAG_BACKWARD) >= 0) return true;
     // Nothing at or before the target: begin with the first.
     const std::int64_t first = chosen.start_time == AV_NOPTS_VALUE ? 0 : chosen.start_time;
-    check(av_seek_frame(context_.get(), selected_, first, 0),
-          "The movie " + path_.string() + " cannot be read at " + std::to_string(target) + " seconds");
+    return av_seek_frame(context_.get(), selected_, first, 0) >= 0;
 }
 
 bool MovieInput::read(AVPacket& packet) {
     for (;;) {
         av_packet_unref(&packet);
         const int result = av_read_frame(context_.get(), &packet);
-        if (result == AVERROR_EOF) return false;
-        check(result, "The movie " + path_.string() + " cannot be read on");
+        // A demuxer may take a failed read for the end, or for damage.
+        const int failedRead = context_->pb && result < 0 ? context_->pb->error : 0;
+        if (result == AVERROR_EOF && failedRead >= 0) return false;
+        check(failedRead < 0 ? failedRead : result, "The movie " + path_.string() + " cannot be read on");
         if (packet.stream_index == selected_) return true;
     }
 }

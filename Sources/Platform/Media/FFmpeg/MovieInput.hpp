@@ -25,8 +25,8 @@ class MovieInput {
     /// Only this stream's packets are read from now on.
     void selectStream(int index);
     /// Goes to the last key frame of the selected stream at or before `seconds` of the movie's
-    /// timeline, or to the first one.
-    void seek(double seconds);
+    /// timeline, or to the first one. False when there is none to go to.
+    bool seek(double seconds);
     /// The next packet of the selected stream; false at the end of the file. Throws when the file
     /// cannot be read on.
     bool read(AVPacket& packet);

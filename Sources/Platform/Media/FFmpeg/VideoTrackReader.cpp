@@ -27,16 +27,20 @@ VideoTrackReader::VideoTrackReader(const std::filesystem::path& path, const Asse
 VideoTrackReader::~VideoTrackReader() { stop(); }
 
 void VideoTrackReader::produce() {
+    // Without a place to go to the movie is read from its beginning.
     if (range_.start > 0) input_.seek(range_.start);
     const PacketPtr packet = makePacket();
+    std::optional<PlatformError> failure;
     try {
         while (!isStopped() && input_.read(*packet))
             if (!decode(packet.get())) return;
     } catch (const PlatformError& error) {
-        damage_ = error;  // what the decoder still holds is delivered first
+        failure = error;  // what the decoder still holds is delivered first
     }
     if (isStopped() || !decode(nullptr) || !deliverHeld()) return;
-    if (damage_) throw PlatformError(*damage_);
+    if (!failure) failure = damage_;
+    // A damaged movie ends where nothing more can be made of it.
+    if (failure && !(isDamage(*failure) && lastTimestamp_)) throw PlatformError(*failure);
 }
 
 /// Feeds a packet, or the end with null, and takes the frames that come out; false when no more is
