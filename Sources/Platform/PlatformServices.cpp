@@ -63,7 +63,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     // Who wants the sound asks `capture->unavailable()` beforehand; the picture is captured either way.
     services.screenCapture = std::make_shared<SystemAudioCapture>(
         std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
-        [pipeWire] { return pipeWire->makeSystemAudio(); }, [](const PlatformError&) {});
+        [pipeWire] { return pipeWire->makeSystemAudio(); });
     chooseDesktop(services);
     services.fileBrowser = std::make_shared<QtFileBrowser>();
     services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);

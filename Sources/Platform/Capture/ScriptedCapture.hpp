@@ -86,8 +86,6 @@ class ScriptedCaptureService final : public CaptureService {
 /// System audio that a test delivers.
 class ScriptedSystemAudio final : public SystemAudioSource {
   public:
-    std::optional<PlatformError> startError;
-
     void start(SerialQueue& queue, SampleHandler handler) override;
     void stop() override { queue_ = nullptr; }
     std::string implementation() const override { return "scripted"; }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
@@ -17,8 +16,9 @@ class SystemAudioSource {
     using SampleHandler = std::function<void(const SampleBuffer&)>;
 
     virtual ~SystemAudioSource() = default;
-    /// Begins delivering on `queue`, which outlives the source. Throws PlatformError when the media server
-    /// cannot be reached; should the server end later, the source goes on when it is back.
+    /// Begins delivering on `queue`, which outlives the source, as soon as the media server is there; should
+    /// it end, the source goes on when it is back. Never fails: who wants to know asks
+    /// `CaptureService::unavailable`.
     virtual void start(SerialQueue& queue, SampleHandler handler) = 0;
     /// After it returns no handler is running and none is called.
     virtual void stop() = 0;

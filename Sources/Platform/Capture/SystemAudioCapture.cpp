@@ -8,9 +8,8 @@ namespace {
 
 class StreamWithSound final : public CaptureStream {
   public:
-    StreamWithSound(std::unique_ptr<CaptureStream> screen, std::unique_ptr<SystemAudioSource> sound,
-                    std::function<void(const PlatformError&)> onUnavailable)
-        : screen_(std::move(screen)), sound_(std::move(sound)), onUnavailable_(std::move(onUnavailable)) {}
+    StreamWithSound(std::unique_ptr<CaptureStream> screen, std::unique_ptr<SystemAudioSource> sound)
+        : screen_(std::move(screen)), sound_(std::move(sound)) {}
 
     ~StreamWithSound() override { sound_->stop(); }
 
@@ -26,7 +25,10 @@ class StreamWithSound final : public CaptureStream {
     }
 
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override {
-        if (soundQueue_ != nullptr) startSound();
+        if (soundQueue_ != nullptr)
+            sound_->start(*soundQueue_, [handler = soundHandler_](const SampleBuffer& sample) {
+                handler({sample, std::nullopt});
+            });
         screen_->startCapture(std::move(done));
     }
 
@@ -36,19 +38,8 @@ class StreamWithSound final : public CaptureStream {
     }
 
   private:
-    void startSound() {
-        try {
-            sound_->start(*soundQueue_, [handler = soundHandler_](const SampleBuffer& sample) {
-                handler({sample, std::nullopt});
-            });
-        } catch (const PlatformError& error) {
-            if (onUnavailable_) onUnavailable_(error);
-        }
-    }
-
     std::unique_ptr<CaptureStream> screen_;
     std::unique_ptr<SystemAudioSource> sound_;
-    std::function<void(const PlatformError&)> onUnavailable_;
     SerialQueue* soundQueue_ = nullptr;
     OutputHandler soundHandler_;
 };
@@ -56,11 +47,8 @@ class StreamWithSound final : public CaptureStream {
 }  // namespace
 
 SystemAudioCapture::SystemAudioCapture(std::shared_ptr<ScreenCaptureService> screen,
-                                       std::function<std::unique_ptr<SystemAudioSource>()> makeSource,
-                                       std::function<void(const PlatformError&)> onUnavailable)
-    : screen_(std::move(screen)),
-      makeSource_(std::move(makeSource)),
-      onUnavailable_(std::move(onUnavailable)) {}
+                                       std::function<std::unique_ptr<SystemAudioSource>()> makeSource)
+    : screen_(std::move(screen)), makeSource_(std::move(makeSource)) {}
 
 ShareableContent SystemAudioCapture::shareableContent() { return screen_->shareableContent(); }
 
@@ -71,7 +59,7 @@ std::unique_ptr<CaptureStream> SystemAudioCapture::makeStream(
     picturesOnly.capturesAudio = false;
     auto stream = screen_->makeStream(filter, picturesOnly, std::move(onStopped));
     if (!configuration.capturesAudio) return stream;
-    return std::make_unique<StreamWithSound>(std::move(stream), makeSource_(), onUnavailable_);
+    return std::make_unique<StreamWithSound>(std::move(stream), makeSource_());
 }
 
 std::string SystemAudioCapture::implementation() const { return screen_->implementation(); }

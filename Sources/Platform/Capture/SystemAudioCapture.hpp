@@ -10,13 +10,12 @@
 namespace platform {
 
 /// Adds the system's sound to the streams of another screen capture service: a stream that is configured
-/// to capture audio delivers it to its audio output while it runs. When the sound cannot be had the picture
-/// is captured all the same, and `onUnavailable` is told why on the thread that started the stream.
+/// to capture audio delivers it to its audio output while it runs. The picture is captured whether the sound
+/// can be had or not.
 class SystemAudioCapture final : public ScreenCaptureService {
   public:
     SystemAudioCapture(std::shared_ptr<ScreenCaptureService> screen,
-                       std::function<std::unique_ptr<SystemAudioSource>()> makeSource,
-                       std::function<void(const PlatformError&)> onUnavailable);
+                       std::function<std::unique_ptr<SystemAudioSource>()> makeSource);
 
     ShareableContent shareableContent() override;
     std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
@@ -27,7 +26,6 @@ class SystemAudioCapture final : public ScreenCaptureService {
   private:
     std::shared_ptr<ScreenCaptureService> screen_;
     std::function<std::unique_ptr<SystemAudioSource>()> makeSource_;
-    std::function<void(const PlatformError&)> onUnavailable_;
 };
 
 }  // namespace platform

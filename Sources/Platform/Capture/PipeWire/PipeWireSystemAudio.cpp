@@ -61,7 +61,6 @@ PipeWireSystemAudio::~PipeWireSystemAudio() {
 
 void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
     stop();
-    if (const auto error = connection_->unavailable()) throw *error;
     const LoopLock lock(connection_->threadLoop());
     gate_ = std::make_unique<SampleGate>(queue, std::move(handler), SoundStream::samplesWaiting);
     running_ = true;
