@@ -43,18 +43,22 @@ std::string defaultName() {
     return S::filenameDefault(plain.toString(now, "yyyy-MM-dd"), plain.toString(now, "HH.mm")).toStdString();
 }
 
-std::filesystem::path outputFile(const ExportArguments& arguments) {
+std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session) {
     if (arguments.output.empty())
         return Paths::uniqueOutputURL(arguments.name.empty() ? defaultName() : arguments.name);
     const auto file = std::filesystem::absolute(arguments.output);
     std::error_code ignored;
     if (std::filesystem::is_directory(file, ignored))
         throw CommandError("--output " + arguments.output + " is a folder; name a file", ExitStatus::usage);
+    if (std::filesystem::equivalent(file.parent_path(), session.dir, ignored))
+        throw CommandError("--output " + arguments.output + " is in the session's own folder; choose another",
+                           ExitStatus::usage);
     return file;
 }
 
 /// What the preview window starts with, changed by what was asked.
-ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& meta, const Trim& trim) {
+ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument& session, const Trim& trim) {
+    const SessionMeta& meta = session.meta;
     ExportOptions options;
     options.trimStart = trim.start;
     options.trimEnd = trim.end;
@@ -64,7 +68,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionMeta& me
     options.cameraStyle = arguments.style.value_or(meta.resolvedCameraStyle());
     options.clickRipples = arguments.ripples.value_or(true);
     options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
-    options.outputURL = outputFile(arguments);
+    options.outputURL = outputFile(arguments, session.folder);
     return options;
 }
 
@@ -72,7 +76,7 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
     const auto services = hostServices();
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
-    ExportOptions options = optionsFor(arguments, session.meta, trim);
+    ExportOptions options = optionsFor(arguments, session, trim);
 
     ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);
     const auto handling = interrupt.handle([&renderer] { renderer.cancelled = true; });

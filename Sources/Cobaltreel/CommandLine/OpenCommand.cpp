@@ -19,8 +19,8 @@ ExitStatus runOpen(const std::string& text, Interrupt& interrupt) {
         throw CommandError("there is no display to open the window on; set DISPLAY");
     const auto services = hostServices();
     auto session = openSession(text);
-    // A recording that never ended properly is as long as its movie.
-    if (!session.meta.recordingEndHostTime)
+    // A recording that does not tell both its ends is as long as its movie.
+    if (!session.meta.recordingEndHostTime || !session.meta.screenFirstPTS)
         session.meta.recordingEndHostTime =
             session.meta.screenFirstPTS.value_or(0) + recordedDuration(session, *services.media);
     AppSettings::shared();

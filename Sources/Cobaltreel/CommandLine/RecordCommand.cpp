@@ -68,10 +68,12 @@ std::shared_ptr<platform::CaptureService> chooseDevices(const RecordArguments& a
 void requireContent(const RecordArguments& arguments, platform::ScreenCaptureService& screenCapture) {
     const auto content = screenCapture.shareableContent();
     if (arguments.windowID) {
-        if (std::ranges::find(content.windows, *arguments.windowID, &platform::Window::windowID) ==
-            content.windows.end())
-            throw CommandError("there is no window " + std::to_string(*arguments.windowID) +
-                               "; `cobaltreel sources` lists them");
+        const auto window =
+            std::ranges::find(content.windows, *arguments.windowID, &platform::Window::windowID);
+        const std::string name = std::to_string(*arguments.windowID);
+        if (window == content.windows.end())
+            throw CommandError("there is no window " + name + "; `cobaltreel sources` lists them");
+        if (!window->isOnScreen) throw CommandError("window " + name + " is hidden; bring it to the screen");
         return;
     }
     if (content.displays.empty()) throw CommandError("there is no display to record");
@@ -161,9 +163,12 @@ ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& 
     const SessionFolder& session = *coordinator.session();
     const std::string& reason = coordinator.endReason();
     if (!coordinator.meta()->screenFirstPTS) {
+        const std::string why = reason.empty() ? std::string() : ": " + reason;
+        if (coordinator.meta()->cameraFirstPTS)
+            throw CommandError("the screen gave no picture" + why + "; " + session.cameraMovie().string() +
+                               " holds what came from the camera and the microphone");
         RecordingFiles::remove(session);
-        throw CommandError("the screen gave no picture; nothing was recorded" +
-                           (reason.empty() ? std::string() : ": " + reason));
+        throw CommandError("the screen gave no picture; nothing was recorded" + why);
     }
     if (!reason.empty()) std::cerr << "cobaltreel: " << reason << '\n';
     const auto frames = coordinator.screen().statistics();

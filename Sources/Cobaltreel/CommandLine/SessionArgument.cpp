@@ -6,30 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <sstream>
-#include <utility>
 
 namespace cobaltreel {
 
 namespace {
-
-constexpr double longestRecording = 24 * 3600;  // seconds; beyond it the document cannot be true
-constexpr std::int64_t largestSide = 32768;     // pixels
-
-void requireSane(const SessionFolder& folder, const SessionMeta& meta) {
-    const auto refuse = [&](const std::string& what) -> void {
-        throw CommandError(folder.metaFile().string() + ": " + what + "; the session cannot be used");
-    };
-    for (const auto& [key, side] : {std::pair("captureWidthPx", meta.captureWidthPx),
-                                    std::pair("captureHeightPx", meta.captureHeightPx)})
-        if (side < 2 || side > largestSide) refuse(std::string(key) + " is " + std::to_string(side));
-    if (meta.recordingEndHostTime && meta.screenFirstPTS) {
-        const double length = *meta.recordingEndHostTime - *meta.screenFirstPTS;
-        if (!(std::abs(length) <= longestRecording))
-            refuse("recordingEndHostTime is a day away from screenFirstPTS");
-    }
-}
 
 std::string shown(double seconds) {
     std::ostringstream text;
@@ -50,7 +31,9 @@ SessionArgument openSession(const std::string& text) {
                            "; `cobaltreel sessions` lists the recordings");
     SessionArgument session{{fs::absolute(dir, ignored)}, {}};
     session.meta = session.folder.readMeta();
-    requireSane(session.folder, session.meta);
+    if (const auto wrong = implausibility(session.meta))
+        throw CommandError(session.folder.metaFile().string() + ": " + *wrong +
+                           "; the session cannot be used");
     return session;
 }
 

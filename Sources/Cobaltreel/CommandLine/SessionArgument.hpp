@@ -16,7 +16,7 @@ struct SessionArgument {
 };
 
 /// Opens a session by the path of its folder or by its name among the recordings. Throws CommandError
-/// when there is no such folder or its session.json cannot be read.
+/// when there is no such folder, or its session.json cannot be read or cannot be true.
 SessionArgument openSession(const std::string& text);
 
 /// Length of the whole recording in seconds: from the first frame to the moment of the stop, at least

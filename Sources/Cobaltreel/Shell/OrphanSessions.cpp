@@ -86,10 +86,11 @@ std::optional<Orphan> takeUnprompted(const fs::path& root, platform::UserDefault
     std::vector<Candidate> candidates;
     std::vector<fs::path> useless;
     for (const fs::path& dir : directoriesIn(root)) {
-        if (auto candidate = candidateIn(dir))
-            candidates.push_back(std::move(*candidate));
-        else
+        auto candidate = candidateIn(dir);
+        if (!candidate)
             useless.push_back(dir);
+        else if (!implausibility(candidate->orphan.meta))  // the movies are there, but no length to offer
+            candidates.push_back(std::move(*candidate));
     }
     removeUnlessInUse(useless);
 

@@ -19,8 +19,8 @@ struct Orphan {
 
 /// The youngest recording in `root` about which the user has not been asked yet. All that are there count as
 /// asked about from then on, which is stored before this returns. Removes folders that no recording can be
-/// opened from, except those in which somebody is at work; follows no links and leaves files alone. Absent
-/// also when the root cannot be read. Blocks; main thread.
+/// opened from, except those in which somebody is at work; leaves alone files, links, and recordings whose
+/// document cannot be true. Absent also when the root cannot be read. Blocks; main thread.
 std::optional<Orphan> takeUnprompted(const std::filesystem::path& root, platform::UserDefaults& defaults);
 
 }  // namespace OrphanSessions

@@ -5,9 +5,11 @@
 
 #include <QFile>
 #include <QSaveFile>
-#include <string>
+#include <cmath>
+#include <cstdint>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace cobaltreel {
 
@@ -19,6 +21,8 @@ constexpr std::uintmax_t mebibyte = 1024 * 1024;
 // Half an hour of events is under 20 MB.
 constexpr std::uintmax_t largestMeta = mebibyte;
 constexpr std::uintmax_t largestEvents = 256 * mebibyte;
+constexpr double longestRecording = 24 * 3600;  // seconds
+constexpr std::int64_t largestSide = 32768;     // pixels
 
 QString qtPath(const path& file) { return QFile::decodeName(file.c_str()); }
 
@@ -84,6 +88,16 @@ SessionMeta SessionFolder::readMeta() const {
 
 EventLog SessionFolder::readEvents() const {
     return readDocument(eventsFile(), largestEvents, SessionDocuments::decodeEventLog);
+}
+
+std::optional<std::string> implausibility(const SessionMeta& meta) {
+    for (const auto& [key, side] : {std::pair("captureWidthPx", meta.captureWidthPx),
+                                    std::pair("captureHeightPx", meta.captureHeightPx)})
+        if (side < 2 || side > largestSide) return std::string(key) + " is " + std::to_string(side);
+    if (meta.recordingEndHostTime && meta.screenFirstPTS &&
+        !(std::abs(*meta.recordingEndHostTime - *meta.screenFirstPTS) <= longestRecording))
+        return "recordingEndHostTime is a day away from screenFirstPTS";
+    return std::nullopt;
 }
 
 }  // namespace cobaltreel

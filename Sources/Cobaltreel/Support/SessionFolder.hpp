@@ -3,6 +3,8 @@
 #include "CobaltreelCore/Models.hpp"
 
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace cobaltreel {
 
@@ -27,5 +29,9 @@ struct SessionFolder {
     SessionMeta readMeta() const;
     EventLog readEvents() const;
 };
+
+/// What cannot be true of a recording, by its key: a length of more than a day, a side that no screen has.
+/// Absent when all of it may be.
+std::optional<std::string> implausibility(const SessionMeta& meta);
 
 }  // namespace cobaltreel

@@ -172,6 +172,8 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
         {{"export", session, "--quality", "p4320"}, 2, "--quality"},
         {{"export", session, "--output", "/"}, 2, "folder"},
         {{"export", session, "--output", blocked}, 1, "out.mp4"},
+        {{"export", session, "--output", (fs::path(session) / "screen.mov").string()}, 2, "own folder"},
+        {{"export", session, "--output", "/no/such/folder/out.mp4"}, 1, "no folder /no/such/folder"},
         {{"export", session, "--name", "a", "--output", "b"}, 2, "excludes"},
     };
     for (const Case& c : cases) {

@@ -91,6 +91,7 @@ TEST_F(ShellTest, ARecordingThatWasNeverExportedIsOffered) {
     SessionMeta meta;
     meta.screenFirstPTS = 1;
     meta.recordingEndHostTime = 2;
+    meta.captureWidthPx = meta.captureHeightPx = 100;
     const SessionFolder folder{Paths::sessionsRoot() / "20260101-100000"};
     std::filesystem::create_directories(folder.dir);
     folder.writeMeta(meta);

@@ -34,6 +34,8 @@ class OrphanSessionsTest : public TemporaryHome {
         SessionMeta meta;
         meta.screenFirstPTS = 10;
         meta.recordingEndHostTime = 20;
+        meta.captureWidthPx = 1280;
+        meta.captureHeightPx = 720;
         return meta;
     }
     /// The name of the recording that is offered; empty for none.
@@ -103,6 +105,20 @@ TEST_F(OrphanSessionsTest, WhatCannotBeOpenedIsRemovedUnlessSomebodyIsAtWorkInIt
     for (const auto& entry : fs::directory_iterator(root_)) left.push_back(entry.path().filename());
     EXPECT_THAT(left, UnorderedElementsAre("being recorded", "being completed"));
     EXPECT_TRUE(defaults_.arrays.empty()) << "nobody was asked about anything";
+}
+
+TEST_F(OrphanSessionsTest, ARecordingThatCannotBeAsItSaysIsNeitherOfferedNorRemoved) {
+    for (const auto& change : std::initializer_list<std::function<void(SessionMeta&)>>{
+             [](SessionMeta& meta) { meta.recordingEndHostTime = 1e300; },
+             [](SessionMeta& meta) { meta.captureWidthPx = -4; }}) {
+        SessionMeta meta = complete();
+        change(meta);
+        const fs::path dir = recording("absurd");
+        SessionFolder{dir}.writeMeta(meta);
+        EXPECT_EQ(offered(), "");
+        EXPECT_TRUE(fs::exists(dir / "screen.mov"));
+        EXPECT_TRUE(defaults_.arrays.empty());
+    }
 }
 
 TEST_F(OrphanSessionsTest, LinksAreNotFollowedAndFilesAreLeftAlone) {

@@ -3,7 +3,9 @@
 #include "Platform/Media/FFmpeg/Errors.hpp"
 
 #include <algorithm>
+#include <filesystem>
 #include <new>
+#include <system_error>
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -31,6 +33,11 @@ MovieMuxer::MovieMuxer(const std::filesystem::path& path, FileType type) : path_
     check(avformat_alloc_output_context2(&context, nullptr, format, url.c_str()), what);
     context_.reset(context);
     AVIOContext* file = nullptr;
+    std::error_code ignored;
+    if (const auto folder = path.parent_path(); !folder.empty() && !std::filesystem::exists(folder, ignored))
+        throw PlatformError(
+            "FFmpeg", AVERROR(ENOENT),
+            what + ", because there is no folder " + folder.string() + ". Create it, or choose another one.");
     check(avio_open(&file, url.c_str(), AVIO_FLAG_WRITE), what);
     file_.reset(file);
     context_->pb = file;
