@@ -214,6 +214,9 @@ TEST_F(ControlsTest, ButtonAnswersPointerSpaceAndReturn) {
     Scene scene(QStringLiteral(R"(
         MacButton { objectName: "b"; text: "Push"; property int pushes: 0; onClicked: ++pushes })"));
     scene.clickCentre("b");
+    scene.press(Qt::Key_Return);
+    EXPECT_EQ(scene.get("b", "pushes").toInt(), 1) << "after a click Return is the window's";
+    scene.item("b")->setFocus(false);
     scene.item("b")->forceActiveFocus(Qt::TabFocusReason);
     scene.press(Qt::Key_Space);
     scene.press(Qt::Key_Return);

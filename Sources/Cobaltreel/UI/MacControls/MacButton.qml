@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import Cobaltreel.Controls
 
-/// A plain push button: a text, a picture, or both, on a filled rounded rectangle. Answers Space and Return.
+/// A plain push button: a text, a picture, or both, on a filled rounded rectangle. Answers Space, and Return
+/// when the keyboard has come to it; after a click Return is still the window's.
 T.AbstractButton {
     id: control
 
@@ -29,8 +30,14 @@ T.AbstractButton {
     Accessible.role: Accessible.Button
     Accessible.name: text !== "" ? text : tip
     Accessible.onPressAction: control.clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
+    Keys.onReturnPressed: event => answerReturn(event)
+    Keys.onEnterPressed: event => answerReturn(event)
+
+    function answerReturn(event: KeyEvent) {
+        event.accepted = visualFocus;
+        if (visualFocus)
+            clicked();
+    }
 
     background: SmoothRectangle {
         colour: control.fill

@@ -27,11 +27,17 @@ Item {
     Accessible.role: Accessible.ButtonMenu
     Accessible.name: text
     Accessible.onPressAction: control.open()
-    Keys.onReturnPressed: openByKeyboard()
-    Keys.onEnterPressed: openByKeyboard()
+    Keys.onReturnPressed: event => answerReturn(event)
+    Keys.onEnterPressed: event => answerReturn(event)
     Keys.onDownPressed: openByKeyboard()
     Keys.onSpacePressed: openByKeyboard()
 
+    /// After a click Return is still the window's.
+    function answerReturn(event: KeyEvent) {
+        event.accepted = showsFocus;
+        if (showsFocus)
+            open();
+    }
     function openByKeyboard() {
         usedByPointer = false;
         open();

@@ -16,6 +16,9 @@ Item {
     implicitWidth: 200
     implicitHeight: input.implicitHeight + 2 * 5
     opacity: enabled ? 1 : 0.4
+    // At either end of the text an arrow key means nothing, here as little as to what is around the field.
+    Keys.onLeftPressed: event => event.accepted = true
+    Keys.onRightPressed: event => event.accepted = true
     onValueChanged: if (input.text !== value)
         input.text = value
 

@@ -100,8 +100,8 @@ FocusScope {
         anchors.bottom: parent.bottom
         anchors.margins: 12
         height: 36
+        // Faded, not gone: the keyboard may come to them, and shows them by it.
         opacity: view.showsControls ? 1 : 0
-        visible: opacity > 0
 
         Behavior on opacity {
             NumberAnimation {

@@ -124,6 +124,8 @@ void PreviewModel::setUpPlayback() {
 void PreviewModel::play(PlayerItem item, bool isWhole) {
     playsWhole_ = isWhole;
     player_->replaceCurrentItem(std::move(item));
+    // Where the user has gone while there was no item, or another one.
+    if (position_ > 0) player_->seek(position_, 0);
 }
 
 void PreviewModel::playbackFailed(const PlatformError& error) {

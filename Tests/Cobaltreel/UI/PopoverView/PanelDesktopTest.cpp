@@ -217,6 +217,20 @@ TEST_F(PanelDesktopTest, TheKeyboardReachesEveryControlAndReturnStarts) {
     EXPECT_TRUE(waitUntil([&] { return countdown->isRunning(); }));
 }
 
+TEST_F(PanelDesktopTest, AfterAClickReturnStillStarts) {
+    open();
+    click("Top left");
+    EXPECT_TRUE(waitUntil([&] { return coordinator->cameraCorner() == CameraCorner::topLeft; }));
+    coordinator->setCameraCorner(CameraCorner::topRight);
+    click("Studio Microphone", QAccessible::ButtonMenu);
+    EXPECT_TRUE(waitUntil([&] { return control("Studio Microphone", QAccessible::MenuItem) != nullptr; }));
+    click("Studio Microphone", QAccessible::MenuItem);
+    EXPECT_TRUE(waitUntil([&] { return control("Studio Microphone", QAccessible::MenuItem) == nullptr; }));
+    input.key(returnKey);
+    EXPECT_TRUE(waitUntil([&] { return countdown->isRunning(); }));
+    EXPECT_EQ(coordinator->cameraCorner(), CameraCorner::topRight) << "not the button's again";
+}
+
 TEST_F(PanelDesktopTest, ClosesOnEscapeAndWithTheFocusAndTheSetUpWithIt) {
     OtherApplication other;
     open();

@@ -28,7 +28,7 @@
 namespace cobaltreel {
 namespace {
 
-constexpr xcb_keysym_t space = ' ', returnKey = 0xff0d, escape = 0xff1b;
+constexpr xcb_keysym_t space = ' ', returnKey = 0xff0d, escape = 0xff1b, tab = 0xff09, right = 0xff53;
 
 class PreviewDesktopTest : public LocalisedTest {
   protected:
@@ -105,6 +105,10 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
     // The button that was clicked is gone and takes no keys.
     input.key(space);
     EXPECT_TRUE(waitUntil([&] { return model().isPlaying() && model().position() > 0.3; }));
+    // The controls have faded; the keyboard finds them.
+    input.key(tab);
+    EXPECT_TRUE(waitUntil([&] { return item("playButton")->hasActiveFocus(); }));
+    EXPECT_TRUE(waitUntil([&] { return item("playButton")->parentItem()->opacity() == 1; }));
     input.key(space);
     EXPECT_TRUE(waitUntil([&] { return !model().isPlaying(); }));
 
@@ -133,6 +137,12 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
     EXPECT_TRUE(waitUntil([&] { return item("filename")->property("showsFocus").toBool(); }));
     input.key('a');
     EXPECT_TRUE(waitUntil([&] { return model().filename().endsWith('a'); }));
+    // At the end of the name the arrow key is the name's all the same.
+    const double stood = model().position();
+    input.key(right);
+    input.key('b');
+    EXPECT_TRUE(waitUntil([&] { return model().filename().endsWith("ab"); }));
+    EXPECT_EQ(model().position(), stood);
     input.key(returnKey);
     EXPECT_TRUE(QTest::qWaitFor([&] { return model().isExported(); }, 60000));
     screenshot("preview-exported-en");

@@ -93,6 +93,14 @@ TEST_F(PreviewTest, PlaybackFallsBackToTheScreenMovieAndThenSaysWhatIsWrong) {
     EXPECT_EQ(model->trimStart(), 2);
 }
 
+TEST_F(PreviewTest, ANewItemIsShownWhereTheUserHasGone) {
+    open();
+    model->setTrimEnd(8);
+    main().fail(PlatformError("Media", 1, "the microphone's file is damaged"));
+    EXPECT_EQ(main().currentTime(), 8) << "as the window says";
+    EXPECT_EQ(model->position(), 8);
+}
+
 TEST_F(PreviewTest, TheCameraIsMovedOnlyWhenItIsTooFarOff) {
     open();
     EXPECT_EQ(camera().seeks.back(), (SeekRequest{0.5, 0})) << "in step from the beginning, exactly";
