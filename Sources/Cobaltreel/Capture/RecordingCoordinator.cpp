@@ -28,6 +28,28 @@ Alert warning(QString message, QString informativeText = {}) {
     return {std::move(message), std::move(informativeText), {}};
 }
 
+QString noticeOf(const platform::CaptureEvent& event) {
+    using Kind = platform::CaptureEvent::Kind;
+    const auto text = [&] {
+        switch (event.kind) {
+            case Kind::lost:
+                return S::deviceLost();
+            case Kind::returned:
+                return S::deviceReturned();
+            case Kind::failed:
+                return S::deviceFailed();
+            case Kind::unreadable:
+                return S::pictureUnreadable();
+            case Kind::stalled:
+                return event.device.type == MediaType::video ? S::pictureMissing() : S::soundMissing();
+            case Kind::silent:
+                return S::microphoneSilent();
+        }
+        return QString();
+    };
+    return text().arg(QString::fromStdString(event.device.name));
+}
+
 std::string descriptionOf(const std::exception_ptr& failure) {
     try {
         std::rethrow_exception(failure);
@@ -48,17 +70,27 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
       preview_(std::make_unique<LivePreview>(engine_, *this)) {
     const QPointer<RecordingCoordinator> self(this);
     engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
-        if (self) Q_EMIT self->deviceMessage(QString::fromStdString(event.message));
+        if (self) Q_EMIT self->deviceMessage(noticeOf(event), QString::fromStdString(event.message));
     };
     engine_->screen.onError = [self](const PlatformError& error) {
         if (self) self->streamFailed(error.description());
     };
+    followDevices();
 }
 
 RecordingCoordinator::~RecordingCoordinator() {
+    engine_->services.capture->setDevicesChangedHandler({});
     // Whoever waits for the countdown or for a change of the state goes on, and sees that this has gone.
     abandonCountdown();
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state_);
+}
+
+void RecordingCoordinator::followDevices() {
+    const auto refresh = [self = QPointer(this)] {
+        if (self) self->refreshDevices();
+    };
+    engine_->services.capture->setDevicesChangedHandler(
+        [refresh, loop = engine_->services.mainLoop] { loop->post(refresh); });
 }
 
 bool RecordingCoordinator::previewActive() const { return preview_->isActive(); }
@@ -142,7 +174,8 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         });
         if (!self) co_return;
         if (soundless && systemAudioEnabled())
-            Q_EMIT deviceMessage(QString::fromStdString(soundless->description()));
+            Q_EMIT deviceMessage(S::systemAudioUnavailable(),
+                                 QString::fromStdString(soundless->description()));
         auto chosen =
             CaptureTarget::choose(*this, content, engine->services.desktop->screens(), bundleIdentifier);
         if (!chosen) {

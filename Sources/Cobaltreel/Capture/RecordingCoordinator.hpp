@@ -72,7 +72,7 @@ class RecordingCoordinator final : public RecordingChoices {
     /// Reloads displays and windows; leaves them when they cannot be had. `refreshDevices` does not wait for
     /// the media server after it.
     QCoro::Task<void> refreshContent();
-    /// Reloads cameras and microphones.
+    /// Reloads cameras and microphones; happens by itself when they change.
     void refreshDevices();
     /// Asks for the microphone (and the camera); false, after an alert, when there is no recording without.
     QCoro::Task<bool> ensureAuthorized(bool needCamera);
@@ -90,8 +90,9 @@ class RecordingCoordinator final : public RecordingChoices {
     void stateChanged();
     void elapsedChanged();
     void micLevelChanged();
-    /// What befalls a camera or microphone in use; for a person to read.
-    void deviceMessage(const QString& message);
+    /// What befalls a camera or microphone in use: in short in the interface language for a window, and with
+    /// the reason in English for a terminal.
+    void deviceMessage(const QString& notice, const QString& details);
 
   private:
     QCoro::Task<void> start();
@@ -102,6 +103,7 @@ class RecordingCoordinator final : public RecordingChoices {
     QCoro::Task<void> tick();
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
     QCoro::Task<void> untilStateChanges();
+    void followDevices();
     void abandonStart();
     void abandonCountdown();
     void endPreview();

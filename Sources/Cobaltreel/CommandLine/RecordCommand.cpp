@@ -189,9 +189,10 @@ ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
 
     Progress progress("Recording");
     std::unique_ptr<platform::Timer> meter;
-    QObject::connect(&coordinator, &RecordingCoordinator::deviceMessage, [](const QString& message) {
-        std::cerr << "cobaltreel: " << message.toStdString() << '\n';
-    });
+    QObject::connect(&coordinator, &RecordingCoordinator::deviceMessage,
+                     [](const QString&, const QString& details) {
+                         std::cerr << "cobaltreel: " << details.toStdString() << '\n';
+                     });
     QObject::connect(&coordinator, &RecordingCoordinator::elapsedChanged, &coordinator, [&] {
         // From the first second on the line lives; between the seconds it is the microphone's level that
         // moves.

@@ -89,7 +89,10 @@ void AppDelegate::showStatusItem() {
 }
 
 void AppDelegate::updateLabel() {
-    if (statusItem_) statusItem_->setLabel(StatusLabels::label(coordinator_.state(), coordinator_.elapsed()));
+    const auto label = StatusLabels::label(coordinator_.state(), coordinator_.elapsed());
+    if (statusItem_) statusItem_->setLabel(label);
+    // Without a tray the panel's title tells the time.
+    if (panel_) panel_->setTitle(QString::fromStdString("Cobaltreel " + label.text).trimmed());
 }
 
 std::optional<QRect> AppDelegate::statusItemFrame() const {

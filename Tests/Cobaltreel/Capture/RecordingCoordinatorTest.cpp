@@ -81,7 +81,7 @@ TEST_F(RecordingCoordinatorTest, SaysThatTheComputersSoundIsMissing) {
     capture->unavailableError = platform::PlatformError("PipeWire", 111, "The media server does not answer.");
     std::vector<QString> told;
     QObject::connect(coordinator.get(), &RecordingCoordinator::deviceMessage,
-                     [&](const QString& message) { told.push_back(message); });
+                     [&](const QString&, const QString& details) { told.push_back(details); });
     record();
     stop();
     EXPECT_THAT(told, IsEmpty()) << "nobody asked for it";

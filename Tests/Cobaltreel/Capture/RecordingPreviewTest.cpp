@@ -156,15 +156,45 @@ TEST_F(RecordingPreviewTest, RecordsWithTheDevicesThereAre) {
 }
 
 TEST_F(RecordingPreviewTest, TellsWhatBefallsADevice) {
-    std::vector<QString> told;
-    QObject::connect(coordinator.get(), &RecordingCoordinator::deviceMessage,
-                     [&](const QString& message) { told.push_back(message); });
+    using Kind = platform::CaptureEvent::Kind;
+    std::vector<std::pair<QString, QString>> told;
+    QObject::connect(
+        coordinator.get(), &RecordingCoordinator::deviceMessage,
+        [&](const QString& notice, const QString& details) { told.emplace_back(notice, details); });
     record();
-    devices().tell({platform::CaptureEvent::Kind::lost, camera, "The camera was unplugged."});
-    time->drain();
-    EXPECT_THAT(told, ElementsAre("The camera was unplugged."));
+    struct Case {
+        platform::CaptureEvent event;
+        const char* notice;
+    };
+    for (const Case& c :
+         {Case{{Kind::lost, camera, "a"}, "“Camera” is gone. It is used again when it is back"},
+          {{Kind::returned, mic, "b"}, "“Microphone” is back"},
+          {{Kind::stalled, camera, "c"},
+           "No picture comes from “Camera”. Plug it in again, or choose another one"},
+          {{Kind::stalled, mic, "d"},
+           "No sound comes from “Microphone”. Plug it in again, or choose another one"}}) {
+        devices().tell(c.event);
+        time->drain();
+        EXPECT_EQ(told.back(), std::pair(QString(c.notice), QString::fromStdString(c.event.message)));
+    }
+    L::current = Language::he;
+    for (const Kind kind :
+         {Kind::lost, Kind::returned, Kind::failed, Kind::unreadable, Kind::stalled, Kind::silent}) {
+        devices().tell({kind, otherMic, "in English"});
+        time->drain();
+        EXPECT_TRUE(told.back().first.contains("״Headset״")) << told.back().first.toStdString();
+    }
     EXPECT_EQ(coordinator->state(), State::recording);
     stop();
+}
+
+TEST_F(RecordingPreviewTest, DevicesThatComeAndGoAreOfferedAtOnce) {
+    choose();
+    capture->changeDevices({{}, {mic}, mic});
+    time->drain();
+    EXPECT_THAT(coordinator->cameras(), IsEmpty());
+    EXPECT_THAT(coordinator->mics(), SizeIs(1));
+    EXPECT_EQ(coordinator->selectedCameraID(), "cam") << "it may come back";
 }
 
 TEST_F(RecordingPreviewTest, TheCameraStyleOutlivesTheRun) {

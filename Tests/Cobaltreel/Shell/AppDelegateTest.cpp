@@ -38,6 +38,16 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     ASSERT_NE(shell->panel(), nullptr);
     EXPECT_TRUE(shell->panel()->isOpen());
     EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
+    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+    shell->coordinator().toggle();
+    ASSERT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    countdown->complete();
+    ASSERT_TRUE(stateBecomes(State::recording));
+    time->advance(2.5);
+    EXPECT_EQ(shell->panel()->title(), "Cobaltreel 00:02");
+    shell->coordinator().toggle();
+    ASSERT_TRUE(stateBecomes(State::idle));
+    EXPECT_EQ(shell->panel()->title(), "Cobaltreel");
     tray->setTray(true);
     EXPECT_TRUE(shell->panel()->isOpen()) << "what the user works in stays";
     const_cast<PanelWindow*>(shell->panel())->close();

@@ -51,7 +51,9 @@ void BubbleWindowController::update(CameraCorner corner, double diameter) {
 void BubbleWindowController::place(CameraCorner corner, double diameter) {
     const QScreen* screen = QGuiApplication::primaryScreen();
     const QRect visibleFrame = screen ? screen->availableGeometry() : BubbleGeometry::frameWithoutScreen;
-    const QSize size = BubbleGeometry::size(diameter, style_);
+    // The desktop's points are pixels; the toolkit's are larger where the user has scaled it up.
+    const QSize size =
+        BubbleGeometry::size(screen ? diameter / screen->devicePixelRatio() : diameter, style_);
     panel_->place(BubbleGeometry::frame(corner, size, visibleFrame));
     const double density = panel_->devicePixelRatio();
     feeder().setSize((QSizeF(size) * density).toSize());

@@ -146,6 +146,12 @@ void PanelWindow::keyPressEvent(QKeyEvent* event) {
     if (!event->isAccepted() && event->key() == Qt::Key_Escape && look_ == Look::popover) close();
 }
 
+void PanelWindow::focusInEvent(QFocusEvent* event) {
+    AppWindow::focusInEvent(event);
+    // It stays open while other windows come and go.
+    if (look_ == Look::titled) model_.refresh();
+}
+
 void PanelWindow::focusOutEvent(QFocusEvent* event) {
     AppWindow::focusOutEvent(event);
     if (look_ != Look::popover || !isOpen()) return;

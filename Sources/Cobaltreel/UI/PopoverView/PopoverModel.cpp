@@ -13,6 +13,10 @@ using platform::CaptureDevice;
 
 namespace {
 
+/// The preview window that opens after a recording takes the focus, and a panel that closes with it shall not
+/// switch the camera on once more.
+constexpr double secondsUntilResumed = 0.5;
+
 QString text(std::string_view utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
@@ -56,13 +60,27 @@ Picker devicePicker(const std::vector<CaptureDevice>& devices, const std::option
 
 PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<platform::Clock> clock,
                            std::shared_ptr<platform::MainLoop> mainLoop, QObject* parent)
-    : QObject(parent), coordinator_(coordinator), egg_(std::move(clock), std::move(mainLoop)) {
+    : QObject(parent), coordinator_(coordinator), mainLoop_(mainLoop), egg_(std::move(clock), mainLoop) {
     passOnChanges();
     followChoices();
     connect(&coordinator_, &RecordingCoordinator::deviceMessage, this, &PopoverModel::setNotice);
-    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] {
-        if (coordinator_.state() == RecordingCoordinator::State::countdown) setNotice({});
-    });
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] { followState(); });
+}
+
+void PopoverModel::followState() {
+    using State = RecordingCoordinator::State;
+    resuming_.reset();
+    if (coordinator_.state() == State::countdown) setNotice({});
+    if (coordinator_.state() != State::idle) return;
+    // A countdown that was cancelled leaves the devices running, a recording that has ended leaves them off.
+    if (shown_)
+        resuming_ = mainLoop_->scheduleOnce(secondsUntilResumed, [this] { resumePreview(); });
+    else
+        coordinator_.stopCameraPreview();
+}
+
+void PopoverModel::resumePreview() {
+    if (shown_ && authorized_ && !coordinator_.previewActive()) coordinator_.startCameraPreview();
 }
 
 void PopoverModel::setNotice(const QString& notice) {
@@ -105,7 +123,7 @@ void PopoverModel::followChoices() {
 
     // What a refresh chooses by itself is followed at the set-up's end, once the devices may be used.
     const auto restartPreview = [this] {
-        if (shown_ && !refreshing_ && coordinator_.state() == RecordingCoordinator::State::idle)
+        if (shown_ && authorized_ && coordinator_.state() == RecordingCoordinator::State::idle)
             coordinator_.startCameraPreview();
     };
     for (const auto changed :
@@ -116,6 +134,7 @@ void PopoverModel::followChoices() {
 
 void PopoverModel::appear() {
     shown_ = true;
+    authorized_ = false;
     ++appearance_;
     setUp();
 }
@@ -131,14 +150,20 @@ QCoro::Task<void> PopoverModel::setUp() {
     const auto isCancelled = [&self, appearance = appearance_] {
         return !self || self->appearance_ != appearance;
     };
-    co_await coordinator_.refreshContent();
-    if (!self) co_return;
-    refreshing_ = true;
-    coordinator_.refreshDevices();
-    refreshing_ = false;
+    co_await refresh();
     if (isCancelled()) co_return;
     const bool authorized = co_await coordinator_.ensureAuthorized(coordinator_.cameraEnabled());
-    if (authorized && !isCancelled()) coordinator_.startCameraPreview();
+    if (isCancelled()) co_return;
+    authorized_ = authorized;
+    if (authorized) coordinator_.startCameraPreview();
+}
+
+QCoro::Task<void> PopoverModel::refresh() {
+    const QPointer<PopoverModel> self(this);
+    co_await coordinator_.refreshContent();
+    if (!self) co_return;
+    coordinator_.refreshDevices();
+    resumePreview();
 }
 
 QString PopoverModel::displayLabel(const platform::Display& display, int index) {

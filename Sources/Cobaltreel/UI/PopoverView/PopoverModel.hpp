@@ -65,6 +65,8 @@ class PopoverModel : public QObject {
     /// preview. `disappear` gives that up wherever it has come to, and ends the preview.
     void appear();
     void disappear();
+    /// Reloads what there is to choose from: a panel that stays open has been turned to again.
+    QCoro::Task<void> refresh();
 
     /// The name of a display with its size; one without a name is called by its position, from zero.
     static QString displayLabel(const platform::Display& display, int index);
@@ -131,14 +133,18 @@ class PopoverModel : public QObject {
   private:
     void passOnChanges();
     void followChoices();
+    void followState();
+    void resumePreview();
     void setNotice(const QString& notice);
     QCoro::Task<void> setUp();
 
     RecordingCoordinator& coordinator_;
+    std::shared_ptr<platform::MainLoop> mainLoop_;
     VersionEgg egg_;
     QString notice_;
     bool shown_ = false;
-    bool refreshing_ = false;
+    bool authorized_ = false;  // since the panel is shown
+    std::unique_ptr<platform::Timer> resuming_;
     std::uint64_t appearance_ = 0;  // counts showings and hidings: a set-up sees that its time is over
 };
 

@@ -310,7 +310,7 @@ TEST_F(PanelDesktopTest, NothingIsClippedInEitherLanguage) {
         countdown->complete();
         EXPECT_TRUE(waitUntil([&] { return control(S::stopRecording()) != nullptr; }));
         Q_EMIT coordinator->deviceMessage(
-            "The microphone \"Headset\" has sent nothing but silence so far. Is it muted?");
+            S::microphoneSilent().arg("A headset with a rather long name (USB)"), {});
         expectWhole("panel-recording");
         coordinator->toggle();
         EXPECT_TRUE(waitUntil([&] { return coordinator->state() == State::idle; }));

@@ -113,13 +113,13 @@ TEST_F(PopoverModelTest, EveryChangeOfTheCoordinatorReachesTheView) {
 }
 
 TEST_F(PopoverModelTest, ANoticeStandsUntilTheNextRecording) {
-    Q_EMIT coordinator->deviceMessage("The camera was unplugged.");
+    Q_EMIT coordinator->deviceMessage("The camera was unplugged.", {});
     EXPECT_EQ(model->notice(), "The camera was unplugged.");
     choose();
     EXPECT_EQ(model->notice(), "The camera was unplugged.");
     record();
     EXPECT_EQ(model->notice(), "");
-    Q_EMIT coordinator->deviceMessage("The microphone is silent.");
+    Q_EMIT coordinator->deviceMessage("The microphone is silent.", {});
     stop();
     EXPECT_EQ(model->notice(), "The microphone is silent.");
 }
@@ -162,6 +162,36 @@ TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothi
     model->disappear();
     EXPECT_FALSE(bubble->isShown);
     EXPECT_EQ(restartsBy(change), 0);
+}
+
+TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainAfterARecordingAndAClosedOneLeavesNothingOn) {
+    appear();
+    for (int take = 0; take < 2; ++take) {
+        record();
+        stop();
+        EXPECT_FALSE(bubble->isShown);
+        time->advance(0.6);
+        EXPECT_TRUE(bubble->isShown) << take;
+        ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
+        devices().deliverSound(time->now(), 0.04F);
+        time->advance(0.06);
+        EXPECT_GT(model->micLevel(), 0.1) << take;
+    }
+    // The preview of the movie opens and the panel closes.
+    record();
+    stop();
+    model->disappear();
+    time->advance(1);
+    EXPECT_FALSE(bubble->isShown);
+
+    // Closed during the countdown, which is then cancelled.
+    appear();
+    press();
+    model->disappear();
+    EXPECT_TRUE(bubble->isShown);
+    countdown->cancel();
+    ASSERT_TRUE(reaches(State::idle));
+    EXPECT_FALSE(bubble->isShown || coordinator->previewActive());
 }
 
 TEST_F(PopoverModelTest, HidingGivesTheSetUpUp) {
