@@ -6,8 +6,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include <fcntl.h>
-
 namespace cobaltreel::RecordingFiles {
 
 SessionFolder makeFreshFolder(std::chrono::system_clock::time_point now) {
@@ -17,9 +15,7 @@ SessionFolder makeFreshFolder(std::chrono::system_clock::time_point now) {
     }
 }
 
-platform::UniqueFd keepInUse(const SessionFolder& folder) {
-    return platform::UniqueFd(open(folder.dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
+platform::UniqueFd keepInUse(const SessionFolder& folder) { return platform::openFolder(folder.dir); }
 
 void completeDocuments(const SessionFolder& folder, const EventLog& events, SessionMeta& meta,
                        const platform::Clock& clock) {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <filesystem>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace platform {
@@ -30,5 +32,10 @@ class UniqueFd {
   private:
     int fd_ = -1;
 };
+
+/// The folder itself, open; empty when it cannot be opened.
+inline UniqueFd openFolder(const std::filesystem::path& folder) {
+    return UniqueFd(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
 
 }  // namespace platform

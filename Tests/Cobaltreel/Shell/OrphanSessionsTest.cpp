@@ -8,7 +8,6 @@
 #include <fstream>
 #include <thread>
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -98,7 +97,7 @@ TEST_F(OrphanSessionsTest, WhatCannotBeOpenedIsRemovedUnlessSomebodyIsAtWorkInIt
     folder("being recorded", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
     const std::ofstream recorder(root_ / "being recorded" / "screen.mov", std::ios::app);
     folder("being completed", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
-    const platform::UniqueFd completer(open((root_ / "being completed").c_str(), O_RDONLY | O_DIRECTORY));
+    const platform::UniqueFd completer = platform::openFolder(root_ / "being completed");
 
     EXPECT_EQ(offered(), "");
     std::vector<std::string> left;
