@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,7 @@ struct ScriptedVision : platform::VisionService {
         levels.push_back(level);
         return std::make_unique<ScriptedRequest>(*this);
     }
+    std::optional<platform::PlatformError> unavailable() override { return std::nullopt; }
     std::string implementation() const override { return "scripted"; }
 };
 

@@ -51,6 +51,12 @@ Finding findPlayer(const platform::PlatformServices& services) {
     return {"player", true, services.players->implementation(), ""};
 }
 
+Finding findVision(const platform::PlatformServices& services) {
+    if (const auto reason = services.vision->unavailable())
+        return {"person segmentation", false, "", reason->description()};
+    return {"person segmentation", true, services.vision->implementation(), ""};
+}
+
 Finding findRecordingsFolder() {
     std::error_code error;
     std::filesystem::create_directories(Paths::sessionsRoot(), error);
@@ -67,7 +73,7 @@ std::vector<Finding> examine() {
         findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
     findings.push_back({"movies", true, services.media->implementation(), ""});
     findings.push_back(findPlayer(services));
-    findings.push_back({"person segmentation", true, services.vision->implementation(), ""});
+    findings.push_back(findVision(services));
     findings.push_back(findRecordingsFolder());
     return findings;
 }

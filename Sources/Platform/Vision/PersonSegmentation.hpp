@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +29,8 @@ class VisionService {
     virtual ~VisionService() = default;
     virtual std::unique_ptr<PersonSegmentationRequest> makePersonSegmentationRequest(
         PersonSegmentationRequest::QualityLevel quality) = 0;
+    /// Why no person can be found; absent when requests are served.
+    virtual std::optional<PlatformError> unavailable() = 0;
     /// What serves the requests, for a person to read.
     virtual std::string implementation() const = 0;
 };

@@ -36,6 +36,7 @@ struct CountingVision : platform::VisionService {
     std::unique_ptr<Request> makePersonSegmentationRequest(Request::QualityLevel quality) override {
         return std::make_unique<Counting>(*this, real.makePersonSegmentationRequest(quality));
     }
+    std::optional<platform::PlatformError> unavailable() override { return real.unavailable(); }
     std::string implementation() const override { return real.implementation(); }
 };
 
@@ -43,7 +44,7 @@ class CutoutExportTest : public testing::Test {
   protected:
     void SetUp() override {
         unsetenv("COBALTREEL_SEGMENTATION_MODEL");
-        if (!vision->real.available()) GTEST_SKIP() << vision->implementation();
+        if (const auto reason = vision->unavailable()) GTEST_SKIP() << reason->description();
         meta = RenderedSession::write(folder, scene, seconds, *media);
         options.trimStart = 0;
         options.trimEnd = seconds;

@@ -35,7 +35,7 @@ class ClassicalSegmentationTest : public ::testing::TestWithParam<Quality> {
     void SetUp() override {
         unsetenv("COBALTREEL_SEGMENTATION_MODEL");
         OpenCvVisionService service{std::filesystem::path()};
-        if (!service.available()) GTEST_SKIP() << service.implementation();
+        if (const auto reason = service.unavailable()) GTEST_SKIP() << reason->description();
         request = service.makePersonSegmentationRequest(GetParam());
     }
     std::unique_ptr<PersonSegmentationRequest> request;

@@ -154,14 +154,15 @@ std::string OpenCvVisionService::implementation() const {
     const auto [file, problem] = model_->verdict();
     const std::string library = "OpenCV " CV_VERSION ", ";
     if (!file.empty()) return library + "neural model " + file.string();
-    const std::string way = HeadTracker::cascadePath().empty()
-                                ? "no way to find a person; install the package opencv-data"
-                                : "classical vision";
-    return library + way + (problem.empty() ? "" : ". " + problem);
+    return library + "classical vision" + (problem.empty() ? "" : ". " + problem);
 }
 
-bool OpenCvVisionService::available() const {
-    return !HeadTracker::cascadePath().empty() || !model_->verdict().first.empty();
+std::optional<PlatformError> OpenCvVisionService::unavailable() {
+    const auto [file, problem] = model_->verdict();
+    if (!file.empty() || !HeadTracker::cascadePath().empty()) return std::nullopt;
+    return PlatformError("Vision", 2,
+                         "There is no way to find a person. Install the package opencv-data." +
+                             (problem.empty() ? std::string() : " " + problem));
 }
 
 }  // namespace platform

@@ -22,8 +22,8 @@ class OpenCvVisionService : public VisionService {
         PersonSegmentationRequest::QualityLevel quality) override;
     /// Names the way that is used, and why a model that was found is not. Tries the model the first time.
     std::string implementation() const override;
-    /// True when persons can be found: a working model, or the face cascade that classical vision needs.
-    bool available() const;
+    /// Absent with a working model, or with the face cascade that classical vision needs.
+    std::optional<PlatformError> unavailable() override;
 
   private:
     std::shared_ptr<UserModel> model_;
