@@ -1,5 +1,6 @@
 #include "Cobaltreel/Export/FrameComposer.hpp"
 
+#include "Cobaltreel/Support/Colours.hpp"
 #include "Platform/Imaging/Canvas.hpp"
 
 #include <algorithm>
@@ -104,7 +105,7 @@ std::optional<Image> FrameComposer::rippleOverlay(std::span<const RipplePoint> p
         // From 12 to 60 pixels at 1080 lines of output.
         const double r = (point.p * 48 + 12) * hOut / 1080;
         const Rect circle{point.x - r, point.y - r, 2 * r, 2 * r};
-        canvas.fillEllipse(circle, ringColor.withAlpha((1 - point.p) * 0.35));
+        canvas.fillEllipse(circle, Colours::highlight.withAlpha((1 - point.p) * 0.35));
         canvas.strokeEllipse(circle, white.withAlpha((1 - point.p) * 0.8), 3);
     }
     return canvas.image();
@@ -125,7 +126,7 @@ void FrameComposer::makeBubbleStatics(int diameter) {
     bubbleMask_ = mask.image().memoized();
 
     Canvas ring(diameter, diameter);
-    ring.strokeEllipse(circle, ringColor.withAlpha(0.9), 3);
+    ring.strokeEllipse(circle, Colours::ring, 3);
     bubbleRing_ = ring.image().memoized();
 
     Canvas shadow(diameter, diameter);

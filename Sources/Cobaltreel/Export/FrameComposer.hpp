@@ -14,9 +14,6 @@
 
 namespace cobaltreel {
 
-/// The one highlight colour: the bubble's ring and the click ripples.
-inline constexpr platform::Colour ringColor{212.0 / 255, 160.0 / 255, 23.0 / 255, 1};
-
 /// Builds one output frame as an image recipe: the screen cropped along the zoom plan, the click
 /// ripples, the camera as a round bubble or as the person cut out. The composition's origin is the
 /// bottom left of the output, y up, in output pixels. Decoration degrades instead of failing.
@@ -65,8 +62,6 @@ class FrameComposer {
                                   int wOut, int hOut);
 
     const std::optional<platform::Image>& bubbleMask() const { return bubbleMask_; }
-    const std::optional<platform::Image>& bubbleRing() const { return bubbleRing_; }
-    const std::optional<platform::Image>& bubbleShadow() const { return bubbleShadow_; }
 
   private:
     struct Corner {

@@ -3,8 +3,10 @@
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
 #include "Cobaltreel/Shell/StatusLabels.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/Support/Colours.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
+#include "Cobaltreel/UI/Windows/QtColour.hpp"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -17,7 +19,7 @@ namespace {
 
 /// Dark, whatever the desktop's own choice: for what the toolkit draws itself, such as the tray's tooltip.
 void setDarkAppearance() {
-    const QColor window(31, 31, 31), text(224, 224, 224);
+    const QColor window = qtColour(Colours::window), text(224, 224, 224);
     QPalette palette(window);
     for (const auto role : {QPalette::Window, QPalette::Base, QPalette::ToolTipBase})
         palette.setColor(role, window);

@@ -1,7 +1,9 @@
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
 
+#include "Cobaltreel/Support/Colours.hpp"
 #include "Cobaltreel/UI/Alerts/AlertContent.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Cobaltreel/UI/Windows/QtColour.hpp"
 
 #include <QQuickItem>
 #include <QScreen>
@@ -40,7 +42,7 @@ void AlertWindows::showNext() {
     window_->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
                       Qt::WindowStaysOnTopHint);
     window_->setModality(Qt::ApplicationModal);
-    window_->setColor(QColor::fromRgbF(0.12F, 0.12F, 0.12F));
+    window_->setColor(qtColour(Colours::window));
     window_->setTitle(QStringLiteral("Cobaltreel"));
     AppWindows::setLocalizedContent(
         *window_, View::ofModule(QStringLiteral("Cobaltreel.Alerts"), QStringLiteral("AlertView"),

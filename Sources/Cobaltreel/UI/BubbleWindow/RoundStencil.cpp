@@ -1,16 +1,12 @@
 #include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 
-#include <QColor>
+#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/UI/Windows/QtColour.hpp"
+
 #include <QPainter>
 #include <QPen>
 
 namespace cobaltreel {
-namespace {
-
-const QColor ringColour = QColor::fromRgbF(212 / 255.0F, 160 / 255.0F, 23 / 255.0F, 0.9F);
-
-}  // namespace
-
 RoundStencil::RoundStencil(QSize size, double ringWidth)
     : ring_(size, QImage::Format_ARGB32_Premultiplied), remains_(size, QImage::Format_Alpha8) {
     const QRectF whole(QPointF(), size);
@@ -18,7 +14,7 @@ RoundStencil::RoundStencil(QSize size, double ringWidth)
     {
         QPainter painter(&ring_);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(ringColour, ringWidth));
+        painter.setPen(QPen(qtColour(Colours::ring), ringWidth));
         const double inset = ringWidth / 2;
         painter.drawEllipse(whole.adjusted(inset, inset, -inset, -inset));
     }

@@ -1,7 +1,9 @@
 #include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
 
+#include "Cobaltreel/Support/Colours.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Cobaltreel/UI/Windows/QtColour.hpp"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -20,7 +22,6 @@ namespace {
 /// Seconds between losing the focus to a click on the status item and hearing of that click.
 constexpr double sameClick = 0.3;
 
-const QColor backgroundColour = QColor::fromRgbF(0.12F, 0.12F, 0.12F);  // that of every window's root
 const QColor edgeColour = QColor::fromRgbF(0.23F, 0.23F, 0.23F);
 
 }  // namespace
@@ -46,7 +47,7 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
             setFormat(withAlpha);
         }
     }
-    setColor(blended_ ? QColor(Qt::transparent) : backgroundColour);
+    setColor(blended_ ? QColor(Qt::transparent) : qtColour(Colours::window));
     AppWindows::setLocalizedContent(
         *this, View::ofModule(QStringLiteral("Cobaltreel.PopoverView"), QStringLiteral("PopoverView"),
                               {{QStringLiteral("model"), QVariant::fromValue(&model)}}));

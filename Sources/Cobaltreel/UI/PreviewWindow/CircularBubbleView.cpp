@@ -1,5 +1,8 @@
 #include "Cobaltreel/UI/PreviewWindow/CircularBubbleView.hpp"
 
+#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/UI/Windows/QtColour.hpp"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QPen>
@@ -10,8 +13,6 @@
 namespace cobaltreel {
 namespace {
 
-const QColor ringColour =
-    QColor::fromRgbF(0.8313725490196079F, 0.6274509803921569F, 0.09019607843137255F, 0.9F);
 constexpr qreal ringWidth = 2;
 
 }  // namespace
@@ -65,7 +66,7 @@ void CircularBubbleView::paint(QPainter* painter) {
     brush.setTransform(place);
     painter->fillPath(outline, brush);
 
-    painter->setPen(QPen(ringColour, ringWidth));
+    painter->setPen(QPen(qtColour(Colours::ring), ringWidth));
     painter->setBrush(Qt::NoBrush);
     painter->drawEllipse(circle.adjusted(ringWidth / 2, ringWidth / 2, -ringWidth / 2, -ringWidth / 2));
 }
