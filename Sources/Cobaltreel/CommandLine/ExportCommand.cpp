@@ -6,10 +6,7 @@
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Cobaltreel/Support/Strings.hpp"
 
-#include <QDateTime>
-#include <QLocale>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -35,17 +32,10 @@ void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& 
         ->type_name("on|off");
 }
 
-/// The name that the preview window proposes, in the interface language.
-std::string defaultName() {
-    AppSettings::shared();
-    const QDateTime now = QDateTime::currentDateTime();
-    const QLocale plain = QLocale::c();
-    return S::filenameDefault(plain.toString(now, "yyyy-MM-dd"), plain.toString(now, "HH.mm")).toStdString();
-}
-
 std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session) {
     if (arguments.output.empty())
-        return Paths::uniqueOutputURL(arguments.name.empty() ? defaultName() : arguments.name);
+        return Paths::uniqueOutputURL(arguments.name.empty() ? Paths::defaultExportName().toStdString()
+                                                             : arguments.name);
     const auto file = std::filesystem::absolute(arguments.output);
     std::error_code ignored;
     if (std::filesystem::is_directory(file, ignored))
@@ -74,6 +64,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
 
 ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
     const auto services = hostServices();
+    AppSettings::shared();  // its language is that of the movie's name
     const auto session = openSession(arguments.session);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
     ExportOptions options = optionsFor(arguments, session, trim);

@@ -39,6 +39,11 @@ std::vector<AssetTrack> tracksOrNone(platform::Asset& asset, MediaType type) {
     }
 }
 
+ExportTiming timingOf(const SessionMeta& meta, double trimStart, double trimEnd) {
+    const double screenFirst = meta.screenFirstPTS.value_or(0);
+    return {trimStart, trimEnd, screenFirst, meta.cameraFirstPTS.value_or(screenFirst)};
+}
+
 [[noreturn]] void throwErrorOf(const AssetWriter& writer, const char* stage) {
     if (const auto error = writer.error()) throw *error;
     throw ExportRenderer::Error::setup(stage);
@@ -84,11 +89,11 @@ std::int64_t ExportRenderer::frameCount(double duration) {
 std::vector<Click> ExportRenderer::clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
                                                       double trimStart, double trimEnd) {
     const double mainScreenHeight = meta.mainScreenHeightPoints.value_or(meta.displayFramePoints.h);
-    const double screenFirst = meta.screenFirstPTS.value_or(0);
+    const ExportTiming timing = timingOf(meta, trimStart, trimEnd);
     std::vector<Click> kept;
     for (Click click : Transforms::clicks(log, meta, mainScreenHeight)) {
-        click.t = click.t - screenFirst - trimStart;
-        if (click.t >= 0 && click.t <= trimEnd - trimStart) kept.push_back(click);
+        click.t = timing.outputTime(click.t);
+        if (click.t >= 0 && click.t <= timing.duration()) kept.push_back(click);
     }
     return kept;
 }
@@ -119,11 +124,12 @@ std::unique_ptr<AssetReader> ExportRenderer::openScreen(const ExportOptions& opt
     return reader;
 }
 
-std::unique_ptr<AssetReader> ExportRenderer::openCamera(const ExportOptions& options, double offset) {
+std::unique_ptr<AssetReader> ExportRenderer::openCamera(const ExportOptions& options,
+                                                        const ExportTiming& timing) {
     if (!options.bubble || !meta_.cameraEnabled) return nullptr;
     const auto asset = media_->asset(folder_.cameraMovie());
     const auto tracks = tracksOrNone(*asset, MediaType::video);
-    const TimeRange range{std::max(0.0, options.trimStart + offset), options.trimEnd + offset};
+    const TimeRange range{std::max(0.0, timing.cameraTime(0)), timing.cameraTime(timing.duration())};
     // A camera that began after the kept span has nothing to show in it.
     if (tracks.empty() || range.duration() <= 0) return nullptr;
     auto reader = media_->makeTrackReader(asset, tracks.front(), range, PixelFormat::i420);
@@ -131,7 +137,8 @@ std::unique_ptr<AssetReader> ExportRenderer::openCamera(const ExportOptions& opt
     return reader;
 }
 
-std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& options, double offset) {
+std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& options,
+                                                          const ExportTiming& timing) {
     platform::Composition composition;
     const auto insert = [&](const std::filesystem::path& movie, double from, double to, double at) {
         const auto asset = media_->asset(movie);
@@ -146,8 +153,8 @@ std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& o
             // A source that cannot be placed is silent.
         }
     };
-    const double cameraStart = options.trimStart + offset;
-    insert(folder_.cameraMovie(), std::max(0.0, cameraStart), options.trimEnd + offset,
+    const double cameraStart = timing.cameraTime(0);
+    insert(folder_.cameraMovie(), std::max(0.0, cameraStart), timing.cameraTime(timing.duration()),
            std::max(0.0, -cameraStart));
     if (options.systemAudio) insert(folder_.screenMovie(), options.trimStart, options.trimEnd, 0);
     if (composition.tracks().empty()) return nullptr;
@@ -163,17 +170,16 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
         OutputSize::compute(meta_.captureWidthPx, meta_.captureHeightPx, targetHeight(options.quality));
     const int wOut = static_cast<int>(size.w);
     const int hOut = static_cast<int>(size.h);
-    const double duration = options.trimEnd - options.trimStart;
-    const double screenFirst = meta_.screenFirstPTS.value_or(0);
-    const double offset = screenFirst - meta_.cameraFirstPTS.value_or(screenFirst);
+    const ExportTiming timing = timingOf(meta_, options.trimStart, options.trimEnd);
+    const double duration = timing.duration();
 
     planClicksAndZoom(options);
     FrameComposer composer({options, meta_, zoomMoves_, preparedClicks_, wOut, hOut}, vision_);
     if (options.bubble && meta_.cameraEnabled) composer.makeBubbleStatics(composer.overlayHeight());
 
     auto screenReader = openScreen(options);
-    auto cameraReader = openCamera(options, offset);
-    auto audioReader = openAudioMix(options, offset);
+    auto cameraReader = openCamera(options, timing);
+    auto audioReader = openAudioMix(options, timing);
 
     std::error_code ignored;
     std::filesystem::remove(options.outputURL, ignored);
@@ -202,7 +208,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
             std::move(writer),
             &videoInput,
             audioInput};
-    if (cameraReader) run.camera.emplace(std::move(cameraReader), options.trimStart + offset);
+    if (cameraReader) run.camera.emplace(std::move(cameraReader), timing.cameraTime(0));
 
     runFrames(run);
     drainAudio(run);

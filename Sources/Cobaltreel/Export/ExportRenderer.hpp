@@ -4,6 +4,7 @@
 #include "Cobaltreel/Export/FrameComposer.hpp"
 #include "Cobaltreel/Export/FrameSource.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
+#include "CobaltreelCore/TrimMath.hpp"
 #include "CobaltreelCore/ZoomEngine.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -63,8 +64,10 @@ class ExportRenderer {
   private:
     struct Run;
     std::unique_ptr<platform::AssetReader> openScreen(const ExportOptions& options);
-    std::unique_ptr<platform::AssetReader> openCamera(const ExportOptions& options, double offset);
-    std::unique_ptr<platform::AssetReader> openAudioMix(const ExportOptions& options, double offset);
+    std::unique_ptr<platform::AssetReader> openCamera(const ExportOptions& options,
+                                                      const ExportTiming& timing);
+    std::unique_ptr<platform::AssetReader> openAudioMix(const ExportOptions& options,
+                                                        const ExportTiming& timing);
     void planClicksAndZoom(const ExportOptions& options);
     void runFrames(Run& run);
     void appendAudio(Run& run, double limit);

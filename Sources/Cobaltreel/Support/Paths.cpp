@@ -1,10 +1,12 @@
 #include "Cobaltreel/Support/Paths.hpp"
 
+#include "Cobaltreel/Support/Strings.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QLocale>
 #include <QStandardPaths>
 #include <QString>
 #include <QTextBoundaryFinder>
@@ -89,6 +91,12 @@ path exportsFolder() {
                                ? fromEnvironment
                                : QStandardPaths::writableLocation(QStandardPaths::MoviesLocation);
     return fromQt(movies) / product;
+}
+
+QString defaultExportName() {
+    const QDateTime now = QDateTime::currentDateTime();
+    const QLocale plain = QLocale::c();
+    return S::filenameDefault(plain.toString(now, u"yyyy-MM-dd"), plain.toString(now, u"HH.mm"));
 }
 
 path uniqueOutputURL(std::string_view baseName) {

@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/Support/SessionFolder.hpp"
 
+#include <QString>
 #include <chrono>
 #include <filesystem>
 #include <string_view>
@@ -22,6 +23,8 @@ std::filesystem::path newSessionDir(std::chrono::system_clock::time_point now);
 /// The user's videos folder / Cobaltreel: $XDG_VIDEOS_DIR when the environment sets it, else what the
 /// desktop's user-dirs.dirs says. Not created.
 std::filesystem::path exportsFolder();
+/// The name that an export is offered, in the interface language: with today's date and the time.
+QString defaultExportName();
 
 /// A file in the exports folder, which is created, that does not exist yet: the proposed name (UTF-8)
 /// cleaned of what cannot stand in a file name, shortened to what the file system holds, plus ".mp4",

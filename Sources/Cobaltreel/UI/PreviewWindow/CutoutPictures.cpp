@@ -25,8 +25,7 @@ struct CutoutPictures::Work {
     /// Null when nobody is known to be there.
     platform::ConstPixelBufferRef cutOut(const platform::ConstPixelBufferRef& buffer) {
         try {
-            auto mask = segmenter.mask(buffer);
-            if (!mask) mask = segmenter.lastMask();
+            const auto mask = segmenter.mask(buffer);
             if (!mask) return nullptr;
             const auto person = PersonSegmenter::apply(*mask, platform::Image::fromBuffer(buffer));
             return person ? context.makeBitmap(*person, buffer->width(), buffer->height()) : nullptr;

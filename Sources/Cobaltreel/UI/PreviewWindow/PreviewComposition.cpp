@@ -33,9 +33,13 @@ struct Movie {
     }
 };
 
-double onTimescale(double seconds) { return MediaTime::fromSeconds(seconds).seconds(); }
-
 }  // namespace
+
+double onTimescale(double seconds) {
+    // Media times hold this many seconds without overflow.
+    constexpr double bound = 1e9;
+    return MediaTime::fromSeconds(std::clamp(seconds, -bound, bound)).seconds();
+}
 
 Composition makePreviewComposition(platform::MediaService& media, const SessionFolder& folder,
                                    double cameraOffset) {

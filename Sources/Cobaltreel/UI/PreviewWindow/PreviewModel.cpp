@@ -1,12 +1,9 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 
-#include "Cobaltreel/Support/Strings.hpp"
+#include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/UI/PreviewWindow/CutoutPictures.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewComposition.hpp"
-#include "Platform/Foundation/MediaTime.hpp"
 
-#include <QDateTime>
-#include <QLocale>
 #include <algorithm>
 #include <cmath>
 #include <exception>
@@ -30,19 +27,6 @@ constexpr double positionInterval = 0.05;
 /// This close to the end counts as the end when playing is asked for, seconds.
 constexpr double endRoom = 0.05;
 
-/// Damaged documents may hold any number; media times hold this many seconds without overflow.
-double onTimescale(double seconds) {
-    constexpr double bound = 1e9;
-    return platform::MediaTime::fromSeconds(std::clamp(seconds, -bound, bound)).seconds();
-}
-
-QString defaultFilename() {
-    const QDateTime now = QDateTime::currentDateTime();
-    const QLocale plain = QLocale::c();
-    return S::filenameDefault(plain.toString(now, QStringLiteral("yyyy-MM-dd")),
-                              plain.toString(now, QStringLiteral("HH.mm")));
-}
-
 }  // namespace
 
 PreviewModel::PreviewModel(SessionFolder folder, SessionMeta meta, PreviewServices services)
@@ -53,7 +37,7 @@ PreviewModel::PreviewModel(SessionFolder folder, SessionMeta meta, PreviewServic
       bubble_(meta_.cameraEnabled),
       cameraStyle_(meta_.resolvedCameraStyle()),
       systemAudio_(meta_.systemAudioEnabled),
-      filename_(defaultFilename()) {
+      filename_(Paths::defaultExportName()) {
     const double screenFirst = meta_.screenFirstPTS.value_or(0);
     cameraOffset_ = screenFirst - meta_.cameraFirstPTS.value_or(screenFirst);
     duration_ = std::max(meta_.recordingEndHostTime.value_or(0) - screenFirst, shortestRecording);
