@@ -9,7 +9,7 @@ find_package(CLI11 2.1 REQUIRED)
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
     libavformat libavcodec libavutil libswresample libswscale)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-ewmh xcb-icccm xcb-res)
+    xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-res)
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)

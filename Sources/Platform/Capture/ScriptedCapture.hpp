@@ -88,7 +88,6 @@ class ScriptedSystemAudio final : public SystemAudioSource {
   public:
     void start(SerialQueue& queue, SampleHandler handler) override;
     void stop() override { queue_ = nullptr; }
-    std::string implementation() const override { return "scripted"; }
 
     bool isRunning() const { return queue_ != nullptr; }
     /// Delivers and waits until the sample has been handled; false when not running.

@@ -4,7 +4,6 @@
 #include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <functional>
-#include <string>
 
 namespace platform {
 
@@ -22,7 +21,6 @@ class SystemAudioSource {
     virtual void start(SerialQueue& queue, SampleHandler handler) = 0;
     /// After it returns no handler is running and none is called.
     virtual void stop() = 0;
-    virtual std::string implementation() const = 0;
 };
 
 }  // namespace platform

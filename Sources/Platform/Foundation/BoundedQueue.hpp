@@ -54,19 +54,6 @@ class BoundedQueue {
         return item;
     }
 
-    /// Waits until there is room or the queue is closed, at most for `limit`; true when there is room.
-    template <typename Rep, typename Period>
-    bool waitForRoom(std::chrono::duration<Rep, Period> limit) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, limit, [this] { return closed_ || items_.size() < capacity_; });
-        return !closed_ && items_.size() < capacity_;
-    }
-
-    bool hasRoom() const {
-        const std::lock_guard lock(mutex_);
-        return !closed_ && items_.size() < capacity_;
-    }
-
     void close() {
         {
             const std::lock_guard lock(mutex_);

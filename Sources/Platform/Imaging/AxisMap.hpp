@@ -30,7 +30,6 @@ struct PixelRect {
         return {std::min(left, o.left), std::min(top, o.top), std::max(right, o.right),
                 std::max(bottom, o.bottom)};
     }
-    PixelRect grownBy(int d) const { return {left - d, top - d, right + d, bottom + d}; }
     friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
 
@@ -106,20 +105,6 @@ inline PixelRect coveredPixels(const Rect& r, const PixelRect& within) {
                             edge(r.maxX(), within.left, within.right),
                             edge(r.maxY(), within.top, within.bottom)};
     return covered.isEmpty() ? PixelRect{} : covered;
-}
-
-/// The pixels of `within` that `r` touches at all.
-inline PixelRect touchedPixels(const Rect& r, const PixelRect& within) {
-    if (r.isEmpty()) return {};
-    const auto edge = [](double value, int low, int high) {
-        return static_cast<int>(std::clamp(value, static_cast<double>(low), static_cast<double>(high)));
-    };
-    constexpr double tolerance = 1e-6;
-    const PixelRect touched{edge(std::floor(r.x + tolerance), within.left, within.right),
-                            edge(std::floor(r.y + tolerance), within.top, within.bottom),
-                            edge(std::ceil(r.maxX() - tolerance), within.left, within.right),
-                            edge(std::ceil(r.maxY() - tolerance), within.top, within.bottom)};
-    return touched.isEmpty() ? PixelRect{} : touched;
 }
 
 }  // namespace platform::imaging

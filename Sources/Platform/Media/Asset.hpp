@@ -18,8 +18,7 @@ struct AssetTrack {
     std::string codec;    ///< short name: "hevc", "h264", "aac"
     int width = 0;        ///< pixels; video only
     int height = 0;
-    double nominalFrameRate = 0;  ///< frames a second on average; video only
-    int sampleRate = 0;           ///< audio only
+    int sampleRate = 0;  ///< audio only
     int channels = 0;
 };
 

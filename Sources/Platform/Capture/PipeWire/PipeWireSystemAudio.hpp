@@ -24,7 +24,6 @@ class PipeWireSystemAudio final : public SystemAudioSource, private GraphListene
 
     void start(SerialQueue& queue, SampleHandler handler) override;
     void stop() override;
-    std::string implementation() const override { return "PipeWire"; }
 
   private:
     struct Link;

@@ -45,7 +45,6 @@ AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
         track.type = MediaType::video;
         track.width = codec.width;
         track.height = codec.height;
-        if (stream.avg_frame_rate.den > 0) track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
     }
     return track;
 }

@@ -45,7 +45,6 @@ class MovieMuxer {
     std::mutex mutex_;
     FilePtr file_;
     OutputPtr context_;
-    PacketPtr flushed_;
     std::vector<bool> started_;        // tracks that have had a packet
     std::optional<double> firstTime_;  // seconds, of the first packet of all
     bool headOut_ = false;             // the fragmented file's track list is written
