@@ -97,8 +97,8 @@ class CaptureService {
   public:
     virtual ~CaptureService() = default;
 
-    /// What is there now; empty when the media server cannot be reached. The first call after creation may
-    /// wait for the server's answer, half a second at most; later ones return at once.
+    /// What is there now; empty when the media server cannot be reached. The first call after creation, or
+    /// after the server has come back, may wait for its answer, half a second at most; others return at once.
     virtual CaptureDevices devices() = 0;
     /// Told on a thread of the service's after every change of what `devices` returns. Replaces the
     /// handler before; an empty one ends it, and is not running once the call has returned.

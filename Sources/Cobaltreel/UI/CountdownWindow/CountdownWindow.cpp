@@ -74,7 +74,7 @@ QRect CountdownWindow::frame(const QScreen* mainScreen) {
 
 CountdownOverlayFactory CountdownWindow::factory(std::shared_ptr<platform::Compositor> compositor) {
     return [compositor = std::move(compositor)](CountdownModel& model) -> std::unique_ptr<CountdownOverlay> {
-        return std::make_unique<QuickOverlay>(model, compositor->isRunning());
+        return std::make_unique<QuickOverlay>(model, compositor && compositor->isRunning());
     };
 }
 

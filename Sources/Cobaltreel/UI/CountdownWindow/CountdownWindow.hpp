@@ -16,7 +16,6 @@ namespace cobaltreel {
 struct CountdownWindow {
     CountdownWindow() = delete;
 
-    /// The compositor must outlive what the factory makes.
     static CountdownOverlayFactory factory(std::shared_ptr<platform::Compositor> compositor);
 
     /// The screen's frame; 800 × 600 at the origin without a screen.

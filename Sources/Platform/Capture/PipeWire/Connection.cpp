@@ -113,7 +113,7 @@ struct Connection::BoundMetadata {
 
 Connection::Connection() {
     initialiseLibrary();
-    loop_.reset(pw_thread_loop_new("cobalt.pipewire", nullptr));
+    loop_.reset(pw_thread_loop_new("cobaltreel.media", nullptr));
     if (!loop_) throw std::bad_alloc();
     // With the configuration for programs whose sound must not be kept waiting, where there is one.
     context_.reset(
@@ -191,7 +191,8 @@ void Connection::connect() {
     registry_.reset(static_cast<pw_registry*>(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0)));
     registryHook_ = std::make_unique<Hook>();
     pw_registry_add_listener(registry_.get(), registryHook_->get(), &registryEvents, this);
-    // The second answer comes after what was asked about the objects that the first one announced.
+    // The first answer comes after all objects are announced, the second after what was asked about them,
+    // the third after what those answers made us ask.
     syncsLeft_ = 3;
     syncSequence_ = pw_core_sync(core_.get(), PW_ID_CORE, 0);
 }

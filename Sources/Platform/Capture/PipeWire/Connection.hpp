@@ -27,7 +27,7 @@ class GraphListener {
 /// attempt every second while the server is away. Any thread, unless said otherwise.
 class Connection {
   public:
-    /// Seconds between two attempts to reach a server, or a device, that has gone.
+    /// Seconds between two attempts to use a device that has failed.
     static constexpr double retryInterval = 0.5;
 
     Connection();
