@@ -87,7 +87,7 @@ RecordingCoordinator::~RecordingCoordinator() {
 
 void RecordingCoordinator::followDevices() {
     const auto refresh = [self = QPointer(this)] {
-        if (self) self->refreshDevices();
+        if (self) self->devicesChanged();
     };
     engine_->services.capture->setDevicesChangedHandler(
         [refresh, loop = engine_->services.mainLoop] { loop->post(refresh); });
@@ -361,6 +361,15 @@ QCoro::Task<void> RecordingCoordinator::refreshContent() {
         co_return;
     }
     if (self) offer(*content, bundleIdentifier);
+}
+
+QCoro::Task<void> RecordingCoordinator::devicesChanged() {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
+    platform::CaptureDevices devices;
+    // A media server that has just come back may not have told all yet.
+    co_await engine->offMainThread([&] { devices = engine->services.capture->devices(); });
+    if (self) offer(devices);
 }
 
 void RecordingCoordinator::refreshDevices() { offer(engine_->services.capture->devices()); }

@@ -104,6 +104,7 @@ class RecordingCoordinator final : public RecordingChoices {
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
     QCoro::Task<void> untilStateChanges();
     void followDevices();
+    QCoro::Task<void> devicesChanged();
     void abandonStart();
     void abandonCountdown();
     void endPreview();
