@@ -13,6 +13,9 @@
 namespace cobaltreel {
 namespace {
 
+/// What a window manager puts around a window, at most; it tells only once the window is there.
+constexpr QSize frameRoom(16, 48);
+
 /// From the innermost items outwards, as the heights depend.
 void layOut(QQuickItem& item) {
     for (QQuickItem* child : item.childItems()) layOut(*child);
@@ -70,16 +73,14 @@ std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& 
     window->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                      Qt::WindowCloseButtonHint);
     window->setTitle(title);
-    window->setMinimumSize(size);
-    window->setMaximumSize(size);
-    window->resize(size);
+    const QRect room = window->screen() ? window->screen()->availableGeometry() : QRect(QPoint(), size);
+    const QSize fitting = window->screen() ? size.boundedTo(room.size() - frameRoom) : size;
+    window->setMinimumSize(fitting);
+    window->setMaximumSize(fitting);
+    window->resize(fitting);
     setLocalizedContent(*window, view);
-
-    if (const QScreen* screen = window->screen()) {
-        const QRect room = screen->availableGeometry();
-        window->setPosition(room.x() + (room.width() - size.width()) / 2,
-                            room.y() + (room.height() - size.height()) / 2);
-    }
+    window->setPosition(room.x() + (room.width() - fitting.width()) / 2,
+                        room.y() + (room.height() - fitting.height()) / 2);
     window->show();
     window->raise();
     window->requestActivate();

@@ -41,9 +41,9 @@ class AppWindow : public QQuickView {
 struct AppWindows {
     AppWindows() = delete;
 
-    /// A window of this title and content size, in points, that can be closed but not resized or minimised;
-    /// already shown, centred on the screen, in front and with the keyboard. Its content follows the
-    /// interface language. The caller keeps it.
+    /// A window of this title and content size, in points, smaller where the screen has not the room; it can
+    /// be closed but not resized or minimised. Already shown, centred on the screen, in front and with the
+    /// keyboard. Its content follows the interface language. The caller keeps it.
     static std::unique_ptr<AppWindow> present(const View& view, const QString& title, QSize size);
 
     /// Wraps a view of a window that is shown by other means, such as the popover.
