@@ -291,6 +291,7 @@ void CameraMicRecorder::tell(const CaptureEvent& event) {
     auto& watch = event.device.type == MediaType::video ? cameraWatch_ : micWatch_;
     if (event.kind == CaptureEvent::Kind::lost || event.kind == CaptureEvent::Kind::failed)
         watch.device.reset();
+    if (event.device.type == MediaType::audio) currentMicLevel_ = 0;  // until it is heard again
     if (event.kind == CaptureEvent::Kind::returned) watch = {event.device, watch.seen, 0};
     if (onDeviceEvent) onDeviceEvent(event);
 }

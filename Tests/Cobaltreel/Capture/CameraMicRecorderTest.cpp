@@ -329,8 +329,10 @@ TEST_F(CameraMicRecorderTest, SaysWhichDeviceSendsNothing) {
     EXPECT_EQ(events[0].device, camera);
 
     // A device that is known to be gone is not reported twice.
+    EXPECT_GT(recorder->currentMicLevel(), 0);
     session().tell({CaptureEvent::Kind::lost, mic, "gone"});
     time->advance(10.0);
+    EXPECT_EQ(recorder->currentMicLevel(), 0) << "a meter that stands still would look alive";
     EXPECT_THAT(eventKinds(), ElementsAre(CaptureEvent::Kind::stalled, CaptureEvent::Kind::lost));
     session().tell({CaptureEvent::Kind::returned, mic, "back"});
     time->drain();
