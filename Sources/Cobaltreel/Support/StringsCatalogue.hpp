@@ -1,7 +1,8 @@
 #pragma once
 
 /// Every fixed text of the interface: ENTRY(name, Hebrew, English). The one list from which the
-/// accessors of `S`, their counterparts in the declarative views and the catalogue walk are made.
+/// accessors of `S`, their counterparts in the declarative views and the catalogue walk are made. A name that
+/// stands in a Hebrew text is isolated from its direction.
 // clang-format off
 #define COBALTREEL_TEXTS(ENTRY)                                                                              \
     ENTRY(startRecording, u"התחל הקלטה", u"Start Recording")                                                  \
@@ -73,18 +74,18 @@
     ENTRY(cannotPlay, u"אי אפשר לנגן את ההקלטה", u"The recording cannot be played")                           \
     ENTRY(cannotReveal, u"סייר הקבצים לא נפתח. הקובץ נמצא כאן:",                                              \
           u"The file browser did not open. The file is here:")                                               \
-    ENTRY(deviceLost, u"״%1״ נותק. הוא יחזור לשימוש כשיתחבר שוב",                                            \
+    ENTRY(deviceLost, u"״\u2068%1\u2069״ נותק. הוא יחזור לשימוש כשיתחבר שוב",                                \
           u"“%1” is gone. It is used again when it is back")                                                 \
-    ENTRY(deviceReturned, u"״%1״ חזר", u"“%1” is back")                                                       \
-    ENTRY(deviceFailed, u"אי אפשר להשתמש ב״%1״. ייתכן שאפליקציה אחרת משתמשת בו",                              \
+    ENTRY(deviceReturned, u"״\u2068%1\u2069״ חזר", u"“%1” is back")                                          \
+    ENTRY(deviceFailed, u"אי אפשר להשתמש ב״\u2068%1\u2069״. ייתכן שאפליקציה אחרת משתמשת בו",                 \
           u"“%1” cannot be used. Another app may be using it")                                               \
-    ENTRY(pictureUnreadable, u"אי אפשר לקרוא את התמונה של ״%1״. חבר אותה מחדש או בחר מצלמה אחרת",             \
+    ENTRY(pictureUnreadable, u"אי אפשר לקרוא את התמונה של ״\u2068%1\u2069״. חבר אותה מחדש או בחר מצלמה אחרת",\
           u"The picture of “%1” cannot be read. Plug it in again, or choose another one")                    \
-    ENTRY(pictureMissing, u"לא מגיעה תמונה מ״%1״. חבר אותה מחדש או בחר מצלמה אחרת",                           \
+    ENTRY(pictureMissing, u"לא מגיעה תמונה מ״\u2068%1\u2069״. חבר אותה מחדש או בחר מצלמה אחרת",              \
           u"No picture comes from “%1”. Plug it in again, or choose another one")                            \
-    ENTRY(soundMissing, u"לא מגיע קול מ״%1״. חבר אותו מחדש או בחר מיקרופון אחר",                              \
+    ENTRY(soundMissing, u"לא מגיע קול מ״\u2068%1\u2069״. חבר אותו מחדש או בחר מיקרופון אחר",                 \
           u"No sound comes from “%1”. Plug it in again, or choose another one")                              \
-    ENTRY(microphoneSilent, u"לא נשמע דבר מ״%1״. בדוק שהוא לא מושתק, או בחר מיקרופון אחר",                    \
+    ENTRY(microphoneSilent, u"לא נשמע דבר מ״\u2068%1\u2069״. בדוק שהוא לא מושתק, או בחר מיקרופון אחר",       \
           u"Nothing is heard from “%1”. Check that it is not muted, or choose another one")                  \
     ENTRY(systemAudioUnavailable, u"צלילי המערכת לא מוקלטים: שרת המדיה PipeWire לא עונה",                      \
           u"System audio is not recorded: the media server PipeWire does not answer")
