@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <map>
 #include <thread>
 #include <vector>
 
@@ -51,6 +52,43 @@ TEST_F(PreviewExportTest, TheChoicesReachTheMovie) {
     settle([&] { return !preview.exporting(); });
     EXPECT_EQ(media->mixedCompositions.back().tracks().size(), 1U);
     EXPECT_EQ(preview.exportedURL(), exported("My-Demo-Take-2.mp4"));
+}
+
+TEST_F(PreviewExportTest, WhatIsHeardInThePreviewIsHeardInTheMovieAtTheSameMoment) {
+    // By file: which time of it is heard at time 0 of the timeline, and from when on anything of it.
+    struct Placed {
+        double at0, from;
+    };
+    const auto placed = [](const platform::Composition& composition) {
+        std::map<std::filesystem::path, Placed> found;
+        for (const auto& track : composition.tracks()) {
+            if (track.type() != platform::MediaType::audio) continue;
+            for (const auto& part : track.segments())
+                found[part.asset->path()] = {part.source.start - part.start, part.start};
+        }
+        return found;
+    };
+    for (const double cameraFirst : {99.5, 100.0, 100.3, 103.0}) {
+        for (const double trimStart : {0.0, 1.7, 2.9}) {
+            SCOPED_TRACE(testing::Message() << "camera at " << cameraFirst << ", kept from " << trimStart);
+            meta.cameraFirstPTS = cameraFirst;
+            players->players.clear();
+            PreviewModel& preview = open();
+            const auto heard = placed(std::get<platform::Composition>(main().items.back()));
+            preview.setTrimStart(trimStart);
+            preview.setTrimEnd(trimStart + 2);
+            runExport();
+            const auto mixed = placed(media->mixedCompositions.back());
+            for (const auto& [file, sound] : mixed) {
+                ASSERT_TRUE(heard.contains(file)) << file;
+                EXPECT_NEAR(sound.at0 - trimStart, heard.at(file).at0, 1.0 / 600) << file;
+                EXPECT_NEAR(sound.from, std::max(heard.at(file).from - trimStart, 0.0), 1.0 / 600) << file;
+            }
+            // Only a microphone that begins after the kept span is not in it.
+            EXPECT_EQ(mixed.size(), cameraFirst - 100 < trimStart + 2 ? 2U : 1U);
+            model.reset();
+        }
+    }
 }
 
 TEST_F(PreviewExportTest, SoundThatWasNotRecordedIsNotAskedFor) {
