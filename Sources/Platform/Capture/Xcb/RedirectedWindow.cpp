@@ -53,7 +53,6 @@ RedirectedWindow::RedirectedWindow(XcbConnection& connection, const TopLevel& to
 }
 
 RedirectedWindow::~RedirectedWindow() {
-    forgetContents();
     if (shapeEvent_ >= 0) xcb_shape_select_input(connection_.get(), topLevel_.window, 0);
     xcb_composite_unredirect_window(connection_.get(), topLevel_.window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
@@ -71,19 +70,8 @@ void RedirectedWindow::distrust(const RectList& covered) {
 }
 
 bool RedirectedWindow::nameContents() {
-    xcb_connection_t* c = connection_.get();
-    const xcb_pixmap_t name = xcb_generate_id(c);
-    const auto naming = xcb_composite_name_window_pixmap_checked(c, topLevel_.window, name);
-    const auto size = connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(c, name));
-    if (!connection_.succeeded(naming)) return false;
-    contents_ = name;
-    depth_ = size ? size->depth : 0;
-    return size != nullptr;
-}
-
-void RedirectedWindow::forgetContents() {
-    if (contents_ != XCB_NONE) xcb_free_pixmap(connection_.get(), contents_);
-    contents_ = XCB_NONE;
+    contents_ = NamedPixmap::of(connection_, topLevel_.window);
+    return contents_.has_value();
 }
 
 bool RedirectedWindow::handle(const xcb_generic_event_t& event) {
@@ -106,7 +94,7 @@ void RedirectedWindow::follow(const TopLevel& topLevel, const RectList& covered)
     const bool isResized =
         before.bounds.width != topLevel.bounds.width || before.bounds.height != topLevel.bounds.height;
     if (!isResized && before.isShown == topLevel.isShown) return;
-    forgetContents();
+    contents_.reset();
     readShape();
     if (!topLevel.isShown) {
         unpainted_.clear();
@@ -130,16 +118,16 @@ bool RedirectedWindow::draw(const PixelRect& part, const Plane& picture, int ori
                             SharedFrames& scratch, bool isTranslucent) {
     const PixelRect seen = topLevel_.bounds.intersected(part);
     if (seen.isEmpty()) return true;
-    if (contents_ == XCB_NONE && !nameContents()) return ++refusals_ > refusalsUntilLeftOut;
+    if (!contents_ && !nameContents()) return ++refusals_ > refusalsUntilLeftOut;
     refusals_ = 0;
-    if (depth_ != 24 && depth_ != 32) return true;
+    if (!contents_->hasKnownPixels()) return true;
     const SegmentLease memory = scratch.borrow();
     if (!memory) return false;
     const PixelRect inside = seen.translated(-topLevel_.bounds.x, -topLevel_.bounds.y);
     const ImageRequest request =
-        requestImage(connection_, contents_, inside.x, inside.y, inside.width, inside.height, *memory);
+        requestImage(connection_, contents_->id(), inside.x, inside.y, inside.width, inside.height, *memory);
     if (!awaitImage(connection_, request, *memory)) {
-        forgetContents();
+        contents_.reset();
         return false;
     }
     RectList drawn = intersected(shape_, inside);
@@ -153,7 +141,7 @@ bool RedirectedWindow::draw(const PixelRect& part, const Plane& picture, int ori
             picture.data +
             static_cast<std::ptrdiff_t>(area.y + topLevel_.bounds.y - originY) * picture.stride +
             (area.x + topLevel_.bounds.x - originX) * 4;
-        if (isTranslucent && depth_ == 32)
+        if (isTranslucent && contents_->hasAlpha())
             libyuv::ARGBBlend(from, stride, to, picture.stride, to, picture.stride, area.width, area.height);
         else
             libyuv::ARGBCopy(from, stride, to, picture.stride, area.width, area.height);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/Xcb/NamedPixmap.hpp"
 #include "Platform/Capture/Xcb/RectList.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Capture/Xcb/SharedFrames.hpp"
@@ -7,6 +8,7 @@
 #include "Platform/Imaging/PixelBuffer.hpp"
 
 #include <cstdint>
+#include <optional>
 
 namespace platform {
 
@@ -38,7 +40,6 @@ class RedirectedWindow {
 
   private:
     bool nameContents();
-    void forgetContents();
     void distrust(const RectList& covered);
     void readShape();
 
@@ -47,9 +48,8 @@ class RedirectedWindow {
     ScreenDamage damage_;
     std::uint32_t redirection_ = 0;  // the request's sequence number: earlier paintings do not count
     int shapeEvent_ = -1;
-    xcb_pixmap_t contents_ = XCB_NONE;
-    int refusals_ = 0;  // to name the contents, in a row
-    int depth_ = 0;
+    std::optional<NamedPixmap> contents_;
+    int refusals_ = 0;    // to name the contents, in a row
     RectList shape_;      // relative to the outer top left
     RectList unpainted_;  // the same
     double distrustedAt_ = 0;

@@ -34,7 +34,7 @@ void WindowSource::failGone() const {
 }
 
 void WindowSource::leaveFrame() {
-    forgetContents();
+    contents_.reset();
     damage_.reset();
     if (frame_ != XCB_NONE)
         xcb_composite_unredirect_window(connection_.get(), frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
@@ -62,25 +62,10 @@ void WindowSource::followFrame() {
     hasChanged_ = true;
 }
 
-void WindowSource::forgetContents() {
-    if (contents_ != XCB_NONE) xcb_free_pixmap(connection_.get(), contents_);
-    contents_ = XCB_NONE;
-}
-
 bool WindowSource::nameContents() {
-    xcb_connection_t* c = connection_.get();
-    const xcb_pixmap_t name = xcb_generate_id(c);
-    const auto naming = xcb_composite_name_window_pixmap_checked(c, frame_, name);
-    const auto size = connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(c, name));
-    if (!connection_.succeeded(naming)) return false;
-    contents_ = name;
-    if (!size || (size->depth != 24 && size->depth != 32)) {
-        forgetContents();
-        return false;
-    }
-    contentsWidth_ = size->width;
-    contentsHeight_ = size->height;
-    return true;
+    contents_ = NamedPixmap::of(connection_, frame_);
+    if (contents_ && !contents_->hasKnownPixels()) contents_.reset();
+    return contents_.has_value();
 }
 
 void WindowSource::handle(const xcb_generic_event_t& event) {
@@ -106,13 +91,13 @@ void WindowSource::handle(const xcb_generic_event_t& event) {
         case XCB_UNMAP_NOTIFY:
             if (reinterpret_cast<const xcb_unmap_notify_event_t&>(event).window == frame_) {
                 isShown_ = false;
-                forgetContents();
+                contents_.reset();
             }
             break;
         case XCB_MAP_NOTIFY:
             if (reinterpret_cast<const xcb_map_notify_event_t&>(event).window == frame_) {
                 isShown_ = hasChanged_ = true;
-                forgetContents();
+                contents_.reset();
             }
             break;
         case XCB_CONFIGURE_NOTIFY: {
@@ -121,7 +106,7 @@ void WindowSource::handle(const xcb_generic_event_t& event) {
             const PixelRect now{notify.x, notify.y, notify.width + 2 * notify.border_width,
                                 notify.height + 2 * notify.border_width};
             if (now.width != bounds_.width || now.height != bounds_.height) {
-                forgetContents();
+                contents_.reset();
                 hasChanged_ = true;
             }
             bounds_ = now;
@@ -157,18 +142,18 @@ std::optional<GrabbedPicture> WindowSource::grab() {
     if (!isShown_) return std::nullopt;
     if (!hasChanged_ && !isPointerSeen(shadow_.cutFrom(bounds_))) return std::nullopt;
     hasChanged_ = true;  // until there is a picture
-    if (contents_ == XCB_NONE && !nameContents()) {
+    if (!contents_ && !nameContents()) {
         // Hidden a moment ago; an event says when it is back.
         isShown_ = false;
         return std::nullopt;
     }
 
-    const PixelRect shown = shadow_.cutFrom({0, 0, contentsWidth_, contentsHeight_});
+    const PixelRect shown = shadow_.cutFrom({0, 0, contents_->width(), contents_->height()});
     auto draft = grabber_.begin(shown.width, shown.height);
     if (!draft) return std::nullopt;
     damage_->clear();
-    if (!grabber_.read(*draft, contents_, shown.x, shown.y, pointer_.get())) {
-        forgetContents();
+    if (!grabber_.read(*draft, contents_->id(), shown.x, shown.y, pointer_.get())) {
+        contents_.reset();
         return std::nullopt;
     }
     if (pointer_) pointer_->draw(draft->plane, bounds_.x + shown.x, bounds_.y + shown.y);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/Xcb/NamedPixmap.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
@@ -28,7 +29,6 @@ class WindowSource final : public PictureSource {
     void followFrame();
     void leaveFrame();
     bool nameContents();
-    void forgetContents();
     bool isPointerSeen(const PixelRect& seen);
 
     XcbConnection& connection_;
@@ -41,9 +41,7 @@ class WindowSource final : public PictureSource {
     std::unique_ptr<ScreenDamage> damage_;
     PixelRect bounds_;  // of the frame, on the root
     ShadowExtents shadow_;
-    xcb_pixmap_t contents_ = XCB_NONE;
-    int contentsWidth_ = 0;
-    int contentsHeight_ = 0;
+    std::optional<NamedPixmap> contents_;
 
     bool isShown_ = false;
     bool isGone_ = false;
