@@ -3,6 +3,7 @@
 #include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/RootBackdrop.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <algorithm>
@@ -156,10 +157,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     const std::size_t bytes = static_cast<std::size_t>(largest) * 4;
     if (!scratch_ || scratch_->segmentBytes() < bytes)
         scratch_ = std::make_unique<SharedFrames>(connection_, bytes, 1);
-    const auto manager =
-        connection_.reply(xcb_get_selection_owner_reply,
-                          xcb_get_selection_owner(connection_.get(), connection_.atom("_NET_WM_CM_S0")));
-    isTranslucent_ = manager && manager->owner != XCB_NONE;
+    isTranslucent_ = selectionOwner(connection_, connection_.atom("_NET_WM_CM_S0")) != XCB_NONE;
 
     for (const TopLevel& each : stack_.bottomToTop()) {
         const bool isNeeded =

@@ -1,12 +1,11 @@
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+
 namespace platform {
 
 bool XcbCompositor::isRunning() {
-    const xcb_atom_t selection = connection_.atom("_NET_WM_CM_S0");
-    const auto owner = connection_.reply(xcb_get_selection_owner_reply,
-                                         xcb_get_selection_owner(connection_.get(), selection));
-    return owner && owner->owner != XCB_NONE;
+    return selectionOwner(connection_, connection_.atom("_NET_WM_CM_S0")) != XCB_NONE;
 }
 
 }  // namespace platform

@@ -1,5 +1,7 @@
 #include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
 
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+
 #include <utility>
 
 #include <xcb/xfixes.h>
@@ -37,11 +39,6 @@ XcbTrayWatch::XcbTrayWatch(std::shared_ptr<MainLoop> mainLoop, std::function<voi
       events_(watchingConnection(displayName), "cobaltreel.tray", isTrayChange, std::move(mainLoop),
               std::move(changed)) {}
 
-bool XcbTrayWatch::hasTray() {
-    const auto owner =
-        connection_.reply(xcb_get_selection_owner_reply,
-                          xcb_get_selection_owner(connection_.get(), traySelection(connection_)));
-    return owner && owner->owner != XCB_NONE;
-}
+bool XcbTrayWatch::hasTray() { return selectionOwner(connection_, traySelection(connection_)) != XCB_NONE; }
 
 }  // namespace platform

@@ -57,6 +57,12 @@ ShadowExtents shadowExtents(XcbConnection& connection, xcb_window_t client) {
             static_cast<int>(values[3])};
 }
 
+xcb_window_t selectionOwner(const XcbConnection& connection, xcb_atom_t selection) {
+    const auto answer =
+        connection.reply(xcb_get_selection_owner_reply, xcb_get_selection_owner(connection.get(), selection));
+    return answer ? answer->owner : XCB_NONE;
+}
+
 std::vector<xcb_window_t> childrenOf(const XcbConnection& connection, xcb_window_t window) {
     const auto tree = connection.reply(xcb_query_tree_reply, xcb_query_tree(connection.get(), window));
     if (!tree) return {};

@@ -37,6 +37,9 @@ std::vector<std::uint32_t> cardinals(const XcbConnection& connection, xcb_window
 /// The bytes of a text property, whatever its type says; empty when the window does not have it.
 std::string textProperty(const XcbConnection& connection, xcb_window_t window, xcb_atom_t property);
 
+/// The window that owns a selection; XCB_NONE when nobody does, or the server is gone.
+xcb_window_t selectionOwner(const XcbConnection& connection, xcb_atom_t selection);
+
 /// Children from the lowest to the topmost; empty when the window is gone.
 std::vector<xcb_window_t> childrenOf(const XcbConnection& connection, xcb_window_t window);
 
