@@ -41,19 +41,4 @@ void BubbleFeeder::deliver() {
     if (target_ && !picture.isNull()) target_(picture);
 }
 
-QImage BubbleFeeder::asImage(platform::PixelBufferRef buffer, QImage::Format format) {
-    const platform::Plane& plane = buffer->plane();
-    auto owner = std::make_unique<platform::PixelBufferRef>(buffer);
-    return {plane.data,
-            plane.width,
-            plane.height,
-            plane.stride,
-            format,
-            [](void* kept) {
-                const std::unique_ptr<platform::PixelBufferRef> freed(
-                    static_cast<platform::PixelBufferRef*>(kept));
-            },
-            owner.release()};
-}
-
 }  // namespace cobaltreel

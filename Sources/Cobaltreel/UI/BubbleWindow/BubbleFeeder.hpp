@@ -35,8 +35,6 @@ class BubbleFeeder : public std::enable_shared_from_this<BubbleFeeder> {
     QSize size() const;
     /// Hands a picture to the main thread, in place of one that still waits. Any thread.
     void hand(QImage picture);
-    /// Shares the pixels of a bgra buffer.
-    static QImage asImage(platform::PixelBufferRef buffer, QImage::Format format);
 
   private:
     void deliver();

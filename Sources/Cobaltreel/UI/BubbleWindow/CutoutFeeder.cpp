@@ -1,5 +1,7 @@
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 
+#include "Cobaltreel/UI/Windows/QtImage.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <exception>
@@ -55,7 +57,7 @@ void CutoutFeeder::render(const platform::ConstPixelBufferRef& frame) {
     const int height = std::max(1, static_cast<int>(std::lround(extent.h * scale)));
     const platform::Image shown =
         person->translated(-extent.x, -extent.y).scaled(width / extent.w, height / extent.h);
-    hand(asImage(ci_.makeBitmap(shown, width, height), QImage::Format_ARGB32_Premultiplied));
+    hand(imageOver(ci_.makeBitmap(shown, width, height), QImage::Format_ARGB32_Premultiplied));
 }
 
 }  // namespace cobaltreel

@@ -1,5 +1,6 @@
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
 
+#include "Cobaltreel/UI/Windows/QtImage.hpp"
 #include "Platform/Imaging/Image.hpp"
 
 #include <algorithm>
@@ -61,9 +62,11 @@ void RoundFeeder::render(const platform::ConstPixelBufferRef& frame) {
             .scaled(scale, scale)
             .translated((width - frame->width() * scale) / 2, (height - frame->height() * scale) / 2);
     context_.render(picture, *target, {0, 0, width, height});
-    QImage round = asImage(target, QImage::Format_ARGB32_Premultiplied);
+    constexpr auto format = QImage::Format_ARGB32_Premultiplied;
+    const platform::Plane& plane = target->plane();
+    QImage round(plane.data, plane.width, plane.height, plane.stride, format);
     stencil_->cut(round);
-    hand(std::move(round));
+    hand(imageOver(target, format));
 }
 
 }  // namespace cobaltreel

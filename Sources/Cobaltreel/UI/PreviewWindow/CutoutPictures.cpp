@@ -1,5 +1,6 @@
 #include "Cobaltreel/UI/PreviewWindow/CutoutPictures.hpp"
 
+#include "Cobaltreel/UI/Windows/QtImage.hpp"
 #include "CobaltreelCore/PersonSegmenter.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
@@ -63,7 +64,7 @@ void CutoutPictures::tick() {
                 if (alive.expired()) return;
                 busy_ = false;
                 if (!person) return;
-                picture_ = imageOf(person, false);
+                picture_ = imageOver(person, QImage::Format_ARGB32_Premultiplied);
                 Q_EMIT pictureChanged();
             });
         });

@@ -26,9 +26,6 @@ class PictureSource : public QObject {
     /// The largest size, in pixels, in which pictures are of use.
     virtual void setWantedSize(QSize pixels) = 0;
 
-    /// The pixels of a bgra buffer without a copy; the image keeps the buffer alive.
-    static QImage imageOf(const platform::ConstPixelBufferRef& buffer, bool opaque);
-
   Q_SIGNALS:
     void pictureChanged();
 };
