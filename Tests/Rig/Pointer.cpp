@@ -6,11 +6,12 @@
 // prints "press BUTTON HOSTTIME X Y" (seconds of CLOCK_MONOTONIC; pixels, origin at the top left) once the
 // server has taken it.
 
+#include "Rig/HostTime.hpp"
+
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -19,17 +20,8 @@
 
 namespace {
 
-double hostTime() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-void sleepUntil(double time) {
-    const double whole = std::floor(time);
-    const timespec until{static_cast<time_t>(whole), static_cast<long>((time - whole) * 1e9)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-}
+using rig::hostTime;
+using rig::sleepUntil;
 
 class Pointer {
   public:

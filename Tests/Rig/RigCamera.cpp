@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <string>
 
@@ -20,12 +19,16 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include "Rig/HostTime.hpp"
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
+#include "Rig/RigLoop.hpp"
 #include "Rig/RigPicture.hpp"
 #include "Rig/RigUrgency.hpp"
 
 namespace {
+
+using rig::hostTime;
 
 struct PixelFormatName {
     const char* name;
@@ -61,12 +64,6 @@ struct Options {
     bool withoutTimes = false;
     RigEvents events;
 };
-
-double hostTime() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
 
 class JpegEncoder {
   public:
@@ -124,10 +121,7 @@ class Camera {
 
     int run() {
         loop_ = pw_main_loop_new(nullptr);
-        for (const int number : {SIGINT, SIGTERM})
-            pw_loop_add_signal(
-                pw_main_loop_get_loop(loop_), number,
-                [](void* self, int) { pw_main_loop_quit(static_cast<Camera*>(self)->loop_); }, this);
+        rig::quitAtSignals(loop_);
         frameTimer_ = pw_loop_add_timer(
             pw_main_loop_get_loop(loop_),
             [](void* self, std::uint64_t) { static_cast<Camera*>(self)->onFrameTime(); }, this);
@@ -174,15 +168,7 @@ class Camera {
                 1) < 0)
             return fail("the camera cannot be offered");
         started_ = hostTime();
-        if (options_.quitAfter > 0) {
-            spa_source* quit = pw_loop_add_timer(
-                pw_main_loop_get_loop(loop_),
-                [](void* self, std::uint64_t) { pw_main_loop_quit(static_cast<Camera*>(self)->loop_); },
-                this);
-            timespec delay{static_cast<time_t>(options_.quitAfter),
-                           static_cast<long>(std::fmod(options_.quitAfter, 1.0) * 1e9)};
-            pw_loop_update_timer(pw_main_loop_get_loop(loop_), quit, &delay, nullptr, false);
-        }
+        rig::quitAfter(loop_, options_.quitAfter);
         pw_main_loop_run(loop_);
         pw_stream_destroy(stream_);
         pw_main_loop_destroy(loop_);
@@ -221,8 +207,7 @@ class Camera {
         const double step = 1.0 / options_.rate;
         const double after = std::max(hostTime(), nextFrame_ + step / 2);
         nextFrame_ = anchor + (std::floor((after - anchor) / step) + 1) * step;
-        timespec when{static_cast<time_t>(nextFrame_), 0};
-        when.tv_nsec = static_cast<long>((nextFrame_ - static_cast<double>(when.tv_sec)) * 1e9);
+        timespec when = rig::timespecOf(nextFrame_);
         pw_loop_update_timer(pw_main_loop_get_loop(loop_), frameTimer_, &when, nullptr, true);
     }
 

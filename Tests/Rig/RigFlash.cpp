@@ -3,14 +3,13 @@
 // screens. Prints a line when it can be seen; runs until a signal ends it.
 //
 //   RigFlash --at T[,T...]
+#include "Rig/HostTime.hpp"
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigUrgency.hpp"
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 
 #include <xcb/xcb.h>
@@ -18,17 +17,8 @@
 
 namespace {
 
-double hostTime() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-void sleepUntil(double time) {
-    const double whole = std::floor(time);
-    const timespec until{static_cast<time_t>(whole), static_cast<long>((time - whole) * 1e9)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-}
+using rig::hostTime;
+using rig::sleepUntil;
 
 struct Disconnect {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }

@@ -2,6 +2,7 @@
 // beeping at given instants of the host clock. Runs until a signal ends it; prints a line when it is there.
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
+#include "Rig/RigLoop.hpp"
 #include "Rig/RigUrgency.hpp"
 
 #include <array>
@@ -38,10 +39,7 @@ class Tone {
 
     int run() {
         loop_ = pw_main_loop_new(nullptr);
-        for (const int number : {SIGINT, SIGTERM})
-            pw_loop_add_signal(
-                pw_main_loop_get_loop(loop_), number,
-                [](void* self, int) { pw_main_loop_quit(static_cast<Tone*>(self)->loop_); }, this);
+        rig::quitAtSignals(loop_);
         static const pw_stream_events events = [] {
             pw_stream_events table{};
             table.version = PW_VERSION_STREAM_EVENTS;
@@ -79,14 +77,7 @@ class Tone {
         if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
                               params, 1) < 0)
             return fail("the sound cannot be offered");
-        if (options_.quitAfter > 0) {
-            spa_source* quit = pw_loop_add_timer(
-                pw_main_loop_get_loop(loop_),
-                [](void* self, std::uint64_t) { pw_main_loop_quit(static_cast<Tone*>(self)->loop_); }, this);
-            timespec delay{static_cast<time_t>(options_.quitAfter),
-                           static_cast<long>(std::fmod(options_.quitAfter, 1.0) * 1e9)};
-            pw_loop_update_timer(pw_main_loop_get_loop(loop_), quit, &delay, nullptr, false);
-        }
+        rig::quitAfter(loop_, options_.quitAfter);
         pw_main_loop_run(loop_);
         pw_stream_destroy(stream_);
         pw_main_loop_destroy(loop_);

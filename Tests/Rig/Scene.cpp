@@ -2,6 +2,7 @@
 // at the desktop's top left, the frame counter of FrameCounter.hpp. Prints "ready" once it can be seen.
 
 #include "Rig/FrameCounter.hpp"
+#include "Rig/HostTime.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +20,9 @@
 #include <xcb/xcb.h>
 
 namespace {
+
+using rig::hostTime;
+using rig::sleepUntil;
 
 volatile std::sig_atomic_t ended = 0;
 
@@ -56,18 +59,6 @@ Options parse(int argc, char** argv) {
     }
     if (!(options.fps > 0)) fail("--fps must be positive");
     return options;
-}
-
-double hostTime() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-void sleepUntil(double time) {
-    const double whole = std::floor(time);
-    const timespec until{static_cast<time_t>(whole), static_cast<long>((time - whole) * 1e9)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
 class Scene {
