@@ -1,12 +1,11 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Platform/Capture/ScriptedCapture.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 #include "Platform/Media/ScriptedMedia.hpp"
 
-#include <chrono>
 #include <exception>
 #include <future>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -40,13 +39,7 @@ class CameraMicRecorderTest : public testing::Test {
 
     template <typename Condition>
     bool eventually(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            time->drain();
-            std::this_thread::yield();
-        }
-        return true;
+        return platform::eventually(*time, condition);
     }
     /// Runs a task of the recorder to its end; what it throws is thrown here.
     void await(QCoro::Task<void> task) {

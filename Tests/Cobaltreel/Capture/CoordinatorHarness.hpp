@@ -13,6 +13,7 @@
 #include "Platform/Capture/ScriptedDeviceAccess.hpp"
 #include "Platform/Capture/ScriptedScreenCapture.hpp"
 #include "Platform/Desktop/ScriptedDesktop.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 #include "Platform/Media/ScriptedMedia.hpp"
@@ -21,7 +22,6 @@
 #include <cmath>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -84,16 +84,9 @@ class CoordinatorTest : public TemporaryHome {
                 platform::RunningApplication{application, "Editor", 7}};
     }
 
-    /// Lets queues and posted work go on until something is so.
     template <typename Condition>
     bool eventually(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            time->drain();
-            std::this_thread::yield();
-        }
-        return true;
+        return platform::eventually(*time, condition);
     }
     bool reaches(State state) {
         return eventually([&] { return coordinator->state() == state; });

@@ -38,9 +38,9 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     ASSERT_NE(shell->panel(), nullptr);
     EXPECT_TRUE(shell->panel()->isOpen());
     EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
-    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
     shell->coordinator().toggle();
-    ASSERT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
     countdown->complete();
     ASSERT_TRUE(stateBecomes(State::recording));
     time->advance(2.5);
@@ -60,10 +60,10 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
 
 TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     launch();
-    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }))
+    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }))
         << "the hot key must find something to record though the panel was never opened";
     EXPECT_TRUE(keys->pressChord());
-    EXPECT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    EXPECT_TRUE(eventually([&] { return countdown->isRunning(); }));
     EXPECT_EQ(tray->labels.back(), idleLabel) << "the countdown has no time";
     keys->pressChord();
     EXPECT_EQ(shell->coordinator().state(), State::countdown) << "does nothing in the countdown";
@@ -80,9 +80,9 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
 
 TEST_F(ShellTest, TheEndOfTheProgramFinishesTheRecordingFirst) {
     launch();
-    ASSERT_TRUE(comesTrue([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
     keys->pressChord();
-    ASSERT_TRUE(comesTrue([&] { return countdown->isRunning(); }));
+    ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
     countdown->complete();
     ASSERT_TRUE(stateBecomes(State::recording));
     time->advance(3);

@@ -11,12 +11,12 @@
 #include "Platform/Desktop/ScriptedDesktop.hpp"
 #include "Platform/Desktop/ScriptedKeyGrabber.hpp"
 #include "Platform/Desktop/ScriptedShellServices.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 #include "Platform/Media/ScriptedMedia.hpp"
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -76,14 +76,12 @@ class ShellTest : public TemporaryHome {
         shell->applicationDidFinishLaunching();
         return *shell;
     }
-    /// Runs what is posted, here and by other threads, until the condition holds; false when it does not.
-    bool comesTrue(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition() && std::chrono::steady_clock::now() < deadline) time->drain();
-        return condition();
+    template <typename Condition>
+    bool eventually(Condition condition) {
+        return platform::eventually(*time, condition);
     }
     bool stateBecomes(RecordingCoordinator::State state) {
-        return comesTrue([&] { return shell->coordinator().state() == state; });
+        return eventually([&] { return shell->coordinator().state() == state; });
     }
 
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();

@@ -1,5 +1,6 @@
 // The controls under pointer, touch, keyboard and assistive technology.
 #include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 
 #include <QAccessible>
 #include <QImage>

@@ -1,9 +1,11 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/UI/ApplicationWindow.hpp"
 #include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
@@ -12,10 +14,7 @@
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 
 #include <QGuiApplication>
-#include <QKeyEvent>
-#include <QPainter>
 #include <QProcess>
-#include <QRasterWindow>
 #include <QScreen>
 #include <QTest>
 #include <algorithm>
@@ -23,32 +22,12 @@
 namespace cobaltreel {
 namespace {
 
-/// A window of one colour that notes the keys it gets.
-class Application final : public QRasterWindow {
-  public:
-    explicit Application(bool fullScreen) {
-        setGeometry(100, 100, 600, 400);
-        if (fullScreen)
-            showFullScreen();
-        else
-            show();
-        requestActivate();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
-        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == colour; }));
-    }
-    static constexpr QRgb colour = qRgb(200, 160, 80);
-    std::vector<int> keys;
-
-  protected:
-    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
-    void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
-};
-
 bool isDimmed(QPoint position) {
     const QRgb pixel = screenPixel(position);
     const auto near = [](int value, int full) { return std::abs(value - full * 0.75) <= 2; };
-    return near(qRed(pixel), qRed(Application::colour)) && near(qGreen(pixel), qGreen(Application::colour)) &&
-           near(qBlue(pixel), qBlue(Application::colour));
+    return near(qRed(pixel), qRed(ApplicationWindow::colour)) &&
+           near(qGreen(pixel), qGreen(ApplicationWindow::colour)) &&
+           near(qBlue(pixel), qBlue(ApplicationWindow::colour));
 }
 
 constexpr xcb_keysym_t escape = 0xff1b, letterA = 'a';
@@ -91,13 +70,13 @@ void DesktopTest::watchWholeCountdown() {
     EXPECT_LE(end - start, 4);
     EXPECT_EQ(cancelled, 0);
     RecordProperty("seconds", std::to_string(end - start));
-    EXPECT_TRUE(waitUntil([&] { return screenPixel(side) == Application::colour; }))
+    EXPECT_TRUE(waitUntil([&] { return screenPixel(side) == ApplicationWindow::colour; }))
         << "nothing of it remains";
 }
 
 TEST_F(DesktopTest, CountdownDimsAFullScreenWindowWithoutACompositingManager) {
     ASSERT_FALSE(compositor->isRunning());
-    const Application application(true);
+    const ApplicationWindow application(true);
     watchWholeCountdown();
 }
 
@@ -107,7 +86,7 @@ TEST_F(DesktopTest, CountdownDimsAFullScreenWindowUnderACompositingManager) {
     ASSERT_TRUE(manager.waitForStarted()) << "install xcompmgr";
     ASSERT_TRUE(waitUntil([&] { return compositor->isRunning(); }));
     {
-        const Application application(true);
+        const ApplicationWindow application(true);
         watchWholeCountdown();
     }
     manager.terminate();
@@ -116,7 +95,7 @@ TEST_F(DesktopTest, CountdownDimsAFullScreenWindowUnderACompositingManager) {
 }
 
 TEST_F(DesktopTest, EscapeIsTheCountdownsAndEveryOtherKeyTheApplications) {
-    Application application(false);
+    ApplicationWindow application(false);
     for (const bool ofAnotherProgram : {false, true}) {
         application.keys.clear();
         cancelled = done = 0;
@@ -139,7 +118,7 @@ TEST_F(DesktopTest, EscapeIsTheCountdownsAndEveryOtherKeyTheApplications) {
             xcb_ungrab_keyboard(input.connection().get(), XCB_CURRENT_TIME);
             xcb_flush(input.connection().get());
         }
-        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == Application::colour; }));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == ApplicationWindow::colour; }));
         EXPECT_EQ(application.keys, std::vector<int>{Qt::Key_A});
 
         // The key is given back: the next Escape is the application's.

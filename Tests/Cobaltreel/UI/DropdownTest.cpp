@@ -1,4 +1,5 @@
 #include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 
 namespace cobaltreel {
 namespace {

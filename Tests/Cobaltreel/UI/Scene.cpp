@@ -13,8 +13,6 @@
 
 namespace cobaltreel {
 
-bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 15000); }
-
 Scene::Scene(const QString& body, bool rightToLeft) : view_(&AppWindows::engine(), nullptr) {
     const QString source = QStringLiteral(
                                "import QtQuick\nimport Cobaltreel.Controls\nimport Cobaltreel.Windows\n"

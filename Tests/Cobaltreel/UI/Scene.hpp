@@ -6,15 +6,11 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QString>
-#include <functional>
 #include <memory>
 
 #include <gtest/gtest.h>
 
 namespace cobaltreel {
-
-/// Waits, with events running, until the condition holds; false when it does not in time.
-bool waitUntil(const std::function<bool()>& condition);
 
 /// A window with a view written in the test, its keyboard and its pointer.
 class Scene {

@@ -1,6 +1,7 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
 

@@ -1,7 +1,8 @@
 // The hot key on a real X server, pressed by the server's own test input.
-#include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
+#include "Platform/Foundation/Eventually.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 
 #include <cstdlib>
@@ -38,10 +39,7 @@ class KeyChordTest : public ::testing::Test {
         for (const auto modifier : modifiers) key(keycodesOf(connection_, modifier).at(0), false);
     }
     bool pressesBecome(int count) {
-        return ColourWindow::waitUntil([&] {
-            loop_->drain();
-            return presses_ == count;
-        });
+        return eventually(*loop_, [&] { return presses_ == count; });
     }
 
     XcbConnection connection_;
@@ -107,10 +105,7 @@ TEST_F(KeyChordTest, OneProgramHasItAtATime) {
     int others = 0;
     const auto taken = other.grabChord(chord, [&] { ++others; });
     press({alt, super}, two_);
-    EXPECT_TRUE(ColourWindow::waitUntil([&] {
-        loop_->drain();
-        return others == 1;
-    }));
+    EXPECT_TRUE(eventually(*loop_, [&] { return others == 1; }));
     EXPECT_EQ(presses_, 0);
 }
 

@@ -1,8 +1,8 @@
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 
-#include <chrono>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -25,9 +25,7 @@ class SingleInstanceTest : public ::testing::Test {
 
     PosixSingleInstance instance(const std::string& name = "test") { return {loop_, folder_, name}; }
     bool toldBecomes(int count) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (told_ != count && std::chrono::steady_clock::now() < deadline) loop_->drain();
-        return told_ == count;
+        return eventually(*loop_, [&] { return told_ == count; });
     }
 
     std::shared_ptr<VirtualTime> loop_ = std::make_shared<VirtualTime>();

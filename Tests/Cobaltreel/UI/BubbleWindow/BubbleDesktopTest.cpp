@@ -1,7 +1,9 @@
 // The bubble on a real X server under a window manager, with and without a compositing manager.
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/UI/ApplicationWindow.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "CobaltreelCore/ScriptedVision.hpp"
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
@@ -10,10 +12,7 @@
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
-#include <QKeyEvent>
-#include <QPainter>
 #include <QProcess>
-#include <QRasterWindow>
 #include <QTest>
 #include <algorithm>
 #include <atomic>
@@ -29,8 +28,6 @@ namespace {
 
 constexpr QRgb red = qRgb(230, 40, 40), blue = qRgb(30, 60, 220);
 constexpr double diameter = 172.8;  // 0.24 of a screen 720 high
-
-bool waitUntil(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 15000); }
 
 bool isNear(QRgb a, QRgb b, int difference = 6) {
     return std::abs(qRed(a) - qRed(b)) <= difference && std::abs(qGreen(a) - qGreen(b)) <= difference &&
@@ -48,28 +45,6 @@ platform::ConstPixelBufferRef picture(QRgb colour) {
     platform::convertPixels(bgra, *camera);
     return camera;
 }
-
-/// A window of one colour that counts the keys and clicks it gets.
-class Application final : public QRasterWindow {
-  public:
-    explicit Application(bool fullScreen) {
-        setGeometry(20, 300, 700, 400);
-        if (fullScreen)
-            showFullScreen();
-        else
-            show();
-        requestActivate();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
-        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == colour; }));
-    }
-    static constexpr QRgb colour = qRgb(90, 140, 90);
-    int keys = 0, releases = 0;
-
-  protected:
-    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
-    void keyPressEvent(QKeyEvent*) override { ++keys; }
-    void mouseReleaseEvent(QMouseEvent*) override { ++releases; }
-};
 
 enum class Desktop { plain, compositing };
 
@@ -130,7 +105,7 @@ class BubbleDesktopTest : public ::testing::TestWithParam<Desktop> {
 };
 
 TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
-    const Application below(false);
+    const ApplicationWindow below(false);
     showRound();
     EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 173, 173));
     const QImage seen = screenPart(frame());
@@ -143,7 +118,7 @@ TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
         EXPECT_TRUE(isNear(seen.pixel(at), ring, 12))
             << at.x() << "," << at.y() << std::hex << seen.pixel(at);
     for (const QPoint at : {QPoint(0, 0), QPoint(172, 0), QPoint(0, 172), QPoint(172, 172), QPoint(12, 12)})
-        EXPECT_TRUE(isNear(seen.pixel(at), Application::colour)) << at.x() << "," << at.y();
+        EXPECT_TRUE(isNear(seen.pixel(at), ApplicationWindow::colour)) << at.x() << "," << at.y();
     for (const QPoint at : {QPoint(6, 86), QPoint(86, 166), QPoint(40, 40)})
         EXPECT_TRUE(isNear(seen.pixel(at), red)) << at.x() << "," << at.y();
 
@@ -163,7 +138,7 @@ TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
 
 TEST_P(BubbleDesktopTest, StaysAboveEverythingOnEveryDesktop) {
     showRound();
-    const Application above(true);
+    const ApplicationWindow above(true);
     EXPECT_TRUE(shows(red)) << "a full-screen window that came later";
 
     auto& server = input.connection();
@@ -181,7 +156,7 @@ TEST_P(BubbleDesktopTest, StaysAboveEverythingOnEveryDesktop) {
     EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_NUMBER_OF_DESKTOPS") == std::vector{2U}; }));
     tellRoot("_NET_CURRENT_DESKTOP", 1);
     EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_CURRENT_DESKTOP") == std::vector{1U}; }));
-    EXPECT_TRUE(waitUntil([] { return screenPixel({700, 300}) != Application::colour; }));
+    EXPECT_TRUE(waitUntil([] { return screenPixel({700, 300}) != ApplicationWindow::colour; }));
     EXPECT_TRUE(shows(red)) << "on the other desktop";
     tellRoot("_NET_CURRENT_DESKTOP", 0);
     tellRoot("_NET_NUMBER_OF_DESKTOPS", 1);
@@ -189,7 +164,7 @@ TEST_P(BubbleDesktopTest, StaysAboveEverythingOnEveryDesktop) {
 }
 
 TEST_P(BubbleDesktopTest, IsDraggedByItsBodyAndLeavesTheKeyboardToOthers) {
-    Application application(false);
+    ApplicationWindow application(false);
     showRound();
     EXPECT_TRUE(application.isActive());
     const QRect before = frame();
@@ -199,7 +174,7 @@ TEST_P(BubbleDesktopTest, IsDraggedByItsBodyAndLeavesTheKeyboardToOthers) {
     EXPECT_TRUE(shows(red));
     input.click(frame().center());
     input.key('a');
-    EXPECT_TRUE(waitUntil([&] { return application.keys == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return application.keys.size() == 1; }));
     EXPECT_TRUE(application.isActive());
     EXPECT_FALSE(bubble.panel()->isActive());
 
@@ -210,17 +185,17 @@ TEST_P(BubbleDesktopTest, IsDraggedByItsBodyAndLeavesTheKeyboardToOthers) {
 }
 
 TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
-    Application below(false);
+    ApplicationWindow below(false);
     bubble.show(CameraCorner::bottomLeft, diameter, CameraStyle::cutout);
     const auto handler = bubble.frameHandler();
     EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 307, 173));
     const QPoint person = frame().center() - QPoint(100, 0), room = frame().center() + QPoint(100, 0);
     QTest::qWait(50);
-    EXPECT_EQ(screenPixel(person), Application::colour) << "empty before the first mask";
+    EXPECT_EQ(screenPixel(person), ApplicationWindow::colour) << "empty before the first mask";
 
     handler(picture(red));
     EXPECT_TRUE(waitUntil([&] { return isNear(screenPixel(person), red); }));
-    EXPECT_EQ(screenPixel(room), Application::colour);
+    EXPECT_EQ(screenPixel(room), ApplicationWindow::colour);
     if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
         screenPart({0, 280, 740, 440})
             .save(QString::fromLocal8Bit(folder) +

@@ -2,17 +2,16 @@
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
 #include "CobaltreelCore/ScriptedVision.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <semaphore>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -63,13 +62,7 @@ class BubbleFeederTest : public ::testing::Test {
   protected:
     template <typename Condition>
     bool eventually(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            time->drain();
-            std::this_thread::yield();
-        }
-        return true;
+        return platform::eventually(*time, condition);
     }
     void listen(BubbleFeeder& feeder, QSize size) {
         feeder.setSize(size);

@@ -9,6 +9,7 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Platform/Desktop/ScriptedFileBrowser.hpp"
 #include "Platform/PlatformServices.hpp"

@@ -5,16 +5,15 @@
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Platform/Desktop/ScriptedFileBrowser.hpp"
+#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
 #include "Platform/Media/ScriptedMedia.hpp"
 #include "Platform/Media/ScriptedPlayer.hpp"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
-#include <thread>
 
 namespace cobaltreel {
 
@@ -52,11 +51,8 @@ class PreviewTest : public TemporaryHome {
 
     /// Runs what other threads post until the condition holds.
     void settle(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        for (time->drain(); !condition(); time->drain()) {
-            if (std::chrono::steady_clock::now() > deadline) FAIL() << "this does not come";
-            std::this_thread::yield();
-        }
+        time->drain();
+        ASSERT_TRUE(platform::eventually(*time, condition)) << "this does not come";
     }
     void runExport() {
         model->exportMovie();

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Cobaltreel/UI/DesktopInput.hpp"
+#include "Cobaltreel/UI/WaitUntil.hpp"
+
+#include <QKeyEvent>
+#include <QPainter>
+#include <QRasterWindow>
+#include <vector>
+
+namespace cobaltreel {
+
+/// A window of some application on the left of the virtual desktop, or over all of it: of one colour, active,
+/// on screen once it is constructed. Notes the keys and clicks that it gets.
+class ApplicationWindow final : public QRasterWindow {
+  public:
+    explicit ApplicationWindow(bool fullScreen) {
+        setGeometry(20, 100, 700, 600);
+        if (fullScreen)
+            showFullScreen();
+        else
+            show();
+        requestActivate();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == colour; }));
+    }
+    static constexpr QRgb colour = qRgb(90, 140, 90);
+    std::vector<int> keys;
+    int releases = 0;
+
+  protected:
+    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
+    void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
+    void mouseReleaseEvent(QMouseEvent*) override { ++releases; }
+};
+
+}  // namespace cobaltreel
