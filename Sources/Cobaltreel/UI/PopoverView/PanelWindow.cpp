@@ -150,7 +150,7 @@ void PanelWindow::keyPressEvent(QKeyEvent* event) {
 void PanelWindow::focusInEvent(QFocusEvent* event) {
     AppWindow::focusInEvent(event);
     // It stays open while other windows come and go.
-    if (look_ == Look::titled) model_.refresh();
+    if (look_ == Look::titled) model_.turnTo();
 }
 
 void PanelWindow::focusOutEvent(QFocusEvent* event) {

@@ -145,6 +145,10 @@ void PopoverModel::disappear() {
     coordinator_.stopCameraPreview();
 }
 
+void PopoverModel::turnTo() {
+    if (authorized_) refresh();
+}
+
 QCoro::Task<void> PopoverModel::setUp() {
     const QPointer<PopoverModel> self(this);
     const auto isCancelled = [&self, appearance = appearance_] {

@@ -65,8 +65,9 @@ class PopoverModel : public QObject {
     /// preview. `disappear` gives that up wherever it has come to, and ends the preview.
     void appear();
     void disappear();
-    /// Reloads what there is to choose from: a panel that stays open has been turned to again.
-    QCoro::Task<void> refresh();
+    /// A panel that stays open has been turned to again: reloads what there is to choose from, unless showing
+    /// it is still doing so.
+    void turnTo();
 
     /// The name of a display with its size; one without a name is called by its position, from zero.
     static QString displayLabel(const platform::Display& display, int index);
@@ -137,6 +138,7 @@ class PopoverModel : public QObject {
     void resumePreview();
     void setNotice(const QString& notice);
     QCoro::Task<void> setUp();
+    QCoro::Task<void> refresh();
 
     RecordingCoordinator& coordinator_;
     std::shared_ptr<platform::MainLoop> mainLoop_;

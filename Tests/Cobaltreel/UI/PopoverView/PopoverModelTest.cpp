@@ -194,6 +194,15 @@ TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainAfterARecordingAndAClose
     EXPECT_FALSE(bubble->isShown || coordinator->previewActive());
 }
 
+TEST_F(PopoverModelTest, APanelThatIsTurnedToAgainOffersWhatHasBeenOpenedMeanwhile) {
+    appear();
+    ASSERT_EQ(model->window().items.size(), 2);
+    screenCapture->content.windows.push_back(window(103, {0, 0, 800, 600}));
+    model->turnTo();
+    EXPECT_TRUE(eventually([&] { return model->window().items.size() == 3; }));
+    EXPECT_EQ(bubble->shows, 1) << "the preview runs on";
+}
+
 TEST_F(PopoverModelTest, HidingGivesTheSetUpUp) {
     access->holdsAnswers = true;
     model->appear();
