@@ -10,6 +10,8 @@ Text {
     required property string label
     /// Shows the tooltip of a shortened text without the pointer, for the keyboard's sake.
     property bool revealed: false
+    /// Keeps the tooltip away from what stands in its place.
+    property bool quiet: false
 
     text: TextDirection.laidOut(label, LayoutMirroring.enabled)
     color: Color.text
@@ -26,6 +28,6 @@ Text {
     }
     Tip {
         text: line.text
-        visible: line.truncated && (hover.hovered || line.revealed)
+        visible: line.truncated && !line.quiet && (hover.hovered || line.revealed)
     }
 }

@@ -60,17 +60,16 @@ Item {
 
         anchors.fill: parent
         text: control.text
-        revealed: control.showsFocus && !control.isOpen
+        revealed: control.showsFocus
+        quiet: control.isOpen
     }
 
-    TapHandler {
-        onTapped: {
+    MouseArea {
+        anchors.fill: parent
+        onClicked: {
             control.usedByPointer = true;
             control.forceActiveFocus(Qt.MouseFocusReason);
-            if (control.isOpen)
-                menu.close();
-            else
-                control.open();
+            control.open();
         }
     }
     T.Popup {
@@ -84,7 +83,10 @@ Item {
         margins: 6
         padding: 4
         focus: true
-        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+        // A press beside the menu closes it and does nothing else.
+        modal: true
+        dim: false
+        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
         onClosed: control.forceActiveFocus(Qt.PopupFocusReason)
 
         background: Rectangle {
@@ -132,12 +134,12 @@ Item {
                 Accessible.checked: mark.visible
                 Accessible.onPressAction: control.choose(index)
 
-                TapHandler {
-                    onTapped: control.choose(item.index)
-                }
-                HoverHandler {
-                    onHoveredChanged: if (hovered)
-                        items.currentIndex = item.index
+                // No TapHandler: those below the menu would answer the same press.
+                MouseArea {
+                    anchors.fill: parent
+                    hoverEnabled: true
+                    onPositionChanged: items.currentIndex = item.index
+                    onClicked: control.choose(item.index)
                 }
 
                 Icon {

@@ -7,6 +7,7 @@ Rectangle {
 
     required property string text
     property bool revealed: false
+    property bool quiet: false
 
     implicitWidth: title.implicitWidth + badge.width + 6 + 2 * 8
     implicitHeight: Math.max(title.implicitHeight, badge.height) + 2 * 5
@@ -25,6 +26,7 @@ Rectangle {
         horizontalAlignment: Text.AlignLeft
         label: label.text
         revealed: label.revealed
+        quiet: label.quiet
     }
     Rectangle {
         id: badge

@@ -78,8 +78,9 @@ Item {
             Accessible.checked: isSelected
             Accessible.onPressAction: control.select(index)
 
-            TapHandler {
-                onTapped: control.select(segment.index)
+            MouseArea {
+                anchors.fill: parent
+                onClicked: control.select(segment.index)
             }
             ControlText {
                 id: title

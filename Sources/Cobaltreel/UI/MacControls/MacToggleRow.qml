@@ -30,8 +30,9 @@ Item {
         revealed: toggle.showsFocus
         Accessible.ignored: true
 
-        TapHandler {
-            onTapped: row.edited(!row.isOn)
+        MouseArea {
+            anchors.fill: parent
+            onClicked: row.edited(!row.isOn)
         }
     }
     MacSwitch {

@@ -11,8 +11,9 @@ Item {
 
     implicitHeight: version.implicitHeight
 
-    TapHandler {
-        onTapped: line.egg.tap()
+    MouseArea {
+        anchors.fill: parent
+        onClicked: line.egg.tap()
     }
     ControlText {
         id: version

@@ -34,8 +34,9 @@ FocusScope {
         source: view.model.screenPictures
         focus: true
 
-        TapHandler {
-            onTapped: {
+        MouseArea {
+            anchors.fill: parent
+            onClicked: {
                 screen.forceActiveFocus(Qt.MouseFocusReason);
                 view.model.togglePlay();
             }
