@@ -28,6 +28,8 @@ class UniqueFd {
     void reset() {
         if (fd_ >= 0) ::close(std::exchange(fd_, -1));
     }
+    /// Hands the descriptor over; the caller closes it.
+    int release() { return std::exchange(fd_, -1); }
 
   private:
     int fd_ = -1;

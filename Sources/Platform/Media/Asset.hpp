@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/MediaTime.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <filesystem>
@@ -22,6 +23,12 @@ struct AssetTrack {
     int channels = 0;
 };
 
+/// A file that could be read, and is no movie: unlike other errors this one does not pass.
+class NotAMovie : public PlatformError {
+  public:
+    using PlatformError::PlatformError;
+};
+
 /// A movie file. Making one never fails; the file is opened when something is asked of it. Operations
 /// block on the disk; any thread, one at a time.
 class Asset {
@@ -29,7 +36,7 @@ class Asset {
     virtual ~Asset() = default;
     virtual const std::filesystem::path& path() const = 0;
     /// The tracks of one type in file order. Throws PlatformError naming the file when it cannot be
-    /// opened or is not a movie.
+    /// opened, NotAMovie when it is none. Of a movie that breaks off, what comes before counts.
     virtual std::vector<AssetTrack> loadTracks(MediaType type) = 0;
 };
 

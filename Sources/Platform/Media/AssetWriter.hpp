@@ -11,7 +11,7 @@
 namespace platform {
 
 enum class FileType {
-    quickTimeMovie,  ///< written in fragments: playable up to the last second even after a crash
+    quickTimeMovie,  ///< written in fragments, for its user alone: whole up to the last second after a crash
     mpeg4,           ///< index in front, ready for the network
 };
 enum class VideoCodec { hevc, h264 };
@@ -69,6 +69,10 @@ class AssetWriter {
     virtual void startSession(MediaTime atSourceTime) = 0;
     virtual Status status() const = 0;
     virtual std::optional<PlatformError> error() const = 0;
+    /// Brings all that has been encoded onto the disk, for a file that is written in fragments. Returns the
+    /// source time at which the longest track then ends in the file; absent while it holds nothing, and once
+    /// writing has failed, which `status` tells. Waits for the disk, not for the encoders; any thread.
+    virtual std::optional<MediaTime> flush() = 0;
     /// Ends the inputs, drains the encoders, completes the file, then calls `done` on a thread of the
     /// writer's; `status` is completed or failed by then. `done` must not destroy the writer.
     virtual void finishWriting(std::function<void()> done) = 0;

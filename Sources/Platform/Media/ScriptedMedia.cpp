@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <mutex>
 #include <utility>
 
 namespace platform {
@@ -224,6 +225,10 @@ class ScriptedWriter final : public AssetWriter {
     std::optional<PlatformError> error() const override {
         return state == Status::failed ? script.error : std::nullopt;
     }
+    std::optional<MediaTime> flush() override {
+        const std::lock_guard lock(mutex);
+        return state == Status::writing ? latest : std::nullopt;
+    }
     void finishWriting(std::function<void()> done) override {
         if (state == Status::writing) {
             record->finished = true;
@@ -239,6 +244,8 @@ class ScriptedWriter final : public AssetWriter {
     ScriptedWriting script;
     std::shared_ptr<WriterRecord> record;
     Status state = Status::unknown;
+    std::mutex mutex;                 // `flush` comes on a thread of its own
+    std::optional<MediaTime> latest;  // of the samples taken
 
   private:
     ScriptedInput video_{*this, MediaType::video};
@@ -261,6 +268,11 @@ bool ScriptedInput::append(const SampleBuffer& sample) {
     if (writer_.state != AssetWriter::Status::writing || finished) return false;
     auto& samples = video ? record.video : record.audio;
     samples.push_back(sample);
+    {
+        const std::lock_guard lock(writer_.mutex);
+        if (!writer_.latest || *writer_.latest < sample.presentationTime)
+            writer_.latest = sample.presentationTime;
+    }
     record.order.push_back(type_);
     if (!video) return true;
     if (writer_.script.failsAfter && samples.size() >= *writer_.script.failsAfter)

@@ -114,7 +114,10 @@ bool AudioTrackDecoder::decodeFrame() {
 }
 
 bool AudioTrackDecoder::continuesRun() const {
-    if (!inRun_) return false;
+    // The resampler was made for the run's kind of sound; a track may go on with another.
+    if (!inRun_ || frame_->sample_rate != runRate_ || frame_->format != runFormat_ ||
+        av_channel_layout_compare(&frame_->ch_layout, runLayout_.get()) != 0)
+        return false;
     const double expected = runStart_ + static_cast<double>(runSourceFrames_) / frame_->sample_rate;
     return std::abs(input_.movieSeconds(frame_->best_effort_timestamp) - expected) <= runTolerance;
 }
@@ -132,6 +135,9 @@ void AudioTrackDecoder::startRun() {
 
 void AudioTrackDecoder::prepareResampler(const AVFrame& frame) {
     const std::string sentence = "The sound of " + input_.path().string() + " cannot be converted";
+    runRate_ = frame.sample_rate;
+    runFormat_ = frame.format;
+    check(av_channel_layout_copy(runLayout_.get(), &frame.ch_layout), sentence);
     AVChannelLayout stereo{};
     av_channel_layout_default(&stereo, mixChannels);
     AVChannelLayout source = frame.ch_layout;

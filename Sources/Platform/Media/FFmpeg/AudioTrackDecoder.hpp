@@ -58,6 +58,9 @@ class AudioTrackDecoder {
     bool inRun_ = false;
     double runStart_ = 0;  // seconds
     std::int64_t runSourceFrames_ = 0;
+    int runRate_ = 0;
+    int runFormat_ = -1;  // AVSampleFormat
+    ChannelLayoutPtr runLayout_{new AVChannelLayout{}};
     std::int64_t storedStart_ = 0;  // position of the first stored frame
     std::vector<float> stored_;     // converted and not yet read past
 };

@@ -35,6 +35,19 @@ bool FFmpegWriter::startWriting() {
     return true;
 }
 
+std::optional<MediaTime> FFmpegWriter::flush() {
+    const auto start = state_.sessionStart();
+    if (!state_.isWriting() || !start) return std::nullopt;
+    try {
+        const auto end = state_.muxer.flush();
+        return end ? std::optional(MediaTime::fromSeconds(start->seconds() + *end, nanosecondTimescale))
+                   : std::nullopt;
+    } catch (const PlatformError& problem) {
+        state_.end(Status::failed, problem);
+        return std::nullopt;
+    }
+}
+
 void FFmpegWriter::finishWriting(std::function<void()> done) {
     finisher_ = NamedThread("movie.finish", [this, done = std::move(done)] {
         finish();

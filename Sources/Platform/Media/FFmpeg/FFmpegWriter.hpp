@@ -21,6 +21,7 @@ class FFmpegWriter final : public AssetWriter {
     void startSession(MediaTime atSourceTime) override { state_.startSession(atSourceTime); }
     Status status() const override { return state_.status(); }
     std::optional<PlatformError> error() const override { return state_.error(); }
+    std::optional<MediaTime> flush() override;
     void finishWriting(std::function<void()> done) override;
     void cancelWriting() override;
 

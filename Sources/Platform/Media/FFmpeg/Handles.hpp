@@ -28,6 +28,12 @@ struct SwsDeleter {
 struct AudioFifoDeleter {
     void operator()(AVAudioFifo* fifo) const { av_audio_fifo_free(fifo); }
 };
+struct ChannelLayoutDeleter {
+    void operator()(AVChannelLayout* layout) const {
+        av_channel_layout_uninit(layout);
+        delete layout;
+    }
+};
 /// Frees a context for writing; the file it writes to has an owner of its own.
 struct OutputDeleter {
     void operator()(AVFormatContext* context) const { avformat_free_context(context); }
@@ -41,6 +47,7 @@ using FramePtr = std::unique_ptr<AVFrame, FreeByAddress<av_frame_free>>;
 using PacketPtr = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
 using SwrPtr = std::unique_ptr<SwrContext, FreeByAddress<swr_free>>;
 using SwsPtr = std::unique_ptr<SwsContext, SwsDeleter>;
+using ChannelLayoutPtr = std::unique_ptr<AVChannelLayout, ChannelLayoutDeleter>;
 using AudioFifoPtr = std::unique_ptr<AVAudioFifo, AudioFifoDeleter>;
 
 /// Throw std::bad_alloc instead of returning null.

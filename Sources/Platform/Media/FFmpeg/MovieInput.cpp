@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <new>
 #include <system_error>
 
@@ -49,6 +51,32 @@ AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
     return track;
 }
 
+std::uint32_t bigEndian(const unsigned char* bytes) {
+    return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+           static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+}
+
+/// Where the last whole fragment of a movie that breaks off ends; absent when it is no such movie, or whole.
+std::optional<std::uint64_t> wholeFragmentsEnd(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::uint64_t size = std::filesystem::file_size(path, error);
+    if (error) return std::nullopt;
+    std::ifstream file(path, std::ios::binary);
+    std::uint64_t position = 0, whole = 0;
+    // A fragment is its description, "moof", and the "mdat" behind it.
+    for (unsigned char head[16]; position < size;) {
+        file.seekg(static_cast<std::streamoff>(position));
+        if (!file.read(reinterpret_cast<char*>(head), 8)) break;
+        std::uint64_t length = bigEndian(head);
+        if (length == 1 && file.read(reinterpret_cast<char*>(head + 8), 8))
+            length = static_cast<std::uint64_t>(bigEndian(head + 8)) << 32 | bigEndian(head + 12);
+        if (length < 8 || length > size - position) break;
+        position += length;
+        if (std::memcmp(head + 4, "mdat", 4) == 0) whole = position;
+    }
+    return whole > 0 && whole < size ? std::optional(whole) : std::nullopt;
+}
+
 bool isPicture(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
 
 }  // namespace
@@ -61,19 +89,33 @@ MovieInput::MovieInput(const std::filesystem::path& path)
     if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored))
         throw PlatformError("FFmpeg", AVERROR(EINVAL), "The movie " + path.string() + " is not a file.");
     const std::string sentence = "The movie " + path.string() + " cannot be opened";
+    // The prefix keeps a colon in a file's name from being taken for a protocol.
+    const std::string url = "file:" + path.string();
+    int result = open(url);
+    if (result == AVERROR_INVALIDDATA || result == AVERROR_EOF)
+        if (const auto end = wholeFragmentsEnd(path))
+            result = open("subfile,,start,0,end," + std::to_string(*end) + ",,:" + url);
+    if (result == AVERROR_INVALIDDATA || result == AVERROR_EOF) {
+        const PlatformError error = libraryError(AVERROR_INVALIDDATA, sentence);
+        throw NotAMovie(error.domain(), error.code(), error.description());
+    }
+    check(result, sentence);
+    check(avformat_find_stream_info(context_.get(), nullptr), sentence);
+}
+
+/// 0 or the library's error.
+int MovieInput::open(const std::string& url) {
     AVFormatContext* context = avformat_alloc_context();
     if (!context) throw std::bad_alloc();
     context->interrupt_callback = {
         [](void* flag) { return static_cast<std::atomic<bool>*>(flag)->load() ? 1 : 0; }, interrupted_.get()};
     AVDictionary* options = nullptr;
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    av_dict_set(&options, "protocol_whitelist", "file,subfile", 0);
     av_dict_set(&options, "format_whitelist", acceptedFormats, 0);
-    // The prefix keeps a colon in a file's name from being taken for a protocol.
-    const int result = avformat_open_input(&context, ("file:" + path.string()).c_str(), nullptr, &options);
+    const int result = avformat_open_input(&context, url.c_str(), nullptr, &options);
     av_dict_free(&options);
-    check(result, sentence);
-    context_.reset(context);
-    check(avformat_find_stream_info(context_.get(), nullptr), sentence);
+    if (result >= 0) context_.reset(context);
+    return result;
 }
 
 double MovieInput::originSeconds() const {

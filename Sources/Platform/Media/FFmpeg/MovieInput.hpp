@@ -15,7 +15,8 @@ namespace platform::ffmpeg {
 /// An open movie file being demuxed. One thread, but for `interrupt`.
 class MovieInput {
   public:
-    /// Throws PlatformError naming the file when it cannot be opened or is not a movie.
+    /// A movie that breaks off inside a fragment is opened up to its last whole one. Throws PlatformError
+    /// naming the file when it cannot be opened, NotAMovie when it is none.
     explicit MovieInput(const std::filesystem::path& path);
 
     const std::filesystem::path& path() const { return path_; }
@@ -42,6 +43,7 @@ class MovieInput {
     void interrupt() { *interrupted_ = true; }
 
   private:
+    int open(const std::string& url);
     double originSeconds() const;
 
     std::filesystem::path path_;

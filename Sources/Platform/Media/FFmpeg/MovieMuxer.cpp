@@ -18,7 +18,7 @@ constexpr std::int64_t fragmentMicroseconds = 500'000;
 // How far the tracks of a fragmented file wait for one that delivers nothing.
 constexpr std::int64_t interleaveMicroseconds = 1'000'000;
 // The track list is written once every track has begun, or this long after the first.
-constexpr double headDelaySeconds = 1.5;
+constexpr double headDelaySeconds = 0.75;
 // The least common multiple of 48000 and 90000: starts of tracks are exact in it.
 constexpr int movieTimescale = 720'000;
 
@@ -38,6 +38,12 @@ MovieMuxer::MovieMuxer(const std::filesystem::path& path, FileType type) : path_
         throw PlatformError(
             "FFmpeg", AVERROR(ENOENT),
             what + ", because there is no folder " + folder.string() + ". Create it, or choose another one.");
+    if (isFragmented()) {
+        fragments_ = std::make_shared<FragmentFile>(path);
+        context_->pb = fragments_->io();
+        context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+        return;
+    }
     check(avio_open(&file, url.c_str(), AVIO_FLAG_WRITE), what);
     file_.reset(file);
     context_->pb = file;
@@ -73,6 +79,12 @@ void MovieMuxer::begin() {
     av_dict_free(&options);
     check(result, sentence());
     requireNoWriteError();
+    handOver();
+}
+
+/// Between two calls of the library the file ends with a whole fragment.
+void MovieMuxer::handOver() {
+    if (fragments_) fragments_->cut();
 }
 
 void MovieMuxer::requireNoWriteError() {
@@ -81,15 +93,19 @@ void MovieMuxer::requireNoWriteError() {
 
 void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
     const std::lock_guard lock(mutex_);
-    if (!file_) return;
+    if (!isOpen()) return;
     av_packet_rescale_ts(&packet, base, context_->streams[track]->time_base);
     packet.stream_index = track;
     const double time = static_cast<double>(packet.dts) * av_q2d(context_->streams[track]->time_base);
     if (!firstTime_) firstTime_ = time;
     if (!started_[static_cast<std::size_t>(track)]) startLateTrack(track);
     dirty_ = true;
+    const double end =
+        static_cast<double>(packet.pts + packet.duration) * av_q2d(context_->streams[track]->time_base);
     check(av_interleaved_write_frame(context_.get(), &packet), sentence());
     requireNoWriteError();
+    handOver();
+    writtenEnd_ = std::max(writtenEnd_.value_or(end), end);
     if (!isFragmented() || headOut_) return;
     if (std::ranges::find(started_, false) == started_.end())
         headOut_ = true;  // the library writes it with the first fragment
@@ -109,19 +125,43 @@ void MovieMuxer::cutFragment() {
     check(av_interleaved_write_frame(context_.get(), nullptr), sentence());
     check(av_write_frame(context_.get(), nullptr), sentence());
     requireNoWriteError();
+    handOver();
     headOut_ = true;
     dirty_ = false;
 }
 
 void MovieMuxer::settle() {
     const std::lock_guard lock(mutex_);
-    if (file_ && dirty_ && isFragmented()) cutFragment();
+    if (fragments_ && dirty_) cutFragment();
+}
+
+std::optional<double> MovieMuxer::flush() {
+    std::shared_ptr<FragmentFile> file;
+    std::optional<double> end;
+    {
+        const std::lock_guard lock(mutex_);
+        // Tracks that have not begun get a moment to stand in the track list.
+        const bool mayCut = headOut_ || std::ranges::find(started_, false) == started_.end();
+        if (!fragments_ || !firstTime_ || !mayCut) return std::nullopt;
+        if (dirty_) cutFragment();
+        file = fragments_;
+        end = writtenEnd_;
+    }
+    file->sync();
+    return end;
 }
 
 void MovieMuxer::finish() {
     const std::lock_guard lock(mutex_);
     check(av_write_trailer(context_.get()), sentence());
     requireNoWriteError();
+    if (fragments_) {
+        fragments_->cut();
+        fragments_->sync();
+        fragments_.reset();
+        context_->pb = nullptr;
+        return;
+    }
     AVIOContext* file = file_.release();
     context_->pb = nullptr;
     check(avio_closep(&file), sentence());
@@ -129,8 +169,14 @@ void MovieMuxer::finish() {
 
 void MovieMuxer::abandon() {
     const std::lock_guard lock(mutex_);
+    try {
+        // What came before a failure is kept.
+        if (fragments_ && firstTime_ && dirty_) cutFragment();
+    } catch (const PlatformError&) {
+    }
     context_->pb = nullptr;
     file_.reset();
+    fragments_.reset();
 }
 
 }  // namespace platform::ffmpeg

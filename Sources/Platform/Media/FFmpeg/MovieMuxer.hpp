@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Platform/Media/AssetWriter.hpp"
+#include "Platform/Media/FFmpeg/FragmentFile.hpp"
 #include "Platform/Media/FFmpeg/Handles.hpp"
 
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -11,7 +13,7 @@
 namespace platform::ffmpeg {
 
 /// The file that encoded packets go into. Every operation throws PlatformError naming the file when it
-/// cannot be written. `write` and `settle` may be called on any thread, the others on one.
+/// cannot be written. `write`, `settle` and `flush` may be called on any thread, the others on one.
 class MovieMuxer {
   public:
     /// Creates the file; an existing one is emptied.
@@ -26,29 +28,36 @@ class MovieMuxer {
     void begin();
     /// Writes a packet whose times are in `base`; the packet is consumed. Tracks are interleaved by time.
     void write(int track, AVPacket& packet, AVRational base);
-    /// Brings everything written so far into the file, when it is one that is written in fragments: for
+    /// Hands everything written so far over to the file, when it is one that is written in fragments: for
     /// a pause in which no packet comes.
     void settle();
+    /// The same, and waits until it is on the disk. Returns where the longest track then ends in the file,
+    /// in seconds; absent while nothing has been written, or when the file is not written in fragments.
+    std::optional<double> flush();
     /// Completes and closes the file.
     void finish();
-    /// Closes the file as it is.
+    /// Closes the file; one that is written in fragments keeps what was written to it.
     void abandon();
 
   private:
     void requireNoWriteError();
+    void handOver();
     void cutFragment();
+    bool isOpen() const { return file_ || fragments_; }
     void startLateTrack(int track);
     std::string sentence() const { return "The movie " + path_.string() + " cannot be written"; }
 
     std::filesystem::path path_;
     FileType type_;
     std::mutex mutex_;
-    FilePtr file_;
+    FilePtr file_;                             // of a movie with its index in front
+    std::shared_ptr<FragmentFile> fragments_;  // of one in fragments; shared with a `flush` that waits
     OutputPtr context_;
-    std::vector<bool> started_;        // tracks that have had a packet
-    std::optional<double> firstTime_;  // seconds, of the first packet of all
-    bool headOut_ = false;             // the fragmented file's track list is written
-    bool dirty_ = false;               // packets wait in the library's buffers
+    std::vector<bool> started_;         // tracks that have had a packet
+    std::optional<double> firstTime_;   // seconds, of the first packet of all
+    std::optional<double> writtenEnd_;  // seconds, of the longest track as far as packets came
+    bool headOut_ = false;              // the fragmented file's track list is written
+    bool dirty_ = false;                // packets wait in the library's buffers
 };
 
 }  // namespace platform::ffmpeg

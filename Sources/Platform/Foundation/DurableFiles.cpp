@@ -1,0 +1,157 @@
+#include "Platform/Foundation/DurableFiles.hpp"
+
+#include "Platform/Foundation/PlatformError.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t forUserAlone = 0600;
+
+std::string remedyFor(int code) {
+    switch (code) {
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return " Free some disk space.";
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return " Check the permissions of the folder.";
+        case EMFILE:
+        case ENFILE:
+            return " Too many files are open; close other programs.";
+        case EIO:
+            return " The disk may be failing; copy what is on it.";
+        default:
+            return "";
+    }
+}
+
+int repeatedOpen(const char* path, int flags, mode_t mode = 0) {
+    for (;;) {
+        const int fd = open(path, flags | O_CLOEXEC, mode);
+        if (fd >= 0 || errno != EINTR) return fd;
+    }
+}
+
+/// Closes and tells what the file system says only then, as a network's does. 0 or errno.
+int closeTelling(UniqueFd& fd) {
+    const int raw = fd.release();
+    return close(raw) == 0 || errno == EINTR ? 0 : errno;
+}
+
+}  // namespace
+
+void throwFileError(const std::string& what, int code) {
+    throw PlatformError("Files", code, what + ": " + std::strerror(code) + "." + remedyFor(code));
+}
+
+int writeWhole(int fd, const void* bytes, std::size_t size) {
+    const char* next = static_cast<const char*>(bytes);
+    while (size > 0) {
+        const ssize_t count = write(fd, next, size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return errno;
+        if (count == 0) return ENOSPC;
+        next += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return 0;
+}
+
+int syncDescriptor(int fd) {
+    for (;;) {
+        if (fdatasync(fd) == 0 || errno == EINVAL || errno == EROFS || errno == ENOSYS) return 0;
+        if (errno != EINTR) return errno;
+    }
+}
+
+void syncToDisk(const fs::path& path) {
+    const UniqueFd fd(repeatedOpen(path.c_str(), O_RDONLY));
+    const int code = fd ? syncDescriptor(fd.get()) : errno;
+    if (code != 0) throwFileError(path.string() + " cannot be brought onto the disk", code);
+}
+
+fs::path temporaryName(const fs::path& file) { return file.string() + ".new"; }
+
+void replaceFile(const fs::path& file, std::string_view bytes) {
+    const fs::path temporary = temporaryName(file);
+    const auto fail = [&](int code) {
+        unlink(temporary.c_str());
+        throwFileError(file.string() + " could not be written", code);
+    };
+    unlink(temporary.c_str());  // of a process that was cut off
+    UniqueFd fd(repeatedOpen(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, forUserAlone));
+    if (!fd) fail(errno);
+    if (const int code = writeWhole(fd.get(), bytes.data(), bytes.size())) fail(code);
+    if (const int code = syncDescriptor(fd.get())) fail(code);
+    if (const int code = closeTelling(fd)) fail(code);
+    if (rename(temporary.c_str(), file.c_str()) != 0) fail(errno);
+    const UniqueFd folder = openFolder(file.parent_path());
+    if (folder) syncDescriptor(folder.get());
+}
+
+void makePrivateFolders(const fs::path& folder) {
+    if (mkdir(folder.c_str(), 0700) == 0) return;
+    const int code = errno;
+    std::error_code ignored;
+    if (code == EEXIST && fs::is_directory(folder, ignored)) return;
+    if (code == ENOENT && folder.has_parent_path() && folder.parent_path() != folder) {
+        makePrivateFolders(folder.parent_path());
+        if (mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST) return;
+    }
+    throwFileError("The folder " + folder.string() + " could not be created", code);
+}
+
+HeldFile HeldFile::make(const fs::path& file) {
+    UniqueFd fd(
+        repeatedOpen(file.c_str(), O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, forUserAlone));
+    if (!fd) throwFileError(file.string() + " could not be written", errno);
+    // A file system without locks keeps nobody from recording.
+    if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        throwFileError(file.string() + " belongs to a recording that runs", EWOULDBLOCK);
+    struct stat found {};
+    if (fstat(fd.get(), &found) != 0 || found.st_nlink == 0)
+        throwFileError(file.string() + " was removed by another process", ENOENT);
+    return {file, std::move(fd)};
+}
+
+std::optional<HeldFile> HeldFile::tryHold(const fs::path& file, Refusal& why) {
+    UniqueFd fd(repeatedOpen(file.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK));
+    if (!fd) {
+        why = errno == ENOENT ? Refusal::absent : Refusal::failed;
+        return std::nullopt;
+    }
+    if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
+        why = errno == EWOULDBLOCK ? Refusal::heldByAnother : Refusal::failed;
+        return std::nullopt;
+    }
+    return HeldFile{file, std::move(fd)};
+}
+
+void HeldFile::append(std::string_view bytes) {
+    const off_t before = lseek(fd_.get(), 0, SEEK_END);
+    const int code = writeWhole(fd_.get(), bytes.data(), bytes.size());
+    if (code == 0) return;
+    [[maybe_unused]] const int cut = ftruncate(fd_.get(), before);
+    throwFileError(file_.string() + " could not be written", code);
+}
+
+DiskReserve::DiskReserve(const fs::path& folder, std::int64_t bytes)
+    : fd_(repeatedOpen(folder.c_str(), O_RDWR | O_TMPFILE, forUserAlone)) {
+    if (fd_ && posix_fallocate(fd_.get(), 0, bytes) != 0) fd_.reset();
+}
+
+}  // namespace platform
