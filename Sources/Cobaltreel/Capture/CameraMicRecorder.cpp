@@ -29,7 +29,7 @@ constexpr float silenceLevel = 0.05F;
 
 /// The movie being written: the writer owns its inputs.
 struct CameraMicRecorder::OpenMovie {
-    std::unique_ptr<AssetWriter> writer;
+    std::shared_ptr<AssetWriter> writer;
     platform::AssetWriterInput* videoInput = nullptr;
     platform::AssetWriterInput* audioInput = nullptr;
 };
@@ -142,7 +142,7 @@ QCoro::Task<void> CameraMicRecorder::beginWriting(std::filesystem::path outputUR
         auto movie = openMovie(outputURL, withCamera);
         ioQueue_.sync([this, &movie] {
             movie_ = std::move(movie);
-            firstPTS_.reset();
+            noteBeginning(std::nullopt);
             silentSince_.reset();
             listensForSilence_ = true;
             picturesWritten_ = picturesDropped_ = soundsWritten_ = soundsDropped_ = 0;
@@ -176,8 +176,8 @@ void CameraMicRecorder::giveUpWriting() {
 
 void CameraMicRecorder::write(const SampleBuffer& sample) {
     if (!firstPTS_) {
-        firstPTS_ = sample.presentationTime.seconds();
         movie_->writer->startSession(sample.presentationTime);
+        noteBeginning(sample.presentationTime.seconds());
     }
     auto* input = sample.audio ? movie_->audioInput : movie_->videoInput;
     const bool written = input && input->isReadyForMoreMediaData() && input->append(sample);
@@ -185,6 +185,28 @@ void CameraMicRecorder::write(const SampleBuffer& sample) {
         ++(written ? soundsWritten_ : soundsDropped_);
     else
         ++(written ? picturesWritten_ : picturesDropped_);
+}
+
+/// Of the movie that is open; absent: it has not begun.
+void CameraMicRecorder::noteBeginning(std::optional<double> firstPTS) {
+    const std::lock_guard lock(keptLock_);
+    firstPTS_ = firstPTS;
+    keptWriter_ = firstPTS ? movie_->writer : nullptr;
+}
+
+std::optional<double> CameraMicRecorder::firstPTS() const {
+    const std::lock_guard lock(keptLock_);
+    return firstPTS_;
+}
+
+std::optional<double> CameraMicRecorder::flush() {
+    std::shared_ptr<AssetWriter> writer;
+    {
+        const std::lock_guard lock(keptLock_);
+        writer = keptWriter_;
+    }
+    const auto end = writer ? writer->flush() : std::nullopt;
+    return end ? std::optional(end->seconds()) : std::nullopt;
 }
 
 void CameraMicRecorder::listenForSilence(const SampleBuffer& sound, float level) {
@@ -240,7 +262,12 @@ QCoro::Task<void> CameraMicRecorder::finishWriting() {
         });
     }
     if (writer && writer->status() == AssetWriter::Status::failed) writingError_ = writer->error();
-    ioQueue_.async([this] { movie_.reset(); });
+    ioQueue_.async([this] {
+        movie_.reset();
+        std::shared_ptr<AssetWriter> finished;
+        const std::lock_guard lock(keptLock_);
+        finished.swap(keptWriter_);
+    });
     finishing_ = false;
     for (const auto waiting : std::exchange(waitingForFinish_, {}))
         mainLoop_->post([waiting] { waiting.resume(); });

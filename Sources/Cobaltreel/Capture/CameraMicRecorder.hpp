@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -61,8 +62,11 @@ class CameraMicRecorder {
 
     /// The latest level of the microphone, 0…1. Any thread.
     float currentMicLevel() const { return currentMicLevel_; }
-    /// Host-clock seconds of the first sample written; read it once `stop` or `finishWriting` has returned.
-    std::optional<double> firstPTS() const { return firstPTS_; }
+    /// Host-clock seconds of the first sample written. Any thread.
+    std::optional<double> firstPTS() const;
+    /// Brings what was captured onto the disk. Returns the host-clock time, in seconds, at which the movie
+    /// then ends; absent while it holds nothing. Blocks; any thread.
+    std::optional<double> flush();
     /// Whether the preview was asked for with a camera; false once it has been stopped.
     bool wantCamera() const { return wantCamera_; }
     Statistics statistics() const;
@@ -84,6 +88,7 @@ class CameraMicRecorder {
     void receive(const platform::SampleBuffer& sample);
     void listenForSilence(const platform::SampleBuffer& sound, float level);
     void write(const platform::SampleBuffer& sample);
+    void noteBeginning(std::optional<double> firstPTS);
     void giveUpWriting();
     void report(platform::CaptureEvent::Kind kind, const platform::CaptureDevice& device,
                 std::string message);
@@ -117,7 +122,10 @@ class CameraMicRecorder {
     std::optional<double> silentSince_;
     bool listensForSilence_ = false;  // until the microphone has been heard, or reported
 
+    mutable std::mutex keptLock_;
     std::optional<double> firstPTS_;
+    std::shared_ptr<platform::AssetWriter> keptWriter_;  // once the movie has begun
+
     std::atomic<float> currentMicLevel_{0};
     std::atomic<std::uint64_t> picturesSeen_{0}, soundsSeen_{0};
     std::atomic<std::uint64_t> picturesWritten_{0}, picturesDropped_{0}, soundsWritten_{0}, soundsDropped_{0};

@@ -28,6 +28,10 @@ void MouseSampler::takeSample() {
         windowFrames_.push_back({t, bounds->x, bounds->y, bounds->w, bounds->h});
 }
 
+EventLog MouseSampler::takeSamples() {
+    return {1, std::exchange(samples_, {}), std::exchange(windowFrames_, {})};
+}
+
 EventLog MouseSampler::stop() {
     timer_.reset();
     return {1, samples_, windowFrames_};

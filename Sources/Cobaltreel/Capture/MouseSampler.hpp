@@ -25,7 +25,9 @@ class MouseSampler {
     /// window number, of no meaning when a display is recorded.
     void start(CaptureMode mode, std::uint32_t windowID);
 
-    /// Ends the run and hands over what was collected since the last `start`.
+    /// Hands over what was collected since the last `start`, or since the last such call.
+    EventLog takeSamples();
+    /// Ends the run and hands over what was collected and not taken yet.
     EventLog stop();
 
   private:

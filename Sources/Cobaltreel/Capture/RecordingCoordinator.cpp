@@ -7,10 +7,9 @@
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 
 #include <QPointer>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace cobaltreel {
@@ -135,8 +134,11 @@ QCoro::Task<void> RecordingCoordinator::start() {
         co_return;
     }
 
-    std::error_code ignored;
-    std::filesystem::create_directories(Paths::sessionsRoot(), ignored);
+    try {
+        platform::makePrivateFolders(Paths::sessionsRoot());
+    } catch (const PlatformError&) {
+        // What follows says it.
+    }
     if (engine->services.freeBytes(Paths::sessionsRoot()) < leastFreeAtStart) {
         co_await engine->answerTo(warning(S::notEnoughDiskSpace()));
         if (!isOver()) setState(State::idle);
@@ -188,9 +190,8 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         SessionMeta& meta = chosen->meta;
         meta.cameraEnabled = engine->cameraMic.wantCamera();
         co_await engine->offMainThread([&, now = engine->services.now()] {
-            folder = RecordingFiles::makeFreshFolder(now);
-            engine->folderInUse = RecordingFiles::keepInUse(*folder);
-            folder->writeMeta(meta);
+            engine->files = std::make_shared<RecordingFiles>(now, meta);
+            folder = engine->files->folder();
         });
         if (!self) co_return;
         session_ = folder;
@@ -210,6 +211,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         co_return;
     }
     engine->mouse.start(meta_->mode, meta_->windowID);
+    engine->keeper.start(engine->files, *meta_);
     startedAt_ = engine->services.now();
     assign(elapsed_, 0.0, &RecordingCoordinator::elapsedChanged);
     timer_ = engine->services.mainLoop->scheduleRepeating(tickInterval, [this] { tick(); });
@@ -228,8 +230,8 @@ QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolde
         co_await engine->cameraMic.stop();
         if (self) endPreview();
     }
-    if (folder) co_await engine->offMainThread([&] { RecordingFiles::remove(*folder); });
-    engine->folderInUse.reset();
+    if (folder) co_await engine->offMainThread([&] { folder->remove(); });
+    engine->files.reset();
     if (!self) co_return;
     session_.reset();
     meta_.reset();
@@ -289,16 +291,20 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     co_await engine->cameraMic.stop();
     if (self) endPreview();
     const EventLog events = engine->mouse.stop();
+    co_await engine->keeper.stop();
+    auto error = engine->writingError();
     if (meta && folder) {
         meta->screenFirstPTS = engine->screen.firstPTS();
         meta->cameraFirstPTS = engine->cameraMic.firstPTS();
-        co_await engine->offMainThread(
-            [&] { RecordingFiles::completeDocuments(*folder, events, *meta, *engine->services.clock); });
+        co_await engine->offMainThread([&] {
+            meta->recordingEndHostTime = engine->services.clock->now();
+            const auto unwritten = engine->files->complete(events, *meta);
+            if (!error) error = unwritten;
+        });
     }
-    engine->folderInUse.reset();
+    engine->files.reset();
     if (!self) co_return;
     meta_ = meta;
-    const auto error = engine->writingError();
     if (error && endReason_.empty()) endReason_ = error->description();
     if (meta && folder && !quitting_) openPreview(*folder, *meta);
     stopping_ = false;
@@ -421,7 +427,7 @@ QCoro::Task<void> RecordingCoordinator::previewClosed(SessionFolder folder, bool
         session_.reset();
         meta_.reset();
     }
-    if (hasExported) co_await engine->offMainThread([&] { RecordingFiles::remove(folder); });
+    if (hasExported) co_await engine->offMainThread([&] { folder.remove(); });
 }
 
 }  // namespace cobaltreel

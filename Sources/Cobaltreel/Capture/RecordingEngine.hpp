@@ -5,9 +5,10 @@
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/RecordingServices.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
-#include "Platform/Foundation/UniqueFd.hpp"
+#include "Cobaltreel/Capture/SessionKeeper.hpp"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -20,7 +21,8 @@ struct RecordingEngine {
         : services(std::move(with)),
           screen(services.screenCapture, services.media, services.mainLoop),
           cameraMic(services.capture, services.media, services.mainLoop),
-          mouse(services.clock, services.mainLoop, services.desktop) {}
+          mouse(services.clock, services.mainLoop, services.desktop),
+          keeper(services.clock, services.mainLoop, screen, cameraMic, mouse) {}
 
     /// Awaits work on files and on the display server, which may take longer than the main thread has.
     AwaitOnQueue offMainThread(std::function<void()> work) {
@@ -49,8 +51,9 @@ struct RecordingEngine {
     ScreenRecorder screen;
     CameraMicRecorder cameraMic;
     MouseSampler mouse;
-    /// Held from the making of the session's folder until its last document is written.
-    platform::UniqueFd folderInUse;
+    /// From the making of the session's folder until its last document is written.
+    std::shared_ptr<RecordingFiles> files;
+    SessionKeeper keeper;
 
   private:
     platform::SerialQueue queue{"cobaltreel.session.files"};

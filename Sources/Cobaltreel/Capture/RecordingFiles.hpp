@@ -2,32 +2,39 @@
 
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "CobaltreelCore/Models.hpp"
-#include "Platform/Foundation/Clock.hpp"
-#include "Platform/Foundation/UniqueFd.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
+#include "Platform/Foundation/PlatformError.hpp"
 
 #include <chrono>
+#include <optional>
 
 namespace cobaltreel {
 
-/// What a recording does on disk besides its movies. Blocks; any thread.
-namespace RecordingFiles {
+/// What a recording does on disk besides its movies. The folder is held until this goes: no other process
+/// clears it away. Blocks; any thread, one at a time.
+class RecordingFiles {
+  public:
+    /// Makes a folder that no other recording has used (names carry whole seconds, and two recordings may
+    /// begin within one) with its first document. Throws PlatformError("Files"), DocumentError.
+    RecordingFiles(std::chrono::system_clock::time_point now, const SessionMeta& meta);
 
-/// A folder that no other recording has used: names carry whole seconds, and two recordings may begin
-/// within one. Throws PlatformError("Files").
-SessionFolder makeFreshFolder(std::chrono::system_clock::time_point now);
+    const SessionFolder& folder() const { return folder_; }
 
-/// Shows other processes of the user, for as long as it is held, that somebody is at work in the folder:
-/// they look for open files before they clear away what seems interrupted. Empty when it cannot be had.
-platform::UniqueFd keepInUse(const SessionFolder& folder);
+    /// Adds pointer samples to what was kept before, and replaces session.json. What cannot be written now is
+    /// tried again the next time.
+    void keep(EventLog events, const SessionMeta& meta);
+    /// Adds the last samples, writes both documents as they stay, and lets go of the folder. The movies are
+    /// there: a document that cannot be written does not cost them, nor what was kept before. Returns why
+    /// something could not be written.
+    std::optional<platform::PlatformError> complete(EventLog events, const SessionMeta& meta);
 
-/// Notes the end of the recording in `meta` and writes both documents. The movies are there: a document that
-/// cannot be written does not cost them.
-void completeDocuments(const SessionFolder& folder, const EventLog& events, SessionMeta& meta,
-                       const platform::Clock& clock);
+  private:
+    void append(EventLog events);
 
-/// Removes the folder with all that it holds, as far as that can be done.
-void remove(const SessionFolder& folder);
-
-}  // namespace RecordingFiles
+    SessionFolder folder_;
+    std::optional<platform::HeldFile> journal_;
+    platform::DiskReserve reserve_;
+    EventLog waiting_{1, {}, {}};  // for the journal
+};
 
 }  // namespace cobaltreel

@@ -55,31 +55,36 @@ void ScreenRecorder::openWriter(const Target& target, const std::filesystem::pat
                                 bool captureSystemAudio) {
     input_ = nullptr;
     audioInput_ = nullptr;
-    writer_ = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
-    auto& input = writer_->addVideoInput({.codec = platform::VideoCodec::hevc,
-                                          .width = target.width,
-                                          .height = target.height,
-                                          .averageBitRate = screenBitRate,
-                                          .expectedFrameRate = capturedFramesPerSecond,
-                                          .expectsMediaDataInRealTime = true});
+    const std::shared_ptr writer = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
+    auto& input = writer->addVideoInput({.codec = platform::VideoCodec::hevc,
+                                         .width = target.width,
+                                         .height = target.height,
+                                         .averageBitRate = screenBitRate,
+                                         .expectedFrameRate = capturedFramesPerSecond,
+                                         .expectsMediaDataInRealTime = true});
     platform::AssetWriterInput* audioInput =
         captureSystemAudio
-            ? &writer_->addAudioInput(
+            ? &writer->addAudioInput(
                   {.sampleRate = 48000, .channels = 2, .bitRate = 128000, .expectsMediaDataInRealTime = true})
             : nullptr;
-    if (!writer_->startWriting()) {
-        if (const auto error = writer_->error()) throw *error;
+    if (!writer->startWriting()) {
+        if (const auto error = writer->error()) throw *error;
         throw PlatformError("Cobaltreel", 1, "writing " + outputURL.string() + " could not be started");
     }
     input_ = &input;
     audioInput_ = audioInput;
+    const std::lock_guard lock(startLock_);
+    writer_ = writer;
 }
 
 QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path outputURL,
                                         bool captureSystemAudio) {
-    firstPTS_.reset();
+    {
+        const std::lock_guard lock(startLock_);
+        firstPTS_.reset();
+        sessionStarted_ = false;
+    }
     failedWriting_.reset();
-    sessionStarted_ = false;
     offered_ = written_ = dropped_ = 0;
 
     // Opening an encoder takes longer than the main thread may be kept.
@@ -126,10 +131,33 @@ void ScreenRecorder::receiveVideo(const CapturedSample& sample) {
         firstPTS_ = sample.buffer.presentationTime.seconds();
         sessionStarted_ = true;
     }
-    if (input_ && input_->isReadyForMoreMediaData() && input_->append(sample.buffer))
+    if (input_ && input_->isReadyForMoreMediaData() && input_->append(sample.buffer)) {
         ++written_;
-    else
+        const std::lock_guard lock(startLock_);
+        lastWritten_ = sample.buffer.presentationTime.seconds();
+    } else {
         ++dropped_;
+    }
+}
+
+std::optional<double> ScreenRecorder::flush(double now) {
+    constexpr double rounding = 0.001;  // of the movie's time stamps, with room
+    std::shared_ptr<AssetWriter> writer;
+    double lastWritten = 0;
+    {
+        const std::lock_guard lock(startLock_);
+        if (sessionStarted_) writer = writer_;
+        lastWritten = lastWritten_;
+    }
+    const auto end = writer ? writer->flush() : std::nullopt;
+    if (!end) return std::nullopt;
+    const bool holdsAll = end->seconds() + rounding >= lastWritten;
+    return holdsAll ? std::max(end->seconds(), now) : end->seconds();
+}
+
+std::optional<double> ScreenRecorder::firstPTS() const {
+    const std::lock_guard lock(startLock_);
+    return firstPTS_;
 }
 
 void ScreenRecorder::receiveAudio(const CapturedSample& sample) {
@@ -156,7 +184,9 @@ QCoro::Task<void> ScreenRecorder::stop() {
     failedWriting_ = writingError();
     input_ = nullptr;
     audioInput_ = nullptr;
-    writer_.reset();
+    std::shared_ptr<AssetWriter> finished;
+    const std::lock_guard lock(startLock_);
+    finished.swap(writer_);
 }
 
 std::optional<PlatformError> ScreenRecorder::writingError() const {

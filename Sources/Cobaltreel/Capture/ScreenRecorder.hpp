@@ -52,11 +52,16 @@ class ScreenRecorder {
     /// Ends the capture and completes the movie. Never fails; at once when nothing runs.
     QCoro::Task<void> stop();
 
+    /// Brings what was captured onto the disk. Returns the host-clock time, in seconds, up to which the movie
+    /// then holds the recording: a picture stands until the next, so that is `now` when all that came before
+    /// is in it. Absent while it holds nothing. Blocks; any thread.
+    std::optional<double> flush(double now);
+
     /// Told once, on the main thread, when a running capture dies by itself; the owner then calls `stop`.
     std::function<void(const platform::PlatformError&)> onError;
 
-    /// Host-clock seconds of the first frame written; read it once `stop` has returned.
-    std::optional<double> firstPTS() const { return firstPTS_; }
+    /// Host-clock seconds of the first frame written. Any thread.
+    std::optional<double> firstPTS() const;
     Statistics statistics() const;
     /// Why the movie can no longer be written (a full disk, say); absent while all is well.
     std::optional<platform::PlatformError> writingError() const;
@@ -70,12 +75,13 @@ class ScreenRecorder {
     std::shared_ptr<platform::MediaService> media_;
     std::shared_ptr<platform::MainLoop> mainLoop_;
 
-    std::unique_ptr<platform::AssetWriter> writer_;
+    std::shared_ptr<platform::AssetWriter> writer_;  // shared with a `flush` under way
     platform::AssetWriterInput* input_ = nullptr;
     platform::AssetWriterInput* audioInput_ = nullptr;
     std::optional<platform::PlatformError> failedWriting_;  // of the writer that `stop` let go of
     std::optional<double> firstPTS_;
-    std::mutex startLock_;  // the writer's session starts in one step as seen from the sound's queue
+    double lastWritten_ = 0;        // host-clock seconds of the youngest frame that the writer took
+    mutable std::mutex startLock_;  // the writer's session starts in one step as seen from other threads
     bool sessionStarted_ = false;
     std::atomic<std::uint64_t> offered_{0}, written_{0}, dropped_{0};
     std::shared_ptr<ScreenRecorder*> self_;  // emptied when the recorder goes; held weakly by callbacks

@@ -4,6 +4,7 @@
 #include "Platform/PlatformServices.hpp"
 
 #include <QApplication>
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -92,6 +93,8 @@ int runCommandLine(int argc, char** argv) {
         app.exit(error, std::cout, std::cerr);
         return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);
     }
+    // Whoever reads our messages may go; a recording goes on.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         const auto application = makeApplication(body.windows, argc, argv);
         return static_cast<int>(body.run());

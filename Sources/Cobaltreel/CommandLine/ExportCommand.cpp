@@ -65,8 +65,8 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
 ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
     const auto services = hostServices();
     AppSettings::shared();  // its language is that of the movie's name
-    const auto session = openSession(arguments.session);
-    const Trim trim = resolveTrim(arguments.trim, recordedDuration(session, *services.media));
+    const auto session = openSession(arguments.session, *services.media);
+    const Trim trim = resolveTrim(arguments.trim, recordedDuration(session.meta));
     ExportOptions options = optionsFor(arguments, session, trim);
 
     ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);

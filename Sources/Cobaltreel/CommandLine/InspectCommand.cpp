@@ -32,9 +32,9 @@ struct Inspection {
 
 Inspection inspect(const InspectArguments& arguments) {
     const auto services = hostServices();
-    Inspection found{openSession(arguments.session), {}, {}, {}, {}, 0};
+    Inspection found{openSession(arguments.session, *services.media), {}, {}, {}, {}, 0};
     const SessionMeta& meta = found.session.meta;
-    found.trim = resolveTrim(arguments.trim, recordedDuration(found.session, *services.media));
+    found.trim = resolveTrim(arguments.trim, recordedDuration(found.session.meta));
     const double duration = found.trim.end - found.trim.start;
 
     std::error_code ignored;

@@ -18,11 +18,7 @@ ExitStatus runOpen(const std::string& text, Interrupt& interrupt) {
     if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
         throw CommandError("there is no display to open the window on; set DISPLAY");
     const auto services = hostServices();
-    auto session = openSession(text);
-    // A recording that does not tell both its ends is as long as its movie.
-    if (!session.meta.recordingEndHostTime || !session.meta.screenFirstPTS)
-        session.meta.recordingEndHostTime =
-            session.meta.screenFirstPTS.value_or(0) + recordedDuration(session, *services.media);
+    const auto session = openSession(text, *services.media);
     AppSettings::shared();
 
     PreviewWindows windows({services.players, services.media, services.vision, services.fileBrowser,

@@ -1,6 +1,5 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
-#include "Cobaltreel/Capture/RecordingFiles.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/CommandLine/HostServices.hpp"
@@ -167,7 +166,7 @@ ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& 
         if (coordinator.meta()->cameraFirstPTS)
             throw CommandError("the screen gave no picture" + why + "; " + session.cameraMovie().string() +
                                " holds what came from the camera and the microphone");
-        RecordingFiles::remove(session);
+        session.remove();
         throw CommandError("the screen gave no picture; nothing was recorded" + why);
     }
     if (!reason.empty()) std::cerr << "cobaltreel: " << reason << '\n';

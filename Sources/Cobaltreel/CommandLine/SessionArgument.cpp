@@ -1,12 +1,13 @@
 #include "Cobaltreel/CommandLine/SessionArgument.hpp"
 
+#include "Cobaltreel/Capture/InterruptedTake.hpp"
 #include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Platform/Foundation/PlatformError.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <sstream>
+#include <utility>
 
 namespace cobaltreel {
 
@@ -20,8 +21,9 @@ std::string shown(double seconds) {
 
 }  // namespace
 
-SessionArgument openSession(const std::string& text) {
+SessionArgument openSession(const std::string& text, platform::MediaService& media) {
     namespace fs = std::filesystem;
+    using State = InterruptedTake::Settled::State;
     std::error_code ignored;
     fs::path dir = text;
     const bool isName = dir.filename() == dir && dir != "." && dir != "..";
@@ -29,21 +31,23 @@ SessionArgument openSession(const std::string& text) {
     if (!fs::is_directory(dir, ignored))
         throw CommandError("there is no session folder " + text +
                            "; `cobaltreel sessions` lists the recordings");
-    SessionArgument session{{fs::absolute(dir, ignored)}, {}};
-    session.meta = session.folder.readMeta();
-    if (const auto wrong = implausibility(session.meta))
-        throw CommandError(session.folder.metaFile().string() + ": " + *wrong +
-                           "; the session cannot be used");
-    return session;
+    const SessionFolder folder{fs::absolute(dir, ignored)};
+    // The plan of a session that is told to be whole needs no movie.
+    InterruptedTake::Settled settled{State::complete, folder.readMeta(), {}};
+    const bool tellsBothEnds = settled.meta.screenFirstPTS && settled.meta.recordingEndHostTime;
+    if (!tellsBothEnds || fs::exists(folder.journalFile(), ignored))
+        settled = InterruptedTake::examine(folder, media);
+    if (settled.state == State::running)
+        throw CommandError(folder.dir.string() +
+                           " is being recorded at this moment; stop the recording first");
+    if (settled.state != State::complete) throw CommandError(settled.reason);
+    if (const auto wrong = implausibility(settled.meta))
+        throw CommandError(folder.metaFile().string() + ": " + *wrong + "; the session cannot be used");
+    return {folder, std::move(settled.meta), settled.wasCutOff};
 }
 
-double recordedDuration(const SessionArgument& session, platform::MediaService& media) {
-    const auto& meta = session.meta;
-    if (meta.recordingEndHostTime && meta.screenFirstPTS)
-        return std::max(*meta.recordingEndHostTime - *meta.screenFirstPTS, 0.5);
-    const auto tracks = media.asset(session.folder.screenMovie())->loadTracks(platform::MediaType::video);
-    if (tracks.empty()) throw CommandError(session.folder.screenMovie().string() + " holds no picture");
-    return tracks.front().timeRange.end;
+double recordedDuration(const SessionMeta& meta) {
+    return std::max(meta.recordingEndHostTime.value_or(0) - meta.screenFirstPTS.value_or(0), 0.5);
 }
 
 Trim resolveTrim(const TrimOptions& options, double duration) {

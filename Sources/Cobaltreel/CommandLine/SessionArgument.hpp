@@ -13,15 +13,16 @@ namespace cobaltreel {
 struct SessionArgument {
     SessionFolder folder;
     SessionMeta meta;
+    bool wasCutOff = false;
 };
 
-/// Opens a session by the path of its folder or by its name among the recordings. Throws CommandError
-/// when there is no such folder, or its session.json cannot be read or cannot be true.
-SessionArgument openSession(const std::string& text);
+/// Opens a session by the path of its folder or by its name among the recordings; one that was cut off tells
+/// its ends as its movies do. Throws CommandError when there is no such folder, or it is being recorded into,
+/// holds no movie, or its session.json cannot be read or cannot be true.
+SessionArgument openSession(const std::string& text, platform::MediaService& media);
 
-/// Length of the whole recording in seconds: from the first frame to the moment of the stop, at least
-/// half a second; for a recording that never ended properly, the length of its screen movie.
-double recordedDuration(const SessionArgument& session, platform::MediaService& media);
+/// Length of the whole recording in seconds: from the first frame to the end, at least half a second.
+double recordedDuration(const SessionMeta& meta);
 
 /// The kept span. Throws CommandError unless 0 ≤ start < end ≤ `duration`; absent sides keep all.
 struct TrimOptions {

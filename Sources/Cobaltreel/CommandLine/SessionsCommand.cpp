@@ -40,10 +40,9 @@ std::uintmax_t bytesIn(const SessionFolder& folder) {
 SessionRow inspectFolder(const fs::path& path, platform::MediaService& media) {
     SessionRow row{path.filename().string(), path, "unreadable", {}, bytesIn({path}), {}};
     try {
-        const auto session = openSession(path.string());
-        const bool ended = session.meta.screenFirstPTS && session.meta.recordingEndHostTime;
-        row.state = ended ? "complete" : "unfinished";
-        row.seconds = recordedDuration(session, media);
+        const auto session = openSession(path.string(), media);
+        row.state = session.wasCutOff ? "unfinished" : "complete";
+        row.seconds = recordedDuration(session.meta);
     } catch (const std::exception& error) {
         row.problem = error.what();
     }

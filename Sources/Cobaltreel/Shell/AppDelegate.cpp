@@ -68,7 +68,7 @@ QCoro::Task<void> AppDelegate::learnWhatThereIs() {
 }
 
 void AppDelegate::checkOrphanSessions() {
-    const auto orphan = OrphanSessions::takeUnprompted(Paths::sessionsRoot(), *defaults_);
+    const auto orphan = OrphanSessions::takeUnprompted(Paths::sessionsRoot(), *defaults_, *host_.media);
     if (!orphan) return;
     alerts_->present({S::orphanTitle(), S::orphanMessage(), {S::open(), S::cancel()}},
                      [self = QPointer(this), orphan = *orphan](int button) {

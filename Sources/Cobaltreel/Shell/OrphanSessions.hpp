@@ -3,6 +3,7 @@
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "CobaltreelCore/Models.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
+#include "Platform/Media/MediaService.hpp"
 
 #include <filesystem>
 #include <optional>
@@ -17,11 +18,13 @@ struct Orphan {
     SessionMeta meta;
 };
 
-/// The youngest recording in `root` about which the user has not been asked yet. All that are there count as
-/// asked about from then on, which is stored before this returns. Removes folders that no recording can be
-/// opened from, except those in which somebody is at work; leaves alone files, links, and recordings whose
-/// document cannot be true. Absent also when the root cannot be read. Blocks; main thread.
-std::optional<Orphan> takeUnprompted(const std::filesystem::path& root, platform::UserDefaults& defaults);
+/// The youngest recording in `root` about which the user has not been asked yet; one that was cut off is made
+/// whole first. All that are there count as asked about from then on, which is stored before this returns.
+/// Removes folders that are surely ours and hold nothing that could be played, unless somebody records into
+/// them; leaves alone files, links, and recordings whose document cannot be true or cannot be read. Absent
+/// also when the root cannot be read. Blocks; main thread.
+std::optional<Orphan> takeUnprompted(const std::filesystem::path& root, platform::UserDefaults& defaults,
+                                     platform::MediaService& media);
 
 }  // namespace OrphanSessions
 

@@ -1,7 +1,7 @@
 #include "Cobaltreel/Support/Paths.hpp"
 
 #include "Cobaltreel/Support/Strings.hpp"
-#include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 
 #include <QDateTime>
 #include <QDir>
@@ -75,13 +75,7 @@ path newSessionDir(std::chrono::system_clock::time_point now) {
     // This form of toString knows no locale: Gregorian calendar, ASCII digits.
     const QString name = QDateTime::fromMSecsSinceEpoch(milliseconds).toString(u"yyyyMMdd-HHmmss");
     const path dir = sessionsRoot() / fromQt(name);
-    std::error_code error;
-    std::filesystem::create_directories(dir, error);
-    if (error)
-        throw platform::PlatformError("Files", error.value(),
-                                      "The folder " + dir.string() +
-                                          " could not be created: " + error.message() +
-                                          ". Check the permissions of the folders above it.");
+    platform::makePrivateFolders(dir);
     return dir;
 }
 

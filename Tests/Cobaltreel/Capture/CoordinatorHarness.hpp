@@ -13,6 +13,7 @@
 #include "Platform/Capture/ScriptedDeviceAccess.hpp"
 #include "Platform/Capture/ScriptedScreenCapture.hpp"
 #include "Platform/Desktop/ScriptedDesktop.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 #include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Foundation/VirtualTime.hpp"
@@ -132,13 +133,11 @@ class CoordinatorTest : public TemporaryHome {
             found.push_back(entry.path());
         return found;
     }
-    /// Whether this process has the folder itself open.
-    static bool isHeldOpen(const std::filesystem::path& folder) {
-        const auto wanted = std::filesystem::canonical(folder);
-        std::error_code gone;
-        for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd"))
-            if (std::filesystem::read_symlink(file.path(), gone) == wanted) return true;
-        return false;
+    /// Whether a recording holds the folder, so that no other process clears it away.
+    static bool isHeld(const std::filesystem::path& folder) {
+        auto why = platform::HeldFile::Refusal::failed;
+        return !platform::HeldFile::tryHold(SessionFolder{folder}.journalFile(), why) &&
+               why == platform::HeldFile::Refusal::heldByAnother;
     }
     std::vector<QString> messages() const {
         std::vector<QString> texts;

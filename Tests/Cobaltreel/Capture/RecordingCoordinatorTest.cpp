@@ -42,7 +42,7 @@ TEST_F(RecordingCoordinatorTest, CarriesARecordingFromThePressToThePreview) {
     EXPECT_TRUE(stream().configuration.capturesAudio);
     EXPECT_THAT(std::get<platform::DisplayContentFilter>(stream().filter).excludingApplications, SizeIs(1));
     EXPECT_TRUE(bubble->isShown);
-    EXPECT_TRUE(isHeldOpen(folder.dir)) << "for whoever clears away interrupted recordings";
+    EXPECT_TRUE(isHeld(folder.dir)) << "for whoever clears away interrupted recordings";
 
     EXPECT_TRUE(devices().deliverSound(1010.25, 0.5F));
     EXPECT_TRUE(stream().deliverFrame(1010.5));
@@ -54,7 +54,7 @@ TEST_F(RecordingCoordinatorTest, CarriesARecordingFromThePressToThePreview) {
     ASSERT_TRUE(reaches(State::idle));
 
     ASSERT_THAT(windows->previews, SizeIs(1)) << "two stops are one";
-    EXPECT_FALSE(isHeldOpen(folder.dir));
+    EXPECT_FALSE(isHeld(folder.dir));
     const SessionMeta meta = folder.readMeta();
     EXPECT_EQ(meta, windows->previews[0].meta);
     EXPECT_EQ(windows->previews[0].folder.dir, folder.dir);

@@ -1,7 +1,9 @@
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
+#include "Cobaltreel/Support/EventJournal.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
-#include "Platform/Foundation/UniqueFd.hpp"
+#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -39,8 +41,30 @@ class OrphanSessionsTest : public TemporaryHome {
     }
     /// The name of the recording that is offered; empty for none.
     std::string offered() {
-        const auto orphan = OrphanSessions::takeUnprompted(root_, defaults_);
+        const auto orphan = OrphanSessions::takeUnprompted(root_, defaults_, *media_);
         return orphan ? orphan->folder.dir.filename().string() : "";
+    }
+    /// A movie of grey pictures, or of silence, that was never finished.
+    void writeMovie(const fs::path& file, bool pictures, int seconds) {
+        const auto writer = media_->makeWriter(file, platform::FileType::quickTimeMovie);
+        platform::VideoSettings settings;
+        settings.width = 64;
+        settings.height = 48;
+        settings.expectsMediaDataInRealTime = true;
+        auto& input = pictures ? writer->addVideoInput(settings)
+                               : writer->addAudioInput({.expectsMediaDataInRealTime = true});
+        ASSERT_TRUE(writer->startWriting());
+        writer->startSession({0, 1});
+        const auto picture = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::i420, 64, 48);
+        const auto sound = std::make_shared<platform::AudioBuffer>();
+        sound->bytes.resize(4800 * sound->format.bytesPerFrame());
+        for (int i = 0; i < seconds * 10; ++i) {
+            ASSERT_TRUE(input.waitUntilReady(10));
+            input.append(
+                {platform::MediaTime{i, 10}, pictures ? picture : nullptr, pictures ? nullptr : sound});
+        }
+        std::optional<platform::MediaTime> end;
+        while (!end || end->seconds() < seconds - 0.2) end = writer->flush();
     }
     /// Returns once what is made is younger than what was made before.
     void letTimePass() const {
@@ -57,6 +81,7 @@ class OrphanSessionsTest : public TemporaryHome {
 
     const fs::path root_ = home / "sessions";
     platform::InMemoryUserDefaults defaults_;
+    const std::shared_ptr<platform::MediaService> media_ = platform::makeFFmpegMediaService();
     const std::string key_ = "promptedOrphanSessions";
 };
 
@@ -79,31 +104,84 @@ TEST_F(OrphanSessionsTest, TheYoungestIsOfferedOnceAndAllThatWereThereAreNeverOf
     EXPECT_THAT(defaults_.arrays[key_], UnorderedElementsAre("b", "c", "d", "long gone"));
 }
 
-TEST_F(OrphanSessionsTest, WhatCannotBeOpenedIsRemovedUnlessSomebodyIsAtWorkInIt) {
+TEST_F(OrphanSessionsTest, WhatIsSurelyOursAndHoldsNothingIsRemovedAndAllElseStays) {
     const auto folder = [&](const std::string& name, const std::function<void(SessionMeta&)>& change) {
         recording(name);
         SessionMeta meta = complete();
         change(meta);
         SessionFolder{root_ / name}.writeMeta(meta);
     };
-    folder("no end", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
+    const auto cutOff = [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); };
+    folder("no end", cutOff);
     folder("no picture", [](SessionMeta& meta) { meta.screenFirstPTS.reset(); });
     fs::remove(recording("no movie") / "screen.mov");
     fs::remove(recording("no document") / "session.json");
     std::ofstream(recording("damaged") / "session.json") << "{";
     std::ofstream(recording(".hidden") / "session.json") << "[]";
+    folder("given up", cutOff);
+    std::ofstream(root_ / "given up" / "events.journal").flush();
+
+    folder("being recorded", cutOff);
+    const auto recorder = platform::HeldFile::make(root_ / "being recorded" / "events.journal");
     fs::remove(recording("pipe") / "session.json");
     ASSERT_EQ(mkfifo((root_ / "pipe" / "session.json").c_str(), 0600), 0);
-    folder("being recorded", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
-    const std::ofstream recorder(root_ / "being recorded" / "screen.mov", std::ios::app);
-    folder("being completed", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); });
-    const platform::UniqueFd completer = platform::openFolder(root_ / "being completed");
+    folder("with notes", cutOff);
+    std::ofstream(root_ / "with notes" / "notes.txt") << "mine";
+    folder("elsewhere", cutOff);
+    fs::remove(root_ / "elsewhere" / "screen.mov");
+    fs::create_symlink("/media/unplugged/screen.mov", root_ / "elsewhere" / "screen.mov");
+    folder("large", cutOff);
+    fs::resize_file(root_ / "large" / "screen.mov", 1'000'000);
 
     EXPECT_EQ(offered(), "");
     std::vector<std::string> left;
     for (const auto& entry : fs::directory_iterator(root_)) left.push_back(entry.path().filename());
-    EXPECT_THAT(left, UnorderedElementsAre("being recorded", "being completed"));
+    EXPECT_THAT(left, UnorderedElementsAre("being recorded", "pipe", "with notes", "elsewhere", "large"));
     EXPECT_TRUE(defaults_.arrays.empty()) << "nobody was asked about anything";
+}
+
+TEST_F(OrphanSessionsTest, ARecordingThatWasCutOffIsMadeWholeAndOffered) {
+    struct Case {
+        std::string name;
+        std::function<void(SessionMeta&)> change;
+        double end;  // host time
+    };
+    const std::vector<Case> cases{
+        {"times", [](SessionMeta&) {}, 14.0},  // the still page at the end is in the document alone
+        {"older", [](SessionMeta& meta) { meta.recordingEndHostTime = 11.5; }, 13.1},
+        {"no end", [](SessionMeta& meta) { meta.recordingEndHostTime.reset(); }, 13.1},
+        {"no times",
+         [](SessionMeta& meta) {
+             meta.recordingEndHostTime.reset();
+             meta.screenFirstPTS.reset();
+         },
+         13.1},
+    };
+    for (const Case& c : cases) {
+        const fs::path dir = root_ / c.name;
+        fs::create_directories(dir);
+        const SessionFolder folder{dir};
+        // Two seconds of pictures from 10 on, three of sound from 10.1 on.
+        writeMovie(folder.screenMovie(), true, 2);
+        writeMovie(folder.cameraMovie(), false, 3);
+        SessionMeta meta = complete();
+        meta.cameraFirstPTS = 10.1;
+        meta.recordingEndHostTime = 14;
+        c.change(meta);
+        folder.writeMeta(meta);
+        EventLog events;
+        events.samples = {{10, 1, 2, 0}, {10.5, 1, 2, 1}};
+        platform::HeldFile::make(folder.journalFile()).append(EventJournal::line(events));
+
+        EXPECT_EQ(offered(), c.name);
+        const SessionMeta whole = folder.readMeta();
+        EXPECT_NEAR(whole.recordingEndHostTime.value_or(0), c.end, 0.1) << c.name;
+        EXPECT_DOUBLE_EQ(whole.screenFirstPTS.value_or(0), 10);
+        EXPECT_EQ(whole.cameraFirstPTS, 10.1);
+        EXPECT_EQ(folder.readEvents(), events);
+        EXPECT_FALSE(fs::exists(folder.journalFile()));
+        fs::remove_all(dir);
+    }
 }
 
 TEST_F(OrphanSessionsTest, ARecordingThatCannotBeAsItSaysIsNeitherOfferedNorRemoved) {
@@ -133,13 +211,13 @@ TEST_F(OrphanSessionsTest, LinksAreNotFollowedAndFilesAreLeftAlone) {
     EXPECT_TRUE(fs::exists(precious / "thesis"));
     EXPECT_TRUE(fs::is_symlink(root_ / "link") && fs::is_symlink(root_ / "dangling"));
     EXPECT_TRUE(fs::exists(root_ / "file"));
-    EXPECT_FALSE(fs::exists(root_ / "broken"));
+    EXPECT_TRUE(fs::exists(root_ / "broken")) << "a folder that is not ours";
 }
 
 TEST_F(OrphanSessionsTest, ARootThatIsNotThereOrNoFolderIsNoError) {
-    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "none", defaults_));
+    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "none", defaults_, *media_));
     std::ofstream(home / "a file") << "text";
-    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "a file", defaults_));
+    EXPECT_FALSE(OrphanSessions::takeUnprompted(home / "a file", defaults_, *media_));
     EXPECT_TRUE(fs::exists(home / "a file"));
 }
 

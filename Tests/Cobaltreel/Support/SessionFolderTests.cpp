@@ -1,6 +1,8 @@
+#include "Cobaltreel/Support/EventJournal.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "CobaltreelCore/DocumentError.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <csignal>
@@ -78,6 +80,14 @@ TEST_F(SessionFolderTest, AFailedWriteLeavesTheOldDocumentAlone) {
     EXPECT_THROW(folder.writeMeta(spoilt), DocumentError);
     expectUntouched();
 
+    SessionMeta other = meta;
+    other.displayID = 77;
+    for (const rlim_t bytes : {0, 1, 100, 200}) {
+        const FullDisk full(bytes);
+        EXPECT_THROW(folder.writeMeta(other), platform::PlatformError) << bytes;
+    }
+    expectUntouched();
+
     EventLog large;
     large.samples.resize(10'000);
     {
@@ -90,6 +100,44 @@ TEST_F(SessionFolderTest, AFailedWriteLeavesTheOldDocumentAlone) {
         }
     }
     expectUntouched();
+}
+
+TEST_F(SessionFolderTest, TheJournalIsReadToItsLastWholePieceUntilThereIsADocument) {
+    EventLog log;
+    log.samples = {{1, 2, 3, 1}, {2, 2, 3, 0}};
+    log.windowFrames = {{1, 5, 6, 7, 8}};
+    EventLog more;
+    more.samples = {{3, 4, 5, 0}};
+    {
+        auto journal = platform::HeldFile::make(folder.journalFile());
+        journal.append(EventJournal::line(log));
+        journal.append(EventJournal::line(more));
+        journal.append("{\"version\":1,\"samples\":[{\"t\":4,");
+        const auto before = fs::file_size(folder.journalFile());
+        const FullDisk full(before + 100);
+        EXPECT_THROW(journal.append(std::string(5000, ' ')), platform::PlatformError);
+        EXPECT_EQ(fs::file_size(folder.journalFile()), before);
+        EXPECT_THROW(platform::HeldFile::make(folder.journalFile()), platform::PlatformError) << "it is held";
+    }
+    EventLog whole = log;
+    whole.samples.push_back(more.samples.front());
+    EXPECT_EQ(folder.readEvents(), whole);
+    folder.writeEvents(more);
+    EXPECT_EQ(folder.readEvents(), more);
+}
+
+TEST_F(SessionFolderTest, RemovingTakesOurFilesAndFollowsNoLink) {
+    folder.writeMeta(meta);
+    const fs::path precious = home / "precious.mov";
+    std::ofstream(precious) << "years of work";
+    fs::create_symlink(precious, folder.screenMovie());
+    EXPECT_FALSE(folder.holdsOnlyOurFiles());
+    std::ofstream(folder.dir / "notes.txt") << "mine";
+    EXPECT_FALSE(folder.remove());
+    EXPECT_EQ(fileCount(), 1);
+    fs::remove(folder.dir / "notes.txt");
+    EXPECT_TRUE(folder.remove());
+    EXPECT_TRUE(fs::exists(precious) && !fs::exists(folder.dir));
 }
 
 TEST_F(SessionFolderTest, AReadOnlyFolderCannotBeWritten) {
