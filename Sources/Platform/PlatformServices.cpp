@@ -13,7 +13,9 @@
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
+#include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
+#include "Platform/Desktop/Xcb/XcbWindowManager.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
@@ -41,6 +43,8 @@ void chooseDesktop(PlatformServices& services) {
         services.desktop = std::make_shared<XcbDesktop>();
         services.keys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
         services.compositor = std::make_shared<XcbCompositor>();
+        services.windowManager = std::make_shared<XcbWindowManager>();
+        services.pointerWatcher = std::make_shared<XcbPointerWatcher>(services.mainLoop);
     } catch (const PlatformError&) {
         services.desktop = std::make_shared<UnavailableDesktop>();
     }

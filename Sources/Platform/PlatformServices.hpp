@@ -7,11 +7,13 @@
 #include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
+#include "Platform/Desktop/PointerWatcher.hpp"
 #include "Platform/Desktop/Relauncher.hpp"
 #include "Platform/Desktop/ScreenAccess.hpp"
 #include "Platform/Desktop/SingleInstance.hpp"
 #include "Platform/Desktop/StatusItem.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
+#include "Platform/Desktop/WindowManager.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -35,8 +37,10 @@ struct PlatformServices {
     std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
     std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
     std::shared_ptr<Desktop> desktop;
-    std::shared_ptr<KeyGrabber> keys;        ///< null without a display server
-    std::shared_ptr<Compositor> compositor;  ///< null without a display server
+    std::shared_ptr<KeyGrabber> keys;                ///< null without a display server
+    std::shared_ptr<Compositor> compositor;          ///< null without a display server
+    std::shared_ptr<WindowManager> windowManager;    ///< null without a display server
+    std::shared_ptr<PointerWatcher> pointerWatcher;  ///< null without a display server
     std::shared_ptr<FileBrowser> fileBrowser;
     std::shared_ptr<DeviceAccess> deviceAccess;
     std::shared_ptr<ScreenAccess> screenAccess;

@@ -69,7 +69,9 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
       preview_(std::make_unique<LivePreview>(engine_, *this)) {
     const QPointer<RecordingCoordinator> self(this);
     engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
-        if (self) Q_EMIT self->deviceMessage(noticeOf(event), QString::fromStdString(event.message));
+        if (self)
+            Q_EMIT self->deviceMessage(noticeOf(event), QString::fromStdString(event.message),
+                                       QString::fromStdString(event.device.uniqueID));
     };
     engine_->screen.onError = [self](const PlatformError& error) {
         if (self) self->streamFailed(error.description());
@@ -177,7 +179,8 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         if (!self) co_return;
         if (soundless && systemAudioEnabled())
             Q_EMIT deviceMessage(S::systemAudioUnavailable(),
-                                 QString::fromStdString(soundless->description()));
+                                 QString::fromStdString(soundless->description()),
+                                 QStringLiteral("system audio"));
         auto chosen =
             CaptureTarget::choose(*this, content, engine->services.desktop->screens(), bundleIdentifier);
         if (!chosen) {
@@ -357,32 +360,43 @@ QCoro::Task<void> RecordingCoordinator::refreshContent() {
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     std::optional<platform::ShareableContent> content;
+    std::optional<PlatformError> serverMissing;
     try {
         co_await engine->offMainThread([&] {
             // The first question to the media server may wait for it: here, not on the main thread.
             engine->services.capture->devices();
+            serverMissing = engine->services.capture->unavailable();
             content = engine->services.screenCapture->shareableContent();
         });
     } catch (const std::exception&) {
         co_return;
     }
-    if (self) offer(*content, bundleIdentifier);
+    if (!self) co_return;
+    devicesKnown_ = true;
+    mediaServerMissing_ = serverMissing.has_value();
+    offer(*content, bundleIdentifier);
 }
 
 QCoro::Task<void> RecordingCoordinator::devicesChanged() {
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     platform::CaptureDevices devices;
+    bool serverMissing = false;
     // A media server that has just come back may not have told all yet.
-    co_await engine->offMainThread([&] { devices = engine->services.capture->devices(); });
-    if (self) offer(devices);
+    co_await engine->offMainThread([&] {
+        devices = engine->services.capture->devices();
+        serverMissing = engine->services.capture->unavailable().has_value();
+    });
+    if (!self) co_return;
+    mediaServerMissing_ = serverMissing;
+    offer(devices);
 }
 
 void RecordingCoordinator::refreshDevices() { offer(engine_->services.capture->devices()); }
 
 void RecordingCoordinator::startCameraPreview() {
-    if (state_ != State::idle) return;
-    if (!preview_->start()) return stopCameraPreview();
+    if (state_ == State::idle && !preview_->start()) return stopCameraPreview();
+    // A recording keeps its devices; whoever looks sees their level.
     micLevelTimer_ = engine_->services.mainLoop->scheduleRepeating(meterInterval, [this] { measureMic(); });
 }
 
@@ -395,8 +409,8 @@ void RecordingCoordinator::measureMic() {
 }
 
 void RecordingCoordinator::stopCameraPreview() {
-    if (state_ != State::idle) return;
     micLevelTimer_.reset();
+    if (state_ != State::idle) return;
     if (!preview_->isActive()) return;
     stopDevices(engine_);
     endPreview();

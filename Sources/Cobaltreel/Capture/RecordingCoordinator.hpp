@@ -74,12 +74,17 @@ class RecordingCoordinator final : public RecordingChoices {
     QCoro::Task<void> refreshContent();
     /// Reloads cameras and microphones; happens by itself when they change.
     void refreshDevices();
+    /// Whether cameras and microphones have been looked for, and whether the media server then did not
+    /// answer.
+    bool devicesKnown() const { return devicesKnown_; }
+    bool mediaServerMissing() const { return mediaServerMissing_; }
     /// Asks for the microphone (and the camera); false, after an alert, when there is no recording without.
     QCoro::Task<bool> ensureAuthorized(bool needCamera);
 
-    /// Starts or restarts the preview of the selected devices with the meter and the bubble; idle only.
+    /// Starts or restarts the preview of the selected devices with the meter and the bubble. A countdown or a
+    /// recording keeps its devices: then it is the meter only.
     void startCameraPreview();
-    /// Idle only: a countdown or a recording keeps the preview.
+    /// A countdown or a recording keeps the preview, without the meter.
     void stopCameraPreview();
     /// Moves or resizes the bubble; not while recording.
     void updateBubble();
@@ -92,7 +97,8 @@ class RecordingCoordinator final : public RecordingChoices {
     void micLevelChanged();
     /// What befalls a camera or microphone in use: in short in the interface language for a window, and with
     /// the reason in English for a terminal.
-    void deviceMessage(const QString& notice, const QString& details);
+    /// Messages of one topic, the device's identifier if it is about one, take the place of each other.
+    void deviceMessage(const QString& notice, const QString& details, const QString& topic);
 
   private:
     QCoro::Task<void> start();
@@ -129,6 +135,8 @@ class RecordingCoordinator final : public RecordingChoices {
     bool beginning_ = false;  // the countdown is over; what begins now is not given up halfway
     bool stopping_ = false;
     bool quitting_ = false;
+    bool devicesKnown_ = false;
+    bool mediaServerMissing_ = false;
     std::function<void(bool done)> countdownEnded_;           // while the countdown is awaited
     std::vector<std::function<void(State)>> awaitingChange_;  // of the state
 };

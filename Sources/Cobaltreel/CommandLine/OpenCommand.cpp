@@ -5,6 +5,7 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -20,6 +21,7 @@ ExitStatus runOpen(const std::string& text, Interrupt& interrupt) {
     const auto services = hostServices();
     const auto session = openSession(text, *services.media);
     AppSettings::shared();
+    AppWindows::setWindowManager(services.windowManager);
 
     PreviewWindows windows({services.players, services.media, services.vision, services.fileBrowser,
                             std::make_shared<AlertWindows>(), services.clock, services.mainLoop});

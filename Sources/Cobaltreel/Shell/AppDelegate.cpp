@@ -9,13 +9,20 @@
 #include "Cobaltreel/UI/Windows/QtColour.hpp"
 
 #include <QCoreApplication>
+#include <QCursor>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QPointer>
+#include <QWindow>
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace cobaltreel {
 namespace {
+
+const std::string panelShownKey = "panelShown";
+constexpr double secondsAfterStop = 1;
 
 /// Dark, whatever the desktop's own choice: for what the toolkit draws itself, such as the tray's tooltip.
 void setDarkAppearance() {
@@ -40,9 +47,10 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       onboardingWindow_(permissions_, host_.mainLoop),
       coordinator_(std::move(recording)),
       hotkey_(host_.keys),
-      model_(coordinator_, host_.clock, host_.mainLoop) {
+      model_(coordinator_, host_.clock, host_.mainLoop),
+      stoppedAt_(-std::numeric_limits<double>::infinity()) {
     connect(&model_, &PopoverModel::quitRequested, this, &AppDelegate::quit);
-    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::updateLabel);
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::followState);
     connect(&coordinator_, &RecordingCoordinator::elapsedChanged, this, &AppDelegate::updateLabel);
 }
 
@@ -53,8 +61,8 @@ void AppDelegate::applicationDidFinishLaunching() {
     AppSettings::shared();
     permissions_.refresh();
     if (!permissions_.allGranted()) onboardingWindow_.open();
-    hotkey_.onPress = [this] { coordinator_.toggle(); };
-    hotkey_.registerChord();
+    hotkey_.onPress = [this] { hotKeyPressed(); };
+    if (!hotkey_.registerChord()) model_.setNotice(PopoverModel::hotKeyTopic, S::shortcutTaken());
     showStatusItem();
     checkOrphanSessions();
     learnWhatThereIs();
@@ -76,10 +84,33 @@ void AppDelegate::checkOrphanSessions() {
                      });
 }
 
+/// A second press of the keys that stopped a recording is a slip, not the wish for another one.
+void AppDelegate::hotKeyPressed() {
+    const bool slipped = coordinator_.state() == RecordingCoordinator::State::idle &&
+                         host_.clock->now() - stoppedAt_ < secondsAfterStop;
+    if (!slipped) coordinator_.toggle();
+}
+
+void AppDelegate::followState() {
+    const bool recording = coordinator_.state() == RecordingCoordinator::State::recording;
+    if (std::exchange(wasRecording_, recording) && !recording) stoppedAt_ = host_.clock->now();
+    updateLabel();
+}
+
+std::vector<platform::StatusMenuItem> AppDelegate::statusMenu() {
+    const bool recording = coordinator_.state() == RecordingCoordinator::State::recording;
+    return {{(recording ? S::stopRecording() : S::startRecording()).toStdString(),
+             [this] { coordinator_.toggle(); }},
+            {S::showPanel().toStdString(), [this] { openPanel(); }},
+            {S::settings().toStdString(), [this] { coordinator_.openSettings(); }},
+            {S::quit().toStdString(), [this] { quit(); }}};
+}
+
 void AppDelegate::showStatusItem() {
     statusItem_ = host_.statusItems->makeStatusItem(
         "Cobaltreel",
-        {StatusLabels::draw, [this] { panelFor(PanelWindow::Look::popover).toggle(statusItemFrame()); },
+        {StatusLabels::draw, [this] { panelFor(PanelWindow::Look::popover).toggle(clickedPlace()); },
+         [this] { return statusMenu(); },
          [this] {
              if (statusItem_->isShown()) return;
              // Without the item the panel is all there is to see of the program: as a window that stays.
@@ -87,7 +118,9 @@ void AppDelegate::showStatusItem() {
              openPanel();
          }});
     updateLabel();
-    if (!statusItem_->isShown()) openPanel();
+    // A new user would look for a program and find a small ring in a corner.
+    const bool isNew = !defaults_->string(panelShownKey);
+    if (!statusItem_->isShown() || (isNew && permissions_.allGranted())) openPanel();
 }
 
 void AppDelegate::updateLabel() {
@@ -103,16 +136,45 @@ std::optional<QRect> AppDelegate::statusItemFrame() const {
     return QRectF(frame->x, frame->y, frame->w, frame->h).toRect();
 }
 
+/// Not every tray tells where the item is; the pointer has just been on it.
+std::optional<QRect> AppDelegate::clickedPlace() const {
+    if (const auto frame = statusItemFrame()) return frame;
+    return QRect(QCursor::pos(), QSize(1, 1));
+}
+
 PanelWindow& AppDelegate::panelFor(PanelWindow::Look look) {
     // A panel that is open stays what it is.
     if (!panel_ || (panelLook_ != look && !panel_->isOpen())) {
-        panel_ = std::make_unique<PanelWindow>(model_, look, host_.clock, host_.compositor);
+        panel_ =
+            std::make_unique<PanelWindow>(model_, look, host_.clock, host_.compositor, host_.pointerWatcher);
+        // Not inside the window's own event.
+        connect(panel_.get(), &AppWindow::closed, this, [this] {
+            host_.mainLoop->post([self = QPointer(this)] {
+                if (self) self->panelClosed();
+            });
+        });
         panelLook_ = look;
+        updateLabel();
     }
     return *panel_;
 }
 
+/// Without a tray nothing else of the program can be seen: what the user closes is the program, unless there
+/// is still something to come back to.
+void AppDelegate::panelClosed() {
+    if (panelLook_ != PanelWindow::Look::titled || panel_->isOpen() || quitting_) return;
+    if (statusItem_ && statusItem_->isShown()) return;
+    const auto isShown = [](const QWindow* window) { return window->isVisible(); };
+    const bool isBusy = coordinator_.state() != RecordingCoordinator::State::idle ||
+                        std::ranges::any_of(QGuiApplication::topLevelWindows(), isShown);
+    if (isBusy)
+        panel_->showMinimized();
+    else
+        quit();
+}
+
 void AppDelegate::openPanel() {
+    if (!defaults_->string(panelShownKey)) defaults_->setString(panelShownKey, "yes");
     const bool hasItem = statusItem_ && statusItem_->isShown();
     panelFor(hasItem ? PanelWindow::Look::popover : PanelWindow::Look::titled)
         .open(hasItem ? statusItemFrame() : std::nullopt);

@@ -13,6 +13,7 @@
 #include <QRect>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace cobaltreel {
 
@@ -47,7 +48,12 @@ class AppDelegate final : public QObject {
     QCoro::Task<void> learnWhatThereIs();
     void showStatusItem();
     void updateLabel();
+    std::vector<platform::StatusMenuItem> statusMenu();
+    void hotKeyPressed();
+    void followState();
+    void panelClosed();
     std::optional<QRect> statusItemFrame() const;
+    std::optional<QRect> clickedPlace() const;
     PanelWindow& panelFor(PanelWindow::Look look);
 
     platform::PlatformServices host_;
@@ -61,6 +67,8 @@ class AppDelegate final : public QObject {
     std::unique_ptr<PanelWindow> panel_;
     PanelWindow::Look panelLook_ = PanelWindow::Look::popover;
     std::unique_ptr<platform::StatusItem> statusItem_;
+    double stoppedAt_;  // when the last recording ended, host clock
+    bool wasRecording_ = false;
     bool quitting_ = false;
 };
 

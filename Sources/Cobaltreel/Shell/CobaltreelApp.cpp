@@ -6,6 +6,7 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
+#include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
 
 #include <QCoroTask>
@@ -30,8 +31,8 @@ RecordingServices recordingServices(const platform::PlatformServices& host) {
     services.deviceAccess = host.deviceAccess;
     services.desktop = host.desktop;
     services.defaults = platform::UserDefaults::standard();
-    services.bubble =
-        std::make_shared<BubbleWindowController>(host.clock, host.mainLoop, host.vision, host.compositor);
+    services.bubble = std::make_shared<BubbleWindowController>(host.clock, host.mainLoop, host.vision,
+                                                               host.compositor, host.windowManager);
     services.countdown =
         std::make_shared<Countdown>(host.mainLoop, host.keys, CountdownWindow::factory(host.compositor));
     services.windows = std::make_shared<PreviewWindows>(PreviewServices{
@@ -65,6 +66,7 @@ void CobaltreelApp::run(platform::PlatformServices host,
     if (!instance) return;
 
     introduceToDesktop();
+    AppWindows::setWindowManager(host.windowManager);
     AppDelegate shell(host, recordingServices(host));
     delegate = &shell;
     // A log-out waits for whoever is told beforehand.

@@ -88,5 +88,16 @@
     ENTRY(microphoneSilent, u"לא נשמע דבר מ״\u2068%1\u2069״. בדוק שהוא לא מושתק, או בחר מיקרופון אחר",       \
           u"Nothing is heard from “%1”. Check that it is not muted, or choose another one")                  \
     ENTRY(systemAudioUnavailable, u"צלילי המערכת לא מוקלטים: שרת המדיה PipeWire לא עונה",                      \
-          u"System audio is not recorded: the media server PipeWire does not answer")
+          u"System audio is not recorded: the media server PipeWire does not answer")                        \
+    ENTRY(mediaServerMissing, u"שרת המדיה PipeWire לא עונה: אין מצלמה ואין קול. התקן והפעל אותו",            \
+          u"The media server PipeWire does not answer: there is no camera and no sound. Install and start it")\
+    ENTRY(cameraMissing, u"לא נמצאה מצלמה. חבר אחת, או הקלט בלעדיה",                                         \
+          u"No camera was found. Plug one in, or record without")                                            \
+    ENTRY(microphoneMissing, u"לא נמצא מיקרופון: ההקלטה תהיה בלי הקול שלך",                                   \
+          u"No microphone was found: the recording will be without your voice")                              \
+    ENTRY(shortcutTaken, u"תוכנית אחרת תפסה את \u2068Alt+Super+2\u2069. התחל ועצור מכאן, או שחרר את הקיצור שם",\
+          u"Another program has taken Alt+Super+2. Start and stop from here, or free it there")              \
+    ENTRY(shortcutMeaning, u"מתחיל ועוצר הקלטה: \u2068Alt+Super+2\u2069",                                    \
+          u"Starts and stops a recording: Alt+Super+2")                                                      \
+    ENTRY(showPanel, u"פתח את החלונית", u"Open the Panel")
 // clang-format on

@@ -38,10 +38,18 @@ class StatusItem {
     virtual std::optional<Rect> frame() const = 0;
 };
 
+/// A line of the item's menu.
+struct StatusMenuItem {
+    std::string title;
+    std::function<void()> chosen;
+};
+
 /// How a status item looks and what it does. All are called on the main thread.
 struct StatusItemActions {
     std::function<StatusPicture(const StatusLabel&, int side)> draw;
     std::function<void()> clicked;
+    /// Asked for whenever the label changes and before the menu is shown; the same number of lines each time.
+    std::function<std::vector<StatusMenuItem>()> menu;
     /// A tray came or went, later than the item was made.
     std::function<void()> shownChanged;
 };

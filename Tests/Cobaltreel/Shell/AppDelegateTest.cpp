@@ -1,6 +1,10 @@
 #include "Cobaltreel/Shell/ShellHarness.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+#include <algorithm>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -14,7 +18,53 @@ using testing::ElementsAre;
 
 const platform::StatusLabel idleLabel{"record.circle", ""};
 
+TEST_F(ShellTest, TheFirstStartShowsThePanel) {
+    launch();
+    ASSERT_NE(shell->panel(), nullptr);
+    EXPECT_TRUE(shell->panel()->isOpen());
+    launch();
+    EXPECT_EQ(shell->panel(), nullptr) << "who knows the program finds it in the tray";
+}
+
+TEST_F(ShellTest, WithoutAFrameThePanelStandsWhereTheItemWasClicked) {
+    defaults->setString("panelShown", "yes");
+    launch();
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    for (const int x : {screen.left() + 20, screen.center().x(), screen.right() - 20}) {
+        QCursor::setPos(x, screen.bottom() - 10);
+        tray->actions.clicked();
+        const QRect panel = shell->panel()->geometry();
+        EXPECT_NEAR(panel.center().x(), std::clamp(x, 168, screen.right() - 168), 2) << x;
+        EXPECT_GT(panel.bottom(), screen.bottom() - 30) << "above a bar at the lower edge";
+        tray->actions.clicked();
+        time->advance(1);
+    }
+}
+
+TEST_F(ShellTest, TheItemsMenuDoesWhatThePanelDoes) {
+    defaults->setString("panelShown", "yes");
+    L::current = Language::en;
+    launch();
+    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+    const auto line = [&](std::size_t index) { return tray->actions.menu().at(index); };
+    EXPECT_EQ(line(0).title, "Start Recording");
+    line(0).chosen();
+    ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
+    countdown->complete();
+    ASSERT_TRUE(stateBecomes(State::recording));
+    EXPECT_EQ(line(0).title, "Stop Recording");
+    line(0).chosen();
+    ASSERT_TRUE(stateBecomes(State::idle));
+    line(1).chosen();
+    EXPECT_TRUE(shell->panel()->isOpen());
+    line(2).chosen();
+    EXPECT_EQ(windows->settingsOpened, 1);
+    EXPECT_EQ(line(3).title, "Quit Cobaltreel");
+    L::current = Language::he;
+}
+
 TEST_F(ShellTest, WithATrayNothingIsShownUntilTheItemIsClicked) {
+    defaults->setString("panelShown", "yes");
     launch();
     EXPECT_THAT(tray->labels, Contains(idleLabel));
     EXPECT_EQ(shell->panel(), nullptr) << "windows are made when they are needed";
@@ -45,6 +95,9 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     ASSERT_TRUE(stateBecomes(State::recording));
     time->advance(2.5);
     EXPECT_EQ(shell->panel()->title(), "Cobaltreel 00:02");
+    const_cast<PanelWindow*>(shell->panel())->close();
+    EXPECT_TRUE(eventually([&] { return bool(shell->panel()->windowStates() & Qt::WindowMinimized); }))
+        << "a recording is not left without its window";
     shell->coordinator().toggle();
     ASSERT_TRUE(stateBecomes(State::idle));
     EXPECT_EQ(shell->panel()->title(), "Cobaltreel");
@@ -75,6 +128,9 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     keys->pressChord();
     ASSERT_TRUE(stateBecomes(State::idle));
     EXPECT_EQ(tray->labels.back(), idleLabel);
+    time->advance(0.3);
+    keys->pressChord();
+    EXPECT_EQ(shell->coordinator().state(), State::idle) << "a slip of the finger";
     EXPECT_EQ(windows->previews.size(), 1U);
 }
 
@@ -133,6 +189,7 @@ TEST_F(ShellTest, MissingPermissionsOpenTheOnboardingAndAKeyThatIsTakenStopsNoth
     launch();
     EXPECT_TRUE(shell->onboardingWindow().isOpen());
     EXPECT_FALSE(tray->labels.empty());
+    EXPECT_EQ(shell->panel(), nullptr) << "one thing at a time";
 }
 
 }  // namespace

@@ -82,6 +82,33 @@ TEST_F(KeyChordTest, AHeldKeyIsOnePress) {
     std::system("xset r rate");
 }
 
+TEST_F(KeyChordTest, OtherKeysBesideAHeldChordAreNoPress) {
+    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), true);
+    key(two_, true);
+    for (const int digit : {3, 4}) {
+        key(keycodeOfDigit(digit), true);
+        key(keycodeOfDigit(digit), false);
+    }
+    key(two_, false);
+    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), false);
+    press({alt, super}, two_);
+    EXPECT_TRUE(pressesBecome(2));
+}
+
+TEST_F(KeyChordTest, ItCountsThoughAnotherProgramHasOneOfItsModifiers) {
+    // As window managers do whose menu opens with it.
+    XcbConnection manager;
+    const xcb_keycode_t superKey = keycodesOf(connection_, super).at(0);
+    ASSERT_TRUE(manager.succeeded(xcb_grab_key_checked(manager.get(), 0, manager.root(), XCB_MOD_MASK_ANY,
+                                                       superKey, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+    press({alt, super}, two_);
+    EXPECT_TRUE(pressesBecome(1));
+    press({super}, two_);
+    press({alt, super, shift}, two_);
+    press({super, alt}, two_);
+    EXPECT_TRUE(pressesBecome(2));
+}
+
 TEST_F(KeyChordTest, TheKeyIsThePlaceOnTheKeyboardNotWhatItTypes) {
     ASSERT_EQ(std::system("setxkbmap il"), 0);
     press({alt, super}, two_);

@@ -53,16 +53,14 @@ void AlertWindows::showNext() {
     connect(window_->rootObject(), &QQuickItem::implicitHeightChanged, window_.get(),
             [window = window_.get()] { fit(*window); });
     if (const QScreen* screen = window_->screen()) {
-        const QRect room = screen->availableGeometry();
+        const QRect room = AppWindows::room(*screen);
         window_->setPosition(room.x() + (room.width() - window_->width()) / 2,
                              room.y() + (room.height() - window_->height()) / 3);
     }
     // The window is not taken away inside an event of its own.
     connect(&content, &AlertContent::chosen, this, &AlertWindows::finish, Qt::QueuedConnection);
     connect(window_.get(), &AppWindow::closed, &content, &AlertContent::dismiss);
-    window_->show();
-    window_->raise();
-    window_->requestActivate();
+    AppWindows::bringForward(*window_);
 }
 
 void AlertWindows::finish() {

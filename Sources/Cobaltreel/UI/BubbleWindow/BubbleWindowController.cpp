@@ -5,6 +5,7 @@
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
+#include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -15,8 +16,10 @@ namespace cobaltreel {
 BubbleWindowController::BubbleWindowController(std::shared_ptr<platform::Clock> clock,
                                                std::shared_ptr<platform::MainLoop> mainLoop,
                                                std::shared_ptr<platform::VisionService> vision,
-                                               std::shared_ptr<platform::Compositor> compositor)
+                                               std::shared_ptr<platform::Compositor> compositor,
+                                               std::shared_ptr<platform::WindowManager> windowManager)
     : compositor_(std::move(compositor)),
+      windowManager_(std::move(windowManager)),
       roundFeeder_(std::make_shared<RoundFeeder>(mainLoop)),
       cutoutFeeder_(std::make_shared<CutoutFeeder>(std::move(clock), mainLoop, std::move(vision))) {}
 
@@ -50,7 +53,8 @@ void BubbleWindowController::update(CameraCorner corner, double diameter) {
 
 void BubbleWindowController::place(CameraCorner corner, double diameter) {
     const QScreen* screen = QGuiApplication::primaryScreen();
-    const QRect visibleFrame = screen ? screen->availableGeometry() : BubbleGeometry::frameWithoutScreen;
+    const QRect visibleFrame =
+        screen ? roomOf(*screen, windowManager_.get()) : BubbleGeometry::frameWithoutScreen;
     // The desktop's points are pixels; the toolkit's are larger where the user has scaled it up.
     const QSize size =
         BubbleGeometry::size(screen ? diameter / screen->devicePixelRatio() : diameter, style_);

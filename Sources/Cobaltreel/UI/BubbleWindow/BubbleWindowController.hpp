@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/Capture/RecordingSurroundings.hpp"
 #include "Platform/Desktop/Compositor.hpp"
+#include "Platform/Desktop/WindowManager.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
@@ -19,11 +20,13 @@ class RoundFeeder;
 /// the frame handler.
 class BubbleWindowController final : public CameraBubble {
   public:
-    /// Without `vision` the cut-out stays empty; without `compositor` nothing is blended.
+    /// Without `vision` the cut-out stays empty; without `compositor` nothing is blended; without
+    /// `windowManager` the toolkit tells where panels and docks are.
     BubbleWindowController(std::shared_ptr<platform::Clock> clock,
                            std::shared_ptr<platform::MainLoop> mainLoop,
                            std::shared_ptr<platform::VisionService> vision,
-                           std::shared_ptr<platform::Compositor> compositor);
+                           std::shared_ptr<platform::Compositor> compositor,
+                           std::shared_ptr<platform::WindowManager> windowManager = nullptr);
     ~BubbleWindowController() override;
 
     void show(CameraCorner corner, double diameter, CameraStyle style) override;
@@ -39,6 +42,7 @@ class BubbleWindowController final : public CameraBubble {
     void place(CameraCorner corner, double diameter);
 
     std::shared_ptr<platform::Compositor> compositor_;
+    std::shared_ptr<platform::WindowManager> windowManager_;
     std::unique_ptr<BubbleWindow> panel_;
     CameraStyle style_ = CameraStyle::bubble;  // of the current panel
     std::shared_ptr<RoundFeeder> roundFeeder_;

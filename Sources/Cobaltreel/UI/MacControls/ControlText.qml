@@ -10,6 +10,8 @@ Text {
     required property string label
     /// Shows the tooltip of a shortened text without the pointer, for the keyboard's sake.
     property bool revealed: false
+    /// What signs that not everybody reads stand for: their tooltip, and their name for assistive technology.
+    property string meaning: ""
     /// Keeps the tooltip away from what stands in its place.
     property bool quiet: false
 
@@ -21,13 +23,13 @@ Text {
     maximumLineCount: 1
     verticalAlignment: Text.AlignVCenter
     Accessible.role: Accessible.StaticText
-    Accessible.name: label
+    Accessible.name: meaning !== "" ? meaning : label
 
     HoverHandler {
         id: hover
     }
     Tip {
-        text: line.text
-        visible: line.truncated && !line.quiet && (hover.hovered || line.revealed)
+        text: line.meaning !== "" ? line.meaning : line.text
+        visible: (line.truncated || line.meaning !== "") && !line.quiet && (hover.hovered || line.revealed)
     }
 }

@@ -10,6 +10,8 @@ Item {
     id: control
 
     required property string text
+    /// What is chosen here, told to assistive technology with the text; empty where the text says it.
+    property string name: ""
     required property var content
     property var selection
     property bool showsFocus: activeFocus && !usedByPointer
@@ -25,7 +27,7 @@ Item {
     activeFocusOnTab: true
 
     Accessible.role: Accessible.ButtonMenu
-    Accessible.name: text
+    Accessible.name: name === "" || name === text ? text : name + ": " + text
     Accessible.onPressAction: control.open()
     Keys.onReturnPressed: event => answerReturn(event)
     Keys.onEnterPressed: event => answerReturn(event)

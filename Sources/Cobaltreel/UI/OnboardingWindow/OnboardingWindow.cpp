@@ -9,8 +9,7 @@ OnboardingWindow::OnboardingWindow(Permissions& permissions, std::shared_ptr<pla
 
 void OnboardingWindow::open() {
     if (isOpen()) {
-        window_->raise();
-        window_->requestActivate();
+        AppWindows::bringForward(*window_);
         return;
     }
     permissions_.refresh();

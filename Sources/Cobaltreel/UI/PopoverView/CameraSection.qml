@@ -37,6 +37,8 @@ Column {
     MacDropdown {
         width: parent.width
         visible: section.model.cameraEnabled
+        enabled: content.length > 0
+        name: S.camera
         text: section.model.camera.text
         content: section.model.camera.items
         selection: section.model.camera.selection

@@ -2,11 +2,12 @@
 
 #include "Cobaltreel/Support/Colours.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
-#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
 #include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLocale>
 #include <QPainterPath>
 #include <QQmlProperty>
 #include <QQuickItem>
@@ -27,12 +28,14 @@ const QColor edgeColour = QColor::fromRgbF(0.23F, 0.23F, 0.23F);
 }  // namespace
 
 PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platform::Clock> clock,
-                         std::shared_ptr<platform::Compositor> compositor)
+                         std::shared_ptr<platform::Compositor> compositor,
+                         std::shared_ptr<platform::PointerWatcher> pointer)
     : AppWindow(&AppWindows::engine(), nullptr),
       model_(model),
       look_(look),
       clock_(std::move(clock)),
       compositor_(std::move(compositor)),
+      pointer_(std::move(pointer)),
       lostFocusAt_(-std::numeric_limits<double>::infinity()) {
     setTitle(QStringLiteral("Cobaltreel"));
     if (look == Look::titled) {
@@ -47,6 +50,9 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
             setFormat(withAlpha);
         }
     }
+    connect(&model, &PopoverModel::stateChanged, this, [this] {
+        if (look_ == Look::popover && isOpen() && model_.isStarting()) close();
+    });
     setColor(blended_ ? QColor(Qt::transparent) : qtColour(Colours::window));
     AppWindows::setLocalizedContent(
         *this, View::ofModule(QStringLiteral("Cobaltreel.PopoverView"), QStringLiteral("PopoverView"),
@@ -68,9 +74,23 @@ void PanelWindow::open(std::optional<QRect> statusItem) {
     statusItem_ = statusItem;
     if (const QQuickItem* root = rootObject()) AppWindows::layOutContent(*this, root->implicitWidth());
     fit();
-    show();
-    raise();
-    requestActivate();
+    AppWindows::bringForward(*this);
+    followPresses();
+}
+
+/// Where the focus was refused, nothing else tells that the user has turned to something else.
+void PanelWindow::followPresses() {
+    if (look_ != Look::popover || !pointer_) return;
+    presses_ = pointer_->watchPresses([this](int x, int y) {
+        if (isOpen() && !geometry().contains(pointAt(*screen(), QPoint(x, y)))) leave();
+    });
+}
+
+void PanelWindow::leave() {
+    // An alert about the devices stands over the panel that has asked for them.
+    if (look_ != Look::popover || !isOpen() || QGuiApplication::modalWindow()) return;
+    lostFocusAt_ = clock_->now();
+    close();
 }
 
 void PanelWindow::toggle(std::optional<QRect> statusItem) {
@@ -107,9 +127,10 @@ void PanelWindow::fit() {
     if (wanted.isEmpty()) return;  // while the content is being rebuilt in another language
     const QScreen* const onScreen = statusItem_ ? QGuiApplication::screenAt(statusItem_->center()) : nullptr;
     const QScreen* const shownOn = onScreen ? onScreen : QGuiApplication::primaryScreen();
-    const QRect room = shownOn ? shownOn->availableGeometry() : QRect(QPoint(), wanted);
+    const QRect room = shownOn ? AppWindows::room(*shownOn) : QRect(QPoint(), wanted);
     if (look_ == Look::popover) {
-        setGeometry(place(wanted, statusItem_, room, AppWindows::settings().rightToLeft()));
+        // The desktop mirrors its panels by its own language.
+        setGeometry(place(wanted, statusItem_, room, QLocale::system().textDirection() == Qt::RightToLeft));
         return;
     }
     const QSize fitting = wanted.boundedTo(room.size());
@@ -134,6 +155,7 @@ void PanelWindow::showEvent(QShowEvent* event) {
 
 void PanelWindow::hideEvent(QHideEvent* event) {
     AppWindow::hideEvent(event);
+    presses_.reset();
     model_.disappear();
 }
 
@@ -155,9 +177,7 @@ void PanelWindow::focusInEvent(QFocusEvent* event) {
 
 void PanelWindow::focusOutEvent(QFocusEvent* event) {
     AppWindow::focusOutEvent(event);
-    if (look_ != Look::popover || !isOpen()) return;
-    lostFocusAt_ = clock_->now();
-    close();
+    leave();
 }
 
 }  // namespace cobaltreel

@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Platform/Desktop/Compositor.hpp"
+#include "Platform/Desktop/PointerWatcher.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <QRect>
@@ -19,20 +20,23 @@ class PanelWindow final : public AppWindow {
 
   public:
     enum class Look {
-        popover,  ///< frameless with round corners, beside the status item; closes when it loses the focus
-        titled,   ///< an ordinary window that stays, for a desktop without a tray
+        /// Frameless with round corners, beside the status item. It closes at a press elsewhere, when another
+        /// window gets the focus (an alert over it does not count), and when a recording is about to begin.
+        popover,
+        titled,  ///< an ordinary window that stays, for a desktop without a tray
     };
     /// Between the popover and the status item or the edges of the screen.
     static constexpr int gap = 8;
     static constexpr int corner = 10;
 
-    /// `model` must outlive the window; `compositor` may be null.
+    /// `model` must outlive the window; `compositor` and `pointer` may be null.
     PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platform::Clock> clock,
-                std::shared_ptr<platform::Compositor> compositor);
+                std::shared_ptr<platform::Compositor> compositor,
+                std::shared_ptr<platform::PointerWatcher> pointer = nullptr);
     ~PanelWindow() override;
 
-    /// Shows the panel with the keyboard. `statusItem`: where that is on the screen, if the tray tells;
-    /// otherwise the panel opens in the screen's upper trailing corner.
+    /// Shows the panel with the keyboard. `statusItem`: where that is on the screen, or the pointer when it
+    /// was clicked; otherwise the panel opens in the upper corner where this desktop's trays are.
     void open(std::optional<QRect> statusItem = {});
     /// Opens the panel, or closes it. Does nothing right after the panel was closed by the very click on the
     /// status item that took the focus away.
@@ -54,12 +58,16 @@ class PanelWindow final : public AppWindow {
 
   private:
     void fit();
+    void leave();
+    void followPresses();
     void roundCorners();
 
     PopoverModel& model_;
     Look look_;
     std::shared_ptr<platform::Clock> clock_;
     std::shared_ptr<platform::Compositor> compositor_;
+    std::shared_ptr<platform::PointerWatcher> pointer_;
+    std::unique_ptr<platform::PointerWatch> presses_;  // while a popover is open
     std::optional<QRect> statusItem_;
     bool blended_ = false;
     double lostFocusAt_;

@@ -13,9 +13,7 @@ using platform::CaptureDevice;
 
 namespace {
 
-/// The preview window that opens after a recording takes the focus, and a panel that closes with it shall not
-/// switch the camera on once more.
-constexpr double secondsUntilResumed = 0.5;
+const QString cameraTopic = QStringLiteral("camera"), microphoneTopic = QStringLiteral("microphone");
 
 QString text(std::string_view utf8) {
     return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
@@ -60,33 +58,77 @@ Picker devicePicker(const std::vector<CaptureDevice>& devices, const std::option
 
 PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<platform::Clock> clock,
                            std::shared_ptr<platform::MainLoop> mainLoop, QObject* parent)
-    : QObject(parent), coordinator_(coordinator), mainLoop_(mainLoop), egg_(std::move(clock), mainLoop) {
+    : QObject(parent), coordinator_(coordinator), egg_(std::move(clock), std::move(mainLoop)) {
     passOnChanges();
     followChoices();
-    connect(&coordinator_, &RecordingCoordinator::deviceMessage, this, &PopoverModel::setNotice);
+    connect(
+        &coordinator_, &RecordingCoordinator::deviceMessage, this,
+        [this](const QString& notice, const QString&, const QString& topic) { setNotice(topic, notice); });
     connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] { followState(); });
 }
 
 void PopoverModel::followState() {
     using State = RecordingCoordinator::State;
-    resuming_.reset();
-    if (coordinator_.state() == State::countdown) setNotice({});
+    if (coordinator_.state() == State::countdown) {
+        std::erase_if(notices_, [](const auto& notice) { return notice.first != hotKeyTopic; });
+        noteWhatIsMissing();
+        Q_EMIT noticeChanged();
+    }
+    const bool hasRecorded = std::exchange(wasRecording_, isRecording());
     if (coordinator_.state() != State::idle) return;
-    // A countdown that was cancelled leaves the devices running, a recording that has ended leaves them off.
-    if (shown_)
-        resuming_ = mainLoop_->scheduleOnce(secondsUntilResumed, [this] { resumePreview(); });
-    else
+    // A countdown that was cancelled leaves the devices running. After a recording the user looks at it: a
+    // panel that has stayed open takes them up when the user turns to it.
+    if (!shown_)
         coordinator_.stopCameraPreview();
+    else if (!hasRecorded)
+        resumePreview();
 }
 
 void PopoverModel::resumePreview() {
-    if (shown_ && authorized_ && !coordinator_.previewActive()) coordinator_.startCameraPreview();
+    if (shown_ && authorized_ && !coordinator_.previewActive()) startPreview();
 }
 
-void PopoverModel::setNotice(const QString& notice) {
-    if (notice_ == notice) return;
-    notice_ = notice;
+void PopoverModel::startPreview() {
+    const auto nameOf = [](const auto& device) {
+        return device ? std::optional(device->uniqueID) : std::nullopt;
+    };
+    usedCamera_ = nameOf(coordinator_.selectedCamera());
+    usedMic_ = nameOf(coordinator_.selectedMic());
+    coordinator_.startCameraPreview();
+}
+
+/// A device that was not there when the preview began is.
+void PopoverModel::takeUpDevices() {
+    const bool isNew =
+        (coordinator_.selectedCamera() && !usedCamera_) || (coordinator_.selectedMic() && !usedMic_);
+    if (isNew && shown_ && authorized_ && isChoosing()) startPreview();
+}
+
+void PopoverModel::setNotice(const QString& topic, const QString& text) {
+    const auto found =
+        std::ranges::find(notices_, topic, [](const auto& notice) -> const QString& { return notice.first; });
+    if (found == notices_.end() ? text.isEmpty() : found->second == text) return;
+    if (found == notices_.end())
+        notices_.emplace_back(topic, text);
+    else if (text.isEmpty())
+        notices_.erase(found);
+    else
+        found->second = text;
     Q_EMIT noticeChanged();
+}
+
+QString PopoverModel::notice() const {
+    QStringList lines;
+    for (const auto& [topic, line] : notices_) lines.append(line);
+    return lines.join(QLatin1Char('\n'));
+}
+
+void PopoverModel::noteWhatIsMissing() {
+    if (!coordinator_.devicesKnown()) return;
+    const bool noServer = coordinator_.mediaServerMissing();
+    const bool noCamera = coordinator_.cameraEnabled() && coordinator_.cameras().empty();
+    setNotice(cameraTopic, noServer ? S::mediaServerMissing() : noCamera ? S::cameraMissing() : QString());
+    setNotice(microphoneTopic, !noServer && coordinator_.mics().empty() ? S::microphoneMissing() : QString());
 }
 
 void PopoverModel::passOnChanges() {
@@ -123,13 +165,17 @@ void PopoverModel::followChoices() {
 
     // What a refresh chooses by itself is followed at the set-up's end, once the devices may be used.
     const auto restartPreview = [this] {
-        if (shown_ && authorized_ && coordinator_.state() == RecordingCoordinator::State::idle)
-            coordinator_.startCameraPreview();
+        if (shown_ && authorized_ && isChoosing()) startPreview();
     };
     for (const auto changed :
          {&From::cameraEnabledChanged, &From::mirrorCameraChanged, &From::cameraStyleChanged,
           &From::selectedCameraIDChanged, &From::selectedMicIDChanged})
         connect(&coordinator_, changed, this, restartPreview);
+    for (const auto changed : {&From::camerasChanged, &From::micsChanged}) {
+        connect(&coordinator_, changed, this, &PopoverModel::takeUpDevices);
+        connect(&coordinator_, changed, this, &PopoverModel::noteWhatIsMissing);
+    }
+    connect(&coordinator_, &From::cameraEnabledChanged, this, &PopoverModel::noteWhatIsMissing);
 }
 
 void PopoverModel::appear() {
@@ -159,7 +205,7 @@ QCoro::Task<void> PopoverModel::setUp() {
     const bool authorized = co_await coordinator_.ensureAuthorized(coordinator_.cameraEnabled());
     if (isCancelled()) co_return;
     authorized_ = authorized;
-    if (authorized) coordinator_.startCameraPreview();
+    if (authorized) startPreview();
 }
 
 QCoro::Task<void> PopoverModel::refresh() {
@@ -167,6 +213,7 @@ QCoro::Task<void> PopoverModel::refresh() {
     co_await coordinator_.refreshContent();
     if (!self) co_return;
     coordinator_.refreshDevices();
+    noteWhatIsMissing();
     resumePreview();
 }
 

@@ -11,6 +11,10 @@
 #include <QVariantList>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <QtQml/qqmlregistration.h>
 
@@ -37,6 +41,8 @@ class PopoverModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made for a coordinator")
     Q_PROPERTY(bool recording READ isRecording NOTIFY stateChanged FINAL)
+    /// Whether what is chosen acts: a recording goes on as it began.
+    Q_PROPERTY(bool choosing READ isChoosing NOTIFY stateChanged FINAL)
     Q_PROPERTY(QString mode READ mode WRITE setMode NOTIFY modeChanged FINAL)
     Q_PROPERTY(cobaltreel::Picker display READ display NOTIFY displayChanged FINAL)
     Q_PROPERTY(cobaltreel::Picker window READ window NOTIFY windowChanged FINAL)
@@ -77,6 +83,9 @@ class PopoverModel : public QObject {
     QString currentMicName() const;
 
     bool isRecording() const { return coordinator_.state() == RecordingCoordinator::State::recording; }
+    bool isChoosing() const { return coordinator_.state() == RecordingCoordinator::State::idle; }
+    /// A recording has been asked for and has not begun yet.
+    bool isStarting() const { return coordinator_.state() == RecordingCoordinator::State::countdown; }
     Picker display() const;
     Picker window() const;
     Picker camera() const;
@@ -85,8 +94,9 @@ class PopoverModel : public QObject {
     bool mirrorCamera() const { return coordinator_.mirrorCamera(); }
     double bubbleSizeFraction() const { return coordinator_.bubbleSizeFraction(); }
     double micLevel() const { return static_cast<double>(coordinator_.micLevel()); }
-    /// What befell a camera or microphone last; empty before anything did, and again with the next recording.
-    const QString& notice() const { return notice_; }
+    /// What the user should know, a line for each topic: what befell a camera or microphone since the last
+    /// recording began, what is missing, what another program has taken.
+    QString notice() const;
     bool systemAudioEnabled() const { return coordinator_.systemAudioEnabled(); }
     bool autoZoomEnabled() const { return coordinator_.autoZoomEnabled(); }
     /// Raw values; setting another text changes nothing.
@@ -96,6 +106,11 @@ class PopoverModel : public QObject {
     VersionEgg* egg() { return &egg_; }
 
     void setMode(const QString& rawValue);
+    /// The line of a topic, or none when empty. A device's topic is its identifier.
+    void setNotice(const QString& topic, const QString& text);
+    /// Of the line that the shell writes about the keys; it stays with the next recording.
+    static inline const QString hotKeyTopic = QStringLiteral("hot key");
+
     void setCameraCorner(const QString& rawValue);
     void setCameraStyle(const QString& rawValue);
     void setCameraEnabled(bool enabled) { coordinator_.setCameraEnabled(enabled); }
@@ -136,17 +151,20 @@ class PopoverModel : public QObject {
     void followChoices();
     void followState();
     void resumePreview();
-    void setNotice(const QString& notice);
+    void startPreview();
+    void noteWhatIsMissing();
+    void takeUpDevices();
     QCoro::Task<void> setUp();
     QCoro::Task<void> refresh();
 
     RecordingCoordinator& coordinator_;
-    std::shared_ptr<platform::MainLoop> mainLoop_;
     VersionEgg egg_;
-    QString notice_;
+    std::vector<std::pair<QString, QString>> notices_;  // by topic, the oldest first
     bool shown_ = false;
     bool authorized_ = false;  // since the panel is shown
-    std::unique_ptr<platform::Timer> resuming_;
+    bool wasRecording_ = false;
+    std::optional<std::string> usedCamera_;  // by the preview that was started last
+    std::optional<std::string> usedMic_;
     std::uint64_t appearance_ = 0;  // counts showings and hidings: a set-up sees that its time is over
 };
 

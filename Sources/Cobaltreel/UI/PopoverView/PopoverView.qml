@@ -79,6 +79,7 @@ FocusScope {
             }
             MacSegmented {
                 width: parent.width
+                enabled: view.model.choosing
                 selection: view.model.mode
                 options: [{value: "display", title: S.fullScreen}, {value: "window", title: S.window}]
                 Accessible.name: S.whatToRecord
@@ -86,7 +87,9 @@ FocusScope {
             }
             MacDropdown {
                 width: parent.width
+                enabled: view.model.choosing && view.model.window.items.length > 0
                 visible: view.model.mode === "window"
+                name: S.window
                 text: view.model.window.text
                 content: view.model.window.items
                 selection: view.model.window.selection
@@ -94,7 +97,9 @@ FocusScope {
             }
             MacDropdown {
                 width: parent.width
+                enabled: view.model.choosing
                 visible: view.model.mode === "display" && view.model.display.items.length >= 2
+                name: S.fullScreen
                 text: view.model.display.text
                 content: view.model.display.items
                 selection: view.model.display.selection
@@ -107,6 +112,7 @@ FocusScope {
             }
             CameraSection {
                 width: parent.width
+                enabled: view.model.choosing
                 model: view.model
             }
             Column {
@@ -115,6 +121,8 @@ FocusScope {
 
                 MacDropdown {
                     width: parent.width
+                    enabled: view.model.choosing && view.model.mic.items.length > 0
+                    name: S.microphone
                     text: view.model.mic.text
                     content: view.model.mic.items
                     selection: view.model.mic.selection
@@ -132,11 +140,12 @@ FocusScope {
                     color: Color.warning
                     font.pixelSize: TextSize.tight
                     wrapMode: Text.WordWrap
-                    maximumLineCount: 3
+                    maximumLineCount: 8
                 }
             }
             MacToggleRow {
                 width: parent.width
+                enabled: view.model.choosing
                 label: S.systemAudio
                 isOn: view.model.systemAudioEnabled
                 stretch: true
@@ -144,6 +153,7 @@ FocusScope {
             }
             MacToggleRow {
                 width: parent.width
+                enabled: view.model.choosing
                 label: S.autoZoom
                 isOn: view.model.autoZoomEnabled
                 stretch: true
@@ -184,6 +194,7 @@ FocusScope {
                     anchors.leftMargin: 8
                     anchors.verticalCenter: parent.verticalCenter
                     label: S.shortcut
+                    meaning: S.shortcutMeaning
                     color: Color.secondaryText
                     font.pixelSize: TextSize.caption
                 }

@@ -6,8 +6,7 @@ namespace cobaltreel {
 
 void SettingsWindow::open() {
     if (isOpen()) {
-        window_->raise();
-        window_->requestActivate();
+        AppWindows::bringForward(*window_);
         return;
     }
     const View view =

@@ -3,12 +3,15 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
 #include "Cobaltreel/UI/Windows/RenderingChoice.hpp"
+#include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
 #include <QPointer>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QScreen>
+#include <cstdint>
+#include <utility>
 
 namespace cobaltreel {
 namespace {
@@ -20,6 +23,11 @@ constexpr QSize frameRoom(16, 48);
 void layOut(QQuickItem& item) {
     for (QQuickItem* child : item.childItems()) layOut(*child);
     item.ensurePolished();
+}
+
+std::shared_ptr<platform::WindowManager>& windowManager() {
+    static std::shared_ptr<platform::WindowManager> manager;
+    return manager;
 }
 
 }  // namespace
@@ -68,12 +76,31 @@ void AppWindows::layOutContent(const QQuickView& window, double width) {
     layOut(*root);
 }
 
+void AppWindows::setWindowManager(std::shared_ptr<platform::WindowManager> manager) {
+    windowManager() = std::move(manager);
+}
+
+QRect AppWindows::room(const QScreen& screen) { return roomOf(screen, windowManager().get()); }
+
+void AppWindows::bringForward(QWindow& window) {
+    window.show();
+    window.raise();
+    platform::WindowManager* const manager = windowManager().get();
+    if (!manager || QGuiApplication::platformName() != QLatin1String("xcb")) {
+        window.requestActivate();
+        return;
+    }
+    const auto number = static_cast<std::uint32_t>(window.winId());
+    manager->preferDark(number);
+    manager->activate(number);
+}
+
 std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& title, QSize size) {
     auto window = std::make_unique<AppWindow>(&engine(), nullptr);
     window->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                      Qt::WindowCloseButtonHint);
     window->setTitle(title);
-    const QRect room = window->screen() ? window->screen()->availableGeometry() : QRect(QPoint(), size);
+    const QRect room = window->screen() ? AppWindows::room(*window->screen()) : QRect(QPoint(), size);
     const QSize fitting = window->screen() ? size.boundedTo(room.size() - frameRoom) : size;
     window->setMinimumSize(fitting);
     window->setMaximumSize(fitting);
@@ -81,9 +108,7 @@ std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& 
     setLocalizedContent(*window, view);
     window->setPosition(room.x() + (room.width() - fitting.width()) / 2,
                         room.y() + (room.height() - fitting.height()) / 2);
-    window->show();
-    window->raise();
-    window->requestActivate();
+    bringForward(*window);
     return window;
 }
 

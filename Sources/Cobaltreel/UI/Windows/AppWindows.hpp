@@ -8,6 +8,11 @@
 #include <memory>
 
 class QQmlEngine;
+class QScreen;
+
+namespace platform {
+class WindowManager;
+}
 
 namespace cobaltreel {
 
@@ -45,6 +50,13 @@ struct AppWindows {
     /// be closed but not resized or minimised. Already shown, centred on the screen, in front and with the
     /// keyboard. Its content follows the interface language. The caller keeps it.
     static std::unique_ptr<AppWindow> present(const View& view, const QString& title, QSize size);
+
+    /// Shows a window before all others, with the keyboard, as the answer to what the user just did.
+    static void bringForward(QWindow& window);
+    /// What panels and docks leave of a screen, in points.
+    static QRect room(const QScreen& screen);
+    /// Who is asked for both; without it the toolkit does what it can.
+    static void setWindowManager(std::shared_ptr<platform::WindowManager> manager);
 
     /// Wraps a view of a window that is shown by other means, such as the popover.
     static void setLocalizedContent(QQuickView& window, const View& view);

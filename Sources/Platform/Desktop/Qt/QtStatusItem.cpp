@@ -4,10 +4,12 @@
 #include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
+#include <QAction>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QIconEngine>
 #include <QImage>
+#include <QMenu>
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
@@ -86,12 +88,31 @@ class QtStatusItem final : public StatusItem {
         QObject::connect(icon_.get(), &QSystemTrayIcon::activated, icon_.get(),
                          [this](QSystemTrayIcon::ActivationReason reason) {
                              // The first click of a double one has been told already.
-                             if (reason != QSystemTrayIcon::DoubleClick) actions_.clicked();
+                             if (reason != QSystemTrayIcon::DoubleClick && reason != QSystemTrayIcon::Context)
+                                 actions_.clicked();
                          });
+        if (actions_.menu) makeMenu();
         drawLabel();
         icon_->show();
     }
+    void makeMenu() {
+        menu_ = std::make_unique<QMenu>();
+        for (std::size_t line = 0; line < actions_.menu().size(); ++line)
+            QObject::connect(menu_->addAction(QString()), &QAction::triggered, menu_.get(),
+                             [this, line] { actions_.menu().at(line).chosen(); });
+        QObject::connect(menu_.get(), &QMenu::aboutToShow, menu_.get(), [this] { writeMenu(); });
+        icon_->setContextMenu(menu_.get());
+    }
+    void writeMenu() {
+        if (!menu_) return;
+        const auto lines = actions_.menu();
+        for (std::size_t line = 0; line < lines.size(); ++line)
+            menu_->actions()
+                .at(static_cast<qsizetype>(line))
+                ->setText(QString::fromStdString(lines[line].title));
+    }
     void drawLabel() {
+        writeMenu();
         icon_->setIcon(QIcon(new LabelIcon(actions_.draw, label_)));
         icon_->setToolTip(
             label_.text.empty() ? title_ : title_ + QLatin1Char(' ') + QString::fromStdString(label_.text));
@@ -111,7 +132,8 @@ class QtStatusItem final : public StatusItem {
     StatusLabel label_;
     NotifierTray notifierTray_;
     std::unique_ptr<XcbTrayWatch> embeddingTray_;
-    std::unique_ptr<QSystemTrayIcon> icon_;
+    std::unique_ptr<QMenu> menu_;
+    std::unique_ptr<QSystemTrayIcon> icon_;  // shows the menu
 };
 
 }  // namespace

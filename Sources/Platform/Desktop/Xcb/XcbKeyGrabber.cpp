@@ -3,6 +3,7 @@
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Desktop/Xcb/XcbEventThread.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
+#include "Platform/Desktop/Xcb/XcbRawInput.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <algorithm>
@@ -30,22 +31,6 @@ bool grabKey(const XcbConnection& connection, xcb_keycode_t keycode, std::uint16
                                                      keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
 }
 
-bool watchRawKeys(const XcbConnection& connection) {
-    if (connection.extension(xcb_input_id) == nullptr) return false;
-    // From 2.1 on raw events come through other programs' grabs.
-    const auto version = connection.reply(xcb_input_xi_query_version_reply,
-                                          xcb_input_xi_query_version(connection.get(), 2, 1));
-    if (!version || std::pair(version->major_version, version->minor_version) <
-                        std::pair<std::uint16_t, std::uint16_t>(2, 1))
-        return false;
-    struct {
-        xcb_input_event_mask_t head;
-        std::uint32_t mask;
-    } const wanted{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS};
-    return connection.succeeded(
-        xcb_input_xi_select_events_checked(connection.get(), connection.root(), 1, &wanted.head));
-}
-
 /// Presses of one key with any modifiers.
 class PressOfKey {
   public:
@@ -70,21 +55,65 @@ class PressOfKey {
     bool watchesRawKeys_;
 };
 
-/// Presses of a grabbed chord. A key held down repeats as pairs of a release and a press at one moment.
+/// The keys of one modifier, and whether the chord has it.
+class HeldModifier {
+  public:
+    HeldModifier(std::vector<xcb_keycode_t> keys, bool wanted) : keys_(std::move(keys)), wanted_(wanted) {}
+
+    void follow(xcb_keycode_t key, bool press) {
+        if (std::ranges::find(keys_, key) == keys_.end()) return;
+        std::erase(held_, key);
+        if (press) held_.push_back(key);
+    }
+    bool isAsWanted() const { return held_.empty() != wanted_; }
+
+  private:
+    std::vector<xcb_keycode_t> keys_;
+    bool wanted_;
+    std::vector<xcb_keycode_t> held_;
+};
+
+/// Presses of a grabbed chord. Where another program grabs one of its modifiers, such as the key that opens
+/// a menu, our grab stays silent and the raw events tell.
 class PressOfChord {
   public:
+    PressOfChord(xcb_keycode_t key, std::vector<HeldModifier> modifiers)
+        : key_(key), modifiers_(std::move(modifiers)) {}
+
     bool operator()(XcbConnection&, const xcb_generic_event_t& event) {
         const auto type = event.response_type & 0x7f;
-        if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) return false;
-        const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
-        if (type == XCB_KEY_RELEASE) {
-            releasedAt_ = key.time;
-            return false;
+        if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+            const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
+            return key.detail == key_ && isGrabbedPress(type == XCB_KEY_PRESS, key.time);
         }
-        return key.time != releasedAt_;
+        if (type != XCB_GE_GENERIC) return false;
+        const auto& raw = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
+        const bool press = raw.event_type == XCB_INPUT_RAW_KEY_PRESS;
+        if (!press && raw.event_type != XCB_INPUT_RAW_KEY_RELEASE) return false;
+        for (HeldModifier& modifier : modifiers_)
+            modifier.follow(static_cast<xcb_keycode_t>(raw.detail), press);
+        return raw.detail == key_ && isRawPress(press, raw.time);
     }
 
   private:
+    /// A key held down repeats as pairs of a release and a press at one moment.
+    bool isGrabbedPress(bool press, xcb_timestamp_t time) {
+        if (!press) releasedAt_ = time;
+        return press && time != releasedAt_ && isFirst(time);
+    }
+    bool isRawPress(bool press, xcb_timestamp_t time) {
+        const bool repeats = std::exchange(isDown_, press) && press;
+        return press && !repeats &&
+               std::ranges::all_of(modifiers_, [](const auto& each) { return each.isAsWanted(); }) &&
+               isFirst(time);
+    }
+    /// One press comes both ways.
+    bool isFirst(xcb_timestamp_t time) { return std::exchange(toldOf_, time) != time; }
+
+    xcb_keycode_t key_;
+    std::vector<HeldModifier> modifiers_;
+    bool isDown_ = false;
+    xcb_timestamp_t toldOf_ = 0;
     xcb_timestamp_t releasedAt_ = 0;
 };
 
@@ -97,7 +126,7 @@ std::unique_ptr<KeyGrab> XcbKeyGrabber::grabEscape(std::function<void()> pressed
     XcbConnection connection(displayName_);
     constexpr xcb_keysym_t escapeKeysym = 0xff1b;  // XK_Escape
     auto keycodes = keycodesOf(connection, escapeKeysym);
-    const bool watchesRawKeys = watchRawKeys(connection);
+    const bool watchesRawKeys = watchRawInput(connection, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS);
     bool grabbed = !keycodes.empty();
     for (const xcb_keycode_t keycode : keycodes)
         grabbed = grabKey(connection, keycode, XCB_MOD_MASK_ANY) && grabbed;
@@ -125,7 +154,16 @@ std::unique_ptr<KeyGrab> XcbKeyGrabber::grabChord(const KeyChord& chord, std::fu
                                     " of display " + connection.name() +
                                     " is taken by another program; free it in that program's settings.");
     }
-    return std::make_unique<XcbKeyGrab>(std::move(connection), PressOfChord(), mainLoop_, std::move(pressed));
+    watchRawInput(connection,
+                  XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE);
+    std::vector<HeldModifier> held;
+    for (const auto& [mask, wanted] : {std::pair{masks.alt, chord.option},
+                                       {masks.super, chord.command},
+                                       {static_cast<std::uint16_t>(XCB_MOD_MASK_SHIFT), false},
+                                       {static_cast<std::uint16_t>(XCB_MOD_MASK_CONTROL), false}})
+        held.emplace_back(keycodesOfModifier(connection, mask), wanted);
+    return std::make_unique<XcbKeyGrab>(std::move(connection), PressOfChord(keycode, std::move(held)),
+                                        mainLoop_, std::move(pressed));
 }
 
 }  // namespace platform

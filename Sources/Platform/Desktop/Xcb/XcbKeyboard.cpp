@@ -58,6 +58,18 @@ ModifierMasks modifierMasks(const XcbConnection& connection) {
     return masks;
 }
 
+std::vector<xcb_keycode_t> keycodesOfModifier(const XcbConnection& connection, std::uint16_t mask) {
+    const auto mapping = connection.reply(xcb_get_modifier_mapping_reply,
+                                          xcb_get_modifier_mapping_unchecked(connection.get()));
+    std::vector<xcb_keycode_t> keycodes;
+    if (!mapping) return keycodes;
+    const xcb_keycode_t* all = xcb_get_modifier_mapping_keycodes(mapping.get());
+    for (int i = 0; i < 8 * mapping->keycodes_per_modifier; ++i)
+        if ((mask >> (i / mapping->keycodes_per_modifier) & 1) != 0 && all[i] != 0)
+            keycodes.push_back(all[i]);
+    return keycodes;
+}
+
 std::vector<std::uint16_t> ModifierMasks::statesOfLockKeys() const {
     std::vector<std::uint16_t> states{0};
     for (const std::uint16_t lock : {static_cast<std::uint16_t>(XCB_MOD_MASK_LOCK), numLock, scrollLock}) {

@@ -13,6 +13,9 @@ std::vector<xcb_keycode_t> keycodesOf(const XcbConnection& connection, xcb_keysy
 /// The key that bears a digit, 0 … 9, on an ANSI keyboard. X numbers that row the same on every keyboard.
 xcb_keycode_t keycodeOfDigit(int digit);
 
+/// The keys of the modifiers in `mask`, bits of an event's state.
+std::vector<xcb_keycode_t> keycodesOfModifier(const XcbConnection& connection, std::uint16_t mask);
+
 /// Which bits of an event's state stand for which modifier.
 struct ModifierMasks {
     std::uint16_t alt = XCB_MOD_MASK_1;

@@ -122,7 +122,7 @@ TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
 
     click("Window", QAccessible::RadioButton);
     EXPECT_TRUE(waitUntil([&] { return coordinator->mode() == CaptureMode::window; }));
-    click("Editor — Window 101", QAccessible::ButtonMenu);
+    click("Window: Editor — Window 101", QAccessible::ButtonMenu);
     click("Editor — Window 102", QAccessible::MenuItem);
     EXPECT_TRUE(waitUntil([&] { return coordinator->selectedWindowID() == 102U; }));
     click("Full Screen", QAccessible::RadioButton);
@@ -144,7 +144,7 @@ TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
     EXPECT_TRUE(waitUntil([&] { return coordinator->bubbleSizeFraction() == 0.35; }));
     click("Cutout", QAccessible::RadioButton);
     EXPECT_TRUE(waitUntil([&] { return coordinator->cameraStyle() == CameraStyle::cutout; }));
-    click("Studio Microphone", QAccessible::ButtonMenu);
+    click("Microphone: Studio Microphone", QAccessible::ButtonMenu);
     click("Microphone", QAccessible::MenuItem);
     EXPECT_TRUE(waitUntil([&] { return coordinator->selectedMicID() == "mic"; }));
     click("System audio", QAccessible::CheckBox);
@@ -177,10 +177,16 @@ TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
 
     click("Start Recording");
     ASSERT_TRUE(waitUntil([&] { return countdown->isRunning(); }));
+    EXPECT_FALSE(panel->isOpen()) << "it is not in the way of what is recorded";
     countdown->complete();
-    EXPECT_TRUE(waitUntil([&] { return control("Stop Recording") != nullptr; }));
+    ASSERT_TRUE(waitUntil([&] { return coordinator->state() == State::recording; }));
+    time->advance(1);
+    panel->toggle(tray);
+    click("Camera", QAccessible::CheckBox);
+    click("Camera style", QAccessible::PageTabList);
     click("Stop Recording");
     EXPECT_TRUE(waitUntil([&] { return coordinator->state() == State::idle; }));
+    EXPECT_TRUE(coordinator->cameraEnabled()) << "a recording goes on as it began";
 }
 
 TEST_F(PanelDesktopTest, TheKeyboardReachesEveryControlAndReturnStarts) {
@@ -198,9 +204,9 @@ TEST_F(PanelDesktopTest, TheKeyboardReachesEveryControlAndReturnStarts) {
         EXPECT_TRUE(panel->activeFocusItem()->property("showsFocus").toBool()) << name.toStdString();
     }
     for (const char* name :
-         {"Start Recording", "What to record", "Camera", "Mirror", "HD Webcam C920", "Top left", "Top right",
-          "Bottom left", "Bottom right", "Bubble size", "Camera style", "Studio Microphone", "System audio",
-          "Auto-zoom", "Quit Cobaltreel", "Settings"})
+         {"Start Recording", "What to record", "Camera", "Mirror", "Camera: HD Webcam C920", "Top left",
+          "Top right", "Bottom left", "Bottom right", "Bubble size", "Camera style",
+          "Microphone: Studio Microphone", "System audio", "Auto-zoom", "Quit Cobaltreel", "Settings"})
         EXPECT_TRUE(reached.contains(name)) << name;
     EXPECT_FALSE(reached.contains(QString())) << "a control without a name";
 
@@ -222,7 +228,7 @@ TEST_F(PanelDesktopTest, AfterAClickReturnStillStarts) {
     click("Top left");
     EXPECT_TRUE(waitUntil([&] { return coordinator->cameraCorner() == CameraCorner::topLeft; }));
     coordinator->setCameraCorner(CameraCorner::topRight);
-    click("Studio Microphone", QAccessible::ButtonMenu);
+    click("Microphone: Studio Microphone", QAccessible::ButtonMenu);
     EXPECT_TRUE(waitUntil([&] { return control("Studio Microphone", QAccessible::MenuItem) != nullptr; }));
     click("Studio Microphone", QAccessible::MenuItem);
     EXPECT_TRUE(waitUntil([&] { return control("Studio Microphone", QAccessible::MenuItem) == nullptr; }));
@@ -235,7 +241,7 @@ TEST_F(PanelDesktopTest, ClosesOnEscapeAndWithTheFocusAndTheSetUpWithIt) {
     OtherApplication other;
     open();
     EXPECT_TRUE(waitUntil([&] { return bubble->isShown; }));
-    click("HD Webcam C920", QAccessible::ButtonMenu);
+    click("Camera: HD Webcam C920", QAccessible::ButtonMenu);
     EXPECT_TRUE(waitUntil([&] { return control("HD Webcam C920", QAccessible::MenuItem) != nullptr; }));
     input.key(escape);
     EXPECT_TRUE(waitUntil([&] { return control("HD Webcam C920", QAccessible::MenuItem) == nullptr; }));
@@ -279,7 +285,7 @@ TEST_F(PanelDesktopTest, NothingIsClippedInEitherLanguage) {
             save(name);
             EXPECT_EQ(shortened(panel->rootObject()).join(" | "), "") << name;
         };
-        EXPECT_TRUE(waitUntil([&] { return control("HD Webcam C920") != nullptr; }));
+        EXPECT_TRUE(waitUntil([&] { return control(S::camera() + ": HD Webcam C920") != nullptr; }));
         ASSERT_TRUE(waitUntil([&] { return devices().isRunning(); }));
         devices().deliverSound(1000, 0.03F);
         time->advance(0.06);
@@ -308,9 +314,11 @@ TEST_F(PanelDesktopTest, NothingIsClippedInEitherLanguage) {
         click(S::startRecording());
         ASSERT_TRUE(waitUntil([&] { return countdown->isRunning(); }));
         countdown->complete();
+        EXPECT_TRUE(waitUntil([&] { return coordinator->state() == State::recording; }));
+        panel->open(tray);
         EXPECT_TRUE(waitUntil([&] { return control(S::stopRecording()) != nullptr; }));
         Q_EMIT coordinator->deviceMessage(
-            S::microphoneSilent().arg("A headset with a rather long name (USB)"), {});
+            S::microphoneSilent().arg("A headset with a rather long name (USB)"), {}, "mic");
         expectWhole("panel-recording");
         coordinator->toggle();
         EXPECT_TRUE(waitUntil([&] { return coordinator->state() == State::idle; }));

@@ -113,13 +113,13 @@ TEST_F(PopoverModelTest, EveryChangeOfTheCoordinatorReachesTheView) {
 }
 
 TEST_F(PopoverModelTest, ANoticeStandsUntilTheNextRecording) {
-    Q_EMIT coordinator->deviceMessage("The camera was unplugged.", {});
+    Q_EMIT coordinator->deviceMessage("The camera was unplugged.", {}, "cam");
     EXPECT_EQ(model->notice(), "The camera was unplugged.");
     choose();
     EXPECT_EQ(model->notice(), "The camera was unplugged.");
     record();
     EXPECT_EQ(model->notice(), "");
-    Q_EMIT coordinator->deviceMessage("The microphone is silent.", {});
+    Q_EMIT coordinator->deviceMessage("The microphone is silent.", {}, "mic");
     stop();
     EXPECT_EQ(model->notice(), "The microphone is silent.");
 }
@@ -164,14 +164,16 @@ TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothi
     EXPECT_EQ(restartsBy(change), 0);
 }
 
-TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainAfterARecordingAndAClosedOneLeavesNothingOn) {
+TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainWhenItIsTurnedToAfterARecording) {
     appear();
     for (int take = 0; take < 2; ++take) {
         record();
         stop();
         EXPECT_FALSE(bubble->isShown);
-        time->advance(0.6);
-        EXPECT_TRUE(bubble->isShown) << take;
+        time->advance(5);
+        EXPECT_FALSE(bubble->isShown) << "the user looks at the preview";
+        model->turnTo();
+        EXPECT_TRUE(eventually([&] { return bubble->isShown; })) << take;
         ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
         devices().deliverSound(time->now(), 0.04F);
         time->advance(0.06);
@@ -192,6 +194,57 @@ TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainAfterARecordingAndAClose
     countdown->cancel();
     ASSERT_TRUE(reaches(State::idle));
     EXPECT_FALSE(bubble->isShown || coordinator->previewActive());
+}
+
+TEST_F(PopoverModelTest, APanelOpenedDuringARecordingHasAMeter) {
+    record();
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
+    const auto level = [&] {
+        devices().deliverSound(time->now(), 0.04F);
+        time->advance(0.06);
+        return model->micLevel();
+    };
+    EXPECT_TRUE(eventually([&] { return level() > 0.1; }));
+    stop();
+}
+
+TEST_F(PopoverModelTest, WhatIsMissingIsSaidAndADeviceThatComesLaterIsTakenUp) {
+    L::current = Language::en;
+    const auto all = capture->scriptedDevices;
+    capture->scriptedDevices = {};
+    model->appear();
+    ASSERT_TRUE(eventually([&] { return coordinator->devicesKnown(); }));
+    EXPECT_EQ(model->notice(), S::cameraMissing() + '\n' + S::microphoneMissing());
+    model->setCameraEnabled(false);
+    EXPECT_EQ(model->notice(), S::microphoneMissing());
+    model->setCameraEnabled(true);
+    record();
+    EXPECT_EQ(model->notice(), S::cameraMissing() + '\n' + S::microphoneMissing());
+    stop();
+    model->turnTo();
+    time->drain();
+    capture->changeDevices(all);
+    EXPECT_TRUE(eventually([&] { return bubble->isShown; }));
+    EXPECT_EQ(model->notice(), "");
+
+    capture->unavailableError = platform::PlatformError("Capture", 0, "PipeWire does not answer");
+    model->disappear();
+    model->appear();
+    EXPECT_TRUE(eventually([&] { return model->notice() == S::mediaServerMissing(); }));
+    L::current = Language::he;
+}
+
+TEST_F(PopoverModelTest, EachTopicHasALineOfItsOwn) {
+    appear();
+    model->setNotice(PopoverModel::hotKeyTopic, "The keys are taken.");
+    Q_EMIT coordinator->deviceMessage("The camera is gone.", {}, "cam");
+    Q_EMIT coordinator->deviceMessage("The microphone is gone.", {}, "mic");
+    Q_EMIT coordinator->deviceMessage("The microphone is back.", {}, "mic");
+    EXPECT_EQ(model->notice(), "The keys are taken.\nThe camera is gone.\nThe microphone is back.");
+    record();
+    EXPECT_EQ(model->notice(), "The keys are taken.");
+    stop();
 }
 
 TEST_F(PopoverModelTest, APanelThatIsTurnedToAgainOffersWhatHasBeenOpenedMeanwhile) {
