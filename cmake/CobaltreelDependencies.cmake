@@ -21,11 +21,11 @@ add_library(LibYuv INTERFACE)
 target_link_libraries(LibYuv INTERFACE ${LIBYUV_LIBRARY})
 target_include_directories(LibYuv SYSTEM INTERFACE ${LIBYUV_INCLUDE_DIR})
 
-# OpenCV's CMake package comes only with all of its modules and what those need; these four are enough.
+# OpenCV's CMake package comes only with all of its modules and what those need; these three are enough.
 find_path(OPENCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4 REQUIRED)
 add_library(OpenCv INTERFACE)
 target_include_directories(OpenCv SYSTEM INTERFACE ${OPENCV_INCLUDE_DIR})
-foreach(module core imgproc objdetect dnn)
+foreach(module core imgproc dnn)
     find_library(OPENCV_${module}_LIBRARY opencv_${module} REQUIRED)
     target_link_libraries(OpenCv INTERFACE ${OPENCV_${module}_LIBRARY})
 endforeach()

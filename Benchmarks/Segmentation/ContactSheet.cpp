@@ -1,7 +1,6 @@
 #include "ContactSheet.hpp"
 
-#include <QImage>
-#include <stdexcept>
+#include "Cut.hpp"
 
 #include <opencv2/imgproc.hpp>
 
@@ -39,10 +38,7 @@ void ContactSheet::write(const std::string& file, int columns) const {
     for (int i = 0; i < static_cast<int>(tiles_.size()); ++i)
         tiles_[static_cast<std::size_t>(i)].copyTo(
             sheet(cv::Rect({i % columns * tileSize.width, i / columns * tileSize.height}, tileSize)));
-    const QImage picture(sheet.data, sheet.cols, sheet.rows, static_cast<qsizetype>(sheet.step),
-                         QImage::Format_BGR888);
-    if (!picture.save(QString::fromStdString(file), "PNG"))
-        throw std::runtime_error("The contact sheet " + file + " can't be written.");
+    writePictureFile(file, sheet);
 }
 
 }  // namespace cobaltreel::benchmarks

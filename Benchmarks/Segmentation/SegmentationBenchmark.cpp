@@ -3,15 +3,15 @@
 
 #include "Cobaltreel/Export/RenderedSession.hpp"
 #include "ContactSheet.hpp"
+#include "Cut.hpp"
+#include "Pictures.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
 #include "Scores.hpp"
 
 #include <array>
-#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <iostream>
 
@@ -27,7 +27,7 @@ using rendered::Scene;
 struct Options {
     unsigned seed = 90210;
     bool longer = false, json = false, verbose = false;
-    std::string sheet, session;
+    std::string sheet, session, pictures;
 };
 
 struct Level {
@@ -35,32 +35,6 @@ struct Level {
     Quality quality;
     Scores scores{};
 };
-
-struct Cut {
-    cv::Mat1b mask;
-    double cpuMs, wallMs;
-};
-
-double threadMs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) * 1e-6;
-}
-
-Cut cut(platform::PersonSegmentationRequest& request, const platform::PixelBuffer& frame) {
-    const double cpu = threadMs();
-    const auto start = std::chrono::steady_clock::now();
-    const auto masks = request.perform(frame);
-    const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start;
-    Cut result{{}, threadMs() - cpu, wall.count()};
-    if (!masks.empty()) {
-        const auto& plane = masks.front()->plane();
-        result.mask = cv::Mat1b(cv::Mat(plane.height, plane.width, CV_8UC1, plane.data,
-                                        static_cast<std::size_t>(plane.stride)))
-                          .clone();
-    }
-    return result;
-}
 
 void judgeTake(const Scene& scene, int frames, double step, platform::VisionService& vision,
                std::array<Level, 2>& levels, ContactSheet& sheet, const Options& options) {
@@ -147,6 +121,10 @@ int run(const Options& options) {
     cv::setNumThreads(1);  // the figures are those of one core
     platform::OpenCvVisionService vision{std::filesystem::path()};
     std::fprintf(stderr, "%s\n", vision.implementation().c_str());
+    if (!options.pictures.empty()) {
+        cutPictures(options.pictures, options.sheet.empty() ? "pictures.png" : options.sheet, vision);
+        return 0;
+    }
     std::array<Level, 2> levels = {Level{"fast", Quality::fast}, Level{"accurate", Quality::accurate}};
     ContactSheet sheet;
     // Ten frames a second make every movement twice as large as the live view sees it.
@@ -176,6 +154,9 @@ int main(int argc, char** argv) {
     app.add_option("--seed", options.seed, "another set of people and rooms");
     app.add_option("--session", options.session,
                    "measure nothing; write a session with such a person into this folder");
+    app.add_option("--pictures", options.pictures,
+                   "cut people out of the PNG and JPEG pictures in this folder instead, onto a sheet to look at "
+                   "(--sheet, pictures.png without it), and print the overlap with NAME.mask.png where there is one");
     CLI11_PARSE(app, argc, argv);
     try {
         return cobaltreel::benchmarks::run(options);

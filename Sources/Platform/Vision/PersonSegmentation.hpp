@@ -20,7 +20,8 @@ class PersonSegmentationRequest {
     virtual ~PersonSegmentationRequest() = default;
 
     /// The masks found in `frame` (bgra or i420): gray8 buffers, 255 = person, of any size, covering
-    /// the whole frame; none when nobody is there. Throws PlatformError when the request fails.
+    /// the whole frame; black when whoever was there has left, none when nobody was there yet. Throws
+    /// PlatformError when the request fails.
     virtual std::vector<ConstPixelBufferRef> perform(const PixelBuffer& frame) = 0;
 };
 

@@ -237,6 +237,34 @@ TEST_F(FrameComposerTest, TheCutoutShowsThePersonAlone) {
     EXPECT_EQ(vision->levels, std::vector{ScriptedVision::QualityLevel::accurate});
 }
 
+TEST_F(FrameComposerTest, ThePersonIsCutOutBeforeBeingMadeSmaller) {
+    plan.options.bubble = true;
+    plan.options.cameraStyle = CameraStyle::cutout;
+    plan.meta.captureHeightPx = plan.hOut = 200;
+    plan.meta.bubbleSizeFraction = 0.25;  // a quarter of the camera's picture, six pixels from the corner
+    const auto isPerson = [](int x, int y) { return std::hypot(x - 160, y - 100) < 60; };
+    const auto camera =
+        picture(320, 200, [&](int x, int y) { return isPerson(x, y) ? Pixel{40, 40, 40} : white; });
+    const auto mask = gray(320, 200, 0);
+    for (int y = 0; y < 200; ++y)
+        for (int x = 0; x < 320; ++x)
+            mask->plane().data[y * mask->plane().stride + x] = isPerson(x, y) ? 255 : 0;
+    vision->script = {[&] { return Masks{mask}; }};
+
+    const auto soft = PersonSegmenter(PersonSegmenter::Quality::fast, vision).mask(camera);
+    const auto cut = PersonSegmenter::apply(*soft, Image::fromBuffer(camera));
+    const ConstPixelBufferRef person = context.makeBitmap(*cut, 320, 200);
+    const auto expected = context.makeBitmap(Image::fromBuffer(person).scaled(0.25, 0.25), 80, 50);
+
+    // On black, where the shadow does not show.
+    render(makeComposer().compose(plain(320, 200, {0, 0, 0}), camera, 0));
+    for (int y = 0; y < 50; ++y)
+        for (int x = 0; x < 80; ++x)
+            ASSERT_NEAR(at(6 + x, 144 + y).red,
+                        expected->plane().data[y * expected->plane().stride + 4 * x + 2], 1)
+                << x << ", " << y;
+}
+
 TEST_F(FrameComposerTest, AnUnchangedFrameIsTheSameRecipe) {
     plan.options.bubble = plan.options.clickRipples = plan.options.autoZoom = true;
     plan.preparedClicks = {{2, 10, 10}};

@@ -101,7 +101,7 @@ TEST_F(NeuralModelTest, NobodyInThePictureGivesNoMask) {
     EXPECT_EQ(right, -1);
 }
 
-TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndClassicalVisionServes) {
+TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndTheProgramsOwnServes) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const std::string good = onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"});
     struct Case {
@@ -109,6 +109,8 @@ TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndClassicalVisionServes) {
         std::string bytes;
         const char* sidecar;
     };
+    std::filesystem::create_directory(folder / "own");
+    const auto own = write("own/own.onnx", good);
     const std::vector<Case> cases = {
         {"empty", "", nullptr},
         {"text", "this is no network", nullptr},
@@ -126,11 +128,18 @@ TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndClassicalVisionServes) {
         const auto file = write("a.onnx", c.bytes);
         std::filesystem::remove(folder / "a.json");
         if (c.sidecar) write("a.json", c.sidecar);
-        OpenCvVisionService service(folder);
+        OpenCvVisionService service(folder, own);
         const std::string told = service.implementation();
-        EXPECT_EQ(told.find("neural model"), std::string::npos) << told;
+        EXPECT_NE(told.find("neural model " + own.string()), std::string::npos) << told;
         EXPECT_NE(told.find(file.string()), std::string::npos) << told;
-        EXPECT_EQ(ask(service, *cobaltreel::rendered::asBgra(halfRed())).first, -1);
+        EXPECT_FALSE(service.unavailable());
+        EXPECT_GT(ask(service, *cobaltreel::rendered::asBgra(halfRed())).second, 215);
+
+        OpenCvVisionService alone(folder, {});
+        ASSERT_TRUE(alone.unavailable());
+        const std::string reason = alone.unavailable()->description();
+        EXPECT_NE(reason.find(file.string()), std::string::npos) << reason;
+        EXPECT_THROW(ask(alone, *cobaltreel::rendered::asBgra(halfRed())), PlatformError);
     }
 }
 
@@ -152,9 +161,9 @@ TEST_F(NeuralModelTest, TheEnvironmentNamesTheModelBeforeTheFolder) {
     const auto named =
         write("elsewhere/mine.onnx", onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"}));
     setenv("COBALTREEL_SEGMENTATION_MODEL", named.c_str(), 1);
-    EXPECT_NE(OpenCvVisionService(folder).implementation().find(named.string()), std::string::npos);
+    EXPECT_NE(OpenCvVisionService(folder, {}).implementation().find(named.string()), std::string::npos);
     setenv("COBALTREEL_SEGMENTATION_MODEL", (folder / "gone.onnx").c_str(), 1);
-    const std::string told = OpenCvVisionService(folder).implementation();
+    const std::string told = OpenCvVisionService(folder, {}).unavailable()->description();
     EXPECT_NE(told.find("gone.onnx can't be used: the file can't be opened"), std::string::npos) << told;
 }
 

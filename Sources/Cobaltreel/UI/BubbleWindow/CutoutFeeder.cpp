@@ -56,7 +56,7 @@ void CutoutFeeder::render(const platform::ConstPixelBufferRef& frame) {
     const int width = std::max(1, static_cast<int>(std::lround(extent.w * scale)));
     const int height = std::max(1, static_cast<int>(std::lround(extent.h * scale)));
     const platform::Image shown =
-        person->translated(-extent.x, -extent.y).scaled(width / extent.w, height / extent.h);
+        person->memoized().translated(-extent.x, -extent.y).scaled(width / extent.w, height / extent.h);
     hand(imageOver(ci_.makeBitmap(shown, width, height), QImage::Format_ARGB32_Premultiplied));
 }
 

@@ -2,7 +2,6 @@
 
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Vision/OpenCv/FramePicture.hpp"
-#include "Platform/Vision/OpenCv/GuidedMatte.hpp"
 #include "Platform/Vision/OpenCv/OnnxFile.hpp"
 
 #include <cmath>
@@ -19,8 +18,6 @@ namespace {
 constexpr int usualSide = 256;
 /// Larger inputs are mistakes in a file, not pictures.
 constexpr std::int64_t largestSide = 4096;
-/// Less of the frame than this is a speck, not a person.
-constexpr double leastPersonShare = 0.002;
 
 PlatformError broken(const std::filesystem::path& file, const std::string& reason, int code = 3) {
     return {"Vision", code, "The segmentation model " + file.string() + " can't be used: " + reason + "."};
@@ -223,21 +220,6 @@ cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
     return 1.0 / sum;
 }
 
-cv::Mat1b NeuralSegmentation::segment(const PixelBuffer& frame, double fineArea) {
-    const cv::Mat3b picture = readPicture(frame, model_.input);
-    const cv::Mat1f person = ask(picture);
-    if (cv::countNonZero(person > 0.5F) < leastPersonShare * static_cast<double>(person.total())) return {};
-    cv::Mat1b mask;
-    person.convertTo(mask, CV_8U, 255);
-    if (fineArea <= 0) return mask;
-    const cv::Mat3b fine = readPicture(frame, workingSize({frame.width(), frame.height()}, fineArea));
-    cv::Mat3f coarse;
-    cv::Mat3b shrunk;
-    cv::resize(fine, shrunk, mask.size(), 0, 0, cv::INTER_AREA);
-    shrunk.convertTo(coarse, CV_32F);
-    cv::Mat1b out;
-    guidedMatte(mask, coarse, fine, 3, 4e-4F).convertTo(out, CV_8U, 255);
-    return out;
-}
+cv::Mat3b NeuralSegmentation::view(const PixelBuffer& frame) const { return readPicture(frame, model_.input); }
 
 }  // namespace platform

@@ -27,20 +27,23 @@ struct NeuralModel {
     static NeuralModel describe(const std::filesystem::path& file);
 };
 
-/// Person segmentation by a network of the user's. Used on one thread at a time.
+/// A network that tells where the person is. Used on one thread at a time.
 class NeuralSegmentation {
   public:
     /// Loads the network and tries it on a picture. Throws PlatformError("Vision", 3) when OpenCV can't
     /// load it, or when it answers with another shape, with numbers that are none, or always the same.
     explicit NeuralSegmentation(const NeuralModel& model);
 
-    /// The person, 0…255; empty when nobody is there. `fineArea`: pixels of the wanted mask; 0 takes the
-    /// network's own size. Throws PlatformError("Vision", 4) when the answer is nonsense.
-    cv::Mat1b segment(const PixelBuffer& frame, double fineArea);
+    const std::filesystem::path& file() const { return model_.file; }
+
+    /// What the network wants to see of a camera frame. Throws PlatformError("Vision", 1) for a frame that is
+    /// no colour picture.
+    cv::Mat3b view(const PixelBuffer& frame) const;
+    /// How likely each pixel of such a view is the person's, 0…1. Throws PlatformError("Vision", 4) when the
+    /// network answers nonsense.
+    cv::Mat1f ask(const cv::Mat3b& view);
 
   private:
-    cv::Mat1f ask(const cv::Mat3b& picture);
-
     NeuralModel model_;
     cv::dnn::Net network_;
 };

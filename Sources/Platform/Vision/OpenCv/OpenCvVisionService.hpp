@@ -1,32 +1,27 @@
 #pragma once
 
+#include "Platform/Vision/OpenCv/PersonNetworks.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
-
-#include <filesystem>
-#include <memory>
 
 namespace platform {
 
-class UserModel;
-
-/// Person segmentation on OpenCV: a neural model of the user's when there is one that works, classical
-/// vision otherwise. Safe on any thread; each request belongs to one.
+/// Person segmentation by a small neural network on OpenCV: the user's own when there is one that works, the
+/// program's otherwise. Safe on any thread; each request belongs to one.
 class OpenCvVisionService : public VisionService {
   public:
-    /// A model is the file that the environment variable COBALTREEL_SEGMENTATION_MODEL names, else the
-    /// first *.onnx, by name, in `modelsFolder` (which need not exist).
-    explicit OpenCvVisionService(std::filesystem::path modelsFolder);
-    ~OpenCvVisionService() override;
+    /// See PersonNetworks for where the networks are looked for. `modelsFolder` need not exist.
+    explicit OpenCvVisionService(std::filesystem::path modelsFolder,
+                                 std::filesystem::path own = ownPersonNetwork());
 
     std::unique_ptr<PersonSegmentationRequest> makePersonSegmentationRequest(
         PersonSegmentationRequest::QualityLevel quality) override;
-    /// Names the way that is used, and why a model that was found is not. Tries the model the first time.
+    /// Names the network that is used, and why another one that was found is not. Tries them the first time.
     std::string implementation() const override;
-    /// Absent with a working model, or with the face cascade that classical vision needs.
+    /// Absent with a network that works.
     std::optional<PlatformError> unavailable() override;
 
   private:
-    std::shared_ptr<UserModel> model_;
+    std::shared_ptr<PersonNetworks> networks_;
 };
 
 }  // namespace platform

@@ -1,5 +1,5 @@
+// The program's own network with all that is done after it, on rendered people.
 #include "Platform/Foundation/PlatformError.hpp"
-#include "Platform/Vision/OpenCv/BandCut.hpp"
 #include "Platform/Vision/OpenCv/FramePicture.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
@@ -30,73 +30,66 @@ double overlap(const cv::Mat1b& mask, const cv::Mat1b& truth) {
     return static_cast<double>(cv::countNonZero(a & b)) / std::max(1, cv::countNonZero(a | b));
 }
 
-class ClassicalSegmentationTest : public ::testing::TestWithParam<Quality> {
+class PersonSegmentationTest : public ::testing::TestWithParam<Quality> {
   protected:
     void SetUp() override {
         unsetenv("COBALTREEL_SEGMENTATION_MODEL");
-        OpenCvVisionService service{std::filesystem::path()};
-        if (const auto reason = service.unavailable()) GTEST_SKIP() << reason->description();
+        if (ownPersonNetwork().empty())
+            GTEST_SKIP() << "the network that finds a person was not fetched when this was built";
+        ASSERT_FALSE(service.unavailable());
         request = service.makePersonSegmentationRequest(GetParam());
     }
+    OpenCvVisionService service{std::filesystem::path()};
     std::unique_ptr<PersonSegmentationRequest> request;
 };
 
-TEST_P(ClassicalSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
+TEST_P(PersonSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
     for (const unsigned seed : {21U, 22U, 23U}) {
-        OpenCvVisionService service{std::filesystem::path()};
         const auto fresh = service.makePersonSegmentationRequest(GetParam());
         const Scene scene({.seed = seed, .room = Room::Kind::office, .motion = Scene::Motion::sway});
         for (const double t : {0.0, 0.1, 0.2, 0.3}) {
             const auto frame = scene.at(t);
-            EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.8)
+            EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.9)
                 << "seed " << seed << " at " << t;
         }
     }
 }
 
-TEST_P(ClassicalSegmentationTest, SaysNobodyWhenThePersonHasLeftAndFindsThemAgain) {
-    const Scene scene({.seed = 5, .room = Room::Kind::bookshelf, .motion = Scene::Motion::leaveAndReturn});
+TEST_P(PersonSegmentationTest, WhoeverHasLeftIsGoneAndIsFoundAgain) {
+    const Scene scene({.seed = 21, .room = Room::Kind::bookshelf, .motion = Scene::Motion::leaveAndReturn});
     int absentFrames = 0, wronglyPresent = 0;
     double last = 0;
-    for (double t = 1.2; t < 5; t += 0.1) {
+    for (double t = 0; t < 5; t += 0.1) {
         const auto frame = scene.at(t);
         const cv::Mat1b mask = maskOf(*request, *asBgra(frame.picture));
+        ASSERT_FALSE(mask.empty()) << "somebody was seen, so there is a mask at " << t;
         if (cv::countNonZero(frame.truth) == 0) {
             ++absentFrames;
-            if (!mask.empty()) ++wronglyPresent;
+            if (cv::countNonZero(mask) > 0) ++wronglyPresent;
         }
         last = overlap(mask, frame.truth);
     }
     EXPECT_GE(absentFrames, 6);
     EXPECT_LE(wronglyPresent, 1);
-    EXPECT_GT(last, 0.8);
+    EXPECT_GT(last, 0.9);
 }
 
-TEST_P(ClassicalSegmentationTest, AStillPersonsMaskStandsStill) {
+TEST_P(PersonSegmentationTest, AStillPersonsMaskStandsStill) {
     const Scene scene({.seed = 31, .room = Room::Kind::window, .motion = Scene::Motion::still, .noise = 5});
     cv::Mat1b before;
     for (int i = 0; i < 12; ++i) {
         const cv::Mat1b mask = maskOf(*request, *asBgra(scene.at(i / 20.0).picture));
         ASSERT_FALSE(mask.empty());
         if (i > 3) {
-            EXPECT_LT(cv::norm(before, mask, cv::NORM_L1), 0.01 * cv::sum(mask)[0]) << "frame " << i;
+            EXPECT_LT(cv::norm(before, mask, cv::NORM_L1), 0.005 * cv::sum(mask)[0]) << "frame " << i;
         }
         before = mask;
     }
 }
 
-TEST_P(ClassicalSegmentationTest, AScreenThatChangesBesideTheHeadStaysInTheRoom) {
-    const Scene scene(cobaltreel::rendered::variedScenes(5, 6).back());
-    ASSERT_EQ(scene.description().room, Room::Kind::changing);
-    for (int i = 0; i < 24; ++i) {
-        const auto frame = scene.at(i / 10.0);
-        EXPECT_GT(overlap(maskOf(*request, *asBgra(frame.picture)), frame.truth), 0.85) << "frame " << i;
-    }
-}
-
-TEST_P(ClassicalSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLookLike) {
-    for (const auto size : {cv::Size(1, 1), cv::Size(3, 200), cv::Size(47, 61), cv::Size(333, 251),
-                            cv::Size(720, 1280), cv::Size(1281, 721)})
+TEST_P(PersonSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLookLike) {
+    for (const auto size : {cv::Size(1, 1), cv::Size(2, 2), cv::Size(4096, 3), cv::Size(3, 200),
+                            cv::Size(47, 61), cv::Size(720, 1280), cv::Size(1281, 721)})
         for (const auto level : {0, 128, 255}) {
             const cv::Mat3b picture(size, cv::Vec3b::all(static_cast<uchar>(level)));
             EXPECT_TRUE(request->perform(*asBgra(picture)).empty()) << size << " at " << level;
@@ -106,33 +99,26 @@ TEST_P(ClassicalSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLook
     for (int i = 0; i < 4; ++i) EXPECT_TRUE(request->perform(*asBgra(room.at(i * 0.3).picture)).empty());
 }
 
-TEST_P(ClassicalSegmentationTest, SurvivesAFrameSizeThatChanges) {
-    for (const auto size : {cv::Size(1280, 720), cv::Size(641, 361), cv::Size(1, 1), cv::Size(960, 540)}) {
+TEST_P(PersonSegmentationTest, FollowsAFrameSizeThatChanges) {
+    for (const auto size : {cv::Size(1280, 720), cv::Size(641, 361), cv::Size(1, 1), cv::Size(1920, 1080),
+                            cv::Size(640, 480)}) {
         const Scene scene({.seed = 21, .room = Room::Kind::plain, .size = size});
         const auto frame = scene.at(0);
         const cv::Mat1b mask = maskOf(*request, *asBgra(frame.picture));
         if (size.width > 1) {
-            EXPECT_GT(overlap(mask, frame.truth), 0.85) << size;
+            EXPECT_GT(overlap(mask, frame.truth), 0.9) << size;
         }
     }
 }
 
-TEST_P(ClassicalSegmentationTest, AGrayPictureIsRefused) {
+TEST_P(PersonSegmentationTest, AGrayPictureIsRefused) {
     EXPECT_THROW(request->perform(PixelBuffer(PixelFormat::gray8, 640, 360)), PlatformError);
 }
 
-INSTANTIATE_TEST_SUITE_P(Qualities, ClassicalSegmentationTest,
+INSTANTIATE_TEST_SUITE_P(Qualities, PersonSegmentationTest,
                          ::testing::Values(Quality::fast, Quality::accurate), [](const auto& level) {
                              return level.param == Quality::fast ? "fast" : "accurate";
                          });
-
-TEST(BandCut, ALonePixelInDoubtKeepsItsSide) {
-    cv::Mat1f odds(9, 9, -9.0F);
-    odds(4, 4) = 1;
-    const cv::Mat1b side =
-        cutAlongEdges(odds, cv::Mat3f(9, 9, cv::Vec3f(0, 0, 0)), {}, cv::Mat1f(9, 9, 0.0F), 6, 4.5F);
-    EXPECT_EQ(cv::countNonZero(side), 1);
-}
 
 TEST(FramePicture, ReadsTheSameColoursFromEveryLayoutOfLumaAndChroma) {
     // Pure red as each standard writes it (ITU-R BT.601 and BT.709, limited and full range).

@@ -1,0 +1,81 @@
+#include "Pictures.hpp"
+
+#include "Cut.hpp"
+#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "Scores.hpp"
+
+#include <QImage>
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <vector>
+
+#include <opencv2/imgproc.hpp>
+
+namespace cobaltreel::benchmarks {
+namespace {
+
+constexpr int tileHeight = 360, largestTileWidth = 640, columns = 2;
+const cv::Vec3b green(40, 180, 40);
+
+cv::Mat3b tileOf(const cv::Mat3b& picture, const cv::Mat1b& mask) {
+    cv::Mat3b cutOut = picture.clone();
+    cv::Mat1b whole(picture.size(), uchar(0));
+    if (!mask.empty()) cv::resize(mask, whole, picture.size(), 0, 0, cv::INTER_LINEAR);
+    for (int y = 0; y < picture.rows; ++y)
+        for (int x = 0; x < picture.cols; ++x)
+            for (int c = 0; c < 3; ++c)
+                cutOut(y, x)[c] = static_cast<uchar>(
+                    (picture(y, x)[c] * whole(y, x) + green[c] * (255 - whole(y, x))) / 255);
+    const double scale = std::min(static_cast<double>(tileHeight) / picture.rows,
+                                  static_cast<double>(largestTileWidth) / picture.cols);
+    cv::Mat3b tile(tileHeight, 2 * largestTileWidth, cv::Vec3b(0, 0, 0));
+    int x = 0;
+    for (const auto& side : {picture, cutOut}) {
+        cv::Mat3b small;
+        cv::resize(side, small, {}, scale, scale, scale < 1 ? cv::INTER_AREA : cv::INTER_LINEAR);
+        small.copyTo(tile(cv::Rect({x, 0}, small.size())));
+        x += largestTileWidth;
+    }
+    return tile;
+}
+
+}  // namespace
+
+void cutPictures(const std::filesystem::path& folder, const std::filesystem::path& sheet,
+                 platform::VisionService& vision) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path().filename().string();
+        const std::string ending = entry.path().extension().string();
+        if ((ending == ".png" || ending == ".jpg" || ending == ".jpeg") && !name.ends_with(".mask.png"))
+            files.push_back(entry.path());
+    }
+    if (files.empty()) throw std::runtime_error("There is no PNG or JPEG picture in " + folder.string() + ".");
+    std::sort(files.begin(), files.end());
+    std::vector<cv::Mat3b> tiles;
+    for (const auto& file : files) {
+        const cv::Mat3b picture = readPictureFile(file);
+        const auto request = vision.makePersonSegmentationRequest(
+            platform::PersonSegmentationRequest::QualityLevel::accurate);
+        const cv::Mat1b mask = cut(*request, *rendered::asBgra(picture)).mask;
+        tiles.push_back(tileOf(picture, mask));
+        std::printf("%-50s %4d x %-4d", file.filename().c_str(), picture.cols, picture.rows);
+        const auto truth = std::filesystem::path(file).replace_extension(".mask.png");
+        if (std::filesystem::exists(truth)) {
+            Scores scores;
+            scores.beginTake();
+            scores.add(mask, readMaskFile(truth), 0, false);
+            std::printf("  overlap %.4f  border %.2f px", scores.meanIoU(), scores.borderPx());
+        }
+        std::printf("%s\n", mask.empty() ? "  nobody" : "");
+    }
+    const int rows = (static_cast<int>(tiles.size()) + columns - 1) / columns;
+    cv::Mat3b whole(rows * tileHeight, columns * 2 * largestTileWidth, cv::Vec3b(0, 0, 0));
+    for (int i = 0; i < static_cast<int>(tiles.size()); ++i)
+        tiles[static_cast<std::size_t>(i)].copyTo(
+            whole(cv::Rect({i % columns * 2 * largestTileWidth, i / columns * tileHeight}, tiles[0].size())));
+    writePictureFile(sheet, whole);
+}
+
+}  // namespace cobaltreel::benchmarks

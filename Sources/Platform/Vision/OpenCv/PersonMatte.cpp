@@ -1,0 +1,121 @@
+#include "Platform/Vision/OpenCv/PersonMatte.hpp"
+
+#include "Platform/Vision/OpenCv/FramePicture.hpp"
+#include "Platform/Vision/OpenCv/GuidedMatte.hpp"
+#include "Platform/Vision/OpenCv/PersonPieces.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include <opencv2/imgproc.hpp>
+
+namespace platform {
+namespace {
+
+using Quality = PersonSegmentationRequest::QualityLevel;
+
+/// Pixels of the mask: a quarter and half of a 1280 × 720 frame's sides.
+constexpr double fastArea = 320 * 180, accurateArea = 640 * 360;
+
+/// What somebody has at least, to be believed and to stay: part of the frame, the network's confidence.
+constexpr double areaToAppear = 0.015, confidenceToAppear = 0.72, areaToStay = 0.004, confidenceToStay = 0.6;
+
+/// The network is in doubt in a wide band; this part of it becomes the border.
+constexpr float doubtFrom = 0.25F, doubtTo = 0.85F;
+/// How far, in its pixels, the soft border reaches to either side of the hard one: fully, and at all.
+constexpr float softReach = 2, softEnd = 5;
+
+/// Differences of colour, of 255: up to the first it is noise, from the second on something moved.
+constexpr float noise = 5, motion = 16;
+
+/// How much of what is new counts, 0…1, by how much the picture has changed.
+cv::Mat1f newness(const cv::Mat3b& before, const cv::Mat3b& now) {
+    cv::Mat difference;
+    cv::absdiff(before, now, difference);
+    cv::blur(difference, difference, {3, 3}, {-1, -1}, cv::BORDER_REPLICATE);
+    cv::Mat1f result(now.size());
+    for (int y = 0; y < result.rows; ++y) {
+        const auto* d = difference.ptr<cv::Vec3b>(y);
+        float* r = result[y];
+        for (int x = 0; x < result.cols; ++x) {
+            const float most = std::max(std::max(d[x][0], d[x][1]), d[x][2]);
+            r[x] = std::clamp((most - noise) / (motion - noise), 0.0F, 1.0F);
+        }
+    }
+    return result;
+}
+
+/// Lets `now` follow `held`: at once where the picture is new, else the slower the smaller the step is, but by
+/// `least` of it.
+void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1f& newness, float least) {
+    for (int y = 0; y < now.rows; ++y) {
+        float* p = now[y];
+        const float *h = held[y], *n = newness[y];
+        for (int x = 0; x < now.cols; ++x) {
+            const float step = p[x] - h[x];
+            p[x] = h[x] + std::min(1.0F, std::max({least, n[x], std::abs(step)})) * step;
+        }
+    }
+}
+
+/// Limits `soft` to what a border of the width `end` around `solid` may be; 1 and 0 beyond it.
+void keepToBorder(cv::Mat1f& soft, const cv::Mat1b& solid, float reach, float end) {
+    cv::Mat1f inside, outside;
+    cv::distanceTransform(solid, inside, cv::DIST_L2, 3);
+    cv::distanceTransform(solid == 0, outside, cv::DIST_L2, 3);
+    for (int y = 0; y < soft.rows; ++y) {
+        float* s = soft[y];
+        const float *in = inside[y], *out = outside[y];
+        for (int x = 0; x < soft.cols; ++x) {
+            if (out[x] > 0)
+                s[x] = std::min(s[x], std::clamp((end - out[x]) / (end - reach), 0.0F, 1.0F));
+            else
+                s[x] = std::max(s[x], std::clamp((in[x] - reach) / (end - reach), 0.0F, 1.0F));
+        }
+    }
+}
+
+}  // namespace
+
+cv::Mat1f PersonMatte::drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view,
+                                      const cv::Mat3b& fine) const {
+    cv::Mat1b coarse;
+    person.convertTo(coarse, CV_8U, 255);
+    cv::Mat3f colours;
+    view.convertTo(colours, CV_32F);
+    return guidedMatte(coarse, colours, fine, 3, 4e-4F);
+}
+
+cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const PixelBuffer& frame) {
+    cv::Mat3b picture = view;
+    if (view.size() != probability.size())
+        cv::resize(view, picture, probability.size(), 0, 0, cv::INTER_AREA);
+    cv::Mat1f person = probability.clone();
+    if (heldView_.size() == picture.size()) hold(person, heldPerson_, newness(heldView_, picture), 0.3F);
+    heldPerson_ = person.clone();
+    heldView_ = picture;
+
+    const PersonPieces pieces = findPerson(person);
+    present_ = pieces.area >= (present_ ? areaToStay : areaToAppear) &&
+               pieces.confidence >= (present_ ? confidenceToStay : confidenceToAppear);
+    seen_ = seen_ || present_;
+    const cv::Size size = workingSize({frame.width(), frame.height()},
+                                      quality_ == Quality::fast ? fastArea : accurateArea);
+    if (!present_) {
+        heldFine_.release();
+        return seen_ ? cv::Mat1b(size, uchar(0)) : cv::Mat1b();
+    }
+    person = (person - doubtFrom) / (doubtTo - doubtFrom);
+    keepToBorder(person, pieces.solid, softReach, softEnd);
+
+    const cv::Mat3b fine = readPicture(frame, size);
+    cv::Mat1f matte = drawAlongEdges(person, picture, fine);
+    if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, newness(heldFine_, fine), 0.15F);
+    heldMatte_ = matte;
+    heldFine_ = fine;
+    cv::Mat1b mask;
+    matte.convertTo(mask, CV_8U, 255);
+    return mask;
+}
+
+}  // namespace platform

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Vision/PersonSegmentation.hpp"
+
+#include <opencv2/core.hpp>
+
+namespace platform {
+
+/// Makes the masks that are shown from a network's answers to the frames of one camera: leaves out scraps,
+/// fills small holes, draws the border along the picture's edges, and holds still what did not move.
+/// Used on one thread at a time.
+class PersonMatte {
+  public:
+    explicit PersonMatte(PersonSegmentationRequest::QualityLevel quality) : quality_(quality) {}
+
+    /// `probability` 0…1, the network's answer to `view`, which shows `frame`. The person, 0…255, as coarse as
+    /// the quality allows; black when whoever was there has left; empty when nobody was there yet.
+    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& view, const PixelBuffer& frame);
+
+    /// Whether somebody was there in the last frame.
+    bool isPresent() const { return present_; }
+
+  private:
+    cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) const;
+
+    PersonSegmentationRequest::QualityLevel quality_;
+    bool present_ = false, seen_ = false;
+    cv::Mat1f heldPerson_, heldMatte_;
+    cv::Mat3b heldView_, heldFine_;  ///< the pictures that these belong to
+};
+
+}  // namespace platform

@@ -1,0 +1,85 @@
+#include "Platform/Vision/OpenCv/PersonPieces.hpp"
+
+#include <algorithm>
+#include <vector>
+
+#include <opencv2/imgproc.hpp>
+
+namespace platform {
+namespace {
+
+/// From this part of the largest piece on another one is somebody of its own; a smaller one is a scrap,
+/// or somebody in the background.
+constexpr double leastOwnPiece = 0.25;
+constexpr double ownConfidence = 0.6;
+/// Or else a hand, which the network is sure of: its part of the largest piece, and the width of the gap
+/// to it in parts of the picture's width.
+constexpr double leastHand = 0.02, handConfidence = 0.8, handReach = 0.08;
+/// Holes up to this part of the frame are the network's doubts, not gaps between arm and body.
+constexpr double largestHole = 0.003;
+
+struct Piece {
+    int area;
+    double confidence;
+};
+
+std::vector<Piece> measure(const cv::Mat1f& probability, const cv::Mat1i& labels, int count) {
+    std::vector<Piece> pieces(static_cast<std::size_t>(count), Piece{0, 0});
+    for (int y = 0; y < labels.rows; ++y)
+        for (int x = 0; x < labels.cols; ++x) {
+            Piece& piece = pieces[static_cast<std::size_t>(labels(y, x))];
+            ++piece.area;
+            piece.confidence += probability(y, x);
+        }
+    for (Piece& piece : pieces) piece.confidence /= std::max(1, piece.area);
+    return pieces;
+}
+
+void fillHoles(cv::Mat1b& solid) {
+    cv::Mat1i labels;
+    cv::Mat stats, centres;
+    const int count = cv::connectedComponentsWithStats(solid == 0, labels, stats, centres, 4, CV_32S);
+    for (int i = 1; i < count; ++i) {
+        const int* s = stats.ptr<int>(i);
+        const cv::Rect box(s[cv::CC_STAT_LEFT], s[cv::CC_STAT_TOP], s[cv::CC_STAT_WIDTH],
+                           s[cv::CC_STAT_HEIGHT]);
+        const bool inside = box.x > 0 && box.y > 0 && box.br().x < solid.cols && box.br().y < solid.rows;
+        if (inside && s[cv::CC_STAT_AREA] < largestHole * static_cast<double>(solid.total()))
+            solid(box).setTo(255, labels(box) == i);
+    }
+}
+
+}  // namespace
+
+PersonPieces findPerson(const cv::Mat1f& probability) {
+    cv::Mat1i labels;
+    const int count = cv::connectedComponents(probability > 0.5F, labels, 4, CV_32S);
+    const auto pieces = measure(probability, labels, count);
+    PersonPieces person{cv::Mat1b(probability.size(), uchar(0))};
+    const auto largest = std::max_element(pieces.begin() + 1, pieces.end(),
+                                          [](const Piece& a, const Piece& b) { return a.area < b.area; });
+    if (largest == pieces.end()) return person;
+    const int main = static_cast<int>(largest - pieces.begin());
+    person.solid.setTo(255, labels == main);
+    person.area = largest->area / static_cast<double>(probability.total());
+    person.confidence = largest->confidence;
+
+    cv::Mat1f distance;
+    if (count > 2) cv::distanceTransform(person.solid == 0, distance, cv::DIST_L2, 3);
+    for (int i = 1; i < count; ++i) {
+        const Piece& piece = pieces[static_cast<std::size_t>(i)];
+        const double part = static_cast<double>(piece.area) / largest->area;
+        if (i == main || part < leastHand) continue;
+        bool counts = part >= leastOwnPiece && piece.confidence >= ownConfidence;
+        if (!counts && piece.confidence >= handConfidence) {
+            double gap = 0;
+            cv::minMaxLoc(distance, &gap, nullptr, nullptr, nullptr, labels == i);
+            counts = gap <= handReach * probability.cols;
+        }
+        if (counts) person.solid.setTo(255, labels == i);
+    }
+    fillHoles(person.solid);
+    return person;
+}
+
+}  // namespace platform
