@@ -51,13 +51,14 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
         if ((ending == ".png" || ending == ".jpg" || ending == ".jpeg") && !name.ends_with(".mask.png"))
             files.push_back(entry.path());
     }
-    if (files.empty()) throw std::runtime_error("There is no PNG or JPEG picture in " + folder.string() + ".");
+    if (files.empty())
+        throw std::runtime_error("There is no PNG or JPEG picture in " + folder.string() + ".");
     std::sort(files.begin(), files.end());
     std::vector<cv::Mat3b> tiles;
     for (const auto& file : files) {
         const cv::Mat3b picture = readPictureFile(file);
-        const auto request = vision.makePersonSegmentationRequest(
-            platform::PersonSegmentationRequest::QualityLevel::accurate);
+        const auto request =
+            vision.makePersonSegmentationRequest(platform::PersonSegmentationRequest::QualityLevel::accurate);
         const cv::Mat1b mask = cut(*request, *rendered::asBgra(picture)).mask;
         tiles.push_back(tileOf(picture, mask));
         std::printf("%-50s %4d x %-4d", file.filename().c_str(), picture.cols, picture.rows);

@@ -154,9 +154,10 @@ int main(int argc, char** argv) {
     app.add_option("--seed", options.seed, "another set of people and rooms");
     app.add_option("--session", options.session,
                    "measure nothing; write a session with such a person into this folder");
-    app.add_option("--pictures", options.pictures,
-                   "cut people out of the PNG and JPEG pictures in this folder instead, onto a sheet to look at "
-                   "(--sheet, pictures.png without it), and print the overlap with NAME.mask.png where there is one");
+    app.add_option(
+        "--pictures", options.pictures,
+        "cut people out of the PNG and JPEG pictures in this folder instead, onto a sheet to look at "
+        "(--sheet, pictures.png without it), and print the overlap with NAME.mask.png where there is one");
     CLI11_PARSE(app, argc, argv);
     try {
         return cobaltreel::benchmarks::run(options);

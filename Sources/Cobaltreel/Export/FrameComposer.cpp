@@ -191,8 +191,8 @@ Image FrameComposer::composeCutout(const ConstPixelBufferRef& camBuf, const Imag
 
     const double k = targetHeight / cameraHeight;
     const Rect box{0, 0, camBuf->width() * k, targetHeight};
-    // Cut out in the camera's own pixels and only then made smaller: a picture and a mask that are made smaller
-    // apart leave the room's colour around the person.
+    // Cut out in the camera's own pixels and only then made smaller: a picture and a mask that are made
+    // smaller apart leave the room's colour around the person.
     Image personK = person->memoized().scaled(k, k).cropped(box);
 
     const auto silhouette = PersonSegmenter::apply(mask->scaled(k, k).cropped(box),

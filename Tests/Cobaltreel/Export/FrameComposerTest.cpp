@@ -243,8 +243,9 @@ TEST_F(FrameComposerTest, ThePersonIsCutOutBeforeBeingMadeSmaller) {
     plan.meta.captureHeightPx = plan.hOut = 200;
     plan.meta.bubbleSizeFraction = 0.25;  // a quarter of the camera's picture, six pixels from the corner
     const auto isPerson = [](int x, int y) { return std::hypot(x - 160, y - 100) < 60; };
-    const auto camera =
-        picture(320, 200, [&](int x, int y) { return isPerson(x, y) ? Pixel{40, 40, 40} : white; });
+    const auto camera = picture(320, 200, [&](int x, int y) {
+        return isPerson(x, y) ? Pixel{40, 40, 40} : white;
+    });
     const auto mask = gray(320, 200, 0);
     for (int y = 0; y < 200; ++y)
         for (int x = 0; x < 320; ++x)

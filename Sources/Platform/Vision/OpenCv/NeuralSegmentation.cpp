@@ -220,6 +220,8 @@ cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
     return 1.0 / sum;
 }
 
-cv::Mat3b NeuralSegmentation::view(const PixelBuffer& frame) const { return readPicture(frame, model_.input); }
+cv::Mat3b NeuralSegmentation::view(const PixelBuffer& frame) const {
+    return readPicture(frame, model_.input);
+}
 
 }  // namespace platform

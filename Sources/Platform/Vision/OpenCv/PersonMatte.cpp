@@ -45,8 +45,8 @@ cv::Mat1f newness(const cv::Mat3b& before, const cv::Mat3b& now) {
     return result;
 }
 
-/// Lets `now` follow `held`: at once where the picture is new, else the slower the smaller the step is, but by
-/// `least` of it.
+/// Lets `now` follow `held`: at once where the picture is new, else the slower the smaller the step is, but
+/// by `least` of it.
 void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1f& newness, float least) {
     for (int y = 0; y < now.rows; ++y) {
         float* p = now[y];
@@ -99,8 +99,8 @@ cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& vie
     present_ = pieces.area >= (present_ ? areaToStay : areaToAppear) &&
                pieces.confidence >= (present_ ? confidenceToStay : confidenceToAppear);
     seen_ = seen_ || present_;
-    const cv::Size size = workingSize({frame.width(), frame.height()},
-                                      quality_ == Quality::fast ? fastArea : accurateArea);
+    const cv::Size size =
+        workingSize({frame.width(), frame.height()}, quality_ == Quality::fast ? fastArea : accurateArea);
     if (!present_) {
         heldFine_.release();
         return seen_ ? cv::Mat1b(size, uchar(0)) : cv::Mat1b();

@@ -14,8 +14,8 @@ class PersonMatte {
   public:
     explicit PersonMatte(PersonSegmentationRequest::QualityLevel quality) : quality_(quality) {}
 
-    /// `probability` 0…1, the network's answer to `view`, which shows `frame`. The person, 0…255, as coarse as
-    /// the quality allows; black when whoever was there has left; empty when nobody was there yet.
+    /// `probability` 0…1, the network's answer to `view`, which shows `frame`. The person, 0…255, as coarse
+    /// as the quality allows; black when whoever was there has left; empty when nobody was there yet.
     cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& view, const PixelBuffer& frame);
 
     /// Whether somebody was there in the last frame.

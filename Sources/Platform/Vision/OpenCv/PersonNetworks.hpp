@@ -15,8 +15,8 @@ namespace platform {
 /// running program, which is where it is built and where it is installed. Empty when there is none.
 std::filesystem::path ownPersonNetwork();
 
-/// The networks that may find a person, in order: the user's, then the program's own. One that proves to be of
-/// no use is given up for good, with a line on the standard error stream. Safe on any thread.
+/// The networks that may find a person, in order: the user's, then the program's own. One that proves to be
+/// of no use is given up for good, with a line on the standard error stream. Safe on any thread.
 class PersonNetworks {
   public:
     /// The user's network is the file that the environment variable COBALTREEL_SEGMENTATION_MODEL names, else
