@@ -3,6 +3,7 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -23,6 +24,21 @@ class CommandError : public std::runtime_error {
 
 /// A check for an option that takes a number from `least` to `most`; not a number is none.
 CLI::Validator numberBetween(double least, double most);
+
+/// A check for an option that takes one of a few words, each of which stands for a value.
+template <typename Value>
+CLI::Validator oneOf(const std::map<std::string, Value>& choices) {
+    return CLI::Validator(
+        [choices](std::string& text) {
+            const auto chosen = choices.find(text);
+            std::string words;
+            for (const auto& [word, value] : choices) words += (words.empty() ? "" : ", ") + word;
+            if (chosen == choices.end()) return text + " is none of " + words;
+            text = std::to_string(static_cast<int>(chosen->second));
+            return std::string();
+        },
+        "");
+}
 
 /// What the chosen subcommand will do once the arguments have been understood.
 struct CommandBody {

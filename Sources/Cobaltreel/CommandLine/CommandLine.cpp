@@ -45,6 +45,12 @@ std::unique_ptr<QCoreApplication> makeApplication(Windows windows, int& argc, ch
     return application;
 }
 
+/// The program with the command that was being read.
+std::string commandOf(const CLI::App& app) {
+    const auto commands = app.get_subcommands();
+    return "cobaltreel" + (commands.empty() ? "" : ' ' + commands.front()->get_name());
+}
+
 }  // namespace
 
 CLI::Validator numberBetween(double least, double most) {
@@ -90,7 +96,10 @@ int runCommandLine(int argc, char** argv) {
             return static_cast<int>(ExitStatus::usage);
         }
         const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
-        app.exit(error, std::cout, std::cerr);
+        if (asked)
+            app.exit(error, std::cout, std::cerr);
+        else
+            std::cerr << "cobaltreel: " << error.what() << "; " << commandOf(app) << " --help tells more\n";
         return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);
     }
     // Whoever reads our messages may go; a recording goes on.

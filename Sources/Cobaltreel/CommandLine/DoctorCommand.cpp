@@ -4,6 +4,7 @@
 #include "Cobaltreel/Support/DiskSpace.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -35,13 +36,17 @@ Finding findDesktop(const platform::PlatformServices& services) {
     return {"pointer and windows", true, services.desktop->implementation(), ""};
 }
 
+std::string counted(std::size_t count, const std::string& what) {
+    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 Finding findDevices(const platform::PlatformServices& services) {
     if (const auto reason = services.capture->unavailable())
         return {"camera, microphone, system audio", false, "", reason->description()};
     const auto devices = services.capture->devices();
     return {"camera, microphone, system audio", true,
-            services.capture->implementation() + ", " + std::to_string(devices.cameras.size()) +
-                " cameras, " + std::to_string(devices.microphones.size()) + " microphones",
+            services.capture->implementation() + ", " + counted(devices.cameras.size(), "camera") + ", " +
+                counted(devices.microphones.size(), "microphone"),
             ""};
 }
 
@@ -83,6 +88,7 @@ std::vector<Finding> examine() {
 void addDoctorCommand(CLI::App& app, CommandBody& body) {
     auto* command = app.add_subcommand("doctor", "Tell which services are there and what to install");
     auto json = std::make_shared<bool>(false);
+    command->footer("Exit status: 0 when all is there, 1 when something is missing.");
     command->add_flag("--json", *json, "Print one JSON document");
     command->callback([&body, json] {
         body.run = [json] {
@@ -100,7 +106,8 @@ void addDoctorCommand(CLI::App& app, CommandBody& body) {
                               << (finding.available ? finding.implementation : finding.remedy) << '\n';
             }
             if (*json) printJson({{"services", std::move(list)}});
-            return ExitStatus::done;
+            const bool allThere = std::ranges::all_of(findings, &Finding::available);
+            return allThere ? ExitStatus::done : ExitStatus::failed;
         };
     });
 }

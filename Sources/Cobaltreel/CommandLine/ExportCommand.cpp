@@ -27,9 +27,7 @@ struct ExportArguments : TrimArguments {
 void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& value,
                const std::string& what) {
     static const std::map<std::string, bool> positions{{"on", true}, {"off", false}};
-    command.add_option(flag, value, what)
-        ->transform(CLI::CheckedTransformer(positions).description(""))
-        ->type_name("on|off");
+    command.add_option(flag, value, what)->transform(oneOf(positions))->type_name("on|off");
 }
 
 std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session) {
@@ -43,6 +41,10 @@ std::filesystem::path outputFile(const ExportArguments& arguments, const Session
     if (std::filesystem::equivalent(file.parent_path(), session.dir, ignored))
         throw CommandError("--output " + arguments.output + " is in the session's own folder; choose another",
                            ExitStatus::usage);
+    if (QString::fromStdString(file.extension().string()).toLower() != QLatin1String(".mp4"))
+        throw CommandError(
+            "--output " + arguments.output + " must end in .mp4; other formats are not written",
+            ExitStatus::usage);
     return file;
 }
 
@@ -99,7 +101,7 @@ void addExportCommand(CLI::App& app, CommandBody& body) {
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
                                                            {"cutout", CameraStyle::cutout}};
     command->add_option("--style", arguments->style, "How the camera is shown; default as recorded")
-        ->transform(CLI::CheckedTransformer(styles).description(""))
+        ->transform(oneOf(styles))
         ->type_name("bubble|cutout");
     addSwitch(*command, "--ripples", arguments->ripples, "Rings where the user clicked; default on");
     addSwitch(*command, "--system-audio", arguments->systemAudio,

@@ -116,7 +116,7 @@ void addInspectCommand(CLI::App& app, CommandBody& body) {
     command
         ->add_option("--at", arguments->at, "Show the camera at this output time, seconds; may be repeated")
         ->type_name("T")
-        ->check(numberBetween(0, 1e6));
+        ->check(numberBetween(-1e6, 1e6));
     command->add_flag("--json", arguments->json, "Print one JSON document");
     command->callback([&body, arguments] {
         body.run = [arguments] {

@@ -235,7 +235,7 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
                                                              {"topLeft", CameraCorner::topLeft},
                                                              {"topRight", CameraCorner::topRight}};
     command->add_option("--corner", take.corner, "bottomLeft, bottomRight, topLeft or topRight")
-        ->transform(CLI::CheckedTransformer(corners).description(""))
+        ->transform(oneOf(corners))
         ->type_name("CORNER")
         ->default_str("bottomLeft");
     command
@@ -246,7 +246,7 @@ void addRecordCommand(CLI::App& app, CommandBody& body) {
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
                                                            {"cutout", CameraStyle::cutout}};
     command->add_option("--style", take.style, "How the camera is shown")
-        ->transform(CLI::CheckedTransformer(styles).description(""))
+        ->transform(oneOf(styles))
         ->type_name("bubble|cutout")
         ->default_str("bubble");
     command->add_flag("--no-mirror", arguments->noMirror, "Record the camera as it sees, not mirrored");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cobaltreel/CommandLine/Command.hpp"
 #include "Cobaltreel/CommandLine/SessionArgument.hpp"
 #include "Cobaltreel/Export/ExportOptions.hpp"
 
@@ -27,7 +28,7 @@ struct TrimArguments {
             {"p1080", ExportOptions::Quality::p1080},
             {"full", ExportOptions::Quality::full}};
         command.add_option("--quality", quality, "Size of the picture: p720, p1080 or full")
-            ->transform(CLI::CheckedTransformer(qualities).description(""))
+            ->transform(oneOf(qualities))
             ->type_name("QUALITY")
             ->default_str("p1080");
     }

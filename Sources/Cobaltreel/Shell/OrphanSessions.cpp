@@ -26,7 +26,10 @@ struct Candidate {
 
 /// The distant past when the file system does not tell.
 qint64 creationTime(const fs::path& dir) {
-    const QDateTime time = QFileInfo(QFile::decodeName(dir.c_str())).birthTime();
+    const QFileInfo info(QFile::decodeName(dir.c_str()));
+    const QDateTime born = info.birthTime();
+    // Some file systems keep no birth; a folder last changes when its last file is made.
+    const QDateTime time = born.isValid() ? born : info.lastModified();
     return time.isValid() ? time.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
 }
 

@@ -1,6 +1,9 @@
 #include "Cobaltreel/Support/Permissions.hpp"
 
+#include "Cobaltreel/Support/Strings.hpp"
+
 #include <QPointer>
+#include <QStringList>
 #include <utility>
 
 namespace cobaltreel {
@@ -12,6 +15,18 @@ void Permissions::refresh() {
     publish(screenGranted_, services_.screen->preflight());
     publish(cameraGranted_, isAuthorized(platform::MediaType::video));
     publish(micGranted_, isAuthorized(platform::MediaType::audio));
+}
+
+void Permissions::openSettings(const std::string& pane) {
+    publish(settingsMissing_, !services_.settings->open(pane));
+}
+
+QString Permissions::hint() const {
+    QStringList lines;
+    if (!screenGranted_) lines.append(S::screenHint());
+    if (!cameraGranted_ || !micGranted_) lines.append(S::devicesHint());
+    if (settingsMissing_ && !allGranted()) lines.append(S::settingsMissing());
+    return lines.join(QLatin1Char('\n'));
 }
 
 void Permissions::relaunch() {

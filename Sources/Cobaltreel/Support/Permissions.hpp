@@ -7,6 +7,7 @@
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <QObject>
+#include <QString>
 #include <functional>
 #include <memory>
 #include <string>
@@ -42,8 +43,10 @@ class Permissions final : public QObject {
     void requestScreen() { services_.screen->request(); }
     void requestCamera() { request(platform::MediaType::video); }
     void requestMic() { request(platform::MediaType::audio); }
-    /// Opens the desktop's settings at the page that the anchor names; nothing for an unknown one.
-    void openSettings(const std::string& pane) { services_.settings->open(pane); }
+    /// Opens the desktop's settings at the page that the anchor names; without such a program `hint` says so.
+    void openSettings(const std::string& pane);
+    /// What the user can do while something is not granted; empty when all is.
+    QString hint() const;
     /// Ends the application and starts it anew.
     void relaunch();
 
@@ -60,6 +63,7 @@ class Permissions final : public QObject {
     bool screenGranted_ = false;
     bool cameraGranted_ = false;
     bool micGranted_ = false;
+    bool settingsMissing_ = false;  // found when the user asked for them
 };
 
 }  // namespace cobaltreel

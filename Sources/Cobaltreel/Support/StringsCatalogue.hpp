@@ -99,5 +99,16 @@
           u"Another program has taken Alt+Super+2. Start and stop from here, or free it there")              \
     ENTRY(shortcutMeaning, u"מתחיל ועוצר הקלטה: \u2068Alt+Super+2\u2069",                                    \
           u"Starts and stops a recording: Alt+Super+2")                                                      \
-    ENTRY(showPanel, u"פתח את החלונית", u"Open the Panel")
+    ENTRY(showPanel, u"פתח את החלונית", u"Open the Panel")                                                   \
+    ENTRY(showFileMeaning, u"מציג את הסרטון בתיקייה שלו, בסייר הקבצים",                                      \
+          u"Shows the movie in its folder, in the file browser")                                             \
+    ENTRY(exportedTo, u"הסרטון נשמר: \u2068%1\u2069", u"Saved: %1")                                         \
+    ENTRY(screenHint, u"אי אפשר לקרוא את המסך. פתח את התוכנית בתוך שולחן העבודה שאתה רוצה להקליט",            \
+          u"The screen cannot be read. Start the program inside the desktop that you want to record")        \
+    ENTRY(devicesHint, u"אסור למשתמש הזה לפתוח מצלמה או מיקרופון. הפעל את \u2068PipeWire\u2069, שמחלק אותם, "\
+                       u"או הוסף את המשתמש לקבוצות \u2068video\u2069 ו-\u2068audio\u2069 והתחבר מחדש",        \
+          u"This user may not open a camera or a microphone. Start PipeWire, which hands them out, or add "   \
+          u"the user to the groups video and audio and log in again")                                        \
+    ENTRY(settingsMissing, u"לא נמצאה תוכנית הגדרות של שולחן העבודה. אפשר להתקין \u2068pavucontrol\u2069 למיקרופון",\
+          u"No settings program of the desktop was found. For the microphone, pavucontrol can be installed")
 // clang-format on

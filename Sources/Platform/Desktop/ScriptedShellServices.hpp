@@ -27,7 +27,12 @@ class ScriptedSystemSettings final : public SystemSettings {
   public:
     std::vector<std::string> opened;
 
-    void open(const std::string& anchor) override { opened.push_back(anchor); }
+    bool isInstalled = true;
+
+    bool open(const std::string& anchor) override {
+        if (isInstalled) opened.push_back(anchor);
+        return isInstalled;
+    }
 };
 
 /// Counts.

@@ -113,7 +113,14 @@ TEST_F(CommandLineTest, SourcesSessionsAndDoctorDescribeTheMachine) {
     EXPECT_EQ(states[fs::path(session).filename()], "complete");
     EXPECT_EQ(states["broken"], "unreadable");
 
-    const auto services = json::parse(run({"doctor", "--json"}).out)["services"];
+    const auto doctor = run({"doctor", "--json"});
+    const auto services = json::parse(doctor.out)["services"];
+    const bool allThere =
+        std::ranges::all_of(services, [](const json& row) { return row["available"].get<bool>(); });
+    EXPECT_EQ(doctor.status, allThere ? 0 : 1);
+    const auto early = run({"inspect", session, "--json", "--at", "-0.3"});
+    EXPECT_EQ(early.status, 0) << early.err;
+    EXPECT_EQ(json::parse(early.out)["states"][0]["zoom"], 1);
     for (const auto& row : services) EXPECT_TRUE(row["service"] != "screen capture" || row["available"]);
 }
 
@@ -169,7 +176,10 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
         {{"export", session, "--trim-start", "-1"}, 2, "before the beginning"},
         {{"export", session, "--trim-end", "99"}, 2, "after the end"},
         {{"export", session, "--trim-start", "nan"}, 2, "not a number"},
-        {{"export", session, "--quality", "p4320"}, 2, "--quality"},
+        {{"export", session, "--quality", "p4320"},
+         2,
+         "cobaltreel: --quality: p4320 is none of full, p1080, p720;"},
+        {{"export", session, "--output", "movie.avi"}, 2, "must end in .mp4"},
         {{"export", session, "--output", "/"}, 2, "folder"},
         {{"export", session, "--output", blocked}, 1, "out.mp4"},
         {{"export", session, "--output", (fs::path(session) / "screen.mov").string()}, 2, "own folder"},

@@ -1,3 +1,4 @@
+#include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Platform/Capture/ScriptedDeviceAccess.hpp"
@@ -101,6 +102,19 @@ TEST_F(OnboardingTest, WhatIsGrantedElsewhereTurnsGreenWithinTwoSeconds) {
     EXPECT_TRUE(permissions_.screenGranted());
     window_.open();
     EXPECT_EQ(texts().size(), 3U);
+}
+
+TEST_F(OnboardingTest, WhatToDoIsSaidWhereNoButtonCanHelp) {
+    settings_->isInstalled = false;
+    click(4);
+    const QString hint = permissions_.hint();
+    EXPECT_TRUE(hint.contains(S::screenHint()) && hint.contains(S::devicesHint()) &&
+                hint.contains(S::settingsMissing()));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window_.window()->height() > 260; })) << "there is room for it";
+    screen_->granted = true;
+    devices_->camera = devices_->microphone = AuthorizationStatus::authorized;
+    time_->advance(2);
+    EXPECT_EQ(permissions_.hint(), "");
 }
 
 }  // namespace

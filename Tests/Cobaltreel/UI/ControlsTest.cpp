@@ -86,6 +86,19 @@ const QString sliders = QStringLiteral(R"(
         }
     })");
 
+TEST_F(ControlsTest, AfterThePointerTheArrowsAreNotTheSliders) {
+    Scene scene(QStringLiteral(R"(
+        Item { objectName: "around"; width: 300; height: 100
+            property int arrows: 0
+            Keys.onRightPressed: ++arrows
+            MacSlider { objectName: "s"; width: 216; lowerBound: 0; upperBound: 1; value: 0; onEdited: v => value = v } })"));
+    scene.drag("s", {8, 8}, {108, 8});
+    const double dragged = scene.get("s", "value").toDouble();
+    scene.press(Qt::Key_Right);
+    EXPECT_EQ(scene.get("s", "value").toDouble(), dragged) << "nothing shows that they would be";
+    EXPECT_EQ(scene.get("around", "arrows").toInt(), 1);
+}
+
 TEST_F(ControlsTest, SliderFollowsPointerAndTouchFromTheFirstContact) {
     Scene scene(sliders);
     const auto value = [&] { return scene.get("s", "value").toDouble(); };

@@ -1,8 +1,16 @@
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <set>
+#include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -35,6 +43,30 @@ TEST(SystemSettings, OpensTheDesktopsOwnPageElseAnyElseNothing) {
             c.anchor, c.desktop, [&](const std::string& program) { return c.installed.contains(program); });
         EXPECT_EQ(command.value_or(Command{}), c.expected) << c.anchor << " on " << c.desktop;
     }
+}
+
+TEST(SystemSettings, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / std::to_string(getpid());
+    std::filesystem::create_directories(folder);
+    const std::string path = getenv("PATH"), mask = (folder / "mask").string();
+    std::ofstream(folder / "pavucontrol") << "#!/bin/sh\ngrep SigBlk /proc/self/status >" << mask
+                                          << ".part\nmv " << mask << ".part " << mask << '\n';
+    std::filesystem::permissions(folder / "pavucontrol", std::filesystem::perms::owner_all);
+    setenv("PATH", (folder.string() + ':' + path).c_str(), 1);
+    sigset_t blocked, before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    QtSystemSettings settings;
+    EXPECT_TRUE(settings.open("Privacy_Microphone"));
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    setenv("PATH", path.c_str(), 1);
+    for (int i = 0; i < 500 && !std::filesystem::exists(mask); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::string name, bits;
+    std::ifstream(mask) >> name >> bits;
+    EXPECT_EQ(bits, std::string(16, '0'));
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace platform

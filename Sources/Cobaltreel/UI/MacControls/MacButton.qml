@@ -11,6 +11,8 @@ T.AbstractButton {
     property string iconName: ""
     /// Shown while the pointer rests on the button; the name of one that has no text.
     property string tip: ""
+    /// What a text that not everybody reads stands for: its tooltip, and its name for assistive technology.
+    property string meaning: ""
     property color fill: Color.button
     property color outline: "transparent"
     property real corner: 5
@@ -28,7 +30,7 @@ T.AbstractButton {
     font.pixelSize: TextSize.small
 
     Accessible.role: Accessible.Button
-    Accessible.name: text !== "" ? text : tip
+    Accessible.name: text === "" ? tip : meaning === "" ? text : text + ": " + meaning
     Accessible.onPressAction: control.clicked()
     Keys.onReturnPressed: event => answerReturn(event)
     Keys.onEnterPressed: event => answerReturn(event)
@@ -81,8 +83,8 @@ T.AbstractButton {
     }
 
     Tip {
-        text: control.tip
-        visible: control.tip !== "" && (control.hovered || control.showsFocus)
+        text: control.tip !== "" ? control.tip : control.meaning
+        visible: text !== "" && (control.hovered || control.showsFocus)
     }
     FocusRing {
         shown: control.showsFocus

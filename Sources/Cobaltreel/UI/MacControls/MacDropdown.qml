@@ -109,6 +109,7 @@ Item {
             boundsBehavior: Flickable.StopAtBounds
             keyNavigationEnabled: true
             model: control.content
+            T.ScrollBar.vertical: ThinScrollBar {}
             Keys.onReturnPressed: control.choose(currentIndex)
             Keys.onEnterPressed: control.choose(currentIndex)
             Keys.onSpacePressed: control.choose(currentIndex)

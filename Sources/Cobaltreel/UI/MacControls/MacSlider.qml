@@ -41,12 +41,18 @@ Item {
         edit(ControlMath.clamped(value + steps * step, lowerBound, upperBound));
     }
 
-    Keys.onLeftPressed: nudge(mirrored ? 1 : -1)
-    Keys.onRightPressed: nudge(mirrored ? -1 : 1)
-    Keys.onUpPressed: nudge(1)
-    Keys.onDownPressed: nudge(-1)
+    /// After the pointer has used it nothing shows that the arrows would be the slider's: they are not, then.
+    function answerArrow(event: KeyEvent, steps: real) {
+        event.accepted = !usedByPointer;
+        if (!usedByPointer)
+            nudge(steps);
+    }
+
+    Keys.onLeftPressed: event => answerArrow(event, mirrored ? 1 : -1)
+    Keys.onRightPressed: event => answerArrow(event, mirrored ? -1 : 1)
+    Keys.onUpPressed: event => answerArrow(event, 1)
+    Keys.onDownPressed: event => answerArrow(event, -1)
     Keys.onPressed: event => {
-        usedByPointer = false;
         event.accepted = true;
         if (event.key === Qt.Key_Home)
             edit(lowerBound);

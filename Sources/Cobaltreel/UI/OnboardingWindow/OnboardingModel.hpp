@@ -17,6 +17,7 @@ class OnboardingModel : public QObject {
     Q_PROPERTY(bool screenGranted READ screenGranted NOTIFY changed FINAL)
     Q_PROPERTY(bool cameraGranted READ cameraGranted NOTIFY changed FINAL)
     Q_PROPERTY(bool micGranted READ micGranted NOTIFY changed FINAL)
+    Q_PROPERTY(QString hint READ hint NOTIFY changed FINAL)
 
   public:
     /// `permissions` must outlive the model.
@@ -28,6 +29,7 @@ class OnboardingModel : public QObject {
     bool screenGranted() const { return permissions_.screenGranted(); }
     bool cameraGranted() const { return permissions_.cameraGranted(); }
     bool micGranted() const { return permissions_.micGranted(); }
+    QString hint() const { return permissions_.hint(); }
 
     Q_INVOKABLE void requestScreen() { permissions_.requestScreen(); }
     Q_INVOKABLE void requestCamera() { permissions_.requestCamera(); }

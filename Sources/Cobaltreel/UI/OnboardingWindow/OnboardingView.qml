@@ -50,5 +50,15 @@ Item {
             onGrant: view.permissions.requestMic()
             onSettings: view.permissions.openSettings("Privacy_Microphone")
         }
+        ControlText {
+            width: column.width
+            visible: label !== ""
+            horizontalAlignment: Text.AlignLeft
+            label: view.permissions.hint
+            color: Color.warning
+            font.pixelSize: TextSize.tight
+            wrapMode: Text.WordWrap
+            maximumLineCount: 8
+        }
     }
 }

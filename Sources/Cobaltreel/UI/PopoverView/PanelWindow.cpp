@@ -39,6 +39,7 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
       lostFocusAt_(-std::numeric_limits<double>::infinity()) {
     setTitle(QStringLiteral("Cobaltreel"));
     if (look == Look::titled) {
+        setClosesOnEscape(false);
         setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                  Qt::WindowCloseButtonHint);
     } else {
@@ -72,6 +73,7 @@ PanelWindow::~PanelWindow() {
 
 void PanelWindow::open(std::optional<QRect> statusItem) {
     statusItem_ = statusItem;
+    corrected_ = false;
     if (const QQuickItem* root = rootObject()) AppWindows::layOutContent(*this, root->implicitWidth());
     fit();
     AppWindows::bringForward(*this);
@@ -130,7 +132,10 @@ void PanelWindow::fit() {
     const QRect room = shownOn ? AppWindows::room(*shownOn) : QRect(QPoint(), wanted);
     if (look_ == Look::popover) {
         // The desktop mirrors its panels by its own language.
-        setGeometry(place(wanted, statusItem_, room, QLocale::system().textDirection() == Qt::RightToLeft));
+        const QRect frame =
+            place(wanted, statusItem_, room, QLocale::system().textDirection() == Qt::RightToLeft);
+        wanted_ = frame.topLeft();
+        setGeometry(frame);
         return;
     }
     const QSize fitting = wanted.boundedTo(room.size());
@@ -162,6 +167,15 @@ void PanelWindow::hideEvent(QHideEvent* event) {
 void PanelWindow::resizeEvent(QResizeEvent* event) {
     AppWindow::resizeEvent(event);
     if (look_ == Look::popover && !blended_) roundCorners();
+}
+
+/// Some window managers make room for a title bar before they see that there is none.
+void PanelWindow::moveEvent(QMoveEvent* event) {
+    AppWindow::moveEvent(event);
+    if (look_ != Look::popover || !isOpen() || position() == wanted_) return;
+    if (!std::exchange(corrected_, true))
+        QMetaObject::invokeMethod(
+            this, [this] { setPosition(wanted_); }, Qt::QueuedConnection);
 }
 
 void PanelWindow::keyPressEvent(QKeyEvent* event) {

@@ -55,6 +55,7 @@ class PanelWindow final : public AppWindow {
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
 
   private:
     void fit();
@@ -69,6 +70,8 @@ class PanelWindow final : public AppWindow {
     std::shared_ptr<platform::PointerWatcher> pointer_;
     std::unique_ptr<platform::PointerWatch> presses_;  // while a popover is open
     std::optional<QRect> statusItem_;
+    QPoint wanted_;           // of a popover
+    bool corrected_ = false;  // since it was opened
     bool blended_ = false;
     double lostFocusAt_;
 };

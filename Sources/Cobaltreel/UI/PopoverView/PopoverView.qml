@@ -45,18 +45,7 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         flickableDirection: Flickable.VerticalFlick
         clip: interactive
-        T.ScrollBar.vertical: T.ScrollBar {
-            id: bar
-
-            padding: 3
-            visible: size < 1
-            implicitWidth: contentItem.implicitWidth + 2 * padding
-            contentItem: Rectangle {
-                implicitWidth: 5
-                radius: 2.5
-                color: Qt.rgba(1, 1, 1, bar.pressed ? 0.6 : 0.35)
-            }
-        }
+        T.ScrollBar.vertical: ThinScrollBar {}
 
         Column {
             id: content

@@ -103,6 +103,10 @@ void PreviewModel::showInFinder() {
     });
 }
 
+QString PreviewModel::exportedTo() const {
+    return exportedURL_ ? S::exportedTo().arg(QString::fromStdString(exportedURL_->string())) : QString();
+}
+
 QString PreviewModel::timeLeft() const {
     // The first frames wait for decoders and encoders to start and tell little.
     constexpr double leastElapsed = 1.5, leastProgress = 0.02;

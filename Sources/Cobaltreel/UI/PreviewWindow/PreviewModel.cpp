@@ -237,4 +237,8 @@ QString PreviewModel::mmss(double seconds) {
                              static_cast<long long>(whole - 60 * (whole / 60)));
 }
 
+QString PreviewModel::tenths(double seconds) {
+    return QString::asprintf(".%d", static_cast<int>(std::fmod(std::max(seconds, 0.0), 1.0) * 10));
+}
+
 }  // namespace cobaltreel

@@ -48,6 +48,8 @@ class PreviewModel : public QObject {
     /// How long the export still takes, for a person to read; empty until that can be told.
     Q_PROPERTY(QString timeLeft READ timeLeft NOTIFY progressChanged FINAL)
     Q_PROPERTY(bool isExported READ isExported NOTIFY exportedURLChanged FINAL)
+    /// Where the exported movie is, for a person to read; empty before there is one.
+    Q_PROPERTY(QString exportedTo READ exportedTo NOTIFY exportedURLChanged FINAL)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged FINAL)
     Q_PROPERTY(double position READ position NOTIFY positionChanged FINAL)
     Q_PROPERTY(cobaltreel::PictureSource* screenPictures READ screenPictures CONSTANT FINAL)
@@ -103,6 +105,7 @@ class PreviewModel : public QObject {
     QString timeLeft() const;
     const std::optional<std::filesystem::path>& exportedURL() const { return exportedURL_; }
     bool isExported() const { return exportedURL_.has_value(); }
+    QString exportedTo() const;
     /// True from the first completed export on.
     bool hasExported() const { return hasExported_; }
     bool isPlaying() const { return isPlaying_; }
@@ -130,6 +133,9 @@ class PreviewModel : public QObject {
 
     /// Minutes and seconds, such as 62:05.
     Q_INVOKABLE static QString mmss(double seconds);
+
+    /// What mmss leaves out, to a tenth: ".9".
+    Q_INVOKABLE static QString tenths(double seconds);
 
     /// The camera's pictures cut out; null without a camera. The model must outlive them.
     std::unique_ptr<PictureSource> makeCutoutPictures();

@@ -11,6 +11,8 @@ Item {
     required property real value
     /// The value as minutes and seconds.
     required property string time
+    /// What that leaves out.
+    required property string tenths
     required property real lowerBound
     required property real upperBound
     readonly property alias labelImplicitWidth: title.implicitWidth
@@ -47,7 +49,7 @@ Item {
             upperBound: row.upperBound
             step: 0.1
             Accessible.name: row.label
-            Accessible.description: row.time
+            Accessible.description: row.time + row.tenths
             onEdited: value => row.edited(value)
         }
     }
@@ -56,10 +58,27 @@ Item {
 
         objectName: row.objectName + "Time"
         anchors.right: parent.right
+        anchors.rightMargin: Math.ceil(fraction.advanceWidth) + 2
         anchors.verticalCenter: parent.verticalCenter
         width: Math.max(implicitWidth, Math.ceil(digits.advanceWidth))
         horizontalAlignment: Text.AlignRight
         label: row.time
+    }
+    // To the right of the seconds in every language, as they are read.
+    ControlText {
+        LayoutMirroring.enabled: false
+        anchors.left: shownTime.right
+        anchors.baseline: shownTime.baseline
+        label: row.tenths
+        font.pixelSize: TextSize.tight
+        color: Color.secondaryText
+        Accessible.ignored: true
+    }
+    TextMetrics {
+        id: fraction
+
+        font.pixelSize: TextSize.tight
+        text: ".0"
     }
     TextMetrics {
         id: digits

@@ -6,10 +6,13 @@
 #include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
 #include <QPointer>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QScreen>
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -23,6 +26,20 @@ constexpr QSize frameRoom(16, 48);
 void layOut(QQuickItem& item) {
     for (QQuickItem* child : item.childItems()) layOut(*child);
     item.ensurePolished();
+}
+
+/// A window of the same size that stands there already would be hidden.
+QPoint besideOthers(QPoint place, const QWindow& window) {
+    constexpr int offset = 28;
+    const auto isTaken = [&](const QWindow* other) {
+        return other != &window && other->isVisible() && other->size() == window.size() &&
+               (other->position() - place).manhattanLength() < 2 * offset;
+    };
+    for (int step = 0; step < 8; ++step) {
+        if (std::ranges::none_of(QGuiApplication::topLevelWindows(), isTaken)) break;
+        place += QPoint(offset, offset);
+    }
+    return place;
 }
 
 std::shared_ptr<platform::WindowManager>& windowManager() {
@@ -43,6 +60,14 @@ bool AppWindow::event(QEvent* event) {
     const bool handled = QQuickView::event(event);
     if (closing && event->isAccepted()) Q_EMIT closed();
     return handled;
+}
+
+void AppWindow::keyPressEvent(QKeyEvent* event) {
+    QQuickView::keyPressEvent(event);
+    if (flags() & Qt::FramelessWindowHint) return;
+    const bool closes = event->matches(QKeySequence::Close) ||
+                        (!event->isAccepted() && closesOnEscape_ && event->key() == Qt::Key_Escape);
+    if (closes) close();
 }
 
 QQmlEngine& AppWindows::engine() {
@@ -106,8 +131,9 @@ std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& 
     window->setMaximumSize(fitting);
     window->resize(fitting);
     setLocalizedContent(*window, view);
-    window->setPosition(room.x() + (room.width() - fitting.width()) / 2,
-                        room.y() + (room.height() - fitting.height()) / 2);
+    window->setPosition(besideOthers(
+        {room.x() + (room.width() - fitting.width()) / 2, room.y() + (room.height() - fitting.height()) / 2},
+        *window));
     bringForward(*window);
     return window;
 }

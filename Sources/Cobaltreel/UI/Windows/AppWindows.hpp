@@ -33,6 +33,8 @@ class AppWindow : public QQuickView {
 
   public:
     using QQuickView::QQuickView;
+    /// For windows that stay.
+    void setClosesOnEscape(bool closes) { closesOnEscape_ = closes; }
 
   Q_SIGNALS:
     /// The user closed the window.
@@ -40,6 +42,11 @@ class AppWindow : public QQuickView {
 
   protected:
     bool event(QEvent* event) override;
+    /// Ctrl+W closes a window that has a frame, and so does Escape where nothing else has taken it.
+    void keyPressEvent(QKeyEvent* event) override;
+
+  private:
+    bool closesOnEscape_ = true;
 };
 
 /// Opens the application's titled windows. Main thread.

@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
 
+#include "Platform/Desktop/Qt/ChildSignals.hpp"
 #include "Platform/Desktop/Qt/SessionBus.hpp"
 
 #include <QDBusConnection>
@@ -94,6 +95,7 @@ void QtFileBrowser::openFolder(const std::filesystem::path& file, const Outcome&
     connect(patience, &QTimer::timeout, this, [settle] { settle(std::nullopt, false); });
     patience->setSingleShot(true);
     patience->start(openerMilliseconds);
+    process->setChildProcessModifier(&unblockSignals);
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
     process->start(opener, {text(file.parent_path())});

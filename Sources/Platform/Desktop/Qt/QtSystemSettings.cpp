@@ -1,5 +1,7 @@
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 
+#include "Platform/Desktop/Qt/ChildSignals.hpp"
+
 #include <QProcess>
 #include <QStandardPaths>
 #include <QString>
@@ -58,16 +60,20 @@ std::optional<QtSystemSettings::Command> QtSystemSettings::command(
     return command;
 }
 
-void QtSystemSettings::open(const std::string& anchor) {
+bool QtSystemSettings::open(const std::string& anchor) {
     const auto chosen = command(
         anchor, qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString(), [](const std::string& program) {
             return !QStandardPaths::findExecutable(QString::fromStdString(program)).isEmpty();
         });
-    if (!chosen) return;
+    if (!chosen) return false;
     QStringList arguments;
     for (std::size_t word = 1; word < chosen->size(); ++word)
         arguments.append(QString::fromStdString(chosen->at(word)));
-    QProcess::startDetached(QString::fromStdString(chosen->front()), arguments);
+    QProcess process;
+    process.setProgram(QString::fromStdString(chosen->front()));
+    process.setArguments(arguments);
+    process.setChildProcessModifier(&unblockSignals);
+    return process.startDetached();
 }
 
 }  // namespace platform

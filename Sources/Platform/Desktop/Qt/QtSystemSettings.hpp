@@ -15,7 +15,7 @@ class QtSystemSettings final : public SystemSettings {
     /// A program with its arguments.
     using Command = std::vector<std::string>;
 
-    void open(const std::string& anchor) override;
+    bool open(const std::string& anchor) override;
 
     /// What opens the page on a desktop, as XDG_CURRENT_DESKTOP names it ("ubuntu:GNOME"): its own program if
     /// that is installed, otherwise any that is; absent for an unknown anchor or without such a program.

@@ -127,7 +127,9 @@ TEST_F(DesktopManners, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
     for (const int x : {inner.left() + 30, inner.center().x(), inner.right() - 30}) {
         const QPoint at(x, inner.bottom() + 4);
         openPanel(QRect(at, QSize(1, 1)));
-        EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }));
+        EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
+            << panel->x() << " " << panel->y() << " " << panel->height() << " in " << room().y() << " "
+            << room().height();
         EXPECT_LE(std::abs(panel->geometry().center().x() - x), panel->width() / 2) << x;
         panel.reset();
     }

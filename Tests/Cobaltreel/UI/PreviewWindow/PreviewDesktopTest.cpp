@@ -91,6 +91,28 @@ class PreviewDesktopTest : public LocalisedTest {
     bool exported = false;
 };
 
+TEST_F(PreviewDesktopTest, OnALowScreenEverythingCanBeReached) {
+    open();
+    AppWindow* const window = windows.window();
+    for (const int height : {570, 430, 300}) {
+        window->setMinimumSize({700, height});
+        window->setMaximumSize({700, height});
+        window->resize(700, height);
+        EXPECT_TRUE(waitUntil([&] { return window->rootObject()->height() == height; }));
+        item("exportButton")->forceActiveFocus(Qt::TabFocusReason);
+        const auto isInside = [&](const char* name) {
+            const double top = item(name)->mapToScene({}).y();
+            return top >= 0 && top + item(name)->height() <= height;
+        };
+        EXPECT_TRUE(waitUntil([&] { return isInside("exportButton"); })) << height;
+        screenshot(("preview-low-" + std::to_string(height)).c_str());
+        item("filename")->forceActiveFocus(Qt::TabFocusReason);
+        EXPECT_TRUE(waitUntil([&] { return isInside("filename"); })) << height;
+    }
+    input.key(escape);
+    EXPECT_TRUE(waitUntil([&] { return closed == 1; })) << "Escape closes the window";
+}
+
 TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
     open();
     EXPECT_EQ(windows.window()->size(), QSize(700, 720 - 48)) << "as high as the screen has room for";
