@@ -90,7 +90,7 @@ class ContentReader {
 
     void readWindow(xcb_window_t client) {
         const xcb_window_t frame = frameOf(connection_, client);
-        const auto bounds = frame == XCB_NONE ? std::nullopt : outerBounds(connection_, frame);
+        const auto bounds = frame == XCB_NONE ? std::nullopt : framedBounds(connection_, client, frame);
         const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
                                                   xcb_get_window_attributes(connection_.get(), client));
         if (!bounds || !attributes) return;  // closed meanwhile
@@ -100,7 +100,7 @@ class ContentReader {
         window.windowID = client;
         window.title = textProperty(connection_, client, connection_.atom("_NET_WM_NAME"));
         if (window.title.empty()) window.title = textProperty(connection_, client, XCB_ATOM_WM_NAME);
-        window.frame = relativeTo(main_, shadowExtents(connection_, client).cutFrom(*bounds));
+        window.frame = relativeTo(main_, bounds->seenOnRoot());
         window.isOnScreen = isOnScreen(client, attributes->map_state == XCB_MAP_STATE_VIEWABLE);
         const RunningApplication owner = ownIdentified(applicationOf(connection_, client));
         if (!owner.bundleIdentifier.empty()) {

@@ -96,20 +96,19 @@ struct XcbDesktop::State {
         last = {rootX - main.x, main.height - (rootY - main.y) - hair, buttonBits(buttonMask)};
     }
 
-    /// One round trip: where the frame is now. Absent when it is not (any longer) the shown frame of the
+    /// Where the window is now. Absent when it is not (any longer) the shown frame of the
     /// window.
     std::optional<PixelRect> boundsWithin(xcb_window_t window, xcb_window_t frame) {
         xcb_connection_t* c = connection.get();
         const auto treeCookie = xcb_query_tree(c, frame);
-        const auto geometryCookie = xcb_get_geometry(c, frame);
         const auto attributesCookie = xcb_get_window_attributes(c, window);
         const auto tree = connection.reply(xcb_query_tree_reply, treeCookie);
-        const auto geometry = connection.reply(xcb_get_geometry_reply, geometryCookie);
         const auto attributes = connection.reply(xcb_get_window_attributes_reply, attributesCookie);
-        if (!tree || !geometry || !attributes || tree->parent != tree->root ||
+        if (!tree || !attributes || tree->parent != tree->root ||
             attributes->map_state != XCB_MAP_STATE_VIEWABLE)
             return std::nullopt;
-        return shadowExtents(connection, window).cutFrom(outerBounds(*geometry));
+        const auto bounds = framedBounds(connection, window, frame);
+        return bounds ? std::optional(bounds->seenOnRoot()) : std::nullopt;
     }
 
     XcbConnection connection;

@@ -2,11 +2,40 @@
 
 namespace platform {
 
-PixelRect ShadowExtents::cutFrom(const PixelRect& bounds) const {
-    const PixelRect rest{bounds.x + left, bounds.y + top, bounds.width - left - right,
-                         bounds.height - top - bottom};
-    return rest.isEmpty() || !bounds.contains(rest) ? bounds : rest;
+namespace {
+
+/// Widths along the four sides of a window, in the order of the properties that announce them.
+struct Extents {
+    int left = 0;
+    int right = 0;
+    int top = 0;
+    int bottom = 0;
+};
+
+xcb_get_property_cookie_t askForExtents(XcbConnection& connection, xcb_window_t client, const char* name) {
+    return xcb_get_property(connection.get(), 0, client, connection.atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0,
+                            4);
 }
+
+std::optional<Extents> extentsFrom(const XcbConnection& connection, xcb_get_property_cookie_t asked) {
+    const auto value = connection.reply(xcb_get_property_reply, asked);
+    if (!value || value->format != 32 || value->value_len != 4) return std::nullopt;
+    const auto* sides = static_cast<const std::uint32_t*>(xcb_get_property_value(value.get()));
+    constexpr std::uint32_t largest = 1U << 15;  // windows are no larger
+    for (int i = 0; i < 4; ++i)
+        if (sides[i] > largest) return std::nullopt;
+    return Extents{static_cast<int>(sides[0]), static_cast<int>(sides[1]), static_cast<int>(sides[2]),
+                   static_cast<int>(sides[3])};
+}
+
+/// The rectangle without its sides; unchanged when nothing would remain.
+PixelRect cutFrom(const PixelRect& bounds, const Extents& sides) {
+    const PixelRect rest{bounds.x + sides.left, bounds.y + sides.top, bounds.width - sides.left - sides.right,
+                         bounds.height - sides.top - sides.bottom};
+    return rest.isEmpty() ? bounds : rest;
+}
+
+}  // namespace
 
 xcb_window_t frameOf(const XcbConnection& connection, xcb_window_t window) {
     for (;;) {
@@ -47,14 +76,32 @@ std::string textProperty(const XcbConnection& connection, xcb_window_t window, x
     return {static_cast<const char*>(xcb_get_property_value(value.get())), value->value_len};
 }
 
-ShadowExtents shadowExtents(XcbConnection& connection, xcb_window_t client) {
-    const auto values = cardinals(connection, client, connection.atom("_GTK_FRAME_EXTENTS"), 4);
-    constexpr std::uint32_t largest = 1U << 15;  // windows are no larger
-    if (values.size() != 4) return {};
-    for (const std::uint32_t value : values)
-        if (value > largest) return {};
-    return {static_cast<int>(values[0]), static_cast<int>(values[1]), static_cast<int>(values[2]),
-            static_cast<int>(values[3])};
+std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t client, xcb_window_t frame) {
+    xcb_connection_t* c = connection.get();
+    const auto frameCookie = xcb_get_geometry(c, frame), clientCookie = xcb_get_geometry(c, client);
+    const auto placeCookie = xcb_translate_coordinates(c, client, frame, 0, 0);
+    const auto decorationCookie = askForExtents(connection, client, "_NET_FRAME_EXTENTS");
+    const auto shadowCookie = askForExtents(connection, client, "_GTK_FRAME_EXTENTS");
+    const auto geometry = connection.reply(xcb_get_geometry_reply, frameCookie);
+    const auto inner = connection.reply(xcb_get_geometry_reply, clientCookie);
+    const auto place = connection.reply(xcb_translate_coordinates_reply, placeCookie);
+    const auto decoration = extentsFrom(connection, decorationCookie);
+    const auto shadow = extentsFrom(connection, shadowCookie);
+    if (!geometry || !inner || !place) return std::nullopt;
+
+    const PixelRect outer = outerBounds(*geometry), whole{0, 0, outer.width, outer.height};
+    PixelRect seen = whole;
+    if (decoration && client != frame) {
+        const int border = geometry->border_width;
+        const PixelRect body{place->dst_x + border, place->dst_y + border, inner->width, inner->height};
+        const PixelRect decorated = PixelRect{body.x - decoration->left, body.y - decoration->top,
+                                              body.width + decoration->left + decoration->right,
+                                              body.height + decoration->top + decoration->bottom}
+                                        .intersected(whole);
+        if (!decorated.isEmpty()) seen = decorated;
+    }
+    if (shadow) seen = cutFrom(seen, *shadow);
+    return FramedBounds{outer, seen};
 }
 
 xcb_window_t selectionOwner(const XcbConnection& connection, xcb_atom_t selection) {

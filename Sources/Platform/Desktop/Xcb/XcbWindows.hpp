@@ -10,17 +10,6 @@
 
 namespace platform {
 
-/// How far a client's own invisible shadow reaches into its window, per side (_GTK_FRAME_EXTENTS).
-struct ShadowExtents {
-    int left = 0;
-    int right = 0;
-    int top = 0;
-    int bottom = 0;
-
-    /// The rectangle without the shadow; unchanged when nothing would remain.
-    PixelRect cutFrom(const PixelRect& bounds) const;
-};
-
 /// The ancestor of `window` that is a child of the root: the window manager's frame, or the window
 /// itself. XCB_NONE when the window is gone.
 xcb_window_t frameOf(const XcbConnection& connection, xcb_window_t window);
@@ -29,7 +18,17 @@ xcb_window_t frameOf(const XcbConnection& connection, xcb_window_t window);
 std::optional<PixelRect> outerBounds(const XcbConnection& connection, xcb_window_t frame);
 PixelRect outerBounds(const xcb_get_geometry_reply_t& geometry);
 
-ShadowExtents shadowExtents(XcbConnection& connection, xcb_window_t client);
+/// A client's frame, and what the user sees of it as the window.
+struct FramedBounds {
+    PixelRect outer;  ///< of the frame, with its border, on the root
+    PixelRect seen;   ///< relative to the outer top left
+
+    PixelRect seenOnRoot() const { return seen.translated(outer.x, outer.y); }
+};
+/// The window as the user sees it: the client with the decorations that the window manager announces (frames
+/// may have invisible rims to be gripped by), less the client's own invisible shadow. Takes one round trip.
+/// Absent when one of the two is gone.
+std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t client, xcb_window_t frame);
 
 /// Up to `limit` 32-bit values of a property; empty when the window does not have it.
 std::vector<std::uint32_t> cardinals(const XcbConnection& connection, xcb_window_t window,
