@@ -101,6 +101,7 @@ QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path out
     configuration.channelCount = 2;
     configuration.excludesCurrentProcessAudio = true;
     configuration.pixelFormat = platform::PixelFormat::bgra;
+    configuration.acceptsPlanar = true;
     configuration.queueDepth = 8;
 
     auto stream = capture_->makeStream(

@@ -35,6 +35,8 @@ struct StreamConfiguration {
     int channelCount = 2;
     bool excludesCurrentProcessAudio = true;
     PixelFormat pixelFormat = PixelFormat::bgra;
+    /// Pictures may come as i420 (BT.709, limited range) instead, which encoders take as they are.
+    bool acceptsPlanar = false;
     int queueDepth = 8;  ///< frames in flight; with all of them held, new frames are dropped
 };
 

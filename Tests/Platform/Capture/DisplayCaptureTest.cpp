@@ -1,8 +1,10 @@
 #include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
 
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <random>
 
 #include <gmock/gmock.h>
 
@@ -127,6 +129,46 @@ TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
         for (int x = 0; x < picture->width(); ++x)
             transparent += picture->plane().data[y * picture->plane().stride + 4 * x + 3] != 0xff ? 1 : 0;
     EXPECT_EQ(transparent, 0);
+}
+
+TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
+    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x406080, true, "Ground"});
+    ground.show();
+    std::mt19937 random(7);
+    const auto any = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    for (const auto& [width, height] : {std::pair(1280, 720), std::pair(960, 720)}) {
+        StreamConfiguration configuration = configurationFor(width, height);
+        configuration.acceptsPlanar = true;
+        Recording longRunning(service_, DisplayContentFilter{mainDisplay(), {}}, configuration);
+        for (int round = 0; round < 6; ++round) {
+            std::vector<std::unique_ptr<ColourWindow>> windows;
+            for (int i = 0; i < 5; ++i) {
+                windows.push_back(std::make_unique<ColourWindow>(
+                    connection_, any(1280), any(720), 1 + any(100), 1 + any(60),
+                    ColourWindow::Look{static_cast<std::uint32_t>(random() & 0xffffff), true, "Patch"}));
+                windows.back()->show();
+                longRunning.settle(std::chrono::milliseconds(i % 2 * 20));
+            }
+            rig::ChildProcess(
+                {rigProgram("RigPointer"), "move", std::to_string(any(1280)), std::to_string(any(720))})
+                .wait();
+            longRunning.settle(std::chrono::milliseconds(100));
+            Recording fresh(service_, DisplayContentFilter{mainDisplay(), {}},
+                            configurationFor(width, height));
+            ASSERT_TRUE(fresh.waitForFrames(1));
+            const auto updated = longRunning.latest();
+            PixelBuffer whole(PixelFormat::i420, width, height);
+            convertPixels(*fresh.latest(), whole);
+            ASSERT_EQ(updated->format(), PixelFormat::i420);
+            int differing = 0;
+            for (int i = 0; i < 3; ++i)
+                for (int y = 0; y < whole.plane(i).height; ++y)
+                    differing += std::memcmp(updated->plane(i).data + y * updated->plane(i).stride,
+                                             whole.plane(i).data + y * whole.plane(i).stride,
+                                             static_cast<std::size_t>(whole.plane(i).width)) != 0;
+            EXPECT_EQ(differing, 0) << "rows of round " << round << " at " << width;
+        }
+    }
 }
 
 TEST_F(DisplayCapture, DropsFramesWhileAllAreHeldAndGoesOnAfter) {

@@ -1,6 +1,8 @@
+#include "Platform/Capture/Xcb/DirtyArea.hpp"
 #include "Platform/Capture/Xcb/FrameGrid.hpp"
 #include "Platform/Capture/Xcb/PictureFit.hpp"
 #include "Platform/Capture/Xcb/RectList.hpp"
+#include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 
 #include <gmock/gmock.h>
 
@@ -33,6 +35,64 @@ TEST(RectList, LeavesExactlyWhatTheHoleDoesNotCover) {
             for (int x = -1; x < 27; ++x)
                 EXPECT_EQ(holds(rest, x, y), holds(area, x, y) == 1 && !hole.contains(x, y) ? 1 : 0);
     }
+}
+
+TEST(DirtyArea, HoldsAllThatWasAddedInFewRectanglesWithoutOverlap) {
+    DirtyArea dirty;
+    std::vector<PixelRect> added;
+    for (int i = 0; i < 200; ++i) {
+        added.push_back({i * 7919 % 1900, i * 104729 % 1000, 1 + i % 17, 1 + i % 5});
+        dirty.add(added.back());
+        EXPECT_TRUE(without(added, dirty.rects()).empty());
+        EXPECT_LE(dirty.rects().size(), 12U);
+        for (std::size_t a = 0; a < dirty.rects().size(); ++a)
+            for (std::size_t b = 0; b < a; ++b)
+                EXPECT_TRUE(dirty.rects()[a].intersected(dirty.rects()[b]).isEmpty());
+    }
+}
+
+/// What the server tells of a window of 100 x 80, of which the left half is not painted yet, that is resized.
+TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
+    const PixelRect whole{0, 0, 100, 80}, larger{0, 0, 120, 80}, leftHalf{0, 0, 50, 80};
+    const auto isUnpainted = [](const UnpaintedArea& area, int x, int y) {
+        for (const PixelRect& each : area.rects())
+            if (each.contains(x, y)) return true;
+        return false;
+    };
+    UnpaintedArea area;
+    area.setShape({-1000, -1000, 5000, 5000});
+    area.begin(whole);
+    area.paint({50, 0, 50, 80});
+    EXPECT_EQ(area.rects(), RectList{leftHalf});
+
+    area.resize(larger);
+    area.paint(whole);  // the server moves over what it keeps
+    EXPECT_TRUE(isUnpainted(area, 10, 10)) << "moved over unpainted";
+    EXPECT_FALSE(isUnpainted(area, 60, 10));
+    EXPECT_TRUE(isUnpainted(area, 110, 10)) << "gained";
+    area.settle();
+    area.paint(leftHalf);
+    area.paint({100, 0, 20, 80});
+    EXPECT_TRUE(area.rects().empty());
+
+    // A shape that does not reach as far as the window: what it gains is reported once by the server.
+    area.setShape(whole);
+    area.begin(larger, {whole});
+    area.paint({100, 0, 20, 80});
+    EXPECT_TRUE(isUnpainted(area, 110, 10));
+    area.setShape(larger);
+    area.paint({100, 0, 20, 80});
+    EXPECT_TRUE(area.rects().empty());
+
+    // A window inside that is moved takes what is unpainted with it.
+    area.owe({0, 0, 20, 20});
+    area.move({0, 0, 20, 20}, 40, 0);
+    area.paint({40, 0, 20, 20});
+    EXPECT_TRUE(isUnpainted(area, 45, 5));
+    area.settle();
+    area.paint({40, 0, 20, 20});
+    area.paint({0, 0, 20, 20});
+    EXPECT_TRUE(area.rects().empty());
 }
 
 TEST(FrameGrid, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {

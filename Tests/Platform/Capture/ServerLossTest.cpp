@@ -1,5 +1,6 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/VirtualMonitor.hpp"
+#include "Platform/PrivateServer.hpp"
 
 #include <gmock/gmock.h>
 #include <xcb/randr.h>
@@ -7,23 +8,6 @@
 namespace platform::test {
 
 namespace {
-
-/// An X server of the test's own, to be killed.
-class PrivateServer {
-  public:
-    PrivateServer()
-        : process_(
-              {"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"}) {
-        display_ = ":" + process_.readLine();
-    }
-    const std::string& display() const { return display_; }
-    void end(int signal) { process_.end(signal); }
-    pid_t id() const { return process_.id(); }
-
-  private:
-    rig::ChildProcess process_;
-    std::string display_;
-};
 
 /// Makes an 800 x 600 screen 640 x 400.
 void shrinkScreen(XcbConnection& connection) {

@@ -9,7 +9,7 @@ DisplaySource::DisplaySource(XcbConnection& connection, const DisplayContentFilt
     : connection_(connection),
       display_(filter.display),
       grabber_(connection, configuration),
-      damage_(connection, connection.root()) {
+      damage_(connection, connection.root(), XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES) {
     requireKnownPixels(connection);
     watchMonitors(connection);
     if (configuration.showsCursor) pointer_ = std::make_unique<PointerOverlay>(connection);
@@ -35,26 +35,27 @@ void DisplaySource::findDisplay() {
                             "The display \"" + display_.name +
                                 "\" lies outside the screen since the screen's size was changed.");
     area_ = found->area;
-    hasChanged_ = true;
+    grabber_.setSize(area_.width, area_.height);
+    dirty_.add(area_);
+    isPictureDue_ = true;
+    areHolesStale_ = excluded_ != nullptr;
 }
 
 void DisplaySource::handle(const xcb_generic_event_t& event) {
     if (const auto box = damage_.boxOf(event)) {
-        // Drawing elsewhere only makes the box grow, until it meets this display.
-        if (box->intersected(area_).isEmpty()) return;
-        if (excluded_ && excluded_->hides(*box))
-            damage_.clear();
-        else
-            hasChanged_ = true;
+        const PixelRect seen = box->intersected(area_);
+        if (seen.isEmpty() || (excluded_ && excluded_->hides(seen))) return;
+        dirty_.add(seen);
         return;
     }
-    if (excluded_ && excluded_->handle(event)) hasChanged_ = true;
+    if (excluded_ && excluded_->handle(event)) areHolesStale_ = true;
     if (isMonitorChange(connection_, event)) areMonitorsStale_ = true;
     if (pointer_) pointer_->handle(event);
 }
 
 bool DisplaySource::hasChanged() const {
-    return hasChanged_ || areMonitorsStale_ || (pointer_ && pointer_->hasChanged());
+    return isPictureDue_ || areMonitorsStale_ || areHolesStale_ || !dirty_.isEmpty() ||
+           (pointer_ && pointer_->hasChanged());
 }
 
 bool DisplaySource::isPointerSeen() {
@@ -69,11 +70,11 @@ void DisplaySource::handleWaitingEvents() {
         if (event->response_type != 0) handle(*event);
 }
 
-std::optional<FrameGrabber::Draft> DisplaySource::read() {
-    auto draft = grabber_.begin(area_.width, area_.height);
-    if (!draft) return std::nullopt;
-    damage_.clear();
-    if (!grabber_.read(*draft, connection_.root(), area_.x, area_.y, pointer_.get())) {
+bool DisplaySource::read(const RectList& areas) {
+    RectList inside;
+    for (const PixelRect& area : intersected(areas, area_))
+        inside.push_back(area.translated(-area_.x, -area_.y));
+    if (!grabber_.read(connection_.root(), area_.x, area_.y, inside, pointer_.get())) {
         // Most likely the screen has just been made smaller.
         constexpr int mostRefusals = 10;
         if (++refusals_ > mostRefusals && !connection_.isBroken())
@@ -81,35 +82,59 @@ std::optional<FrameGrabber::Draft> DisplaySource::read() {
                 "ScreenCapture", contentVanished,
                 "The X server refuses to hand out the picture of the display \"" + display_.name + "\".");
         areMonitorsStale_ = true;
-        return std::nullopt;
+        return false;
     }
     refusals_ = 0;
-    return draft;
+    return true;
+}
+
+bool DisplaySource::update() {
+    damage_.clear();
+    const RectList areas = dirty_.take();
+    if (!read(areas)) {
+        dirty_.add(areas);
+        return false;
+    }
+    grabber_.commit();
+    return true;
+}
+
+bool DisplaySource::updateAround() {
+    damage_.clear();
+    handleWaitingEvents();
+    excluded_->prepare(area_);
+    const RectList& holes = excluded_->holes();
+    if (holes != holes_) {
+        dirty_.add(intersected(holes_, area_));
+        areHolesStale_ = true;
+        holes_ = holes;
+    }
+    const RectList areas = dirty_.take();
+    const std::uint64_t before = excluded_->revision();
+    const bool isRead = read(without(areas, holes_));
+    // The server's events come in order: what these do not tell happened after the picture was taken.
+    handleWaitingEvents();
+    if (!isRead || excluded_->revision() != before) {
+        dirty_.add(areas);
+        return false;
+    }
+    grabber_.commit();
+    const bool concernsHoles = areHolesStale_ || !intersected(areas, holes_).empty();
+    if (!concernsHoles) return true;
+    areHolesStale_ = !excluded_->compose(grabber_.image());
+    for (const PixelRect& hole : holes_) grabber_.change(hole.translated(-area_.x, -area_.y));
+    return !areHolesStale_;
 }
 
 std::optional<GrabbedPicture> DisplaySource::grab() {
     if (areMonitorsStale_) findDisplay();
-    if (!hasChanged_ && !isPointerSeen()) return std::nullopt;
-    hasChanged_ = false;
+    if (!grabber_.hasRoom()) return std::nullopt;
+    if (!isPictureDue_ && !areHolesStale_ && dirty_.isEmpty() && !isPointerSeen()) return std::nullopt;
 
-    std::optional<FrameGrabber::Draft> draft;
-    if (excluded_) {
-        handleWaitingEvents();
-        excluded_->prepare(area_);
-        const std::uint64_t before = excluded_->revision();
-        draft = read();
-        // The server's events come in order: what these do not tell happened after the picture was taken.
-        handleWaitingEvents();
-        if (draft && (excluded_->revision() != before || !excluded_->compose(draft->plane))) draft.reset();
-    } else {
-        draft = read();
-    }
-    std::optional<GrabbedPicture> picture;
-    if (draft) {
-        if (pointer_) pointer_->draw(draft->plane, area_.x, area_.y);
-        picture = grabber_.finish(std::move(*draft));
-    }
-    if (!picture) hasChanged_ = true;
+    isPictureDue_ = true;  // until there is one
+    if (!(excluded_ ? updateAround() : update())) return std::nullopt;
+    auto picture = grabber_.finish(pointer_.get(), area_.x, area_.y);
+    isPictureDue_ = !picture;
     return picture;
 }
 

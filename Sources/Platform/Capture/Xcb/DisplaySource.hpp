@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/Xcb/DirtyArea.hpp"
 #include "Platform/Capture/Xcb/ExcludedWindows.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"
@@ -21,13 +22,15 @@ class DisplaySource final : public PictureSource {
     void handle(const xcb_generic_event_t& event) override;
     bool hasChanged() const override;
     std::optional<GrabbedPicture> grab() override;
-    void touch() override { hasChanged_ = true; }
+    void touch() override { isPictureDue_ = true; }
 
   private:
     void findDisplay();
     void handleWaitingEvents();
-    std::optional<FrameGrabber::Draft> read();
     bool isPointerSeen();
+    bool read(const RectList& areas);
+    bool update();
+    bool updateAround();
 
     XcbConnection& connection_;
     const Display display_;
@@ -36,8 +39,11 @@ class DisplaySource final : public PictureSource {
     std::unique_ptr<PointerOverlay> pointer_;
     std::unique_ptr<ExcludedWindows> excluded_;
     PixelRect area_;
+    DirtyArea dirty_;  // on the root
+    RectList holes_;   // where windows left out were in the last picture; on the root
     bool areMonitorsStale_ = false;
-    bool hasChanged_ = true;
+    bool areHolesStale_ = false;
+    bool isPictureDue_ = true;
     int refusals_ = 0;
 };
 

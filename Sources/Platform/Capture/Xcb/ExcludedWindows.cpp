@@ -22,11 +22,6 @@ constexpr std::chrono::milliseconds afterimage{250};
 /// Places vacated within this time and next to each other, by a window being dragged say, count as one.
 constexpr std::chrono::milliseconds oneMovement{100};
 
-PixelRect united(const PixelRect& a, const PixelRect& b) {
-    const int left = std::min(a.x, b.x), top = std::min(a.y, b.y);
-    return {left, top, std::max(a.maxX(), b.maxX()) - left, std::max(a.maxY(), b.maxY()) - top};
-}
-
 }  // namespace
 
 ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications)

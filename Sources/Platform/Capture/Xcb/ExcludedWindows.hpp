@@ -28,7 +28,9 @@ class ExcludedWindows {
     /// the picture have been handled, the picture can be composed.
     void prepare(const PixelRect& area);
     std::uint64_t revision() const { return revision_; }
-    /// Composes the picture's parts that show a window left out. False when that has to wait a moment.
+    /// The parts of it that show a window left out, on the root.
+    const RectList& holes() const { return holes_; }
+    /// Composes these parts in a picture of the area. False when that has to wait a moment.
     bool compose(const Plane& picture);
 
   private:

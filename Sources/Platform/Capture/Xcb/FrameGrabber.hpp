@@ -1,11 +1,14 @@
 #pragma once
 
 #include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/Xcb/FramePool.hpp"
 #include "Platform/Capture/Xcb/PointerOverlay.hpp"
-#include "Platform/Capture/Xcb/SharedFrames.hpp"
+#include "Platform/Capture/Xcb/ScreenImage.hpp"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace platform {
 
@@ -17,32 +20,49 @@ struct GrabbedPicture {
     MediaTime time;
 };
 
-/// Fills frames of the configured size from drawables.
+/// Keeps an image of a drawable, and makes frames of the configured size of it. What has not changed is
+/// neither read nor converted again.
 class FrameGrabber {
   public:
     /// Both references are kept.
     FrameGrabber(const XcbConnection& connection, const StreamConfiguration& configuration);
 
-    /// A picture on its way: memory for `plane.width` × `plane.height` pixels.
-    struct Draft {
-        SegmentLease memory;
-        Plane plane;
-        MediaTime time;
-    };
+    /// What the image is of has this size from now on; another one makes a new image, black at first.
+    void setSize(int width, int height);
+    bool hasSize(int width, int height) const;
+    /// Whether fewer frames are held than may be.
+    bool hasRoom() const { return frames_.hasRoom(); }
 
-    /// Room for a picture; absent when all the frames in flight are held.
-    std::optional<Draft> begin(int width, int height);
-    /// Copies a part of a drawable, of the draft's size, and with it asks where the pointer is (which may be
-    /// null). False when the server refused.
-    bool read(Draft& draft, xcb_drawable_t drawable, int x, int y, PointerOverlay* pointer);
-    /// The finished frame; absent when all the frames in flight are held.
-    std::optional<GrabbedPicture> finish(Draft draft);
+    /// Reads parts of a drawable whose pixel (`x`, `y`) is the image's top left, and with them asks where the
+    /// pointer is (which may be null). They are put into the image by `commit`. False when the server
+    /// refused.
+    bool read(xcb_drawable_t drawable, int x, int y, const RectList& areas, PointerOverlay* pointer);
+    void commit();
+    /// The image, to be drawn into; `change` says where.
+    const Plane& image() const { return image_->plane(); }
+    void change(const PixelRect& area);
+
+    /// The finished frame, with the pointer in it; the image's top left is at (`originX`, `originY`) of the
+    /// root. Absent when all the frames in flight are held.
+    std::optional<GrabbedPicture> finish(PointerOverlay* pointer, int originX, int originY);
 
   private:
+    void convert(PixelBuffer& frame, const PixelRect& area) const;
+    void fit(PixelBuffer& frame);
+    bool isFitted() const;
+    void savePixels(const PixelRect& area);
+    void restorePixels(const PixelRect& area);
+
     const XcbConnection& connection_;
     const StreamConfiguration& configuration_;
-    std::unique_ptr<SharedFrames> segments_;
-    std::unique_ptr<PixelBufferPool> fitted_;
+    FramePool frames_;
+    std::unique_ptr<ScreenImage> image_;
+    RectList reading_;
+    MediaTime time_;
+    std::unique_ptr<PixelBuffer> fitted_;
+    bool isFittedStale_ = true;
+    PixelRect pointerPlace_;  // in the image, as drawn last
+    std::vector<std::uint8_t> beneathPointer_;
 };
 
 }  // namespace platform

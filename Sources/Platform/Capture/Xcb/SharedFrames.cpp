@@ -95,14 +95,14 @@ SegmentLease SharedFrames::borrow() {
 std::uint8_t* memoryOf(const SharedSegment& segment) { return segment.memory(); }
 
 ImageRequest requestImage(const XcbConnection& connection, xcb_drawable_t drawable, int x, int y, int width,
-                          int height, const SharedSegment& into) {
+                          int height, const SharedSegment& into, std::size_t offset) {
     const auto left = static_cast<std::int16_t>(x), top = static_cast<std::int16_t>(y);
     const auto w = static_cast<std::uint16_t>(width), h = static_cast<std::uint16_t>(height);
-    ImageRequest request{into.shared != XCB_NONE, 0, width, height};
+    ImageRequest request{into.shared != XCB_NONE, 0, width, height, offset};
     request.sequence =
         request.isShared
             ? xcb_shm_get_image(connection.get(), drawable, left, top, w, h, allPlanes,
-                                XCB_IMAGE_FORMAT_Z_PIXMAP, into.shared, 0)
+                                XCB_IMAGE_FORMAT_Z_PIXMAP, into.shared, static_cast<std::uint32_t>(offset))
                   .sequence
             : xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, left, top, w, h, allPlanes)
                   .sequence;
@@ -119,7 +119,7 @@ bool awaitImage(const XcbConnection& connection, const ImageRequest& request, Sh
     }
     const auto answer = connection.reply(xcb_get_image_reply, xcb_get_image_cookie_t{request.sequence});
     if (!answer || static_cast<std::size_t>(xcb_get_image_data_length(answer.get())) < bytes) return false;
-    std::memcpy(into.memory(), xcb_get_image_data(answer.get()), bytes);
+    std::memcpy(into.memory() + request.offset, xcb_get_image_data(answer.get()), bytes);
     return true;
 }
 

@@ -44,11 +44,13 @@ struct ImageRequest {
     unsigned int sequence = 0;
     int width = 0;
     int height = 0;
+    std::size_t offset = 0;
 };
 
-/// Asks for a part of a drawable, as 32-bit pixels without gaps between the rows.
+/// Asks for a part of a drawable, as 32-bit pixels without gaps between the rows, `offset` bytes into the
+/// memory.
 ImageRequest requestImage(const XcbConnection& connection, xcb_drawable_t drawable, int x, int y, int width,
-                          int height, const SharedSegment& into);
+                          int height, const SharedSegment& into, std::size_t offset = 0);
 /// Waits for it; false when the server refused (the part is not inside the drawable, the drawable is gone).
 bool awaitImage(const XcbConnection& connection, const ImageRequest& request, SharedSegment& into);
 
