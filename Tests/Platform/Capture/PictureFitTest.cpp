@@ -60,13 +60,14 @@ TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
         return false;
     };
     UnpaintedArea area;
-    area.setShape({-1000, -1000, 5000, 5000});
+    area.setShape({{-1000, -1000, 5000, 5000}});
     area.begin(whole);
     area.paint({50, 0, 50, 80});
     EXPECT_EQ(area.rects(), RectList{leftHalf});
 
     area.resize(larger);
-    area.paint(whole);  // the server moves over what it keeps
+    area.paint({100, 0, 20, 80});  // the server reports what was gained
+    area.paint(whole);             // the server moves over what it keeps
     EXPECT_TRUE(isUnpainted(area, 10, 10)) << "moved over unpainted";
     EXPECT_FALSE(isUnpainted(area, 60, 10));
     EXPECT_TRUE(isUnpainted(area, 110, 10)) << "gained";
@@ -76,11 +77,11 @@ TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
     EXPECT_TRUE(area.rects().empty());
 
     // A shape that does not reach as far as the window: what it gains is reported once by the server.
-    area.setShape(whole);
+    area.setShape({whole});
     area.begin(larger, {whole});
     area.paint({100, 0, 20, 80});
     EXPECT_TRUE(isUnpainted(area, 110, 10));
-    area.setShape(larger);
+    area.setShape({larger});
     area.paint({100, 0, 20, 80});
     EXPECT_TRUE(area.rects().empty());
 

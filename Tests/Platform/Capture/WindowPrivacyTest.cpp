@@ -57,7 +57,7 @@ class SlowlyPaintedWindow {
 
   private:
     void paintWhenAsked() {
-        constexpr std::chrono::milliseconds slowness(25);
+        constexpr std::chrono::milliseconds slowness(40);
         std::uint32_t painted = 0;
         while (!isEnding_ && !connection_.isBroken()) {
             std::this_thread::sleep_for(slowness);
@@ -239,6 +239,15 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
         ASSERT_TRUE(ColourWindow::waitUntil([&] { return find().has_value(); }));
         expectGoingOn("left behind on its workspace");
     }
+    for (int i = 0; i < 5; ++i) {
+        ask(recorded.id(), "WM_CHANGE_STATE", {3});
+        std::this_thread::sleep_for(std::chrono::milliseconds(90));
+        ask(recorded.id(), "_NET_ACTIVE_WINDOW", {2, 0, 0});
+        std::this_thread::sleep_for(std::chrono::milliseconds(90));
+        place(recorded.id(), {200, 150, 420 + 25 * i, 330});
+    }
+    ask(recorded.id(), "_NET_ACTIVE_WINDOW", {2, 0, 0});
+    expectGoingOn("minimised, shown and resized in a hurry");
     xcb_kill_client(connection_->get(), recorded.id());
     xcb_flush(connection_->get());
     EXPECT_TRUE(recording.waitForError());

@@ -1,5 +1,7 @@
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 
+#include <utility>
+
 namespace platform {
 
 namespace {
@@ -26,6 +28,7 @@ void unite(RectList& area, const RectList& with) {
 
 void UnpaintedArea::begin(const PixelRect& whole, const RectList& painted) {
     whole_ = whole;
+    isGainDue_ = false;
     carried_.clear();
     reported_.clear();
     unpainted_ = without(RectList{whole}, painted);
@@ -34,6 +37,8 @@ void UnpaintedArea::begin(const PixelRect& whole, const RectList& painted) {
 
 void UnpaintedArea::resize(const PixelRect& whole) {
     const RectList before = rects();
+    kept_ = whole_.intersected(whole);
+    isGainDue_ = kept_ != whole;
     whole_ = whole;
     unpainted_ = {whole};
     carried_.clear();
@@ -41,28 +46,36 @@ void UnpaintedArea::resize(const PixelRect& whole) {
     carry(before);
 }
 
-void UnpaintedArea::setShape(const PixelRect& box) {
-    shape_ = box;
+void UnpaintedArea::setShape(RectList shape) {
+    shape_ = std::move(shape);
     reported_.clear();
 }
+
+void UnpaintedArea::unsettle() { carry(RectList(unpainted_)); }
 
 void UnpaintedArea::owe(const PixelRect& part) { unite(unpainted_, intersected(RectList{part}, whole_)); }
 
 void UnpaintedArea::move(const PixelRect& part, int dx, int dy) {
+    unsettle();
     RectList moved;
     for (const PixelRect& each : intersected(rects(), part)) moved.push_back(each.translated(dx, dy));
     carry(moved);
 }
 
 void UnpaintedArea::settle() {
+    isGainDue_ = false;
     unite(unpainted_, carried_);
     carried_.clear();
 }
 
 void UnpaintedArea::paint(const PixelRect& part) {
-    unpainted_ = without(unpainted_, part.intersected(shape_));
-    const RectList outside = without(RectList{part}, shape_);
-    if (!outside.empty()) {
+    if (isGainDue_) {
+        if (part.intersected(kept_).isEmpty()) return;
+        isGainDue_ = false;
+    }
+    for (const PixelRect& inside : intersected(shape_, part)) unpainted_ = without(unpainted_, inside);
+    // What a shape will gain is reported once by the server itself.
+    if (const RectList outside = without(RectList{part}, shape_); !outside.empty()) {
         unpainted_ = without(unpainted_, intersected(reported_, outside));
         unite(reported_, outside);
     }

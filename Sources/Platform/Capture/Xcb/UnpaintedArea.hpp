@@ -8,18 +8,20 @@ namespace platform {
 /// (for a window that is shown, redirected or resized) with what the screen showed at that place: other
 /// windows, that is. Only what was painted since may be used.
 ///
-/// Told in the order in which the server does things: it announces a new configuration, then moves over what
-/// it keeps (which is reported like painting, though the source may have been unpainted), paints backgrounds,
-/// and last tells what it exposed.
+/// Told in the order in which the server does things. It announces a new configuration; then it reports as
+/// painted all that the window gained, whether anybody paints it or not (for windows that are redirected
+/// automatically), then what it moves over, though that may have been unpainted, and the backgrounds that it
+/// paints; and last it tells what it exposed. A new shape is announced after all this.
 class UnpaintedArea {
   public:
     /// New contents of which only `painted` is known to be the window's own.
     void begin(const PixelRect& whole, const RectList& painted = {});
     /// Contents of a new size, into which the server moves over what it keeps.
     void resize(const PixelRect& whole);
-    /// The box of the window's shape. Told after the server has done what follows from it, of which the first
-    /// thing is to report all that the shape gained, whether anybody paints it or not.
-    void setShape(const PixelRect& box);
+    /// The window's shape, without overlaps.
+    void setShape(RectList shape);
+    /// Something was moved, shown or hidden: what is unpainted stays so until it is settled.
+    void unsettle();
     /// A window inside was shown: it owes a painting.
     void owe(const PixelRect& part);
     /// A window inside was moved, and its pixels with it.
@@ -30,13 +32,15 @@ class UnpaintedArea {
 
     /// Without overlaps.
     RectList rects() const;
-    bool isSettled() const { return carried_.empty(); }
+    bool isSettled() const { return carried_.empty() && !isGainDue_; }
 
   private:
     void carry(const RectList& area);
 
     PixelRect whole_;
-    PixelRect shape_;
+    PixelRect kept_;  // by the latest resize
+    bool isGainDue_ = false;
+    RectList shape_;
     RectList unpainted_;
     RectList reported_;  // once outside the shape
     RectList carried_;   // what may be moved about unpainted, until it is settled

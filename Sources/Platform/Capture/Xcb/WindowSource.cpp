@@ -24,9 +24,6 @@ constexpr double firstPatience = 0.1;  // seconds
 /// How long a window may be withdrawn: programs hide theirs for a moment to change its decorations.
 constexpr double withdrawalPatience = 2;  // seconds
 
-/// The shape of a window without one.
-constexpr PixelRect everywhere{-(1 << 16), -(1 << 16), 1 << 17, 1 << 17};
-
 PixelRect wholeOf(const PixelRect& bounds) { return {0, 0, bounds.width, bounds.height}; }
 
 bool isEventOf(const xcb_generic_event_t& event, int type) { return (event.response_type & 0x7f) == type; }
@@ -102,7 +99,7 @@ void WindowSource::followFrame() {
     if (isFirst) shape = boundingShape(connection_, {frame_, bounds_, border_, true});
     // What the screen shows of a window whose contents nobody has kept is the window's own.
     if (isFirst && !isKept) painted = without(shape, coveredParts());
-    damageFrom_ = xcb_composite_redirect_window(c, frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC).sequence;
+    xcb_composite_redirect_window(c, frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     xcb_ungrab_server(c);
 
     isFrameShown_ = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
@@ -112,14 +109,14 @@ void WindowSource::followFrame() {
                                 "-bit colours, which cannot be recorded by themselves. Record the whole "
                                 "display.");
     learnClient();
-    unpainted_.setShape(shapeBox());
+    learnShape();
     beginContents(painted);
     dirty_.add(wholeOf(bounds_));
     if (isFirst && isKept) {
         presumedPainted_ = std::move(shape);
-        askToPaint(frame_, false);
-    } else if (!isFirst) {
-        askToPaint(frame_, true);
+        damageFrom_ = askToPaint(frame_, false);
+    } else {
+        damageFrom_ = askToPaint(frame_, true);
     }
 }
 
@@ -152,20 +149,25 @@ RectList WindowSource::coveredParts() const {
     return covered;
 }
 
-PixelRect WindowSource::shapeBox() const {
-    if (shapeEvent_ < 0) return everywhere;
-    const auto extents =
-        connection_.reply(xcb_shape_query_extents_reply, xcb_shape_query_extents(connection_.get(), frame_));
-    if (!extents || !extents->bounding_shaped) return everywhere;
-    return {extents->bounding_shape_extents_x + border_, extents->bounding_shape_extents_y + border_,
-            extents->bounding_shape_extents_width, extents->bounding_shape_extents_height};
+void WindowSource::learnShape() {
+    isLayoutStale_ = true;
+    const auto extents = shapeEvent_ < 0
+                             ? nullptr
+                             : connection_.reply(xcb_shape_query_extents_reply,
+                                                 xcb_shape_query_extents(connection_.get(), frame_));
+    constexpr PixelRect everywhere{-(1 << 16), -(1 << 16), 1 << 17, 1 << 17};
+    if (extents && extents->bounding_shaped)
+        unpainted_.setShape(boundingShape(connection_, {frame_, bounds_, border_, true}));
+    else
+        unpainted_.setShape({everywhere});
 }
 
-void WindowSource::askToPaint(xcb_window_t window, bool withBackgrounds) const {
-    if (withBackgrounds) {
-        xcb_clear_area(connection_.get(), 1, window, 0, 0, 0, 0);
-    } else if (const auto size =
-                   connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), window))) {
+std::uint32_t WindowSource::askToPaint(xcb_window_t window, bool withBackgrounds) const {
+    xcb_connection_t* c = connection_.get();
+    const auto geometry = xcb_get_geometry(c, window);
+    if (withBackgrounds) xcb_clear_area(c, 1, window, 0, 0, 0, 0);
+    const auto size = connection_.reply(xcb_get_geometry_reply, geometry);
+    if (!withBackgrounds && size) {
         // An event of our own making, so that the server itself paints nothing and nothing flickers.
         xcb_expose_event_t expose{};
         expose.response_type = XCB_EXPOSE;
@@ -174,9 +176,10 @@ void WindowSource::askToPaint(xcb_window_t window, bool withBackgrounds) const {
         expose.height = size->height;
         char event[32] = {};
         std::memcpy(event, &expose, sizeof expose);
-        xcb_send_event(connection_.get(), 0, window, XCB_EVENT_MASK_EXPOSURE, event);
+        xcb_send_event(c, 0, window, XCB_EVENT_MASK_EXPOSURE, event);
     }
     for (const xcb_window_t child : childrenOf(connection_, window)) askToPaint(child, withBackgrounds);
+    return geometry.sequence;
 }
 
 void WindowSource::learnClient() {
@@ -228,7 +231,7 @@ void WindowSource::handleWaitingEvents() {
 void WindowSource::handle(const xcb_generic_event_t& event) {
     if (damage_) {
         if (const auto box = damage_->boxOf(event)) {
-            // The first report is of everything.
+            // What the server reports when it makes new contents nobody need have painted.
             if (static_cast<std::int32_t>(event.full_sequence - damageFrom_) < 0) return;
             const PixelRect part = box->translated(border_, border_);
             unpainted_.paint(part);
@@ -240,10 +243,7 @@ void WindowSource::handle(const xcb_generic_event_t& event) {
     if (isEventOf(event, shapeEvent_)) {
         const auto& notify = reinterpret_cast<const xcb_shape_notify_event_t&>(event);
         if (notify.affected_window != frame_ || notify.shape_kind != XCB_SHAPE_SK_BOUNDING) return;
-        unpainted_.setShape(notify.shaped ? PixelRect{notify.extents_x + border_, notify.extents_y + border_,
-                                                      notify.extents_width, notify.extents_height}
-                                          : everywhere);
-        isLayoutStale_ = true;
+        learnShape();
         return;
     }
     // What programs send by themselves says nothing about the server's doing.
@@ -271,17 +271,28 @@ void WindowSource::handleStructure(const xcb_generic_event_t& event) {
             if (notify.window == frame_) {
                 isFrameShown_ = isShown;
                 beginContents({});
+                if (isShown) damageFrom_ = askToPaint(frame_, true);
             }
             if (notify.window == window_) {
                 isClientShown_ = isShown;
                 isClientStale_ = isLayoutStale_ = true;
                 if (isShown) unpainted_.owe(client_);
             }
+            if (notify.window != frame_) unpainted_.unsettle();
             break;
         }
         case XCB_CONFIGURE_NOTIFY:
             handleConfigure(reinterpret_cast<const xcb_configure_notify_event_t&>(event));
             break;
+        case XCB_GRAVITY_NOTIFY: {
+            const auto& notify = reinterpret_cast<const xcb_gravity_notify_event_t&>(event);
+            if (notify.event != frame_) break;
+            if (notify.window == window_)
+                placeClient({notify.x + border_, notify.y + border_, client_.width, client_.height});
+            else
+                unpainted_.unsettle();
+            break;
+        }
         case XCB_EXPOSE:
             unpainted_.settle();
             break;
@@ -308,17 +319,26 @@ void WindowSource::handleConfigure(const xcb_configure_notify_event_t& notify) {
         const bool isResized = now.width != bounds_.width || now.height != bounds_.height;
         bounds_ = now;
         border_ = notify.border_width;
-        if (!isResized) return;
-        contents_.reset();
-        presumedPainted_.clear();
-        unpainted_.resize(wholeOf(bounds_));
-        isLayoutStale_ = true;
-    } else if (notify.window == window_ && notify.event == frame_) {
-        const PixelRect now{notify.x + border_, notify.y + border_, notify.width, notify.height};
-        unpainted_.move(client_, now.x - client_.x, now.y - client_.y);
-        client_ = now;
-        isLayoutStale_ = true;
+        if (isResized) {
+            contents_.reset();
+            presumedPainted_.clear();
+            unpainted_.resize(wholeOf(bounds_));
+            isLayoutStale_ = true;
+        } else {
+            unpainted_.unsettle();
+        }
+    } else if (notify.event == frame_) {
+        if (notify.window == window_)
+            placeClient({notify.x + border_, notify.y + border_, notify.width, notify.height});
+        else
+            unpainted_.unsettle();
     }
+}
+
+void WindowSource::placeClient(const PixelRect& place) {
+    unpainted_.move(client_, place.x - client_.x, place.y - client_.y);
+    client_ = place;
+    isLayoutStale_ = true;
 }
 
 bool WindowSource::hasChanged() const {
@@ -347,7 +367,13 @@ bool WindowSource::isWaitingForPaint(const RectList& unpainted) {
         return false;
     }
     const double now = HostClock().now();
-    if (!incompleteSince_) incompleteSince_ = now;
+    if (!incompleteSince_) {
+        incompleteSince_ = now;
+        isAskedAgain_ = false;
+    }
+    if (presumedPainted_.empty() && now > *incompleteSince_ + paintPatience / 2 &&
+        !std::exchange(isAskedAgain_, true))
+        askToPaint(frame_, true);
     return now < *incompleteSince_ + (presumedPainted_.empty() ? paintPatience : firstPatience);
 }
 
@@ -365,6 +391,8 @@ std::optional<GrabbedPicture> WindowSource::grab() {
         connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get()));
         handleWaitingEvents();
         unpainted_.settle();
+        // What was painted meanwhile may not have counted.
+        if (!unpainted_.rects().empty()) askToPaint(frame_, true);
     }
     if (!contents_ || isLayoutStale_ || !isReadable() || seen_.isEmpty()) return std::nullopt;
 

@@ -32,15 +32,17 @@ class WindowSource final : public PictureSource {
     [[noreturn]] void failGone() const;
     void handleStructure(const xcb_generic_event_t& event);
     void handleConfigure(const xcb_configure_notify_event_t& notify);
+    void placeClient(const PixelRect& place);
     void handleWaitingEvents();
     void followFrame();
     void leaveFrame();
     void beginContents(const RectList& painted);
     /// Asks the window's program, and those of the windows inside; `withBackgrounds` has the server paint the
-    /// backgrounds first.
-    void askToPaint(xcb_window_t window, bool withBackgrounds) const;
+    /// backgrounds first. The sequence number of the first request: all that was painted before it is asked
+    /// for again.
+    std::uint32_t askToPaint(xcb_window_t window, bool withBackgrounds) const;
     RectList coveredParts() const;
-    PixelRect shapeBox() const;
+    void learnShape();
     void learnClient();
     void learnLayout();
     bool nameContents();
@@ -71,6 +73,7 @@ class WindowSource final : public PictureSource {
     std::optional<double> incompleteSince_;
     std::optional<double> withdrawnSince_;
 
+    bool isAskedAgain_ = false;
     bool isFrameShown_ = false;
     bool isClientShown_ = false;
     bool isShaded_ = false;
