@@ -18,7 +18,8 @@ struct Finding {
     std::string service;
     bool available;
     std::string implementation;
-    std::string remedy;  // what to do when it is not available
+    std::string remedy;    // what to do when it is not available
+    std::string remark{};  // why it is this one
 };
 
 Finding findScreen(const platform::PlatformServices& services) {
@@ -74,8 +75,11 @@ Finding findRecordingsFolder() {
 std::vector<Finding> examine() {
     const auto services = hostServices();
     std::vector<Finding> findings{findScreen(services), findDesktop(services), findDevices(services)};
-    for (const auto& encoder : services.media->encoders())
-        findings.push_back({encoder.purpose, !encoder.encoder.empty(), encoder.encoder, encoder.explanation});
+    for (const auto& encoder : services.media->encoders()) {
+        const bool works = !encoder.encoder.empty();
+        findings.push_back({encoder.purpose, works, encoder.encoder, works ? "" : encoder.explanation,
+                            works ? encoder.explanation : ""});
+    }
     findings.push_back({"movies", true, services.media->implementation(), ""});
     findings.push_back(findPlayer(services));
     findings.push_back(findVision(services));
@@ -100,10 +104,12 @@ void addDoctorCommand(CLI::App& app, CommandBody& body) {
                     item["implementation"] = finding.implementation;
                 else
                     item["remedy"] = finding.remedy;
+                if (!finding.remark.empty()) item["remark"] = finding.remark;
                 list.push_back(std::move(item));
                 if (!*json)
                     std::cout << (finding.available ? "ok       " : "missing  ") << finding.service << ": "
-                              << (finding.available ? finding.implementation : finding.remedy) << '\n';
+                              << (finding.available ? finding.implementation : finding.remedy)
+                              << (finding.remark.empty() ? "" : ". " + finding.remark) << '\n';
             }
             if (*json) printJson({{"services", std::move(list)}});
             const bool allThere = std::ranges::all_of(findings, &Finding::available);

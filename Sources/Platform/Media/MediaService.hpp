@@ -17,7 +17,7 @@ namespace platform {
 struct EncoderReport {
     std::string purpose;      ///< "screen recording (HEVC)"
     std::string encoder;      ///< "libx265"; empty when none works
-    std::string explanation;  ///< what to install when none works
+    std::string explanation;  ///< why not a faster one, or what to install when none works
 };
 
 /// Movies: opening, reading, mixing, writing. Any thread.

@@ -1,4 +1,4 @@
-#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
+#include "Platform/Media/FFmpeg/EncoderTrial.hpp"
 #include "Platform/Media/MovieFixture.hpp"
 
 #include <chrono>
@@ -360,11 +360,12 @@ TEST_F(Writing, aFullDiskFailsTheWriterWithoutHanging) {
 }
 
 TEST(VideoEncoders, fallBackToTheNextAndNameAllThatWasTried) {
-    const auto encoder =
-        ffmpeg::openVideoEncoder(smallH264, true, {"h264_nvenc", "no_such_encoder", "libx264"});
-    EXPECT_TRUE(encoder);
+    const auto chosen =
+        ffmpeg::chooseVideoEncoder(smallH264, true, {"h264_nvenc", "no_such_encoder", "libx264"});
+    EXPECT_TRUE(chosen.encoder);
+    EXPECT_THAT(chosen.passedOver, HasSubstr("no_such_encoder"));
     try {
-        ffmpeg::openVideoEncoder(smallH264, true, {"no_such_encoder", "nor_this"});
+        ffmpeg::chooseVideoEncoder(smallH264, true, {"no_such_encoder", "nor_this"});
         ADD_FAILURE() << "opened";
     } catch (const PlatformError& error) {
         EXPECT_THAT(error.description(), testing::AllOf(HasSubstr("no_such_encoder"), HasSubstr("nor_this"),
@@ -372,7 +373,19 @@ TEST(VideoEncoders, fallBackToTheNextAndNameAllThatWasTried) {
     }
     VideoSettings impossible = smallH264;
     impossible.width = -4;
-    EXPECT_THROW(ffmpeg::openVideoEncoder(impossible, true, {"libx264"}), PlatformError);
+    EXPECT_THROW(ffmpeg::chooseVideoEncoder(impossible, true, {"libx264"}), PlatformError);
+}
+
+TEST(VideoEncoders, areBelievedAfterATrialOnly) {
+    const VideoSettings screen{VideoCodec::hevc, 320, 180, 20'000'000, 60, false, true};
+    const VideoSettings exported{VideoCodec::h264, 321, 181, 20'000'000, 30, true, false};
+    EXPECT_EQ(ffmpeg::trialOf("libx265", screen), "");
+    EXPECT_EQ(ffmpeg::trialOf("libx264", exported), "");
+    // One that opens and works, but not well: coarse blocks for lack of bits.
+    VideoSettings starved = exported;
+    starved.averageBitRate = 10'000;
+    EXPECT_THAT(ffmpeg::trialOf("libx264", starved), HasSubstr("come back changed"));
+    EXPECT_THAT(ffmpeg::trialOf("no_such_encoder", screen), HasSubstr("no_such_encoder"));
 }
 
 TEST(VideoEncoders, areReportedForEveryPurpose) {
@@ -380,7 +393,7 @@ TEST(VideoEncoders, areReportedForEveryPurpose) {
     EXPECT_EQ(reports.size(), 4U);
     for (const EncoderReport& report : reports) {
         EXPECT_FALSE(report.purpose.empty());
-        EXPECT_NE(report.encoder.empty(), report.explanation.empty()) << report.purpose;
+        EXPECT_TRUE(!report.encoder.empty() || !report.explanation.empty()) << report.purpose;
     }
 }
 

@@ -53,7 +53,7 @@ void AudioWriterInput::encodeRest() {
 /// The encoder's first packet only primes the decoder and lies before the sound. A fragmented file cannot
 /// hide it: players would take its time for the movie's zero and show every picture 21 ms late. Without
 /// it the first 21 ms of sound fade in.
-bool AudioWriterInput::isWanted(const AVPacket& packet) const {
+bool AudioWriterInput::isWanted(const AVPacket& packet) {
     return !state_.muxer.isFragmented() || packet.pts >= conformer_.firstFrame().value_or(0);
 }
 

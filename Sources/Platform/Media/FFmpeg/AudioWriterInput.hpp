@@ -19,7 +19,7 @@ class AudioWriterInput final : public WriterInput {
     double weight(const SampleBuffer& sample) const override { return sample.audio->duration(); }
     void encode(const SampleBuffer& sample, double time) override;
     void encodeRest() override;
-    bool isWanted(const AVPacket& packet) const override;
+    bool isWanted(const AVPacket& packet) override;
     void encodeFrames(int atLeast);
 
     AudioSettings settings_;

@@ -2,6 +2,7 @@
 
 #include "Platform/Media/FFmpeg/AudioMixReader.hpp"
 #include "Platform/Media/FFmpeg/AudioMixer.hpp"
+#include "Platform/Media/FFmpeg/EncoderTrial.hpp"
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/FFmpegAsset.hpp"
 #include "Platform/Media/FFmpeg/FFmpegWriter.hpp"
@@ -15,8 +16,9 @@ using namespace ffmpeg;
 
 EncoderReport videoReport(const std::string& purpose, const VideoSettings& settings) {
     try {
-        const CodecPtr encoder = openVideoEncoder(settings, true, videoEncoderCandidates(settings.codec));
-        return {purpose, encoder->codec->name, ""};
+        const ChosenEncoder chosen =
+            chooseVideoEncoder(settings, true, videoEncoderCandidates(settings.codec));
+        return {purpose, chosen.encoder->codec->name, chosen.passedOver};
     } catch (const PlatformError& problem) {
         return {purpose, "", problem.description()};
     }

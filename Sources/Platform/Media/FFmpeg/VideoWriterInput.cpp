@@ -1,7 +1,9 @@
 #include "Platform/Media/FFmpeg/VideoWriterInput.hpp"
 
+#include "Platform/Media/FFmpeg/EncoderTrial.hpp"
 #include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
+#include <algorithm>
 #include <cmath>
 
 namespace platform::ffmpeg {
@@ -10,16 +12,29 @@ namespace {
 constexpr int queuedPictures = 8;
 // Beside the queue: the picture being encoded and what the caller is drawing or has at hand.
 constexpr std::size_t picturesElsewhere = 8;
+
+// Key frames are for seeking, which decodes from the last one: what counts is how many pictures that are. On
+// a screen that hardly changes they would be most of the movie. What was damaged on its way is mended by one,
+// too.
 constexpr std::int64_t keyFrameDistance = 2 * videoTimescale;
+constexpr int picturesToSeekThrough = 60;
+constexpr std::int64_t longestKeyFrameDistance = 10 * videoTimescale;
+
+// A picture that is repeated to refine it comes so long after it. Pauses are noticed later than that, so no
+// picture that is still on its way has an earlier time.
+constexpr std::int64_t refinementDelay = videoTimescale * 3 / 10;
 
 }  // namespace
 
 VideoWriterInput::VideoWriterInput(WriterState& state, const VideoSettings& settings)
-    : WriterInput(state, queuedPictures, "encode.video"), settings_(settings) {}
+    : WriterInput(state, queuedPictures, "encode.video"), settings_(settings) {
+    if (settings.expectsMediaDataInRealTime) governor_.emplace(settings.averageBitRate);
+}
 
 void VideoWriterInput::open() {
-    encoder_ = openVideoEncoder(settings_, state_.muxer.wantsGlobalHeaders(),
-                                videoEncoderCandidates(settings_.codec));
+    encoder_ = chooseVideoEncoder(settings_, state_.muxer.wantsGlobalHeaders(),
+                                  videoEncoderCandidates(settings_.codec))
+                   .encoder;
     track_ = state_.muxer.addTrack(*encoder_);
     pool_.emplace(PixelFormat::i420, settings_.width, settings_.height, queuedPictures + picturesElsewhere,
                   ColourMatrix::bt709Limited);
@@ -31,17 +46,51 @@ bool VideoWriterInput::accepts(const SampleBuffer& sample) const {
 }
 
 void VideoWriterInput::encode(const SampleBuffer& sample, double time) {
-    const std::int64_t timestamp = std::llround(time * videoTimescale);
-    if (timestamp <= lastTime_) return;
+    std::int64_t timestamp = std::llround(time * videoTimescale);
+    if (timestamp <= lastTime_) {
+        if (!hasRepeated_) return;
+        timestamp = lastTime_ + 1;
+    }
+    hasRepeated_ = false;
+    encodePicture(sample.image, timestamp);
+}
+
+void VideoWriterInput::encodePicture(const ConstPixelBufferRef& picture, std::int64_t timestamp) {
+    const double coarsening =
+        governor_ ? governor_->coarsening(static_cast<double>(timestamp) / videoTimescale) : 0;
+    coarse_ = coarsening > 0 ? picture : nullptr;
+    if (governor_ && governor_->isExhausted()) return;
     lastTime_ = timestamp;
-    const FramePtr frame = conversion_.frame(sample.image);
+    const bool isKeyFrame = governor_ && isKeyFrameDue(timestamp);
+    FramePtr frame = conversion_.frame(picture);
     frame->pts = timestamp;
-    const bool keyFrameDue = !lastKeyFrame_ || timestamp - *lastKeyFrame_ >= keyFrameDistance;
-    if (settings_.expectsMediaDataInRealTime && keyFrameDue) {
+    if (isKeyFrame) {
         frame->pict_type = AV_PICTURE_TYPE_I;
         lastKeyFrame_ = timestamp;
+        picturesSinceKeyFrame_ = 0;
     }
-    feedEncoder(frame.get());
+    ++picturesSinceKeyFrame_;
+    if (governor_) coarsen(*frame, coarsening);
+    feedEncoder(frameFor(*encoder_, std::move(frame)).get());
+}
+
+bool VideoWriterInput::isKeyFrameDue(std::int64_t timestamp) const {
+    if (!lastKeyFrame_) return true;
+    const std::int64_t distance = timestamp - *lastKeyFrame_;
+    if (distance >= longestKeyFrameDistance) return true;
+    return governor_->isAtEase() && distance >= keyFrameDistance &&
+           picturesSinceKeyFrame_ >= picturesToSeekThrough;
+}
+
+void VideoWriterInput::pause() {
+    if (!coarse_) return;
+    hasRepeated_ = true;
+    encodePicture(coarse_, lastTime_ + refinementDelay);
+}
+
+bool VideoWriterInput::isWanted(const AVPacket& packet) {
+    if (governor_) governor_->spend(8.0 * packet.size);
+    return true;
 }
 
 void VideoWriterInput::encodeRest() { feedEncoder(nullptr); }

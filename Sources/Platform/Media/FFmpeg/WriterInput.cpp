@@ -9,8 +9,8 @@
 namespace platform::ffmpeg {
 namespace {
 
-// After so long without a sample what was encoded goes into the file.
-constexpr std::chrono::milliseconds pause{700};
+// So long without a sample is a pause.
+constexpr std::chrono::milliseconds pauseLength{700};
 
 }  // namespace
 
@@ -36,14 +36,16 @@ void WriterInput::start() {
 void WriterInput::run() {
     try {
         for (;;) {
-            const SampleQueue::Taken taken = queue_.pop(pause);
+            const SampleQueue::Taken taken = queue_.pop(pauseLength);
             if (taken.sample)
                 encode(*taken.sample,
                        taken.sample->presentationTime.seconds() - state_.sessionStart()->seconds());
             else if (taken.ended)
                 break;
-            else
+            else {
+                pause();
                 state_.muxer.settle();
+            }
         }
         if (state_.isWriting()) encodeRest();
     } catch (const PlatformError& problem) {

@@ -39,8 +39,10 @@ class WriterInput : public AssetWriterInput {
     /// Encodes what is left at the end. Encoder thread; throws PlatformError.
     virtual void encodeRest() = 0;
 
-    /// Whether what the encoder made goes into the file.
-    virtual bool isWanted(const AVPacket&) const { return true; }
+    /// No sample came for a while. Encoder thread; throws PlatformError.
+    virtual void pause() {}
+    /// Whether what the encoder made goes into the file; asked once for each packet.
+    virtual bool isWanted(const AVPacket&) { return true; }
 
     /// Gives a frame, or the end with null, to the encoder and what comes out to the file.
     void feedEncoder(const AVFrame* frame);
