@@ -11,14 +11,26 @@ namespace {
 /// arithmetic stay within 16 bits, and at a hundredth of its size no detail is left to miss.
 constexpr double widestSupport = 64;
 
+/// Shrinking further than this is averaging with either kernel.
+constexpr double widestCubic = 4;
+
 constexpr double copyTolerance = 1e-4;
 
-AxisFilter makeFilter(const AxisSampling& sampling, int unit, int tapMultiple) {
+double weightOf(AxisKernel kernel, double distance) {
+    const double d = std::abs(distance);
+    if (kernel == AxisKernel::linear) return std::max(0.0, 1 - d);
+    if (d < 1) return (1.5 * d - 2.5) * d * d + 1;
+    return d < 2 ? ((-0.5 * d + 2.5) * d - 4) * d + 2 : 0;
+}
+
+AxisFilter makeFilter(const AxisSampling& sampling, int tapMultiple) {
     AxisFilter filter;
     filter.count = sampling.count;
     const int available = sampling.high - sampling.low;
-    const double support = std::clamp(std::abs(sampling.a), 1.0,
-                                      std::min(widestSupport, std::max(1.0, static_cast<double>(available))));
+    const AxisKernel kernel = std::abs(sampling.a) > widestCubic ? AxisKernel::linear : sampling.kernel;
+    const double unitDistance = std::clamp(
+        std::abs(sampling.a), 1.0, std::min(widestSupport, std::max(1.0, static_cast<double>(available))));
+    const double support = kernel == AxisKernel::cubic ? 2 * unitDistance : unitDistance;
     const int reach = static_cast<int>(std::ceil(2 * support - 1e-6));
     const int used = std::min(reach, available);
     filter.taps = (used + tapMultiple - 1) / tapMultiple * tapMultiple;
@@ -35,7 +47,7 @@ AxisFilter makeFilter(const AxisSampling& sampling, int unit, int tapMultiple) {
         std::fill(weights.begin(), weights.end(), 0.0);
         double total = 0;
         for (int k = begin; k < begin + reach; ++k) {
-            const double weight = std::max(0.0, 1 - std::abs(k + 0.5 - centre) / support);
+            const double weight = weightOf(kernel, (k + 0.5 - centre) / unitDistance);
             weights[static_cast<std::size_t>(std::clamp(k, sampling.low, sampling.high - 1) - start)] +=
                 weight;
             total += weight;
@@ -47,7 +59,7 @@ AxisFilter makeFilter(const AxisSampling& sampling, int unit, int tapMultiple) {
             &filter.weights[static_cast<std::size_t>(i) * static_cast<std::size_t>(filter.taps)];
         for (int k = 0; k < used; ++k) {
             running += weights[static_cast<std::size_t>(k)] / total;
-            const int upToHere = static_cast<int>(std::lround(running * unit));
+            const int upToHere = static_cast<int>(std::lround(running * filterUnit));
             row[k] = static_cast<std::int16_t>(upToHere - given);
             given = upToHere;
         }
@@ -110,10 +122,10 @@ bool AxisSampling::isCopy() const {
 
 int AxisSampling::copyStart() const { return static_cast<int>(std::lround(b)); }
 
-AxisFilter makeVerticalFilter(const AxisSampling& sampling) { return makeFilter(sampling, verticalUnit, 1); }
+AxisFilter makeVerticalFilter(const AxisSampling& sampling) { return makeFilter(sampling, 1); }
 
 AxisFilter makeHorizontalFilter(const AxisSampling& sampling) {
-    AxisFilter filter = makeFilter(sampling, horizontalUnit, 2);
+    AxisFilter filter = makeFilter(sampling, 2);
     addBlocks(filter);
     return filter;
 }

@@ -6,6 +6,10 @@
 
 namespace platform::imaging {
 
+/// How samples are weighed by their distance. `linear` never leaves the range of its samples: for masks and
+/// premultiplied colours. `cubic` (Catmull and Rom's) keeps the edges of text sharp: for pictures.
+enum class AxisKernel { linear, cubic };
+
 /// Where the outputs of one axis lie among its samples: the centre of output i is at a · (i + 0.5) + b,
 /// measured in samples from the outer edge of sample 0. Only samples [low, high) may be read; beyond
 /// them the outermost one is repeated.
@@ -15,6 +19,7 @@ struct AxisSampling {
     int low = 0;
     int high = 0;
     int count = 0;
+    AxisKernel kernel = AxisKernel::linear;
 
     /// True when every output is exactly one sample.
     bool isCopy() const;
@@ -23,8 +28,8 @@ struct AxisSampling {
     friend bool operator==(const AxisSampling&, const AxisSampling&) = default;
 };
 
-/// The weights of one axis: a triangle one sample wide on each side when it enlarges (linear
-/// interpolation), as wide as an output when it shrinks (averaging).
+/// The weights of one axis: the kernel's curve over the samples when it enlarges (interpolation), over the
+/// outputs when it shrinks (averaging).
 struct AxisFilter {
     /// Eight outputs whose samples two 16-byte loads reach: where to load, and how to bring each
     /// output's pair of taps side by side.
@@ -49,14 +54,14 @@ struct AxisFilter {
     std::vector<std::int16_t> blockWeights;
 };
 
-/// Weights along a column, in 1/32768.
-constexpr int verticalUnit = 32767;
-/// Weights along a row, in 1/16384; an even number of taps.
-constexpr int horizontalUnit = 16384;
+/// Weights of a filter, in 1/16384: those of the cubic kernel add up to more than one where the outermost
+/// sample is repeated.
+constexpr int filterUnit = 16384;
 /// How many values beyond its span a row may be read.
 constexpr int rowOverhang = 32;
 
 AxisFilter makeVerticalFilter(const AxisSampling& sampling);
+/// Has an even number of taps.
 AxisFilter makeHorizontalFilter(const AxisSampling& sampling);
 
 }  // namespace platform::imaging

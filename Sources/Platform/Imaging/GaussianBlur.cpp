@@ -12,10 +12,12 @@
 namespace platform::imaging {
 namespace {
 
+/// Weights of sums; as much of 1 as 16 bits hold.
+constexpr int sumUnit = 32767;
 constexpr int mostTaps = 2 * 3 * static_cast<int>(largestBlurSigma) + 3;
 
 struct BlurKernel {
-    explicit BlurKernel(double sigma) : reach(blurReach(sigma)), taps(2 * reach + 1) {
+    BlurKernel(double sigma, int unit) : reach(blurReach(sigma)), taps(2 * reach + 1) {
         std::array<double, mostTaps> bell{};
         double total = 0;
         for (int t = 0; t < taps; ++t) {
@@ -26,7 +28,7 @@ struct BlurKernel {
         int given = 0;
         for (int t = 0; t < taps; ++t) {
             running += bell[static_cast<std::size_t>(t)] / total;
-            const int upToHere = static_cast<int>(std::lround(running * verticalUnit));
+            const int upToHere = static_cast<int>(std::lround(running * unit));
             weights[static_cast<std::size_t>(t)] = static_cast<std::int16_t>(upToHere - given);
             given = upToHere;
         }
@@ -42,7 +44,8 @@ int blurReach(double sigma) { return std::max(1, static_cast<int>(std::ceil(3 * 
 
 void gaussianBlur(const Tile& from, Tile& to, double sigmaX, double sigmaY, RenderMemory& memory) {
     const PixelKernels& kernels = pixelKernels();
-    const BlurKernel across(std::min(sigmaX, largestBlurSigma)), down(std::min(sigmaY, largestBlurSigma));
+    const BlurKernel across(std::min(sigmaX, largestBlurSigma), sumUnit);
+    const BlurKernel down(std::min(sigmaY, largestBlurSigma), filterUnit);
     const int channels = to.channels;
     // A line reaches over everything that `to` gathers from; only the part that `from` covers is ever filled.
     const int lineLeft = to.rect.left - across.reach;

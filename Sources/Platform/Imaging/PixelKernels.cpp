@@ -17,8 +17,10 @@
 namespace platform::imaging {
 namespace {
 
-constexpr int sumShift = 7;
-/// Sums (7 fractional bits) times horizontal weights (14) down to a byte.
+constexpr int sumShift = 6;
+/// Bytes are weighed in 1/16384, by a product that keeps the upper 15 bits.
+constexpr int byteShift = sumShift + 1;
+/// Sums (6 fractional bits) times horizontal weights (14) down to a byte.
 constexpr int filterShift = sumShift + 14;
 constexpr std::int32_t filterRounding = 1 << (filterShift - 1);
 
@@ -26,7 +28,7 @@ constexpr std::int32_t filterRounding = 1 << (filterShift - 1);
     return static_cast<std::int16_t>(((static_cast<std::int32_t>(value) * weight >> 14) + 1) >> 1);
 }
 [[gnu::always_inline]] inline std::int16_t scaledSample(std::uint8_t value, std::int16_t weight) {
-    return scaledSample(static_cast<std::int16_t>(value << sumShift), weight);
+    return scaledSample(static_cast<std::int16_t>(value << byteShift), weight);
 }
 
 template <typename Sample>
@@ -65,7 +67,7 @@ template <typename Sample>
                                                  std::uint8_t* __restrict out) {
     for (int i = 0; i < count; ++i) {
         const int level = (sums[i] + (1 << (sumShift - 1))) >> sumShift;
-        out[i] = static_cast<std::uint8_t>(level < 255 ? level : 255);
+        out[i] = static_cast<std::uint8_t>(std::clamp(level, 0, 255));
     }
 }
 
@@ -111,7 +113,7 @@ template <typename Sample>
 }
 
 std::uint8_t roundedFilterSum(std::int32_t sum) {
-    return static_cast<std::uint8_t>(std::min((sum + filterRounding) >> filterShift, 255));
+    return static_cast<std::uint8_t>(std::clamp((sum + filterRounding) >> filterShift, 0, 255));
 }
 
 template <int channels>
@@ -157,7 +159,7 @@ template <int group, bool add>
         __m256i total = add ? _mm256_loadu_si256(place) : _mm256_setzero_si256();
         for (int t = 0; t < group; ++t) {
             const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows[t] + i));
-            const __m256i levels = _mm256_slli_epi16(_mm256_cvtepu8_epi16(bytes), sumShift);
+            const __m256i levels = _mm256_slli_epi16(_mm256_cvtepu8_epi16(bytes), byteShift);
             total = _mm256_add_epi16(total, _mm256_mulhrs_epi16(levels, factors[t]));
         }
         _mm256_storeu_si256(place, total);

@@ -6,10 +6,11 @@ namespace platform::imaging {
 
 struct AxisFilter;
 
-/// The inner loops over bytes of pixels. A "sum" is a level in 1/128 steps, 0…255 × 128.
+/// The inner loops over bytes of pixels. A "sum" is a level in 1/64 steps, 0…255 × 64
+/// and a quarter of that beyond on both sides, where a filter overshoots.
 /// Rows passed in never overlap the row written, except where a kernel works in place.
 struct PixelKernels {
-    /// sums[i] = Σ rows[t][i] · weights[t] / 32768, t below `taps`.
+    /// sums[i] = Σ rows[t][i] · weights[t] / unit, t below `taps`: 16384 for bytes, 32768 for sums.
     void (*weighBytes)(const std::uint8_t* const* rows, const std::int16_t* weights, int taps, int count,
                        std::int16_t* sums);
     void (*weighSums)(const std::int16_t* const* rows, const std::int16_t* weights, int taps, int count,

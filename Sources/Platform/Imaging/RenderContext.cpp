@@ -85,9 +85,10 @@ void drawPlanes(const PixelBuffer& buffer, const Layer& layer, PixelBuffer& targ
     for (int i = 0; i < 3; ++i) {
         const Plane& plane = buffer.plane(i);
         const auto place = static_cast<std::size_t>(i);
-        resampler.resample(
-            plane.data, plane.stride, 1, i == 0 ? placed.alongX(rect) : placed.chromaAlongX(rect, 2),
-            i == 0 ? placed.alongY(rect) : placed.chromaAlongY(rect, 2), to.data[place], to.stride[place]);
+        AxisSampling x = i == 0 ? placed.alongX(rect) : placed.chromaAlongX(rect, 2);
+        AxisSampling y = i == 0 ? placed.alongY(rect) : placed.chromaAlongY(rect, 2);
+        x.kernel = y.kernel = AxisKernel::cubic;
+        resampler.resample(plane.data, plane.stride, 1, x, y, to.data[place], to.stride[place]);
     }
     convertMatrix(to, buffer.matrix(), target.matrix());
 }

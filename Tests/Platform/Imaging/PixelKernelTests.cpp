@@ -24,7 +24,8 @@ class PixelKernelTest : public testing::Test {
     }
     Sums sums(std::size_t count) {
         Sums result(count);
-        for (auto& s : result) s = static_cast<std::int16_t>(random_() % (255 * 128 + 1));
+        for (auto& s : result)
+            s = static_cast<std::int16_t>(static_cast<int>(random_() % (320 * 64)) - 32 * 64);
         return result;
     }
     const PixelKernels& fast_ = pixelKernels();
@@ -46,7 +47,7 @@ TEST_F(PixelKernelTest, fastAndPortableRowsAgree) {
                 byteRows.push_back(source.data() + t);
                 sumRows.push_back(levels.data() + t);
                 weights.push_back(
-                    static_cast<std::int16_t>(verticalUnit / taps + (t == 0 ? verticalUnit % taps : 0)));
+                    static_cast<std::int16_t>(filterUnit / taps + (t == 0 ? filterUnit % taps : 0)));
             }
             const auto size = static_cast<std::size_t>(count);
             Sums a(size), b(size);
@@ -68,8 +69,9 @@ TEST_F(PixelKernelTest, fastAndPortableFiltersAgree) {
     for (const int outputs : {1, 3, 8, 21, 64}) {
         for (const double step : {0.11, 0.5, 1.0, 1.5, 2.0, 2.3, 7.7, -0.6, -1.8}) {
             const int size = 40;
+            const auto kernel = outputs % 2 ? AxisKernel::linear : AxisKernel::cubic;
             const AxisFilter filter =
-                makeHorizontalFilter({step, step < 0 ? size - 0.3 : 0.3, 1, size - 2, outputs});
+                makeHorizontalFilter({step, step < 0 ? size - 0.3 : 0.3, 1, size - 2, outputs, kernel});
             for (const int channels : {1, 4}) {
                 const Sums row = sums(static_cast<std::size_t>((filter.span + rowOverhang) * channels));
                 // One byte more, which nobody may touch.
@@ -85,7 +87,8 @@ TEST_F(PixelKernelTest, fastAndPortableFiltersAgree) {
 
 TEST_F(PixelKernelTest, theUsualStepsTakeTheFastFilter) {
     for (const double step : {0.25, 0.5, 1.3, 1.5, 2.0})
-        EXPECT_FALSE(makeHorizontalFilter({step, 0.4, 0, 1920, 900}).blocks.empty()) << step;
+        for (const AxisKernel kernel : {AxisKernel::linear, AxisKernel::cubic})
+            EXPECT_FALSE(makeHorizontalFilter({step, 0.4, 0, 1920, 900, kernel}).blocks.empty()) << step;
 }
 
 /// Each pair of an alpha and a channel, against arithmetic on fractions.
