@@ -49,12 +49,16 @@ std::string remedyFor(int code) {
 
 }  // namespace
 
-PlatformError libraryError(int code, const std::string& sentence) {
+std::string reasonOf(int code) {
     std::array<char, AV_ERROR_MAX_STRING_SIZE> reason{};
     av_strerror(code, reason.data(), reason.size());
-    std::string text = sentence + ": " + reason.data();
+    std::string text = reason.data();
     if (const std::string detail = takeLogLine(); !detail.empty()) text += " (" + detail + ")";
-    return PlatformError("FFmpeg", code, text + "." + remedyFor(code));
+    return text;
+}
+
+PlatformError libraryError(int code, const std::string& sentence) {
+    return PlatformError("FFmpeg", code, sentence + ": " + reasonOf(code) + "." + remedyFor(code));
 }
 
 bool isDamage(const PlatformError& error) { return error.code() == AVERROR_INVALIDDATA; }

@@ -6,6 +6,9 @@
 
 namespace platform::ffmpeg {
 
+/// What the library says of an error `code` and what it last logged on this thread, without a full stop.
+std::string reasonOf(int code);
+
 /// The library's error `code` (negative) as PlatformError("FFmpeg", code): `sentence`, without a full
 /// stop, names the file or device and what could not be done; the reason, what the library last logged
 /// on this thread and the remedy follow.

@@ -89,10 +89,18 @@ Options optionsFor(const std::string& encoder, const VideoSettings& settings) {
     return isVaapi(encoder) ? vaapiOptions() : softwareOptions(settings);
 }
 
+/// A device that is not there is no file: none of the remedies for files fits.
+void requireOpened(int code, const std::string& encoder) {
+    if (code < 0)
+        throw PlatformError("FFmpeg", code,
+                            "The encoder " + encoder + " does not open: " + reasonOf(code) + ".");
+}
+
 /// Pictures in the device's memory for an encoder that takes no others.
-void giveDeviceFrames(AVCodecContext& encoder, const std::string& sentence) {
+void giveDeviceFrames(AVCodecContext& encoder) {
+    const std::string name = encoder.codec->name;
     AVBufferRef* device = nullptr;
-    check(av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, nullptr, nullptr, 0), sentence);
+    requireOpened(av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, nullptr, nullptr, 0), name);
     AVBufferRef* frames = av_hwframe_ctx_alloc(device);
     av_buffer_unref(&device);  // the frames keep it
     if (!frames) throw std::bad_alloc();
@@ -104,7 +112,7 @@ void giveDeviceFrames(AVCodecContext& encoder, const std::string& sentence) {
     context.initial_pool_size = 16;
     encoder.pix_fmt = AV_PIX_FMT_VAAPI;
     encoder.hw_frames_ctx = frames;  // the encoder's from here on, also when the next call fails
-    check(av_hwframe_ctx_init(frames), sentence);
+    requireOpened(av_hwframe_ctx_init(frames), name);
 }
 
 CodecPtr configured(const AVCodec* codec, const VideoSettings& settings, bool globalHeaders) {
@@ -149,15 +157,14 @@ bool isHardware(const std::string& encoder) { return encoder.ends_with("_nvenc")
 CodecPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders) {
     captureLibraryLog();
     const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str());
-    const std::string sentence = "The encoder " + name + " does not open";
-    if (!codec) throw libraryError(AVERROR_ENCODER_NOT_FOUND, sentence);
+    if (!codec) requireOpened(AVERROR_ENCODER_NOT_FOUND, name);
     CodecPtr encoder = configured(codec, settings, globalHeaders);
-    if (isVaapi(name)) giveDeviceFrames(*encoder, sentence);
+    if (isVaapi(name)) giveDeviceFrames(*encoder);
     AVDictionary* options = nullptr;
     for (const auto& [key, value] : optionsFor(name, settings)) av_dict_set(&options, key, value.c_str(), 0);
     const int result = avcodec_open2(encoder.get(), codec, &options);
     av_dict_free(&options);
-    check(result, sentence);
+    requireOpened(result, name);
     return encoder;
 }
 
