@@ -123,7 +123,9 @@ void MovieMuxer::startLateTrack(int track) {
 
 void MovieMuxer::cutFragment() {
     check(av_interleaved_write_frame(context_.get(), nullptr), sentence());
-    check(av_write_frame(context_.get(), nullptr), sentence());
+    // With a delayed track list the first flush writes that alone.
+    for (int flush = 0; flush < 2; ++flush)
+        check(av_write_frame(context_.get(), nullptr), sentence());
     requireNoWriteError();
     handOver();
     headOut_ = true;
