@@ -20,7 +20,8 @@ struct VideoSettings {
     VideoCodec codec = VideoCodec::h264;
     int width = 0;  ///< pixels; an odd side is coded one larger, its last line repeated
     int height = 0;
-    std::int64_t averageBitRate = 0;  ///< bits a second
+    /// Bits a second: a ceiling over a few seconds, below which the quality is constant. 0: none.
+    std::int64_t averageBitRate = 0;
     double expectedFrameRate = 30;    ///< what the rate control reckons with; true times are kept
     bool h264HighProfile = false;     ///< High, automatic level
     bool expectsMediaDataInRealTime = false;

@@ -322,7 +322,7 @@ TEST_F(Writing, aFullDiskFailsTheWriterWithoutHanging) {
         ASSERT_GE(child, 0);
         if (child == 0) {
             ::signal(SIGXFSZ, SIG_IGN);
-            const rlimit limit{100'000, 100'000};
+            const rlimit limit{400'000, 400'000};
             ::setrlimit(RLIMIT_FSIZE, &limit);
             auto writer = media->makeWriter(file("full.mov"), type);
             VideoSettings settings = type == FileType::quickTimeMovie ? smallHevc : smallH264;

@@ -19,8 +19,11 @@ class RateGovernor {
     /// has stopped moving is sharp again by then.
     static constexpr double freePart = 0.75;
 
+    /// A rate of 0 is no ceiling.
     explicit RateGovernor(std::int64_t bitsPerSecond)
-        : bitsPerSecond_(static_cast<double>(bitsPerSecond)), capacity_(bitsPerSecond_ * window) {}
+        : bitsPerSecond_(bitsPerSecond > 0 ? static_cast<double>(bitsPerSecond)
+                                           : std::numeric_limits<double>::infinity()),
+          capacity_(bitsPerSecond_ * window) {}
 
     /// How much coarser than the wished quality the frame at `time` (seconds, not falling) may be quantised:
     /// 0 while the bucket is free enough, `mostCoarsening` when it is full.
