@@ -20,6 +20,7 @@ extern "C" {
 }
 
 #include "Rig/HostTime.hpp"
+#include "Rig/PersonPicture.hpp"
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigLoop.hpp"
@@ -62,6 +63,7 @@ struct Options {
     double garbageFrom = -1;  // seconds after the start
     bool sendsNothing = false;
     bool withoutTimes = false;
+    bool showsPerson = false;  // instead of the counter
     RigEvents events;
 };
 
@@ -266,6 +268,17 @@ class Camera {
             return size;
         }
         constexpr double rounding = 1e-4;  // of the instants given
+        if (options_.showsPerson) {
+            if (!person_) person_ = std::make_unique<rig::PersonPicture>(width, height);
+            const std::uint8_t* y = person_->i420(frameTime_);
+            const std::uint8_t* chroma =
+                y + static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+            libyuv::ConvertFromI420(
+                y, width, chroma, halfWidth,
+                chroma + static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),
+                halfWidth, to, stride(), width, height, raw_.fourcc);
+            return static_cast<std::uint32_t>(stride()) * static_cast<std::uint32_t>(height);
+        }
         auto picture = rigPicture::draw(width, height, counter_,
                                         options_.events.since(frameTime_ + rounding).has_value());
         auto& i420 = picture.pixels;
@@ -289,6 +302,7 @@ class Camera {
     Options options_;
     PixelFormatName raw_{};
     std::unique_ptr<JpegEncoder> jpeg_;
+    std::unique_ptr<rig::PersonPicture> person_;
     pw_main_loop* loop_ = nullptr;
     pw_stream* stream_ = nullptr;
     spa_source* frameTimer_ = nullptr;
@@ -319,6 +333,7 @@ int main(int argc, char** argv) {
                     [&](const auto& text) { options.garbageFrom = std::atof(text.c_str()); });
     arguments.flag("--nothing", options.sendsNothing);
     arguments.flag("--without-times", options.withoutTimes);
+    arguments.flag("--person", options.showsPerson);
     arguments.read(argc, argv);
     const bool known = options.format == "mjpeg" || std::ranges::any_of(pixelFormats, [&](const auto& each) {
                            return options.format == each.name;

@@ -276,6 +276,12 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(std::string reason) {
     const auto engine = engine_;
     const auto attempt = attempt_;
     endReason_ = std::move(reason);
+    // The take ends with its picture, whenever the user reads about it.
+    pictureEndedAt_ = engine->services.clock->now();
+    timer_.reset();
+    co_await engine->cameraMic.stop();
+    if (!self || self->attempt_ != attempt || state_ != State::recording) co_return;
+    endPreview();
     co_await engine->answerTo(warning(S::recordingFailed()));
     if (self && self->attempt_ == attempt) co_await stopRecording();
 }
@@ -287,6 +293,7 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     const auto folder = session_;
+    const auto pictureEndedAt = std::exchange(pictureEndedAt_, std::nullopt);
     auto meta = meta_;
 
     // From here to the documents all goes on without the coordinator, too.
@@ -300,7 +307,7 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
         meta->screenFirstPTS = engine->screen.firstPTS();
         meta->cameraFirstPTS = engine->cameraMic.firstPTS();
         co_await engine->offMainThread([&] {
-            meta->recordingEndHostTime = engine->services.clock->now();
+            meta->recordingEndHostTime = pictureEndedAt.value_or(engine->services.clock->now());
             const auto unwritten = engine->files->complete(events, *meta);
             if (!error) error = unwritten;
         });

@@ -135,6 +135,7 @@ class RecordingCoordinator final : public RecordingChoices {
     bool beginning_ = false;  // the countdown is over; what begins now is not given up halfway
     bool stopping_ = false;
     bool quitting_ = false;
+    std::optional<double> pictureEndedAt_;  // by itself; host clock
     bool devicesKnown_ = false;
     bool mediaServerMissing_ = false;
     std::function<void(bool done)> countdownEnded_;           // while the countdown is awaited

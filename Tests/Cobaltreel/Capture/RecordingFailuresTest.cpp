@@ -196,10 +196,15 @@ TEST_F(RecordingFailuresTest, AStreamThatDiesEndsTheRecordingOnceTheUserKnows) {
     EXPECT_THAT(messages(), ElementsAre(S::recordingFailed()));
     EXPECT_EQ(alerts->alerts[0].informativeText, "");
     EXPECT_EQ(coordinator->state(), State::recording);
+    const double end = time->now(), elapsed = coordinator->elapsed();
+    time->advance(72);
+    EXPECT_FALSE(bubble->isShown);
+    EXPECT_EQ(coordinator->elapsed(), elapsed) << "nothing runs on while the user is away";
     alerts->answer();
     ASSERT_TRUE(reaches(State::idle));
     EXPECT_EQ(coordinator->endReason(), "the window was closed");
     ASSERT_THAT(windows->previews, SizeIs(1));
+    EXPECT_EQ(windows->previews[0].meta.recordingEndHostTime, end);
     EXPECT_EQ(windows->previews[0].meta.screenFirstPTS, 1001);
 
     // Somebody else may have ended it before the answer, and a new one may run.
