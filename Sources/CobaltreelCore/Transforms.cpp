@@ -1,6 +1,7 @@
 #include "CobaltreelCore/Transforms.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace cobaltreel::Transforms {
@@ -20,6 +21,22 @@ std::optional<FramePoint> windowPixel(double mouseX, double mouseY, const Window
                         window.y <= yTop && yTop < window.y + window.h;
     if (!inside) return std::nullopt;
     return FramePoint{scale * (mouseX - window.x), scale * (yTop - window.y)};
+}
+
+FramePoint fittedPixel(const FramePoint& point, const WindowFrameSample& window, const SessionMeta& meta) {
+    const double sourceW = std::trunc(meta.scaleFactor * window.w),
+                 sourceH = std::trunc(meta.scaleFactor * window.h);
+    const auto frameW = static_cast<double>(meta.captureWidthPx),
+               frameH = static_cast<double>(meta.captureHeightPx);
+    const auto isUnscaled = [](double source, double frame) {
+        return frame == source || frame == source + 1;
+    };
+    if (sourceW < 1 || sourceH < 1 || frameW < 1 || frameH < 1 ||
+        (isUnscaled(sourceW, frameW) && isUnscaled(sourceH, frameH)))
+        return point;
+    const double scale = std::min(frameW / sourceW, frameH / sourceH);
+    return {(frameW - scale * sourceW) / 2 + scale * point.x,
+            (frameH - scale * sourceH) / 2 + scale * point.y};
 }
 
 namespace {
@@ -61,8 +78,12 @@ std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double m
 
         std::optional<FramePoint> point;
         if (meta.mode == CaptureMode::window) {
-            if (const auto* frame = windowFrames.at(sample.t))
+            if (const auto* frame = windowFrames.at(sample.t)) {
                 point = windowPixel(sample.x, sample.y, *frame, mainScreenHeightPoints, meta.scaleFactor);
+                const WindowFrameSample& first = log.windowFrames.front();
+                const bool isResized = frame->w != first.w || frame->h != first.h;
+                if (point && isResized) point = fittedPixel(*point, *frame, meta);
+            }
         } else {
             point = displayPixel(sample.x, sample.y, meta.displayFramePoints, meta.scaleFactor);
         }

@@ -27,9 +27,14 @@ std::optional<FramePoint> displayPixel(double mouseX, double mouseY, const Displ
 std::optional<FramePoint> windowPixel(double mouseX, double mouseY, const WindowFrameSample& window,
                                       double mainScreenHeightPoints, double scale);
 
+/// Where a pixel of a window that was resized while it was recorded is in the movie, into which its picture
+/// is fitted: centred, keeping its proportions.
+FramePoint fittedPixel(const FramePoint& point, const WindowFrameSample& window, const SessionMeta& meta);
+
 /// One click for every press of the primary or secondary button inside the picture, in the samples'
 /// order; `t` is the sample's host-clock time. In window mode a press is placed by the latest window
-/// frame that is not after it, and lost when there is none.
+/// frame that is not after it, and lost when there is none; in a window that has another size than in the
+/// first frame, it is where the picture that is fitted into the movie shows it.
 std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints);
 
 }  // namespace Transforms

@@ -94,6 +94,28 @@ TEST(Clicks, FollowTheWindowWhereItIsAtTheTime) {
     EXPECT_EQ(clicks, (std::vector<Click>{{1.5, 140, 20}, {2.0, 20, 20}}));
 }
 
+TEST(Clicks, LieWhereTheFittedPictureOfAResizedWindowShowsThem) {
+    SessionMeta meta = displayMeta();
+    meta.mode = CaptureMode::window;
+    meta.scaleFactor = 1;
+    meta.captureWidthPx = 400;
+    meta.captureHeightPx = 300;
+    struct Case {
+        double w, h;    // of the resized window
+        double x, y;    // the press inside it, from its top left
+        double px, py;  // in the movie
+    };
+    for (const Case& c : {Case{400, 300, 10, 20, 10, 20}, Case{399, 300, 10, 20, 10, 20},
+                          Case{800, 300, 10, 20, 5, 75 + 10}, Case{800, 600, 799, 599, 399.5, 299.5},
+                          Case{200, 300, 10, 20, 100 + 10, 20}, Case{100, 75, 50, 30, 200, 120}}) {
+        EventLog log;
+        log.windowFrames = {{1, 100, 100, 400, 300}, {2, 100, 100, c.w, c.h}};
+        log.samples = {{3, 100 + c.x, 900 - 100 - c.y, 1}};
+        EXPECT_EQ(Transforms::clicks(log, meta, 900), (std::vector<Click>{{3, c.px, c.py}}))
+            << c.w << " x " << c.h;
+    }
+}
+
 TEST(Clicks, TheLastWindowFrameNotAfterThePressCountsAlsoWhenTheClockStepsBack) {
     SessionMeta meta = displayMeta();
     meta.mode = CaptureMode::window;
