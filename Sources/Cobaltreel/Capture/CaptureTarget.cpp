@@ -47,7 +47,7 @@ std::optional<CaptureTarget> CaptureTarget::choose(const RecordingChoices& choic
                                                    const std::vector<platform::Screen>& screens,
                                                    const std::string& ownBundleIdentifier) {
     const auto window = std::ranges::find_if(
-        content.windows, [&](const auto& each) { return each.windowID == choices.selectedWindowID(); });
+        content.windows, [&](const auto& each) { return each.isOnScreen && choices.isSelected(each); });
     const auto display = std::ranges::find_if(
         content.displays, [&](const auto& each) { return each.displayID == choices.selectedDisplayID(); });
 

@@ -17,8 +17,8 @@ struct CaptureTarget {
     ScreenRecorder::Target target;
     SessionMeta meta;
 
-    /// The chosen window, or the chosen display when a display is to be recorded or the window has gone;
-    /// absent when that display has gone too. `screens` has the main one first.
+    /// The chosen window, or the chosen display when a display is to be recorded or the window is not on the
+    /// screen (any longer); absent when that display has gone too. `screens` has the main one first.
     static std::optional<CaptureTarget> choose(const RecordingChoices& choices,
                                                const platform::ShareableContent& content,
                                                const std::vector<platform::Screen>& screens,

@@ -46,7 +46,17 @@ void RecordingChoices::setSelectedDisplayID(std::optional<std::uint32_t> display
 }
 
 void RecordingChoices::setSelectedWindowID(std::optional<std::uint32_t> windowID) {
+    const auto listed = std::ranges::find_if(
+        windows_, [&](const platform::Window& each) { return each.windowID == windowID; });
+    selectedWindowOwner_.reset();
+    if (listed != windows_.end()) selectedWindowOwner_ = listed->owningApplication;
     assign(selectedWindowID_, windowID, &RecordingChoices::selectedWindowIDChanged);
+}
+
+bool RecordingChoices::isSelected(const platform::Window& window) const {
+    const bool isOwnerTheSame = !selectedWindowOwner_ || !window.owningApplication ||
+                                *selectedWindowOwner_ == *window.owningApplication;
+    return window.windowID == selectedWindowID_ && isOwnerTheSame;
 }
 
 void RecordingChoices::setSystemAudioEnabled(bool enabled) {
@@ -100,6 +110,10 @@ void RecordingChoices::offer(const platform::ShareableContent& content,
     std::vector<platform::Window> windows;
     std::ranges::copy_if(content.windows, std::back_inserter(windows),
                          [&](const auto& window) { return isOffered(window, ownBundleIdentifier); });
+    const auto reused = std::ranges::find_if(content.windows, [this](const platform::Window& each) {
+        return each.windowID == selectedWindowID_ && !isSelected(each);
+    });
+    if (reused != content.windows.end()) setSelectedWindowID(std::nullopt);
     replace(displays_, content.displays, &RecordingChoices::displaysChanged);
     replace(windows_, std::move(windows), &RecordingChoices::windowsChanged);
     if (!selectedDisplayID_ && !displays_.empty()) setSelectedDisplayID(displays_.front().displayID);

@@ -81,6 +81,8 @@ class RecordingChoices : public QObject {
     /// Stored at once.
     void setCameraStyle(CameraStyle style);
 
+    /// Whether this is the window that was selected: numbers are used again for windows of other programs.
+    bool isSelected(const platform::Window& window) const;
     /// The camera that a recording uses: none when cameras are off or the selected one is not listed.
     std::optional<platform::CaptureDevice> selectedCamera() const;
     /// The microphone that a recording uses: the selected one, else the desktop's default; absent when there
@@ -107,7 +109,8 @@ class RecordingChoices : public QObject {
     void cameraStyleChanged();
 
   protected:
-    /// Takes over what can be recorded. A selection that is there stays, even when what it names has gone.
+    /// Takes over what can be recorded. A selection that is there stays, even when what it names has gone,
+    /// but for a window whose number now is that of another program's.
     void offer(const platform::ShareableContent& content, const std::string& ownBundleIdentifier);
     void offer(const platform::CaptureDevices& devices);
 
@@ -131,6 +134,7 @@ class RecordingChoices : public QObject {
     std::vector<platform::Window> windows_;
     std::optional<std::uint32_t> selectedDisplayID_;
     std::optional<std::uint32_t> selectedWindowID_;
+    std::optional<platform::RunningApplication> selectedWindowOwner_;
     bool systemAudioEnabled_ = false;
     double bubbleSizeFraction_ = 0.24;
     bool autoZoomEnabled_ = false;

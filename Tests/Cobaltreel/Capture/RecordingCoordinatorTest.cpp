@@ -166,12 +166,32 @@ TEST_F(RecordingCoordinatorTest, RecordsWhatWasChosenOrWhatIsLeftOfIt) {
     }
     EXPECT_THAT(folders(), SizeIs(5)) << "each in a folder of its own, all within a second";
 
+    // A window that cannot be seen, and one of another program that got the number of the chosen one.
+    coordinator->setMode(aWindow);
+    for (const bool isReused : {false, true}) {
+        choose();
+        coordinator->setSelectedDisplayID(11);
+        coordinator->setSelectedWindowID(102);
+        platform::Window& chosen = screenCapture->content.windows[1];
+        if (isReused)
+            chosen.owningApplication = platform::RunningApplication{"another", "Another", 4711};
+        else
+            chosen.isOnScreen = false;
+        record();
+        stop();
+        EXPECT_EQ(windows->previews.back().meta.mode, display) << isReused;
+        chosen.isOnScreen = true;
+    }
+    choose();
+    EXPECT_EQ(coordinator->selectedWindowID(), 101U) << "as if nothing were chosen";
+    coordinator->setMode(display);
+
     // The display has gone as well: nothing happens, without a word.
     coordinator->setSelectedDisplayID(33);
     press();
     countdown->complete();
     ASSERT_TRUE(reaches(State::idle));
-    EXPECT_THAT(folders(), SizeIs(5));
+    EXPECT_THAT(folders(), SizeIs(7));
     EXPECT_THAT(alerts->alerts, IsEmpty());
     EXPECT_FALSE(coordinator->previewActive());
 }
