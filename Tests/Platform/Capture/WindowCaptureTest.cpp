@@ -94,6 +94,7 @@ TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
     window_.paint(blue);
     EXPECT_EQ(recording->settle(), before);
     EXPECT_THAT(recording->errors(), testing::IsEmpty());
+    EXPECT_THAT(record()->startError(), testing::HasSubstr("not shown at the moment"));
     window_.show();
     EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
 }
@@ -107,6 +108,15 @@ TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowIsClosed) {
     recording->settle();
     EXPECT_THAT(recording->errors(), testing::ElementsAre("The window \"Recorded\" was closed."));
     EXPECT_TRUE(recording->stop());
+}
+
+TEST_F(WindowCapture, EndsWhenTheProgramHidesItsWindowForGood) {
+    const auto recording = record();
+    ASSERT_TRUE(recording->waitForFrames(1));
+    window_.hide();
+    ASSERT_TRUE(recording->waitForError());
+    EXPECT_THAT(recording->errors(),
+                testing::ElementsAre("The window \"Recorded\" was hidden by its program."));
 }
 
 TEST_F(WindowCapture, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {

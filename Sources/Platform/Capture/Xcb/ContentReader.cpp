@@ -79,7 +79,9 @@ class ContentReader {
     }
 
     bool isOnScreen(xcb_window_t client, bool isViewable) {
-        if (!isViewable || has(property(client, "_NET_WM_STATE"), connection_.atom("_NET_WM_STATE_HIDDEN")))
+        const auto states = property(client, "_NET_WM_STATE");
+        if (!isViewable || has(states, connection_.atom("_NET_WM_STATE_HIDDEN")) ||
+            has(states, connection_.atom("_NET_WM_STATE_SHADED")))
             return false;
         // Some window managers only move away what is on another desktop.
         constexpr std::uint32_t everyDesktop = 0xffffffff;

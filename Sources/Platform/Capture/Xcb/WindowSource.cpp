@@ -51,6 +51,11 @@ WindowSource::WindowSource(XcbConnection& connection, const WindowContentFilter&
         shapeEvent_ = shape->first_event + XCB_SHAPE_NOTIFY;
     if (configuration.showsCursor) pointer_ = std::make_unique<PointerOverlay>(connection);
     followFrame();
+    if (!isReadable() && !connection.isBroken())
+        throw PlatformError("ScreenCapture", noSuchContent,
+                            "The window \"" + title_ +
+                                "\" is not shown at the moment: it is minimised, shaded or on another "
+                                "workspace. Bring it to the screen, or record the whole display.");
 }
 
 WindowSource::~WindowSource() { leaveFrame(); }
@@ -382,7 +387,7 @@ std::optional<GrabbedPicture> WindowSource::grab() {
     if (isFrameStale_) followFrame();
     if (isClientStale_) learnClient();
     watchWithdrawal();
-    if (!isReadable() || !grabber_.hasRoom()) return std::nullopt;
+    if (!isReadable()) return std::nullopt;
 
     damage_->clear();
     if (isLayoutStale_) learnLayout();
@@ -406,6 +411,7 @@ std::optional<GrabbedPicture> WindowSource::grab() {
     }
     if (dirty_.isEmpty() && !isPictureDue_ && !isPointerSeen()) return std::nullopt;
     isPictureDue_ = true;  // until there is one
+    if (!grabber_.claimRoom()) return std::nullopt;
 
     const PixelRect kept{0, 0, contents_->width(), contents_->height()};
     RectList areas;
