@@ -125,7 +125,8 @@ QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path out
 
 void ScreenRecorder::receiveVideo(const CapturedSample& sample) {
     if (!sample.buffer.image || sample.status != platform::FrameStatus::complete) return;
-    ++offered_;
+    offered_ += 1 + sample.droppedBefore;
+    dropped_ += sample.droppedBefore;
     if (!firstPTS_) {
         const std::lock_guard lock(startLock_);
         if (writer_) writer_->startSession(sample.buffer.presentationTime);

@@ -29,9 +29,9 @@ class ScreenRecorder {
     };
     /// What became of the frames that the stream offered since the last `start`.
     struct Statistics {
-        std::uint64_t offered = 0;
+        std::uint64_t offered = 0;  ///< also those that the stream itself had no memory for
         std::uint64_t written = 0;
-        std::uint64_t dropped = 0;  ///< complete frames for which the encoder had no room
+        std::uint64_t dropped = 0;  ///< those for which there was no room, in the encoder or before it
     };
 
     ScreenRecorder(std::shared_ptr<platform::ScreenCaptureService> capture,

@@ -5,6 +5,7 @@
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -47,6 +48,8 @@ enum class StreamOutputType { screen, audio };
 struct CapturedSample {
     SampleBuffer buffer;                ///< presentation time on the host clock
     std::optional<FrameStatus> status;  ///< pictures only
+    /// New pictures that were lost since the sample before, because all frames in flight were held.
+    std::uint32_t droppedBefore = 0;
 };
 
 /// A running capture. Frames come only when the content (or the pointer) changed, at most one per

@@ -118,12 +118,19 @@ TEST_F(ScreenRecorderTest, FramesAreDroppedNotQueuedWhenTheEncoderIsBehind) {
     media->writing.videoNotReadyAsks = 2;
     ASSERT_EQ(start(), "");
     for (int i = 0; i < 5; ++i) stream().deliverFrame(10 + i / 60.0);
+    platform::CapturedSample late;
+    late.buffer.image = std::make_shared<platform::PixelBuffer>(
+        platform::PixelFormat::bgra, stream().configuration.width, stream().configuration.height);
+    late.buffer.presentationTime = platform::MediaTime::fromSeconds(11, platform::nanosecondTimescale);
+    late.status = platform::FrameStatus::complete;
+    late.droppedBefore = 7;
+    stream().deliver(platform::StreamOutputType::screen, late);
     finish(recorder.stop());
-    EXPECT_EQ(record().video.size(), 3U);
+    EXPECT_EQ(record().video.size(), 4U);
     const auto frames = recorder.statistics();
-    EXPECT_EQ(frames.offered, 5U);
-    EXPECT_EQ(frames.written, 3U);
-    EXPECT_EQ(frames.dropped, 2U);
+    EXPECT_EQ(frames.offered, 13U);
+    EXPECT_EQ(frames.written, 4U);
+    EXPECT_EQ(frames.dropped, 9U) << "those that the stream had no memory for, too";
     EXPECT_DOUBLE_EQ(*recorder.firstPTS(), 10.0);
 }
 

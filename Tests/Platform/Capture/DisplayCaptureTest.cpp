@@ -181,11 +181,13 @@ TEST_F(DisplayCapture, DropsFramesWhileAllAreHeldAndGoesOnAfter) {
     std::condition_variable changed;
     std::vector<SampleBuffer> held;
     std::size_t seen = 0;
+    std::uint32_t dropped = 0;
     const auto stream = service_.makeStream(DisplayContentFilter{mainDisplay(), {}}, configuration, {});
     stream->addOutput(StreamOutputType::screen, queue, [&](const CapturedSample& sample) {
         const std::lock_guard lock(mutex);
         if (held.size() < 3) held.push_back(sample.buffer);
         ++seen;
+        dropped += sample.droppedBefore;
         changed.notify_all();
     });
     EXPECT_THROW(stream->addOutput(StreamOutputType::screen, queue, {}), PlatformError);
@@ -197,6 +199,7 @@ TEST_F(DisplayCapture, DropsFramesWhileAllAreHeldAndGoesOnAfter) {
     EXPECT_EQ(counterIn(*held[0].image, 1280, 720), counter) << "a held frame was written to";
     held.erase(held.begin());
     EXPECT_TRUE(changed.wait_for(lock, patience, [&] { return seen > 3; }));
+    EXPECT_GT(dropped, 0U) << "frames that were lost are counted";
 }
 
 }  // namespace platform::test

@@ -128,10 +128,10 @@ bool DisplaySource::updateAround() {
 
 std::optional<GrabbedPicture> DisplaySource::grab() {
     if (areMonitorsStale_) findDisplay();
-    if (!grabber_.hasRoom()) return std::nullopt;
     if (!isPictureDue_ && !areHolesStale_ && dirty_.isEmpty() && !isPointerSeen()) return std::nullopt;
 
     isPictureDue_ = true;  // until there is one
+    if (!grabber_.claimRoom()) return std::nullopt;
     if (!(excluded_ ? updateAround() : update())) return std::nullopt;
     auto picture = grabber_.finish(pointer_.get(), area_.x, area_.y);
     isPictureDue_ = !picture;

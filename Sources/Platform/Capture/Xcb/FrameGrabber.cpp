@@ -57,6 +57,12 @@ FrameGrabber::FrameGrabber(const XcbConnection& connection, const StreamConfigur
       frames_(configuration.acceptsPlanar ? PixelFormat::i420 : PixelFormat::bgra, configuration.width,
               configuration.height, static_cast<std::size_t>(std::max(1, configuration.queueDepth))) {}
 
+bool FrameGrabber::claimRoom() {
+    const bool hasRoom = frames_.hasRoom();
+    if (!hasRoom) ++dropped_;
+    return hasRoom;
+}
+
 bool FrameGrabber::hasSize(int width, int height) const {
     return image_ && image_->width() == width && image_->height() == height;
 }
@@ -123,7 +129,7 @@ std::optional<GrabbedPicture> FrameGrabber::finish(PointerOverlay* pointer, int 
     });
     if (pointer != nullptr) restorePixels(pointerPlace_);
     if (!frame) return std::nullopt;
-    return GrabbedPicture{std::move(frame), time_};
+    return GrabbedPicture{std::move(frame), time_, std::exchange(dropped_, 0)};
 }
 
 void FrameGrabber::convert(PixelBuffer& frame, const PixelRect& area) const {

@@ -18,6 +18,7 @@ namespace platform {
 struct GrabbedPicture {
     ConstPixelBufferRef picture;
     MediaTime time;
+    std::uint32_t droppedBefore = 0;
 };
 
 /// Keeps an image of a drawable, and makes frames of the configured size of it. What has not changed is
@@ -30,8 +31,8 @@ class FrameGrabber {
     /// What the image is of has this size from now on; another one makes a new image, black at first.
     void setSize(int width, int height);
     bool hasSize(int width, int height) const;
-    /// Whether fewer frames are held than may be.
-    bool hasRoom() const { return frames_.hasRoom(); }
+    /// Whether fewer frames are held than may be; else the picture that is due counts as dropped.
+    bool claimRoom();
 
     /// Reads parts of a drawable whose pixel (`x`, `y`) is the image's top left, and with them asks where the
     /// pointer is (which may be null). They are put into the image by `commit`. False when the server
@@ -59,6 +60,7 @@ class FrameGrabber {
     std::unique_ptr<ScreenImage> image_;
     RectList reading_;
     MediaTime time_;
+    std::uint32_t dropped_ = 0;
     std::unique_ptr<PixelBuffer> fitted_;
     bool isFittedStale_ = true;
     PixelRect pointerPlace_;  // in the image, as drawn last

@@ -149,20 +149,26 @@ void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) 
         }
         grid.take(now);
         auto picture = source.grab();
-        if (picture && !deliver(std::move(*picture))) source.touch();
+        if (picture && !deliver(*picture)) {
+            undelivered_ += 1 + picture->droppedBefore;
+            source.touch();
+        }
     }
 }
 
-bool GrabStream::deliver(GrabbedPicture picture) {
+bool GrabStream::deliver(const GrabbedPicture& picture) {
     if (queue_ == nullptr) return true;
     CapturedSample sample;
     sample.buffer.presentationTime = picture.time;
-    sample.buffer.image = std::move(picture.picture);
+    sample.buffer.image = picture.picture;
     sample.status = FrameStatus::complete;
-    return queue_->async([gate = gate_, sample = std::move(sample)] {
+    sample.droppedBefore = undelivered_ + picture.droppedBefore;
+    const bool isDelivered = queue_->async([gate = gate_, sample = std::move(sample)] {
         const std::lock_guard passing(gate->mutex);
         if (gate->isOpen) gate->handler(sample);
     });
+    if (isDelivered) undelivered_ = 0;
+    return isDelivered;
 }
 
 void GrabStream::sleep(const XcbConnection* connection, bool quietly, double until) {

@@ -40,7 +40,7 @@ class GrabStream final : public CaptureStream {
     void run(const Done& started);
     void capture(const Done& started, bool& hasStarted);
     void takePictures(XcbConnection& connection, PictureSource& source);
-    bool deliver(GrabbedPicture picture);
+    bool deliver(const GrabbedPicture& picture);
     bool isStopping();
     void requestStop();
     /// Sleeps until a stop is requested, the connection has something to say (unless `quietly`) or the
@@ -54,6 +54,7 @@ class GrabStream final : public CaptureStream {
     const std::function<void(const PlatformError&)> onStopped_;
     SerialQueue* queue_ = nullptr;
     bool hasAudioOutput_ = false;
+    std::uint32_t undelivered_ = 0;  // pictures that the queue had no room for; the thread's
     const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
 
     std::mutex mutex_;
