@@ -416,8 +416,8 @@ void RecordingCoordinator::measureMic() {
 }
 
 void RecordingCoordinator::stopCameraPreview() {
-    micLevelTimer_.reset();
     if (state_ != State::idle) return;
+    micLevelTimer_.reset();
     if (!preview_->isActive()) return;
     stopDevices(engine_);
     endPreview();

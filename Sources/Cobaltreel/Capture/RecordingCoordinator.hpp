@@ -84,7 +84,7 @@ class RecordingCoordinator final : public RecordingChoices {
     /// Starts or restarts the preview of the selected devices with the meter and the bubble. A countdown or a
     /// recording keeps its devices: then it is the meter only.
     void startCameraPreview();
-    /// A countdown or a recording keeps the preview, without the meter.
+    /// Idle only: a countdown or a recording keeps the preview.
     void stopCameraPreview();
     /// Moves or resizes the bubble; not while recording.
     void updateBubble();
