@@ -1,4 +1,5 @@
-// RigPointer: moves and clicks the real pointer, as a person's hand would.
+// RigPointer: moves and clicks the real pointer of an X desktop or of the Wayland rig, as a person's hand
+// would.
 //
 //   RigPointer [in WINDOW] [move X Y [MS]] [click [BUTTON]] [press BUTTON] [release BUTTON] [wait MS] ...
 //
@@ -6,17 +7,18 @@
 // prints "press BUTTON HOSTTIME X Y" (seconds of CLOCK_MONOTONIC; pixels, origin at the top left) once the
 // server has taken it.
 
+#include "Rig/Hand.hpp"
 #include "Rig/HostTime.hpp"
 
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
-
-#include <xcb/xcb.h>
-#include <xcb/xtest.h>
 
 namespace {
 
@@ -25,75 +27,41 @@ using rig::sleepUntil;
 
 class Pointer {
   public:
-    Pointer() : c_(xcb_connect(nullptr, nullptr)) {
-        if (xcb_connection_has_error(c_)) {
-            std::fputs("RigPointer: no X server at $DISPLAY\n", stderr);
-            std::exit(1);
-        }
-        root_ = xcb_setup_roots_iterator(xcb_get_setup(c_)).data->root;
-        where();
-    }
-    ~Pointer() { xcb_disconnect(c_); }
-    Pointer(const Pointer&) = delete;
-    Pointer& operator=(const Pointer&) = delete;
+    explicit Pointer(std::unique_ptr<rig::Hand> hand) : hand_(std::move(hand)), at_(hand_->where()) {}
 
     void move(int x, int y, double seconds) {
-        const int fromX = x_, fromY = y_;
+        const rig::Hand::Place from = at_;
         const double begin = hostTime();
         constexpr double step = 1.0 / 125;  // the report rate of a plain mouse
         for (double t = step; t < seconds; t += step) {
             const double share = 0.5 - 0.5 * std::cos(M_PI * t / seconds);
             sleepUntil(begin + t);
-            place(fromX + static_cast<int>(std::lround((x - fromX) * share)),
-                  fromY + static_cast<int>(std::lround((y - fromY) * share)));
+            hand_->place(from.x + static_cast<int>(std::lround((x - from.x) * share)),
+                         from.y + static_cast<int>(std::lround((y - from.y) * share)));
         }
         sleepUntil(begin + seconds);
-        place(x, y);
-        where();
+        hand_->place(x, y);
+        at_ = hand_->where();
     }
 
     /// From here on positions count from where this window has its content now.
-    void countFrom(xcb_window_t window) {
-        if (auto* place = xcb_translate_coordinates_reply(
-                c_, xcb_translate_coordinates(c_, window, root_, 0, 0), nullptr)) {
-            originX_ = place->dst_x;
-            originY_ = place->dst_y;
-            std::free(place);
-        }
-    }
-    int originX() const { return originX_; }
-    int originY() const { return originY_; }
+    void countFrom(unsigned window) { origin_ = hand_->contentOf(window); }
+    int originX() const { return origin_.x; }
+    int originY() const { return origin_.y; }
 
     void button(int number, bool down) {
-        xcb_test_fake_input(c_, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE,
-                            static_cast<std::uint8_t>(number), XCB_CURRENT_TIME, root_, 0, 0, 0);
-        where();
+        hand_->press(number, down);
+        at_ = hand_->where();
         if (down) {
-            std::printf("press %d %.6f %d %d\n", number, hostTime(), x_, y_);
+            std::printf("press %d %.6f %d %d\n", number, hostTime(), at_.x, at_.y);
             std::fflush(stdout);
         }
     }
 
   private:
-    void place(int x, int y) {
-        xcb_test_fake_input(c_, XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, root_, static_cast<std::int16_t>(x),
-                            static_cast<std::int16_t>(y), 0);
-        xcb_flush(c_);
-    }
-    void where() {
-        if (auto* now = xcb_query_pointer_reply(c_, xcb_query_pointer(c_, root_), nullptr)) {
-            x_ = now->root_x;
-            y_ = now->root_y;
-            std::free(now);
-        }
-    }
-
-    xcb_connection_t* c_;
-    xcb_window_t root_ = 0;
-    int x_ = 0;
-    int y_ = 0;
-    int originX_ = 0;
-    int originY_ = 0;
+    std::unique_ptr<rig::Hand> hand_;
+    rig::Hand::Place at_;
+    rig::Hand::Place origin_;
 };
 
 }  // namespace
@@ -110,14 +78,16 @@ int main(int argc, char** argv) {
         return isNumber() ? std::atoi(words[next++].c_str()) : otherwise;
     };
 
-    Pointer pointer;
+    const char* const session = std::getenv("XDG_SESSION_TYPE");
+    const bool isWayland = session != nullptr && std::string_view(session) == "wayland";
+    Pointer pointer(isWayland ? rig::makeWaylandHand() : rig::makeX11Hand());
     while (next < words.size()) {
         const std::string verb = words[next++];
         if (verb == "move") {
             const int x = number(0), y = number(0);
             pointer.move(pointer.originX() + x, pointer.originY() + y, number(0) / 1000.0);
         } else if (verb == "in") {
-            pointer.countFrom(static_cast<xcb_window_t>(number(0)));
+            pointer.countFrom(static_cast<unsigned>(number(0)));
         } else if (verb == "click") {
             const int which = number(1);
             pointer.button(which, true);
