@@ -2,8 +2,14 @@
 
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
 #include "Platform/Capture/PipeWire/PipeWireDeviceAccess.hpp"
+#include "Platform/Capture/Portal/PortalScreenCapture.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
+#include "Platform/Desktop/CastScreen.hpp"
+#include "Platform/Desktop/Evdev/EvdevButtons.hpp"
+#include "Platform/Desktop/Portal/CastDesktop.hpp"
+#include "Platform/Desktop/Portal/PortalBus.hpp"
+#include "Platform/Desktop/Portal/PortalScreenAccess.hpp"
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
@@ -38,7 +44,14 @@ class UnavailableDesktop final : public Desktop {
     std::string implementation() const override { return "none"; }
 };
 
-void chooseDesktop(PlatformServices& services) {
+/// Wayland shows no window through what is below it by any other means than compositing.
+class AlwaysCompositing final : public Compositor {
+  public:
+    bool isRunning() override { return true; }
+};
+
+std::shared_ptr<ScreenCaptureService> chooseX11(PlatformServices& services,
+                                                const std::string& ownBundleIdentifier) {
     try {
         services.desktop = std::make_shared<XcbDesktop>();
         services.keys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
@@ -48,6 +61,34 @@ void chooseDesktop(PlatformServices& services) {
     } catch (const PlatformError&) {
         services.desktop = std::make_shared<UnavailableDesktop>();
     }
+    services.screenAccess = std::make_shared<XcbScreenAccess>();
+    return std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier);
+}
+
+std::shared_ptr<ScreenCaptureService> chooseWayland(PlatformServices& services) {
+    const auto portal = std::make_shared<PortalBus>();
+    const auto screen = std::make_shared<CastScreen>();
+    services.buttons = std::make_shared<EvdevButtons>("/dev/input", EvdevButtons::streamsOfEnvironment());
+    services.desktop = std::make_shared<CastDesktop>(screen, services.buttons, services.clock);
+    services.compositor = std::make_shared<AlwaysCompositing>();
+    try {
+        // Of our own windows, which are shown through XWayland.
+        services.keys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
+        services.windowManager = std::make_shared<XcbWindowManager>();
+    } catch (const PlatformError&) {
+        services.keys = nullptr;
+    }
+    const auto capture =
+        std::make_shared<PortalScreenCapture>(portal, services.mainLoop, screen, UserDefaults::standard());
+    services.screenAccess = std::make_shared<PortalScreenAccess>([capture] {
+        try {
+            capture->shareableContent();
+            return true;
+        } catch (const PlatformError&) {
+            return false;
+        }
+    });
+    return capture;
 }
 
 }  // namespace
@@ -58,20 +99,21 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
                                                const std::filesystem::path& modelsFolder) {
     UserDefaults::setStandard(std::make_shared<QtUserDefaults>());
     PlatformServices services;
+    services.session = decideSession();
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();
     services.players = makeMpvPlayerService(services.mainLoop, services.clock, services.media);
     const auto pipeWire = std::make_shared<PipeWireCaptureService>();
     services.capture = pipeWire;
+    const auto screenCapture = services.session.type == SessionType::wayland
+                                   ? chooseWayland(services)
+                                   : chooseX11(services, ownBundleIdentifier);
     // Who wants the sound asks `capture->unavailable()` beforehand; the picture is captured either way.
     services.screenCapture = std::make_shared<SystemAudioCapture>(
-        std::make_shared<XcbScreenCaptureService>("", ownBundleIdentifier),
-        [pipeWire] { return pipeWire->makeSystemAudio(); });
-    chooseDesktop(services);
+        screenCapture, [pipeWire] { return pipeWire->makeSystemAudio(); });
     services.fileBrowser = std::make_shared<QtFileBrowser>();
     services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);
-    services.screenAccess = std::make_shared<XcbScreenAccess>();
     services.systemSettings = std::make_shared<QtSystemSettings>();
     services.relauncher = std::make_shared<PosixRelauncher>();
     services.singleInstance = std::make_shared<PosixSingleInstance>(services.mainLoop, ownBundleIdentifier);

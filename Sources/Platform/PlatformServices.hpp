@@ -7,9 +7,11 @@
 #include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
+#include "Platform/Desktop/PointerButtons.hpp"
 #include "Platform/Desktop/PointerWatcher.hpp"
 #include "Platform/Desktop/Relauncher.hpp"
 #include "Platform/Desktop/ScreenAccess.hpp"
+#include "Platform/Desktop/SessionType.hpp"
 #include "Platform/Desktop/SingleInstance.hpp"
 #include "Platform/Desktop/StatusItem.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
@@ -30,6 +32,7 @@ namespace platform {
 /// The host's services, chosen in one place and handed to whoever needs them. A service that the
 /// machine lacks is still there and fails with a sentence that says what is missing.
 struct PlatformServices {
+    Session session;  ///< decided once; the rest follows from it
     std::shared_ptr<Clock> clock;
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<MediaService> media;
@@ -37,6 +40,7 @@ struct PlatformServices {
     std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
     std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
     std::shared_ptr<Desktop> desktop;
+    std::shared_ptr<PointerButtons> buttons;         ///< null where the desktop itself tells of the buttons
     std::shared_ptr<KeyGrabber> keys;                ///< null without a display server
     std::shared_ptr<Compositor> compositor;          ///< null without a display server
     std::shared_ptr<WindowManager> windowManager;    ///< null without a display server

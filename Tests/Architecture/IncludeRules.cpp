@@ -26,6 +26,7 @@ std::string family(const std::string& header) {
         {std::regex("opencv2/.*"), "opencv"},
         {std::regex("pipewire/.*|spa/.*"), "pipewire"},
         {std::regex("mpv/.*"), "mpv"},
+        {std::regex("libevdev/.*"), "evdev"},
         {std::regex("QCoro.*"), "qcoro"},
         {std::regex("QDBus\\w*|QtDBus/.*"), "qt-dbus"},
         {std::regex(

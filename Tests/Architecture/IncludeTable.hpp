@@ -49,8 +49,13 @@ inline const std::vector<IncludeRule> includeTable{
      {"std", "os", "xcb", "yuv"}},
     {"Platform/Capture/PipeWire/",
      false,
-     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"},
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/", "Platform/Desktop/CastScreen.hpp"},
      {"std", "os", "pipewire", "yuv", "ffmpeg"}},
+    {"Platform/Capture/Portal/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/", "Platform/Desktop/",
+      "Platform/Capture/PipeWire/", "Platform/Desktop/Portal/"},
+     {"std", "os", "qt-core", "qt-dbus"}},
 
     {"Platform/Desktop/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"}, {"std"}},
     {"Platform/Desktop/Xcb/",
@@ -62,6 +67,16 @@ inline const std::vector<IncludeRule> includeTable{
      false,
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
      {"std", "os", "qt-core", "qt-gui", "qt-dbus"}},
+
+    {"Platform/Desktop/Portal/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
+     {"std", "os", "qt-core", "qt-dbus"}},
+
+    {"Platform/Desktop/Evdev/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
+     {"std", "os", "evdev"}},
 
     {"Platform/Desktop/Posix/",
      false,
@@ -121,5 +136,6 @@ inline const std::vector<std::string_view> libraryFolders{
     "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",   "Platform/Imaging/QtRaster/",
     "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",
     "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",   "Platform/Media/Mpv/",
-    "Platform/Desktop/Qt/",       "Platform/Desktop/Posix/",
+    "Platform/Desktop/Qt/",       "Platform/Desktop/Posix/", "Platform/Capture/Portal/",
+    "Platform/Desktop/Portal/",   "Platform/Desktop/Evdev/",
 };

@@ -1,6 +1,7 @@
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 
 #include "Cobaltreel/Capture/CaptureTarget.hpp"
+#include "Cobaltreel/Capture/ContentChoice.hpp"
 #include "Cobaltreel/Capture/LivePreview.hpp"
 #include "Cobaltreel/Capture/RecordingEngine.hpp"
 #include "Cobaltreel/Capture/RecordingFiles.hpp"
@@ -74,7 +75,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
                                        QString::fromStdString(event.device.uniqueID));
     };
     engine_->screen.onError = [self](const PlatformError& error) {
-        if (self) self->streamFailed(error.description());
+        if (self) self->streamFailed(error);
     };
     followDevices();
 }
@@ -97,6 +98,10 @@ void RecordingCoordinator::followDevices() {
 bool RecordingCoordinator::previewActive() const { return preview_->isActive(); }
 const ScreenRecorder& RecordingCoordinator::screen() const { return engine_->screen; }
 const CameraMicRecorder& RecordingCoordinator::cameraMic() const { return engine_->cameraMic; }
+
+bool RecordingCoordinator::recordsOwnWindows() const {
+    return mode() == CaptureMode::display && !engine_->services.screenCapture->traits().excludesWindows;
+}
 
 void RecordingCoordinator::setState(State state) {
     assign(state_, state, &RecordingCoordinator::stateChanged);
@@ -147,6 +152,17 @@ QCoro::Task<void> RecordingCoordinator::start() {
         co_return;
     }
 
+    const auto choice = co_await ContentChoice::ask(engine, *this);
+    if (choice.failure)
+        co_await engine->answerTo(
+            warning(S::recordingFailed(), QString::fromStdString(choice.failure->description())));
+    if (isOver()) co_return;
+    if (!choice.mayRecord) {
+        setState(State::idle);
+        co_return;
+    }
+    if (choice.grant) ContentChoice::select(*this, engine->services.screenCapture->shareableContent());
+
     const bool counted = co_await AwaitAnswer<bool>(*engine->services.mainLoop, [&](auto ended) {
         countdownEnded_ = std::move(ended);
         const auto end = [self](bool done) {
@@ -189,6 +205,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
             co_return;
         }
         if (!preview_->isActive()) preview_->start();
+        if (recordsOwnWindows()) engine->services.bubble->hide();
 
         SessionMeta& meta = chosen->meta;
         meta.cameraEnabled = engine->cameraMic.wantCamera();
@@ -269,19 +286,25 @@ QCoro::Task<void> RecordingCoordinator::tick() {
     if (self && !reason.isEmpty()) co_await engine->answerTo(warning(reason));
 }
 
-QCoro::Task<void> RecordingCoordinator::streamFailed(std::string reason) {
+QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     // What a stream says that is being stopped is of no interest any more.
     if (state_ != State::recording || stopping_) co_return;
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     const auto attempt = attempt_;
-    endReason_ = std::move(reason);
+    endReason_ = error.description();
     // The take ends with its picture, whenever the user reads about it.
     pictureEndedAt_ = engine->services.clock->now();
     timer_.reset();
     co_await engine->cameraMic.stop();
     if (!self || self->attempt_ != attempt || state_ != State::recording) co_return;
     endPreview();
+    if (error.code() == platform::sharingEnded) {
+        // The user's own way of stopping, where the desktop offers one.
+        co_await stopRecording();
+        co_await engine->answerTo(warning(S::sharingEnded()));
+        co_return;
+    }
     co_await engine->answerTo(warning(S::recordingFailed()));
     if (self && self->attempt_ == attempt) co_await stopRecording();
 }

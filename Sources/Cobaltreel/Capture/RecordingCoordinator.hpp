@@ -86,6 +86,9 @@ class RecordingCoordinator final : public RecordingChoices {
     void startCameraPreview();
     /// Idle only: a countdown or a recording keeps the preview.
     void stopCameraPreview();
+    /// Whether windows of ours would be in the picture of what is selected: a display whose desktop cannot
+    /// leave them out. They are hidden while it is recorded.
+    bool recordsOwnWindows() const;
     /// Moves or resizes the bubble; not while recording.
     void updateBubble();
     void openSettings();
@@ -105,7 +108,7 @@ class RecordingCoordinator final : public RecordingChoices {
     QCoro::Task<void> beginCapture();
     QCoro::Task<void> captureFailed(std::optional<SessionFolder> folder, std::exception_ptr failure,
                                     bool atCamera);
-    QCoro::Task<void> streamFailed(std::string reason);
+    QCoro::Task<void> streamFailed(platform::PlatformError error);
     QCoro::Task<void> tick();
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
     QCoro::Task<void> untilStateChanges();

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace cobaltreel {
@@ -31,7 +32,24 @@ Finding findScreen(const platform::PlatformServices& services) {
     }
 }
 
+Finding findSession(const platform::PlatformServices& services) {
+    const bool isWayland = services.session.type == platform::SessionType::wayland;
+    return {"session", true,
+            std::string(isWayland ? "Wayland" : "X11") + " (" + services.session.reason + ")", ""};
+}
+
+/// Where the desktop itself does not tell which buttons are down.
+std::vector<Finding> findButtons(const platform::PlatformServices& services) {
+    if (!services.buttons) return {};
+    if (const auto reason = services.buttons->unavailable())
+        return {{"mouse buttons", false, "", reason->description()}};
+    return {{"mouse buttons", true, "evdev", ""}};
+}
+
 Finding findDesktop(const platform::PlatformServices& services) {
+    // A Wayland desktop tells of its screens once one of them is shared.
+    if (services.session.type == platform::SessionType::wayland)
+        return {"pointer and windows", true, services.desktop->implementation(), ""};
     if (services.desktop->screens().empty())
         return {"pointer and windows", false, "", "start in a desktop session, or set DISPLAY"};
     return {"pointer and windows", true, services.desktop->implementation(), ""};
@@ -74,7 +92,9 @@ Finding findRecordingsFolder() {
 
 std::vector<Finding> examine() {
     const auto services = hostServices();
-    std::vector<Finding> findings{findScreen(services), findDesktop(services), findDevices(services)};
+    std::vector<Finding> findings{findSession(services), findScreen(services), findDesktop(services)};
+    for (auto& finding : findButtons(services)) findings.push_back(std::move(finding));
+    findings.push_back(findDevices(services));
     for (const auto& encoder : services.media->encoders()) {
         const bool works = !encoder.encoder.empty();
         findings.push_back({encoder.purpose, works, encoder.encoder, works ? "" : encoder.explanation,

@@ -67,6 +67,17 @@
           u"Microphone permission is required to record. Allow it in System Settings → Privacy & Security → " \
           u"Microphone, then relaunch")                                                                      \
     ENTRY(ok, u"אישור", u"OK")                                                                                \
+    ENTRY(sharingEnded, u"השיתוף הופסק בשולחן העבודה. מה שהוקלט נשמר",                                        \
+          u"The desktop stopped sharing. What was recorded is kept")                                         \
+    ENTRY(chosenWhenStarting, u"ייבחר בתחילת ההקלטה", u"Chosen when recording starts")                        \
+    ENTRY(chosenLast, u"כמו בפעם הקודמת", u"As chosen last")                                                  \
+    ENTRY(clicksUnseen, u"קליקים לא נראים, ולכן אין זום ואין הדגשות. הרץ "                                    \
+                        u"\u2066sudo usermod -aG input $USER\u2069 והתחבר מחדש",                             \
+          u"Clicks are not seen, so there is no zoom and no ripples. Run sudo usermod -aG input $USER and "  \
+          u"log in anew")                                                                                    \
+    ENTRY(bubbleHides, u"הבועה מוסתרת בזמן שמסך מוקלט", u"The bubble hides while a screen is recorded")       \
+    ENTRY(bindToggle, u"אין כאן קיצור מקלדת כללי. קשור מקש ל-\u2068cobaltreel toggle\u2069 בהגדרות שולחן העבודה", \
+          u"This desktop gives programs no keys. Bind one to cobaltreel toggle in its settings")             \
     ENTRY(preview, u"תצוגה מקדימה", u"Preview")                                                               \
     ENTRY(play, u"נגן", u"Play")                                                                              \
     ENTRY(pause, u"השהה", u"Pause")                                                                           \

@@ -68,10 +68,36 @@ class CaptureStream {
     virtual void stopCapture(std::function<void(std::optional<PlatformError>)> done) = 0;
 };
 
+/// Codes of PlatformError("ScreenCapture") that tell of a decision of the user.
+enum UserDecision {
+    choiceCancelled = 20,  ///< the desktop's own dialog was closed without a choice
+    choiceRefused = 21,    ///< the desktop, or the user for good, does not allow it
+    sharingEnded = 22,     ///< of a running stream: ended by the desktop's own means
+};
+
+/// What the user has chosen in a dialog of the desktop. While it lives the content is just that, and streams
+/// are made of it; a stream outlives it.
+class ContentGrant {
+  public:
+    virtual ~ContentGrant() = default;
+};
+
 /// Screen capture of the host.
 class ScreenCaptureService {
   public:
+    /// How this host differs from one that lists what there is.
+    struct Traits {
+        bool asksUser = false;  ///< a dialog of the desktop chooses; the lists hold stand-ins until then
+        bool excludesWindows = true;  ///< applications can be left out of a display's picture
+    };
+    using Granted = std::function<void(std::optional<PlatformError>, std::shared_ptr<ContentGrant>)>;
+
     virtual ~ScreenCaptureService() = default;
+    virtual Traits traits() const = 0;
+    /// Lets the user choose what is recorded, where the desktop wants that. `contentID` is that of the
+    /// stand-in that was selected. `done` is called once on the main thread, at once and with no grant where
+    /// nobody is asked. Main thread.
+    virtual void requestContent(ContentKind kind, std::uint32_t contentID, Granted done) = 0;
     /// Throws PlatformError when the display server cannot be reached or refuses.
     virtual ShareableContent shareableContent() = 0;
     /// `onStopped` is told once, on a thread of the stream's, when a running stream dies by itself.

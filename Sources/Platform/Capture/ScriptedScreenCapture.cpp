@@ -152,6 +152,15 @@ class ScriptedStreamHandle final : public CaptureStream {
     std::shared_ptr<ScriptedStream> stream_;
 };
 
+void ScriptedScreenCapture::requestContent(ContentKind kind, std::uint32_t, Granted done) {
+    if (!hostTraits.asksUser) return done(std::nullopt, nullptr);
+    grantRequests.push_back(kind);
+    if (grantError) return done(grantError, nullptr);
+    const auto given = std::make_shared<ContentGrant>();
+    grant = given;
+    done(std::nullopt, given);
+}
+
 ShareableContent ScriptedScreenCapture::shareableContent() {
     ++contentRequests;
     if (contentError) throw *contentError;

@@ -73,6 +73,8 @@ class ScriptedScreenCapture final : public ScreenCaptureService {
   public:
     // The script; each error, while present, is what the operation fails with.
     ShareableContent content;
+    Traits hostTraits;
+    std::optional<PlatformError> grantError;
     std::optional<PlatformError> contentError;
     std::optional<PlatformError> makeStreamError;
     std::optional<PlatformError> startError;
@@ -84,6 +86,13 @@ class ScriptedScreenCapture final : public ScreenCaptureService {
     std::vector<std::shared_ptr<ScriptedStream>> streams;
     int contentRequests = 0;
 
+    /// How often the user was asked, and what for.
+    std::vector<ContentKind> grantRequests;
+    /// Of the grant that was given last; expired once nobody holds it.
+    std::weak_ptr<ContentGrant> grant;
+
+    Traits traits() const override { return hostTraits; }
+    void requestContent(ContentKind kind, std::uint32_t contentID, Granted done) override;
     ShareableContent shareableContent() override;
     std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                               const StreamConfiguration& configuration,

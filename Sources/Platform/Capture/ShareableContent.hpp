@@ -17,6 +17,12 @@ struct RunningApplication {
     friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };
 
+enum class ContentKind { display, window };
+
+/// What an entry of the content stands for: itself, or on desktops that let the user choose in a dialog of
+/// their own, that dialog's next choice or its last one.
+enum class Offer { itself, chooser, lastChoice };
+
 /// A display that can be recorded. On X11 one point is one pixel.
 struct Display {
     std::uint32_t displayID = 0;  ///< stable for as long as the output keeps its name
@@ -24,6 +30,7 @@ struct Display {
     Rect frame;  ///< points, origin at the top left of the main screen, y down
     double scale = 1;
     bool isMain = false;
+    Offer offer = Offer::itself;
 
     int width() const { return static_cast<int>(frame.w); }
     int height() const { return static_cast<int>(frame.h); }
@@ -36,6 +43,7 @@ struct Window {
     Rect frame;  ///< title bar included; points, origin at the top left of the main screen, y down
     bool isOnScreen = false;
     std::optional<RunningApplication> owningApplication;
+    Offer offer = Offer::itself;
 };
 
 /// What can be recorded right now.

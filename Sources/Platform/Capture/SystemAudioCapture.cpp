@@ -50,6 +50,12 @@ SystemAudioCapture::SystemAudioCapture(std::shared_ptr<ScreenCaptureService> scr
                                        std::function<std::unique_ptr<SystemAudioSource>()> makeSource)
     : screen_(std::move(screen)), makeSource_(std::move(makeSource)) {}
 
+ScreenCaptureService::Traits SystemAudioCapture::traits() const { return screen_->traits(); }
+
+void SystemAudioCapture::requestContent(ContentKind kind, std::uint32_t contentID, Granted done) {
+    screen_->requestContent(kind, contentID, std::move(done));
+}
+
 ShareableContent SystemAudioCapture::shareableContent() { return screen_->shareableContent(); }
 
 std::unique_ptr<CaptureStream> SystemAudioCapture::makeStream(

@@ -17,6 +17,8 @@ class SystemAudioCapture final : public ScreenCaptureService {
     SystemAudioCapture(std::shared_ptr<ScreenCaptureService> screen,
                        std::function<std::unique_ptr<SystemAudioSource>()> makeSource);
 
+    Traits traits() const override;
+    void requestContent(ContentKind kind, std::uint32_t contentID, Granted done) override;
     ShareableContent shareableContent() override;
     std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                               const StreamConfiguration& configuration,

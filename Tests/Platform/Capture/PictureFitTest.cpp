@@ -1,5 +1,5 @@
+#include "Platform/Capture/FrameGrid.hpp"
 #include "Platform/Capture/Xcb/DirtyArea.hpp"
-#include "Platform/Capture/Xcb/FrameGrid.hpp"
 #include "Platform/Capture/Xcb/PictureFit.hpp"
 #include "Platform/Capture/Xcb/RectList.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"

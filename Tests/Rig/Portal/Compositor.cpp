@@ -62,7 +62,8 @@ QString Compositor::startCast(Source source, uint cursor, std::function<void(uin
     waiting_[stream] = std::move(started);
     bus.connect(castService, stream, castStream, QStringLiteral("PipeWireStreamAdded"), this,
                 SLOT(streamAdded(uint)));
-    bus.connect(castService, session, castSession, QStringLiteral("Closed"), this, SLOT(sessionClosed()));
+    bus.connect(castService, session, castSession, QStringLiteral("Closed"), this,
+                SLOT(sessionClosed(QDBusMessage)));
     call(castService, session, castSession, QStringLiteral("Start"));
     return session;
 }
@@ -79,9 +80,11 @@ void Compositor::streamAdded(uint node) {
                 qdbus_cast<QVariantMap>(read(castService, stream, castStream, QStringLiteral("Parameters"))));
 }
 
-void Compositor::sessionClosed() {
-    for (const auto& [stream, session] : std::exchange(sessionOfStream_, {}))
-        if (castEnded) castEnded(session);
+void Compositor::sessionClosed(const QDBusMessage& signal) {
+    const QString session = signal.path();
+    const auto ended =
+        std::erase_if(sessionOfStream_, [&](const auto& each) { return each.second == session; });
+    if (ended > 0 && castEnded) castEnded(session);
 }
 
 void Compositor::startPointer() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusMessage>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -31,7 +32,7 @@ class Compositor final : public QObject {
 
   private:
     Q_SLOT void streamAdded(uint node);
-    Q_SLOT void sessionClosed();
+    Q_SLOT void sessionClosed(const QDBusMessage& signal);
     void startPointer();
 
     QString pointerSession_, pointerStream_;

@@ -53,6 +53,11 @@ class PortalSession final : public QObject {
         if (!cast.isEmpty()) compositor_.stopCast(std::exchange(cast, {}));
     }
 
+    void end() {
+        stop();
+        Q_EMIT Closed();
+    }
+
     QString cast;    // the compositor's session, while there is a stream
     uint types = 1;  // what may be chosen: 1 monitors, 2 windows
     uint cursor = 1;
@@ -89,10 +94,11 @@ class Sessions {
         return it == all_.end() ? nullptr : it->second.get();
     }
     void endAll() {
-        for (auto& [path, session] : all_) {
-            session->stop();
-            Q_EMIT session->Closed();
-        }
+        for (auto& [path, session] : all_) session->end();
+    }
+    void endCast(const QString& cast) {
+        for (auto& [path, session] : all_)
+            if (session->cast == cast) session->end();
     }
 
   private:
@@ -271,7 +277,7 @@ int main(int argc, char** argv) {
     std::unique_ptr<rig::GlobalShortcuts> shortcuts;
     if (!noShortcuts) shortcuts = std::make_unique<rig::GlobalShortcuts>(desktop, sessions);
     rig::Control control(compositor, sessions, person, shortcuts.get());
-    compositor.castEnded = [&](const QString&) { sessions.endAll(); };
+    compositor.castEnded = [&](const QString& cast) { sessions.endCast(cast); };
 
     auto bus = QDBusConnection::sessionBus();
     if (!bus.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), &desktop) ||

@@ -18,15 +18,6 @@ namespace {
 
 constexpr double reconnectInterval = 1.0;  // seconds
 
-void initialiseLibrary() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        pw_init(nullptr, nullptr);
-        // What the library has to say is for its developers; whoever wants to hear it asks for it.
-        if (std::getenv("PIPEWIRE_DEBUG") == nullptr) pw_log_set_level(SPA_LOG_LEVEL_NONE);
-    });
-}
-
 std::string textOf(const spa_dict* props, const char* key) {
     const char* value = props == nullptr ? nullptr : spa_dict_lookup(props, key);
     return value == nullptr ? "" : value;
@@ -58,6 +49,15 @@ std::string nameInJson(const char* value) {
 }
 
 }  // namespace
+
+void initialiseLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        pw_init(nullptr, nullptr);
+        // What the library has to say is for its developers; whoever wants to hear it asks for it.
+        if (std::getenv("PIPEWIRE_DEBUG") == nullptr) pw_log_set_level(SPA_LOG_LEVEL_NONE);
+    });
+}
 
 /// A node of which more is asked than the registry tells.
 struct Connection::BoundNode {

@@ -13,6 +13,9 @@
 
 namespace platform::pipewire {
 
+/// Before anything else of the library is used. Any thread, as often as need be.
+void initialiseLibrary();
+
 /// Hears of the media graph, on the connection's loop thread (with its lock held).
 class GraphListener {
   public:

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/GrabStream.hpp"
 
-#include "Platform/Capture/Xcb/FrameGrid.hpp"
+#include "Platform/Capture/FrameGrid.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <algorithm>

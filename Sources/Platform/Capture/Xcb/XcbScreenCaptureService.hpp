@@ -14,6 +14,8 @@ class XcbScreenCaptureService final : public ScreenCaptureService {
     /// the applications, under that identifier, also while it shows no window.
     explicit XcbScreenCaptureService(std::string displayName = {}, std::string ownBundleIdentifier = {});
 
+    Traits traits() const override { return {}; }
+    void requestContent(ContentKind, std::uint32_t, Granted done) override { done(std::nullopt, nullptr); }
     ShareableContent shareableContent() override;
     std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                               const StreamConfiguration& configuration,

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/FrameGrid.hpp"
+#include "Platform/Capture/PipeWire/CastPicture.hpp"
+#include "Platform/Capture/PipeWire/CastPointer.hpp"
+#include "Platform/Capture/PipeWire/Handles.hpp"
+#include "Platform/Desktop/CastScreen.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace platform::pipewire {
+
+/// The pictures of one screen or window that a compositor shares. From the moment it is made the last picture
+/// is at hand, so that a recording has its first frame at once, however still the screen is. Works on a loop
+/// thread of its own ("cobaltreel.cast"); operations on any other thread.
+class CastStream {
+  public:
+    struct Events {
+        /// Once: a picture has come (no error), or the stream has failed before one did.
+        std::function<void(std::optional<PlatformError>)> ready;
+        /// Once, after `ready`: the stream has ended by itself.
+        std::function<void(const PlatformError&)> ended;
+    };
+    /// A frame that was delivered; called on the queue given to `start`.
+    using Handler = CaptureStream::OutputHandler;
+
+    /// `remote` is the connection that the desktop opened for us, `node` the stream's number there. `screen`
+    /// is told where the pointer is, in pixels of the pictures that are delivered. Throws PlatformError.
+    CastStream(UniqueFd remote, std::uint32_t node, std::shared_ptr<CastScreen> screen, Events events);
+    ~CastStream();
+    CastStream(const CastStream&) = delete;
+    CastStream& operator=(const CastStream&) = delete;
+
+    /// Pixels of the picture that was ready.
+    Size size() const;
+    /// Begins delivering: the picture of now at once, or when the last of our own windows has left it.
+    void start(const StreamConfiguration& configuration, SerialQueue& queue, Handler handler);
+    /// After it returns no handler is running and none is called.
+    void stop();
+    /// The desktop has ended the stream, whatever the media server says.
+    void end(const PlatformError& error);
+
+  private:
+    /// Between the loop and the output queue; closing it waits for a handler that is running.
+    struct Gate {
+        std::mutex mutex;
+        bool isOpen = true;
+        Handler handler;
+    };
+
+    void connect(UniqueFd remote, std::uint32_t node);
+    void connectStream(std::uint32_t node);
+    void onFormat(const spa_pod* param);
+    void onBuffers();
+    void onRemoved(const pw_buffer* buffer);
+    void takePointer(const spa_buffer& buffer);
+    void publishPointer();
+    void deliverIfDue();
+    void deliver();
+    bool drawPicture(PixelBuffer& frame);
+    void fail(const PlatformError& error);
+    void letGoOfPicture();
+
+    const std::shared_ptr<CastScreen> screen_;
+    Events events_;
+
+    std::unique_ptr<pw_thread_loop, LoopDeleter> loop_;
+    std::unique_ptr<pw_context, ContextDeleter> context_;
+    // With the loop's lock held.
+    std::unique_ptr<pw_core, CoreDeleter> core_;
+    std::unique_ptr<Hook> coreHook_;
+    Proxy<pw_registry> registry_;
+    std::unique_ptr<Hook> registryHook_;
+    std::unique_ptr<Hook> streamHook_;
+    StreamHandle stream_;
+    std::unique_ptr<LoopEvent> due_;
+    std::unique_ptr<LoopEvent> patience_;
+    std::uint32_t node_ = 0;
+    std::uint32_t format_ = 0;
+    bool isDmaBuf_ = false;
+    Size streamSize_;
+    bool isReady_ = false;
+    bool hasEnded_ = false;
+
+    pw_buffer* held_ = nullptr;  // whose memory `picture_` points into
+    std::optional<CastPicture> picture_;
+    std::int64_t pictureTime_ = 0;  // nanoseconds; 0 once delivered
+    CastPointer pointer_;
+
+    StreamConfiguration configuration_;
+    SerialQueue* queue_ = nullptr;
+    std::shared_ptr<Gate> gate_;
+    std::optional<FrameGrid> grid_;
+    std::optional<PixelBufferPool> frames_;
+    std::unique_ptr<PixelBuffer> unfitted_;
+    double notBefore_ = 0;
+    std::int64_t lastTime_ = 0;
+    bool isChanged_ = false;
+};
+
+}  // namespace platform::pipewire

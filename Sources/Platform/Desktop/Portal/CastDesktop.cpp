@@ -1,0 +1,50 @@
+#include "Platform/Desktop/Portal/CastDesktop.hpp"
+
+#include <utility>
+
+namespace platform {
+
+CastDesktop::CastDesktop(std::shared_ptr<CastScreen> screen, std::shared_ptr<PointerButtons> buttons,
+                         std::shared_ptr<Clock> clock)
+    : screen_(std::move(screen)), buttons_(std::move(buttons)), clock_(std::move(clock)) {}
+
+std::int64_t CastDesktop::buttonsOfThePicture() {
+    const double now = clock_->now();
+    recent_.push_back({now, buttons_->take()});
+    // One state a call, so that a short click is not passed over; more only when nobody has asked for long.
+    constexpr std::size_t mostWaiting = 16;
+    if (recent_.front().time <= now - pictureDelay) {
+        told_ = recent_.front().down;
+        recent_.pop_front();
+    }
+    while (recent_.size() > mostWaiting) recent_.pop_front();
+    return told_;
+}
+
+PointerState CastDesktop::pointer() {
+    // In any case, so that an old press is not told with a place of now.
+    const std::int64_t down = buttonsOfThePicture();
+    const auto place = screen_->place();
+    const auto spot = screen_->pointer();
+    if (!place || !spot) return {-1, -1, 0};
+    // Upwards, a screen ends before its top edge: the pointer on its uppermost row is told a hair below it.
+    constexpr double hair = 1.0 / 1024;
+    return {place->frame.x + spot->x / place->scale,
+            place->frame.h - (place->frame.y + spot->y / place->scale) - hair, down};
+}
+
+std::vector<Screen> CastDesktop::screens() {
+    const auto place = screen_->place();
+    if (!place) return {};
+    const Rect& frame = place->frame;
+    // Upwards from the bottom left of a main screen as high as this one.
+    return {{place->displayID, {frame.x, -frame.y, frame.w, frame.h}, place->scale}};
+}
+
+std::optional<Rect> CastDesktop::windowBounds(std::uint32_t) {
+    const auto place = screen_->place();
+    if (!place || !place->isWindow) return std::nullopt;
+    return place->frame;
+}
+
+}  // namespace platform

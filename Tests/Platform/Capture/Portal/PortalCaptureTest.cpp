@@ -1,0 +1,167 @@
+#include "Platform/Capture/Portal/PortalHarness.hpp"
+#include "Rig/FrameCounter.hpp"
+
+#include <array>
+
+#include <fcntl.h>
+#include <linux/input.h>
+#include <unistd.h>
+
+namespace platform::test {
+namespace {
+
+constexpr std::uint32_t usual = PortalScreenCapture::usualID, anew = PortalScreenCapture::anewID;
+constexpr std::uint32_t pageColour = 0xf4f1e8;  // of the scene's notes
+
+std::optional<std::uint32_t> counterIn(const PixelBuffer& picture) {
+    return rig::readCounter(1280, 720, [&](double x, double y) {
+        return static_cast<int>(colourAt(picture, static_cast<int>(x * 1280), static_cast<int>(y * 720)) &
+                                0xff);
+    });
+}
+
+int asked() { return rig("Asked").value(0).toInt(); }
+
+class PortalCapture : public testing::Test {
+  protected:
+    void TearDown() override { rig("Answer", {QStringLiteral("accept")}); }
+
+    DisplayContentFilter chooseDisplay(std::uint32_t id = usual) {
+        const auto failure = services.choose(ContentKind::display, id, grant);
+        EXPECT_FALSE(failure) << failure->description();
+        return {services.capture.shareableContent().displays.at(0), {}};
+    }
+
+    PortalServices services;
+    std::shared_ptr<ContentGrant> grant;
+};
+
+TEST_F(PortalCapture, RecordsTheDisplayThatTheUserChose) {
+    EXPECT_EQ(services.capture.shareableContent().displays.at(0).offer, Offer::chooser);
+    EXPECT_TRUE(services.desktop.screens().empty()) << "nothing is known of the desktop before";
+    const auto filter = chooseDisplay();
+    EXPECT_EQ(filter.display.width(), 1280);
+    EXPECT_EQ(filter.display.height(), 720);
+    EXPECT_EQ(filter.display.scale, 1);
+    ASSERT_EQ(services.desktop.screens().size(), 1U);
+
+    Take take(services, filter, 1280, 720);
+    grant.reset();  // the stream goes on without it
+    std::optional<std::uint32_t> first;
+    ASSERT_TRUE(take.waitFor([&](const PixelBuffer& picture) {
+        const auto counter = counterIn(picture);
+        if (!first) first = counter;
+        return counter && counter > *first + 10 && colourAt(picture, 1100, 630) == pageColour;
+    }));
+    EXPECT_TRUE(take.isInOrder());
+    take.stop();
+    const int frames = take.frames();
+    EXPECT_TRUE(services.desktop.screens().empty());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(take.frames(), frames);
+}
+
+TEST_F(PortalCapture, ThePointerIsDrawnAndKnownAndItsButtonsAreSeen) {
+    Take take(services, chooseDisplay(), 1280, 720);
+    rig("Move", {640.0, 300.0});
+    rig("Move", {641.0, 301.0});
+    // The arrow's body is dark with a light edge, on the desktop's blue.
+    ASSERT_TRUE(take.waitFor([](const PixelBuffer& picture) {
+        const std::uint32_t body = colourAt(picture, 644, 308);
+        return (body & 0xff) == (body >> 16) && body != pageColour;
+    }));
+    PointerState state;
+    EXPECT_TRUE(runUntil([&] {
+        state = services.desktop.pointer();
+        return state.x == 641;
+    }));
+    EXPECT_NEAR(state.y, 720 - 301, 0.01);
+    EXPECT_EQ(state.buttons, 0);
+
+    const char* const mouse = std::getenv("COBALTREEL_POINTER_DEVICES");
+    ASSERT_NE(mouse, nullptr);
+    EXPECT_FALSE(services.buttons->unavailable());
+    const UniqueFd pipe(open(mouse, O_WRONLY | O_CLOEXEC));
+    const auto press = [&](int code, int value) {
+        input_event event{};
+        event.type = EV_KEY;
+        event.code = static_cast<std::uint16_t>(code);
+        event.value = value;
+        EXPECT_EQ(write(pipe.get(), &event, sizeof event), static_cast<ssize_t>(sizeof event));
+    };
+    press(BTN_RIGHT, 1);
+    EXPECT_TRUE(runUntil([&] { return services.desktop.pointer().buttons == 2; }));
+    press(BTN_RIGHT, 0);
+    EXPECT_TRUE(runUntil([&] { return services.desktop.pointer().buttons == 0; }));
+}
+
+TEST_F(PortalCapture, AsksOnceUnlessToldToAskAnew) {
+    const int before = asked();
+    chooseDisplay();
+    EXPECT_EQ(asked(), before + 1);
+    grant.reset();
+    const auto content = services.capture.shareableContent();
+    ASSERT_EQ(content.displays.size(), 2U);
+    EXPECT_EQ(content.displays[0].offer, Offer::lastChoice);
+    EXPECT_EQ(content.displays[1].offer, Offer::chooser);
+    chooseDisplay();
+    EXPECT_EQ(asked(), before + 1) << "as chosen last";
+    chooseDisplay(anew);
+    EXPECT_EQ(asked(), before + 2);
+
+    grant.reset();
+    services.defaults->setString("screenCastToken.display", "00000000-0000-0000-0000-000000000000");
+    PortalServices later;
+    later.defaults->strings = services.defaults->strings;
+    EXPECT_FALSE(PortalScreenCapture(later.bus, later.mainLoop, later.screen, services.defaults)
+                     .shareableContent()
+                     .displays.empty());
+    later.defaults->setString("screenCastToken.display", "no longer valid");
+    EXPECT_FALSE(later.choose(ContentKind::display, usual, grant));
+    EXPECT_EQ(asked(), before + 3) << "a choice that the desktop has forgotten is made anew";
+}
+
+TEST_F(PortalCapture, TheUsersNoIsTold) {
+    rig("Answer", {QStringLiteral("cancel")});
+    const auto cancelled = services.choose(ContentKind::display, anew, grant);
+    ASSERT_TRUE(cancelled);
+    EXPECT_EQ(cancelled->code(), choiceCancelled);
+    rig("Answer", {QStringLiteral("refuse")});
+    const auto refused = services.choose(ContentKind::display, anew, grant);
+    ASSERT_TRUE(refused);
+    EXPECT_EQ(refused->code(), choiceRefused);
+    EXPECT_THROW(services.capture.makeStream(DisplayContentFilter{}, {}, {}), PlatformError);
+}
+
+TEST_F(PortalCapture, EndsWhenTheDesktopStopsSharingAndCanBeginAnew) {
+    for (int round = 0; round < 2; ++round) {
+        Take take(services, chooseDisplay(), 1280, 720);
+        grant.reset();
+        ASSERT_TRUE(take.waitFor([](const PixelBuffer&) { return true; }));
+        rig("EndSharing");
+        ASSERT_TRUE(runUntil([&] { return take.ended().has_value(); }));
+        EXPECT_EQ(take.ended()->code(), sharingEnded) << take.ended()->description();
+    }
+}
+
+TEST_F(PortalCapture, AFrameOfAnotherSizeHoldsTheWholeDisplay) {
+    Take take(services, chooseDisplay(), 640, 400);
+    rig("Move", {640.0, 360.0});
+    ASSERT_TRUE(take.waitFor([](const PixelBuffer& picture) {
+        return colourAt(picture, 320, 2) == 0 && colourAt(picture, 320, 398) == 0 &&
+               colourAt(picture, 320, 200) != 0;
+    }));
+    EXPECT_TRUE(runUntil([&] {
+        const auto spot = services.screen->pointer();
+        return spot && spot->x == 320 && spot->y == 200;
+    }));
+}
+
+}  // namespace
+}  // namespace platform::test
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
