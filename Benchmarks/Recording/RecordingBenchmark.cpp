@@ -18,7 +18,10 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -37,6 +40,24 @@ double processorSeconds() {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
     };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+/// What the thread that reads and converts the screen has used; 0 when there is none.
+double captureSeconds() {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream stat(task.path() / "stat");
+        const std::string line{std::istreambuf_iterator<char>(stat), {}};
+        const auto name = line.find("(screen.grab)");
+        if (name == std::string::npos) continue;
+        // utime and stime are the 12th and 13th words after the name.
+        std::istringstream words(line.substr(line.find(')', name) + 1));
+        std::string skipped;
+        for (int i = 0; i < 11; ++i) words >> skipped;
+        double user = 0, system = 0;
+        words >> user >> system;
+        return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    }
+    return 0;
 }
 
 double peakMB() {
@@ -59,6 +80,7 @@ struct Recording {
     ScreenRecorder::Statistics frames;
     EventLog events;
     double length = 0;  // seconds
+    double captureSeconds = 0;
 };
 
 QCoro::Task<Recording> record(const platform::PlatformServices& services, std::filesystem::path movie,
@@ -71,8 +93,9 @@ QCoro::Task<Recording> record(const platform::PlatformServices& services, std::f
         ScreenRecorder::displayTarget(content.displays.front(), 1, bundleIdentifier, content), movie, false);
     mouse.start(CaptureMode::display, 0);
     co_await QCoro::sleepFor(std::chrono::milliseconds(static_cast<int>(seconds * 1000)));
-    co_await screen.stop();
     Recording recording;
+    recording.captureSeconds = captureSeconds();
+    co_await screen.stop();
     recording.events = mouse.stop();
     recording.frames = screen.statistics();
     if (!screen.firstPTS()) throw std::runtime_error("the screen gave no picture");
@@ -92,6 +115,7 @@ QCoro::Task<void> measure(const platform::PlatformServices& services, double sec
             {"droppedShare", static_cast<double>(recording.frames.dropped) / std::max(1.0, offered)},
             {"samplerJitterMs", jitterMs(recording.events)},
             {"cpuShare", processorSeconds() / recording.length},
+            {"captureCpuShare", recording.captureSeconds / recording.length},
             {"peakMB", peakMB()},
             {"movieMB", static_cast<double>(std::filesystem::file_size(movie)) / 1e6}};
         std::cout << figures.dump(2) << '\n';

@@ -28,6 +28,8 @@ volatile std::sig_atomic_t ended = 0;
 
 struct Options {
     bool fill = false;
+    int fillWidth = 0;  // 0: the whole desktop
+    int fillHeight = 0;
     bool still = false;
     double fps = 60;
     double seconds = 0;  // 0: until it is told to end
@@ -46,7 +48,11 @@ Options parse(int argc, char** argv) {
         const auto value = [&] { return ++i < argc ? argv[i] : "0"; };
         if (word == "--fill")
             options.fill = true;
-        else if (word == "--still")
+        else if (word == "--fill-size") {
+            options.fill = true;
+            if (std::sscanf(value(), "%dx%d", &options.fillWidth, &options.fillHeight) != 2)
+                fail("--fill-size takes WxH");
+        } else if (word == "--still")
             options.still = true;
         else if (word == "--fps")
             options.fps = std::atof(value());
@@ -55,7 +61,7 @@ Options parse(int argc, char** argv) {
         else if (word == "--log")
             options.log = value();
         else
-            fail("usage: RigScene [--fill | --still] [--fps N] [--seconds S] [--log FILE]");
+            fail("usage: RigScene [--fill | --fill-size WxH | --still] [--fps N] [--seconds S] [--log FILE]");
     }
     if (!(options.fps > 0)) fail("--fps must be positive");
     return options;
@@ -93,11 +99,11 @@ class Scene {
     void drawFrame(std::uint32_t counter) {
         drawCounter(counter);
         if (options_.fill) {
-            xcb_shm_put_image(c_, fill_, gc_, static_cast<std::uint16_t>(width_),
-                              static_cast<std::uint16_t>(2 * height_), 0,
-                              static_cast<std::int16_t>(counter * 4 % static_cast<std::uint32_t>(height_)),
-                              static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_), 0, 0,
-                              screen_->root_depth, XCB_IMAGE_FORMAT_Z_PIXMAP, 0, fillSegment_, 0);
+            const auto w = static_cast<std::uint16_t>(fillWidth()),
+                       h = static_cast<std::uint16_t>(fillHeight());
+            xcb_shm_put_image(c_, fill_, gc_, w, static_cast<std::uint16_t>(2 * h), 0,
+                              static_cast<std::int16_t>(counter * 4 % h), w, h, 0, 0, screen_->root_depth,
+                              XCB_IMAGE_FORMAT_Z_PIXMAP, 0, fillSegment_, 0);
         } else {
             moveWindow(counter);
             if (counter % 6 == 0) {
@@ -176,10 +182,13 @@ class Scene {
         moving_ = window(width_ / 8, height_ / 4, width_ / 4, height_ / 4, 0x2a7f62, true, "Moving window");
     }
 
+    int fillWidth() const { return options_.fillWidth > 0 ? options_.fillWidth : width_; }
+    int fillHeight() const { return options_.fillHeight > 0 ? options_.fillHeight : height_; }
+
     void makeFill() {
-        fill_ = window(0, 0, width_, height_, 0x101010, false, "Fill");
-        const std::size_t bytes =
-            static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_) * 2 * 4;
+        const int width = fillWidth(), height = fillHeight();
+        fill_ = window((width_ - width) / 2, (height_ - height) / 2, width, height, 0x101010, false, "Fill");
+        const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 2 * 4;
         const int id = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
         if (id < 0) fail("no shared memory for the picture");
         fillShared_ = static_cast<std::uint32_t*>(shmat(id, nullptr, 0));
@@ -189,15 +198,14 @@ class Scene {
         shmctl(id, IPC_RMID, nullptr);
         if (refused != nullptr) fail("the X server refuses shared memory");
         // The lower half repeats the upper, so that it scrolls round without a seam.
-        for (int y = 0; y < 2 * height_; ++y) {
-            const auto row = static_cast<std::uint32_t>(y % height_);
-            std::uint32_t* line =
-                fillShared_ + static_cast<std::size_t>(y) * static_cast<std::size_t>(width_);
-            for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(width_); ++x) {
+        for (int y = 0; y < 2 * height; ++y) {
+            const auto row = static_cast<std::uint32_t>(y % height);
+            std::uint32_t* line = fillShared_ + static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
+            for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(width); ++x) {
                 const bool ink = ((x / 9) * 2654435761U ^ (row / 14) * 40503U) % 7 < 3 && row % 14 < 9;
                 line[x] = ink ? 0xff202428U
-                              : 0xff000000U | ((x * 160 / static_cast<std::uint32_t>(width_) + 80) << 16) |
-                                    0x9000U | (row * 120 / static_cast<std::uint32_t>(height_) + 60);
+                              : 0xff000000U | ((x * 160 / static_cast<std::uint32_t>(width) + 80) << 16) |
+                                    0x9000U | (row * 120 / static_cast<std::uint32_t>(height) + 60);
             }
         }
     }
