@@ -55,6 +55,17 @@ TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     kill(server.id(), SIGCONT);
 }
 
+TEST(ServerLoss, AScreenOfFewColoursIsRefusedWithAWord) {
+    PrivateServer server("640x480x16");
+    XcbScreenCaptureService service(server.display());
+    try {
+        service.shareableContent();
+        ADD_FAILURE() << "16-bit colours are not refused";
+    } catch (const PlatformError& error) {
+        EXPECT_THAT(error.description(), testing::HasSubstr("16-bit colours"));
+    }
+}
+
 TEST(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
     PrivateServer server;
     XcbScreenCaptureService service(server.display());

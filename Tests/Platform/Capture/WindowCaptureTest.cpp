@@ -1,5 +1,6 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
 
 #include <algorithm>
 
@@ -108,6 +109,57 @@ TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowIsClosed) {
     recording->settle();
     EXPECT_THAT(recording->errors(), testing::ElementsAre("The window \"Recorded\" was closed."));
     EXPECT_TRUE(recording->stop());
+}
+
+TEST_F(WindowCapture, TakesWindowsOfAnySize) {
+    for (const auto& [width, height] : {std::pair(1, 1), std::pair(7, 900), std::pair(3000, 2000)}) {
+        ColourWindow odd(connection_, -20, -10, width, height, {green, true, "Odd"});
+        odd.show();
+        Window window;
+        window.windowID = odd.id();
+        window.frame = {-20, -10, static_cast<double>(width), static_cast<double>(height)};
+        StreamConfiguration configuration = configurationFor(width + width % 2, height + height % 2);
+        configuration.acceptsPlanar = true;
+        Recording recording(service_, WindowContentFilter{window}, configuration);
+        // Green but for what the screen does not show, of which nobody has painted anything: there the
+        // window's background is.
+        EXPECT_TRUE(recording.waitForPicture([&](const PixelBuffer& picture) {
+            PixelBuffer colours(PixelFormat::bgra, picture.width(), picture.height());
+            convertPixels(picture, colours);
+            return isNear(colourAt(colours, 0, 0), green) &&
+                   isNear(colourAt(colours, picture.width() - 1, picture.height() - 1), green);
+        })) << width
+            << " x " << height;
+        EXPECT_THAT(recording.errors(), testing::IsEmpty());
+    }
+}
+
+TEST_F(WindowCapture, TakesATranslucentWindowAsOnBlack) {
+    xcb_visualid_t visual = XCB_NONE;
+    for (auto each = xcb_screen_allowed_depths_iterator(&connection_.screen()); each.rem > 0;
+         xcb_depth_next(&each))
+        if (each.data->depth == 32 && each.data->visuals_len > 0)
+            visual = xcb_depth_visuals(each.data)->visual_id;
+    ASSERT_NE(visual, XCB_NONE);
+    xcb_connection_t* c = connection_.get();
+    const xcb_colormap_t colours = xcb_generate_id(c);
+    xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colours, connection_.root(), visual);
+    const xcb_window_t id = xcb_generate_id(c);
+    const std::uint32_t values[] = {0x80002000U, 0, 1, colours};
+    xcb_create_window(
+        c, 32, id, connection_.root(), 50, 50, 100, 80, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
+        XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
+    xcb_map_window(c, id);
+    window_.settle();
+    Window window;
+    window.windowID = id;
+    window.frame = {50, 50, 100, 80};
+    {
+        Recording recording(service_, WindowContentFilter{window}, configurationFor(100, 80));
+        EXPECT_TRUE(showsAt(recording, 0.5, 0.5, 0x002000));
+    }
+    xcb_destroy_window(c, id);
+    window_.settle();
 }
 
 TEST_F(WindowCapture, EndsWhenTheProgramHidesItsWindowForGood) {
