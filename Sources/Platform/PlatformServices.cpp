@@ -9,6 +9,7 @@
 #include "Platform/Desktop/Evdev/EvdevButtons.hpp"
 #include "Platform/Desktop/Portal/CastDesktop.hpp"
 #include "Platform/Desktop/Portal/PortalBus.hpp"
+#include "Platform/Desktop/Portal/PortalKeys.hpp"
 #include "Platform/Desktop/Portal/PortalScreenAccess.hpp"
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
@@ -71,13 +72,15 @@ std::shared_ptr<ScreenCaptureService> chooseWayland(PlatformServices& services) 
     services.buttons = std::make_shared<EvdevButtons>("/dev/input", EvdevButtons::streamsOfEnvironment());
     services.desktop = std::make_shared<CastDesktop>(screen, services.buttons, services.clock);
     services.compositor = std::make_shared<AlwaysCompositing>();
+    std::shared_ptr<KeyGrabber> windowKeys;
     try {
         // Of our own windows, which are shown through XWayland.
-        services.keys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
+        windowKeys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
         services.windowManager = std::make_shared<XcbWindowManager>();
     } catch (const PlatformError&) {
-        services.keys = nullptr;
+        // Without XWayland there are no windows, which whoever needs them says.
     }
+    services.keys = std::make_shared<PortalKeys>(portal, windowKeys);
     const auto capture =
         std::make_shared<PortalScreenCapture>(portal, services.mainLoop, screen, UserDefaults::standard());
     services.screenAccess = std::make_shared<PortalScreenAccess>([capture] {

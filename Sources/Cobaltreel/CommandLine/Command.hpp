@@ -57,6 +57,7 @@ void addSessionsCommand(CLI::App& app, CommandBody& body);
 void addInspectCommand(CLI::App& app, CommandBody& body);
 void addExportCommand(CLI::App& app, CommandBody& body);
 void addOpenCommand(CLI::App& app, CommandBody& body);
+void addToggleCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
 void addGalleryCommand(CLI::App& app, CommandBody& body);
 

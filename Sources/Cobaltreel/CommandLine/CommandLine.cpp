@@ -82,6 +82,7 @@ int runCommandLine(int argc, char** argv) {
     addInspectCommand(app, body);
     addExportCommand(app, body);
     addOpenCommand(app, body);
+    addToggleCommand(app, body);
     addDoctorCommand(app, body);
     addGalleryCommand(app, body);
 

@@ -50,17 +50,28 @@ void printDevices(const char* title, const std::vector<platform::CaptureDevice>&
     if (devices.empty()) std::cout << "  none\n";
 }
 
+const char* offerText(platform::Offer offer) {
+    return offer == platform::Offer::lastChoice ? "as chosen last in the desktop's dialog"
+                                                : "chosen in the desktop's dialog when recording starts";
+}
+
 void printTable(const platform::ShareableContent& content, const platform::CaptureDevices& devices) {
     std::cout << "Displays\n";
     for (const auto& display : content.displays)
-        std::cout << "  " << display.displayID << "  " << display.name << "  " << display.width() << " x "
-                  << display.height() << (display.isMain ? "  (main)" : "") << '\n';
+        if (display.offer != platform::Offer::itself)
+            std::cout << "  " << display.displayID << "  " << offerText(display.offer) << '\n';
+        else
+            std::cout << "  " << display.displayID << "  " << display.name << "  " << display.width() << " x "
+                      << display.height() << (display.isMain ? "  (main)" : "") << '\n';
     std::cout << "Windows\n";
     for (const auto& window : content.windows)
-        std::cout << "  " << window.windowID << "  " << window.title
-                  << (window.owningApplication ? "  [" + window.owningApplication->name + "]" : "") << "  "
-                  << window.frame.w << " x " << window.frame.h << (window.isOnScreen ? "" : "  (hidden)")
-                  << '\n';
+        if (window.offer != platform::Offer::itself)
+            std::cout << "  " << window.windowID << "  " << offerText(window.offer) << '\n';
+        else
+            std::cout << "  " << window.windowID << "  " << window.title
+                      << (window.owningApplication ? "  [" + window.owningApplication->name + "]" : "")
+                      << "  " << window.frame.w << " x " << window.frame.h
+                      << (window.isOnScreen ? "" : "  (hidden)") << '\n';
     printDevices("Cameras", devices.cameras);
     printDevices("Microphones", devices.microphones);
 }

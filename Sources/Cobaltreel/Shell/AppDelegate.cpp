@@ -62,7 +62,11 @@ void AppDelegate::applicationDidFinishLaunching() {
     permissions_.refresh();
     if (!permissions_.allGranted()) onboardingWindow_.open();
     hotkey_.onPress = [this] { hotKeyPressed(); };
-    if (!hotkey_.registerChord()) model_.setNotice(PopoverModel::hotKeyTopic, S::shortcutTaken());
+    const bool isWayland = host_.session.type == platform::SessionType::wayland;
+    if (!hotkey_.registerChord())
+        model_.setNotice(PopoverModel::hotKeyTopic, isWayland ? S::bindToggle() : S::shortcutTaken());
+    if (host_.buttons && host_.buttons->unavailable())
+        model_.setNotice(PopoverModel::clicksTopic, S::clicksUnseen());
     showStatusItem();
     checkOrphanSessions();
     learnWhatThereIs();
@@ -91,7 +95,22 @@ void AppDelegate::hotKeyPressed() {
     if (!slipped) coordinator_.toggle();
 }
 
+bool AppDelegate::isInPicture() const {
+    return coordinator_.state() == RecordingCoordinator::State::recording && coordinator_.recordsOwnWindows();
+}
+
+/// The panel leaves before the countdown; without a tray it comes back afterwards, being all there is to see.
+void AppDelegate::keepPanelOutOfPicture() {
+    using State = RecordingCoordinator::State;
+    if (coordinator_.state() == State::idle && std::exchange(isPanelHidden_, false)) panel_->show();
+    const bool isBeginning = coordinator_.state() == State::countdown && coordinator_.recordsOwnWindows();
+    if (!isBeginning || !panel_ || !panel_->isOpen()) return;
+    isPanelHidden_ = panelLook_ == PanelWindow::Look::titled;
+    panel_->hide();
+}
+
 void AppDelegate::followState() {
+    keepPanelOutOfPicture();
     const bool recording = coordinator_.state() == RecordingCoordinator::State::recording;
     if (std::exchange(wasRecording_, recording) && !recording) stoppedAt_ = host_.clock->now();
     updateLabel();
@@ -108,15 +127,21 @@ std::vector<platform::StatusMenuItem> AppDelegate::statusMenu() {
 
 void AppDelegate::showStatusItem() {
     statusItem_ = host_.statusItems->makeStatusItem(
-        "Cobaltreel",
-        {StatusLabels::draw, [this] { panelFor(PanelWindow::Look::popover).toggle(clickedPlace()); },
-         [this] { return statusMenu(); },
-         [this] {
-             if (statusItem_->isShown()) return;
-             // Without the item the panel is all there is to see of the program: as a window that stays.
-             if (panel_ && panelLook_ == PanelWindow::Look::popover) panel_->close();
-             openPanel();
-         }});
+        "Cobaltreel", {StatusLabels::draw,
+                       [this] {
+                           if (isInPicture())
+                               coordinator_.toggle();
+                           else
+                               panelFor(PanelWindow::Look::popover).toggle(clickedPlace());
+                       },
+                       [this] { return statusMenu(); },
+                       [this] {
+                           if (statusItem_->isShown()) return;
+                           // Without the item the panel is all there is to see of the program: as a window
+                           // that stays.
+                           if (panel_ && panelLook_ == PanelWindow::Look::popover) panel_->close();
+                           openPanel();
+                       }});
     updateLabel();
     // A new user would look for a program and find a small ring in a corner.
     const bool isNew = !defaults_->string(panelShownKey);
@@ -174,6 +199,8 @@ void AppDelegate::panelClosed() {
 }
 
 void AppDelegate::openPanel() {
+    // It would be in the picture, and is wanted to stop the recording.
+    if (isInPicture()) return coordinator_.toggle();
     if (!defaults_->string(panelShownKey)) defaults_->setString(panelShownKey, "yes");
     const bool hasItem = statusItem_ && statusItem_->isShown();
     panelFor(hasItem ? PanelWindow::Look::popover : PanelWindow::Look::titled)

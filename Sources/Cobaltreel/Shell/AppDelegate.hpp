@@ -34,6 +34,8 @@ class AppDelegate final : public QObject {
 
     /// Brings up the panel, wherever the user left it.
     void openPanel();
+    /// What the keys do, too: starts or stops a recording.
+    void pressButton() { hotKeyPressed(); }
     /// Finishes the files of a recording under way, then ends the application's event loop. A second call
     /// changes nothing.
     void quit();
@@ -46,6 +48,9 @@ class AppDelegate final : public QObject {
 
   private:
     QCoro::Task<void> learnWhatThereIs();
+    /// Whether a window of ours would be recorded now.
+    bool isInPicture() const;
+    void keepPanelOutOfPicture();
     void showStatusItem();
     void updateLabel();
     std::vector<platform::StatusMenuItem> statusMenu();
@@ -69,6 +74,7 @@ class AppDelegate final : public QObject {
     std::unique_ptr<platform::StatusItem> statusItem_;
     double stoppedAt_;  // when the last recording ended, host clock
     bool wasRecording_ = false;
+    bool isPanelHidden_ = false;  // while it would be recorded
     bool quitting_ = false;
 };
 

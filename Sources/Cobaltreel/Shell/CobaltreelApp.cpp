@@ -60,8 +60,12 @@ void CobaltreelApp::run(platform::PlatformServices host,
                         const std::function<void(std::function<void()>)>& endsWith) {
     AppDelegate* delegate = nullptr;
     // Before anything else: two instances would fight for the devices and for the recordings.
-    const auto instance = host.singleInstance->claim([&delegate] {
-        if (delegate) delegate->openPanel();
+    const auto instance = host.singleInstance->claim([&delegate](platform::InstanceRequest request) {
+        if (!delegate) return;
+        if (request == platform::InstanceRequest::toggle)
+            delegate->pressButton();
+        else
+            delegate->openPanel();
     });
     if (!instance) return;
 

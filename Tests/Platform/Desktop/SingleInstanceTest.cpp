@@ -34,41 +34,53 @@ class SingleInstanceTest : public ::testing::Test {
 };
 
 TEST_F(SingleInstanceTest, TheFirstIsToldOfEveryFurtherStart) {
-    auto claim = instance().claim([this] { ++told_; });
+    auto claim = instance().claim([this](auto) { ++told_; });
     ASSERT_TRUE(claim);
     for (int start = 1; start <= 2; ++start) {
-        EXPECT_FALSE(instance().claim([] { ADD_FAILURE(); }));
+        EXPECT_FALSE(instance().claim([](auto) { ADD_FAILURE(); }));
         EXPECT_TRUE(toldBecomes(start));
     }
-    EXPECT_TRUE(instance("another").claim([] {})) << "of another display";
+    EXPECT_TRUE(instance("another").claim([](auto) {})) << "of another display";
     claim.reset();
-    claim = instance().claim([] {});
+    claim = instance().claim([](auto) {});
     EXPECT_TRUE(claim) << "the first has ended";
+}
+
+TEST_F(SingleInstanceTest, ItsButtonCanBePressedFromOutside) {
+    EXPECT_FALSE(instance().ask(InstanceRequest::toggle)) << "nobody is there";
+    std::vector<InstanceRequest> asked;
+    const auto claim = instance().claim([&](InstanceRequest request) { asked.push_back(request); });
+    EXPECT_TRUE(instance().ask(InstanceRequest::toggle));
+    EXPECT_TRUE(eventually(*loop_, [&] { return asked.size() == 1; }));
+    EXPECT_TRUE(instance().ask(InstanceRequest::show));
+    EXPECT_TRUE(eventually(*loop_, [&] { return asked.size() == 2; }));
+    EXPECT_EQ(asked, (std::vector{InstanceRequest::toggle, InstanceRequest::show}));
 }
 
 TEST_F(SingleInstanceTest, WhatAKilledInstanceLeavesIsNotInTheWay) {
     const pid_t child = fork();
     if (child == 0) {
-        const auto claim = instance().claim([] {});
+        const auto claim = instance().claim([](auto) {});
         _exit(claim ? 0 : 1);  // without giving anything back
     }
     int status = 0;
     waitpid(child, &status, 0);
     ASSERT_EQ(status, 0);
     ASSERT_TRUE(fs::is_socket(folder_ / "test.socket"));
-    const auto claim = instance().claim([this] { ++told_; });
+    const auto claim = instance().claim([this](auto) { ++told_; });
     ASSERT_TRUE(claim);
-    EXPECT_FALSE(instance().claim([] {}));
+    EXPECT_FALSE(instance().claim([](auto) {}));
     EXPECT_TRUE(toldBecomes(1));
 }
 
 TEST_F(SingleInstanceTest, APlaceThatIsNotTheUsersOwnIsRefused) {
     chmod(folder_.c_str(), 0777);
-    EXPECT_THROW(instance().claim([] {}), PlatformError);
+    EXPECT_THROW(instance().claim([](auto) {}), PlatformError);
     chmod(folder_.c_str(), 0700);
     fs::create_directory_symlink(folder_, folder_ / "link");
-    EXPECT_THROW(PosixSingleInstance(loop_, folder_ / "link", "test").claim([] {}), PlatformError);
-    EXPECT_THROW(instance(std::string(120, 'n')).claim([] {}), PlatformError) << "no socket has such a name";
+    EXPECT_THROW(PosixSingleInstance(loop_, folder_ / "link", "test").claim([](auto) {}), PlatformError);
+    EXPECT_THROW(instance(std::string(120, 'n')).claim([](auto) {}), PlatformError)
+        << "no socket has such a name";
 }
 
 }  // namespace

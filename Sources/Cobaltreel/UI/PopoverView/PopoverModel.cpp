@@ -32,7 +32,13 @@ QVariant selected(const std::optional<std::string>& value) {
     return value ? QVariant(text(*value)) : QVariant();
 }
 
+/// Of an entry that stands for the desktop's own dialog.
+QString offerLabel(platform::Offer offer) {
+    return offer == platform::Offer::lastChoice ? S::chosenLast() : S::chosenWhenStarting();
+}
+
 QString windowLabel(const platform::Window& window) {
+    if (window.offer != platform::Offer::itself) return offerLabel(window.offer);
     const QString application =
         window.owningApplication ? text(window.owningApplication->name) : QStringLiteral("?");
     return application + QStringLiteral(" — ") + text(window.title);
@@ -70,7 +76,9 @@ PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<pl
 void PopoverModel::followState() {
     using State = RecordingCoordinator::State;
     if (coordinator_.state() == State::countdown) {
-        std::erase_if(notices_, [](const auto& notice) { return notice.first != hotKeyTopic; });
+        std::erase_if(notices_, [](const auto& notice) {
+            return notice.first != hotKeyTopic && notice.first != clicksTopic;
+        });
         noteWhatIsMissing();
         Q_EMIT noticeChanged();
     }
@@ -218,6 +226,7 @@ QCoro::Task<void> PopoverModel::refresh() {
 }
 
 QString PopoverModel::displayLabel(const platform::Display& display, int index) {
+    if (display.offer != platform::Offer::itself) return offerLabel(display.offer);
     if (display.name.empty()) return S::displayFallback(index + 1, display.width(), display.height());
     return QStringLiteral("%1 (%2×%3)").arg(text(display.name)).arg(display.width()).arg(display.height());
 }

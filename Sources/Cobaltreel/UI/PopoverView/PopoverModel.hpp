@@ -110,6 +110,7 @@ class PopoverModel : public QObject {
     void setNotice(const QString& topic, const QString& text);
     /// Of the line that the shell writes about the keys; it stays with the next recording.
     static inline const QString hotKeyTopic = QStringLiteral("hot key");
+    static inline const QString clicksTopic = QStringLiteral("clicks");
 
     void setCameraCorner(const QString& rawValue);
     void setCameraStyle(const QString& rawValue);

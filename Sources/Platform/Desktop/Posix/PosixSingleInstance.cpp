@@ -68,10 +68,10 @@ sockaddr_un addressOf(const fs::path& file) {
 /// Datagrams: a socket that is bound takes them at once, also while its program is busy.
 UniqueFd makeSocket() { return UniqueFd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); }
 
-bool tell(const fs::path& file) {
+bool tell(const fs::path& file, InstanceRequest request) {
     const UniqueFd socket = makeSocket();
     const sockaddr_un address = addressOf(file);
-    const char word = 1;
+    const char word = static_cast<char>(request);
     const auto sent = sendto(socket.get(), &word, sizeof word, 0, reinterpret_cast<const sockaddr*>(&address),
                              sizeof address);
     // A full queue: it has been told often enough.
@@ -89,11 +89,11 @@ std::optional<UniqueFd> lock(const fs::path& file) {
 class Claim final : public InstanceClaim {
   public:
     Claim(UniqueFd lock, fs::path file, std::shared_ptr<MainLoop> mainLoop,
-          std::function<void()> startedAgain)
+          std::function<void(InstanceRequest)> asked)
         : lock_(std::move(lock)),
           file_(std::move(file)),
           mainLoop_(std::move(mainLoop)),
-          startedAgain_(std::make_shared<std::function<void()>>(std::move(startedAgain))),
+          asked_(std::make_shared<std::function<void(InstanceRequest)>>(std::move(asked))),
           socket_(makeSocket()),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         const sockaddr_un address = addressOf(file_);
@@ -104,7 +104,7 @@ class Claim final : public InstanceClaim {
         thread_ = NamedThread("cobaltreel.instance", [this] { listen(); });
     }
     ~Claim() override {
-        startedAgain_.reset();
+        asked_.reset();
         const std::uint64_t one = 1;
         [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
         thread_.join();
@@ -120,15 +120,18 @@ class Claim final : public InstanceClaim {
             if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
             if (waiting[1].revents != 0) return;
             char word = 0;
-            bool told = false;
-            while (recv(socket_.get(), &word, sizeof word, 0) >= 0) told = true;
-            if (told) report();
+            // However often: what was asked last is what is wanted now.
+            std::optional<InstanceRequest> last;
+            while (recv(socket_.get(), &word, sizeof word, 0) >= 0)
+                last = word == static_cast<char>(InstanceRequest::toggle) ? InstanceRequest::toggle
+                                                                          : InstanceRequest::show;
+            if (last) report(*last);
         }
     }
-    void report() {
+    void report(InstanceRequest request) {
         try {
-            mainLoop_->post([weak = alive_] {
-                if (const auto startedAgain = weak.lock()) (*startedAgain)();
+            mainLoop_->post([weak = alive_, request] {
+                if (const auto asked = weak.lock()) (*asked)(request);
             });
         } catch (const std::exception&) {
             // Out of memory for one word: whoever starts the program once more may get through.
@@ -138,8 +141,8 @@ class Claim final : public InstanceClaim {
     UniqueFd lock_;
     fs::path file_;
     std::shared_ptr<MainLoop> mainLoop_;
-    std::shared_ptr<std::function<void()>> startedAgain_;
-    const std::weak_ptr<std::function<void()>> alive_{startedAgain_};
+    std::shared_ptr<std::function<void(InstanceRequest)>> asked_;
+    const std::weak_ptr<std::function<void(InstanceRequest)>> alive_{asked_};
     UniqueFd socket_;
     UniqueFd wake_;
     NamedThread thread_;
@@ -154,19 +157,23 @@ PosixSingleInstance::PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, fs:
                                          const std::string& name)
     : mainLoop_(std::move(mainLoop)), folder_(std::move(folder)), name_(name) {}
 
-std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void()> startedAgain) {
+std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(InstanceRequest)> asked) {
     requirePrivate(folder_);
     const fs::path lockFile = folder_ / (name_ + ".lock"), socketFile = folder_ / (name_ + ".socket");
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         if (auto held = lock(lockFile))
-            return std::make_unique<Claim>(std::move(*held), socketFile, mainLoop_, std::move(startedAgain));
-        if (tell(socketFile)) return nullptr;
+            return std::make_unique<Claim>(std::move(*held), socketFile, mainLoop_, std::move(asked));
+        if (tell(socketFile, InstanceRequest::show)) return nullptr;
         if (std::chrono::steady_clock::now() > deadline)
             fail(socketFile, ETIMEDOUT, "belongs to an instance that does not listen");
         // It holds the lock and does not listen yet, or no longer.
         poll(nullptr, 0, betweenTries);
     }
+}
+
+bool PosixSingleInstance::ask(InstanceRequest request) {
+    return tell(folder_ / (name_ + ".socket"), request);
 }
 
 }  // namespace platform

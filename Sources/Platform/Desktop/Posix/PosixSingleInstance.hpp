@@ -18,7 +18,8 @@ class PosixSingleInstance final : public SingleInstance {
     /// Both files in a folder of the caller's choice.
     PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, std::filesystem::path folder,
                         const std::string& name);
-    std::unique_ptr<InstanceClaim> claim(std::function<void()> startedAgain) override;
+    std::unique_ptr<InstanceClaim> claim(std::function<void(InstanceRequest)> asked) override;
+    bool ask(InstanceRequest request) override;
 
   private:
     std::shared_ptr<MainLoop> mainLoop_;

@@ -1,0 +1,18 @@
+#include "Cobaltreel/CommandLine/Command.hpp"
+#include "Cobaltreel/CommandLine/HostServices.hpp"
+
+namespace cobaltreel {
+
+void addToggleCommand(CLI::App& app, CommandBody& body) {
+    auto* command = app.add_subcommand(
+        "toggle", "Press the button of the application that runs: it starts or stops a recording");
+    command->callback([&body] {
+        body.run = [] {
+            if (!hostServices().singleInstance->ask(platform::InstanceRequest::toggle))
+                throw CommandError("the application does not run; start it with: cobaltreel");
+            return ExitStatus::done;
+        };
+    });
+}
+
+}  // namespace cobaltreel
