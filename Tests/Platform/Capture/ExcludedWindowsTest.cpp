@@ -148,4 +148,23 @@ TEST_F(ExcludedWindowsOnScreen, AreFoundByProcessToo) {
     }));
 }
 
+TEST_F(ExcludedWindowsOnScreen, TheRootsColourIsSeenWhereTheyAre) {
+    const std::uint32_t colour = 0x336699, before = 0;
+    const auto paintRoot = [&](std::uint32_t with) {
+        xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_BACK_PIXEL, &with);
+        xcb_clear_area(connection_.get(), 0, connection_.root(), 0, 0, 0, 0);
+    };
+    paintRoot(colour);
+    const auto covering = own(900, 300, 200, 150, true);
+    covering->show();
+    record();
+    EXPECT_TRUE(shows(1000, 380, colour));
+    EXPECT_EQ(leaked_, 0);
+    const std::size_t settled = recording_->settle();
+    EXPECT_EQ(recording_->settle(), settled) << "looking for the colour is no change of its own";
+    recording_.reset();
+    paintRoot(before);
+    covering->settle();
+}
+
 }  // namespace platform::test

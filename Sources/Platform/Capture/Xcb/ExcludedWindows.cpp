@@ -2,11 +2,11 @@
 
 #include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
-#include "Platform/Capture/Xcb/RootBackdrop.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include <xcb/composite.h>
@@ -21,11 +21,16 @@ namespace {
 constexpr std::chrono::milliseconds afterimage{250};
 /// Places vacated within this time and next to each other, by a window being dragged say, count as one.
 constexpr std::chrono::milliseconds oneMovement{100};
+/// How far beyond a window the shadow reaches that a compositing manager draws around it, pixels.
+constexpr int shadowReach = 32;
 
 }  // namespace
 
 ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications)
-    : connection_(connection), applications_(std::move(applications)), stack_(connection) {
+    : connection_(connection),
+      applications_(std::move(applications)),
+      stack_(connection),
+      backdrop_(connection) {
     const bool canCompose = connection.extension(xcb_composite_id) != nullptr &&
                             connection.reply(xcb_composite_query_version_reply,
                                              xcb_composite_query_version(connection.get(), 0, 4));
@@ -59,6 +64,7 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
     if (isPainted) return true;
     // The window is at the same place in each event that the stack handles.
     const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
+    if (backdrop_.isProbe(window)) return false;
     const TopLevel* topLevel = isExcluded(window) ? stack_.find(window) : nullptr;
     const PixelRect before = topLevel && topLevel->isShown ? topLevel->bounds : PixelRect{};
     if (!stack_.handle(event)) return false;
@@ -130,8 +136,14 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     area_ = area;
     holes_.clear();
     int largest = 0;
+    std::optional<bool> isComposited;  // asked only when there is something to leave out
     const auto leaveOut = [&](const PixelRect& box) {
-        const PixelRect hole = box.intersected(area);
+        if (!isComposited)
+            isComposited = selectionOwner(connection_, connection_.atom("_NET_WM_CM_S0")) != XCB_NONE;
+        const int reach = *isComposited ? shadowReach : 0;
+        const PixelRect hole =
+            PixelRect{box.x - reach, box.y - reach, box.width + 2 * reach, box.height + 2 * reach}
+                .intersected(area);
         if (hole.isEmpty()) return;
         holes_.push_back(hole);
         largest = std::max(largest, hole.width * hole.height);
@@ -152,7 +164,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     const std::size_t bytes = static_cast<std::size_t>(largest) * 4;
     if (!scratch_ || scratch_->segmentBytes() < bytes)
         scratch_ = std::make_unique<SharedFrames>(connection_, bytes, 1);
-    isTranslucent_ = selectionOwner(connection_, connection_.atom("_NET_WM_CM_S0")) != XCB_NONE;
+    isTranslucent_ = isComposited.value_or(false);
 
     for (const TopLevel& each : stack_.bottomToTop()) {
         const bool isNeeded =
@@ -174,7 +186,7 @@ bool ExcludedWindows::compose(const Plane& picture) {
 bool ExcludedWindows::composeHole(const PixelRect& hole, const Plane& picture) {
     for (const auto& [id, window] : redirected_)
         if (window->isWaitingFor(hole)) return false;
-    drawRootBackdrop(connection_, hole, picture, area_.x, area_.y, *scratch_);
+    backdrop_.draw(hole, picture, area_.x, area_.y, *scratch_, isTranslucent_);
     for (const TopLevel& each : stack_.bottomToTop()) {
         if (!each.isShown || kindOf(each.window) != Kind::shown) continue;
         const auto window = redirected_.find(each.window);

@@ -2,6 +2,7 @@
 
 #include "Platform/Capture/ShareableContent.hpp"
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
+#include "Platform/Capture/Xcb/RootBackdrop.hpp"
 #include "Platform/Capture/Xcb/WindowStack.hpp"
 
 #include <chrono>
@@ -52,6 +53,7 @@ class ExcludedWindows {
     XcbConnection& connection_;
     const std::vector<RunningApplication> applications_;
     WindowStack stack_;
+    RootBackdrop backdrop_;
     std::map<xcb_window_t, Kind> kinds_;  // of those that have been shown
     std::map<xcb_window_t, std::unique_ptr<RedirectedWindow>> redirected_;
     std::vector<Vacated> vacated_;

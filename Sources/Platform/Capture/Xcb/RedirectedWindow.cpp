@@ -1,5 +1,6 @@
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
 
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <utility>
@@ -57,7 +58,16 @@ RedirectedWindow::~RedirectedWindow() {
     xcb_composite_unredirect_window(connection_.get(), topLevel_.window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
-void RedirectedWindow::readShape() { shape_ = boundingShape(connection_, topLevel_); }
+void RedirectedWindow::readShape() {
+    shape_ = boundingShape(connection_, topLevel_);
+    // A window manager's frame may have an invisible rim.
+    for (const xcb_window_t child : childrenOf(connection_, topLevel_.window)) {
+        if (cardinals(connection_, child, connection_.atom("WM_STATE"), 1).empty()) continue;
+        if (const auto bounds = framedBounds(connection_, child, topLevel_.window))
+            shape_ = intersected(shape_, bounds->seen);
+        return;
+    }
+}
 
 void RedirectedWindow::distrust(const RectList& covered) {
     distrustedAt_ = HostClock().now();

@@ -3,6 +3,7 @@
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 
 #include <libyuv.h>
+#include <xcb/composite.h>
 
 namespace platform {
 
@@ -45,18 +46,45 @@ bool readTiled(const XcbConnection& connection, xcb_pixmap_t tile, const PixelRe
 
 }  // namespace
 
-void drawRootBackdrop(XcbConnection& connection, const PixelRect& part, const Plane& picture, int originX,
-                      int originY, SharedFrames& scratch) {
+/// Has the server paint its background in a window that is redirected, and so not on the screen.
+bool RootBackdrop::readPainted(const PixelRect& part, SharedSegment& memory) const {
+    xcb_connection_t* c = connection_.get();
+    const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, probe_, connection_.root(), static_cast<std::int16_t>(part.x),
+                      static_cast<std::int16_t>(part.y), static_cast<std::uint16_t>(part.width),
+                      static_cast<std::uint16_t>(part.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                      XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXMAP | XCB_CW_OVERRIDE_REDIRECT, values);
+    const auto redirection = xcb_composite_redirect_window_checked(c, probe_, XCB_COMPOSITE_REDIRECT_MANUAL);
+    bool isRead = false;
+    if (connection_.succeeded(redirection)) {
+        const std::uint32_t below = XCB_STACK_MODE_BELOW;
+        xcb_configure_window(c, probe_, XCB_CONFIG_WINDOW_STACK_MODE, &below);
+        xcb_map_window(c, probe_);
+        const xcb_pixmap_t painted = xcb_generate_id(c);
+        xcb_composite_name_window_pixmap(c, probe_, painted);
+        const ImageRequest request =
+            requestImage(connection_, painted, 0, 0, part.width, part.height, memory);
+        xcb_free_pixmap(c, painted);
+        xcb_unmap_window(c, probe_);
+        isRead = awaitImage(connection_, request, memory);
+    }
+    xcb_destroy_window(c, probe_);
+    return isRead;
+}
+
+void RootBackdrop::draw(const PixelRect& part, const Plane& picture, int originX, int originY,
+                        SharedFrames& scratch, bool isComposited) {
     std::uint8_t* to = picture.data + static_cast<std::ptrdiff_t>(part.y - originY) * picture.stride +
                        static_cast<std::ptrdiff_t>(part.x - originX) * 4;
-    const xcb_pixmap_t tile = backdropPixmap(connection);
-    const SegmentLease memory = tile == XCB_NONE ? nullptr : scratch.borrow();
-    if (memory && readTiled(connection, tile, part, *memory)) {
-        libyuv::ARGBCopy(memoryOf(*memory), part.width * 4, to, picture.stride, part.width, part.height);
-        return;
-    }
+    const xcb_pixmap_t tile = backdropPixmap(connection_);
+    const SegmentLease memory = scratch.borrow();
+    const bool isRead = memory && ((tile != XCB_NONE && readTiled(connection_, tile, part, *memory)) ||
+                                   (!isComposited && readPainted(part, *memory)));
     constexpr std::uint32_t opaqueBlack = 0xff000000;
-    libyuv::ARGBRect(to, picture.stride, 0, 0, part.width, part.height, opaqueBlack);
+    if (isRead)
+        libyuv::ARGBCopy(memoryOf(*memory), part.width * 4, to, picture.stride, part.width, part.height);
+    else if (isComposited)
+        libyuv::ARGBRect(to, picture.stride, 0, 0, part.width, part.height, opaqueBlack);
 }
 
 }  // namespace platform
