@@ -1,7 +1,6 @@
 #include "Platform/Vision/OpenCv/NeuralSegmentation.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
-#include "Platform/Vision/OpenCv/FramePicture.hpp"
 #include "Platform/Vision/OpenCv/OnnxFile.hpp"
 
 #include <cmath>
@@ -143,8 +142,11 @@ NeuralSegmentation::NeuralSegmentation(const NeuralModel& model) : model_(model)
     } catch (const cv::Exception& e) {
         throw broken(model.file, "OpenCV can't load it (" + e.err + ")");
     }
+}
+
+void NeuralSegmentation::tryOut() {
     // Two pictures without anything in common; a network that answers both with one flat value sees nothing.
-    cv::Mat3b noise(model.input), ramp(model.input);
+    cv::Mat3b noise(model_.input), ramp(model_.input);
     cv::RNG(7).fill(noise, cv::RNG::UNIFORM, 0, 256);
     for (int y = 0; y < ramp.rows; ++y)
         for (int x = 0; x < ramp.cols; ++x) {
@@ -157,17 +159,15 @@ NeuralSegmentation::NeuralSegmentation(const NeuralModel& model) : model_(model)
     cv::minMaxLoc(first, &low, &high);
     cv::minMaxLoc(second, &otherLow, &otherHigh);
     if (low == high && otherLow == otherHigh && low == otherLow)
-        throw broken(model.file, "it gives the same answer whatever it is shown");
+        throw broken(model_.file, "it gives the same answer whatever it is shown");
 }
 
 cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
     cv::Mat answer;
     try {
         cv::Mat values;
-        if (model_.redFirst)
-            cv::cvtColor(picture, values, cv::COLOR_BGR2RGB);
-        else
-            values = picture.clone();
+        cv::resize(picture, values, model_.input, 0, 0, cv::INTER_AREA);
+        if (model_.redFirst) cv::cvtColor(values, values, cv::COLOR_BGR2RGB);
         cv::Mat real;
         values.convertTo(real, CV_32F);
         cv::subtract(real, model_.mean, real);
@@ -218,10 +218,6 @@ cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
         sum += power;
     }
     return 1.0 / sum;
-}
-
-cv::Mat3b NeuralSegmentation::view(const PixelBuffer& frame) const {
-    return readPicture(frame, model_.input);
 }
 
 }  // namespace platform

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Platform/Imaging/PixelBuffer.hpp"
-
 #include <filesystem>
 
 #include <opencv2/dnn.hpp>
@@ -30,18 +28,18 @@ struct NeuralModel {
 /// A network that tells where the person is. Used on one thread at a time.
 class NeuralSegmentation {
   public:
-    /// Loads the network and tries it on a picture. Throws PlatformError("Vision", 3) when OpenCV can't
-    /// load it, or when it answers with another shape, with numbers that are none, or always the same.
+    /// Loads the network. Throws PlatformError("Vision", 3) when OpenCV can't.
     explicit NeuralSegmentation(const NeuralModel& model);
+
+    /// Tries it on two pictures. Throws PlatformError("Vision", 3 or 4) when it answers with another shape,
+    /// with numbers that are none, or always the same.
+    void tryOut();
 
     const std::filesystem::path& file() const { return model_.file; }
 
-    /// What the network wants to see of a camera frame. Throws PlatformError("Vision", 1) for a frame that is
-    /// no colour picture.
-    cv::Mat3b view(const PixelBuffer& frame) const;
-    /// How likely each pixel of such a view is the person's, 0…1. Throws PlatformError("Vision", 4) when the
-    /// network answers nonsense.
-    cv::Mat1f ask(const cv::Mat3b& view);
+    /// How likely each pixel of `picture`, of any size, is the person's, 0…1, at the size of the network's
+    /// answer. Throws PlatformError("Vision", 4) when the network answers nonsense.
+    cv::Mat1f ask(const cv::Mat3b& picture);
 
   private:
     NeuralModel model_;

@@ -1,6 +1,5 @@
 #include "Platform/Vision/OpenCv/PersonMatte.hpp"
 
-#include "Platform/Vision/OpenCv/FramePicture.hpp"
 #include "Platform/Vision/OpenCv/GuidedMatte.hpp"
 #include "Platform/Vision/OpenCv/PersonPieces.hpp"
 
@@ -12,11 +11,6 @@
 namespace platform {
 namespace {
 
-using Quality = PersonSegmentationRequest::QualityLevel;
-
-/// Pixels of the mask: a quarter and half of a 1280 × 720 frame's sides.
-constexpr double fastArea = 320 * 180, accurateArea = 640 * 360;
-
 /// What somebody has at least, to be believed and to stay: part of the frame, the network's confidence.
 constexpr double areaToAppear = 0.015, confidenceToAppear = 0.72, areaToStay = 0.004, confidenceToStay = 0.6;
 
@@ -26,34 +20,35 @@ constexpr float doubtFrom = 0.25F, doubtTo = 0.85F;
 constexpr float softReach = 2, softEnd = 5;
 
 /// Differences of colour, of 255: up to the first it is noise, from the second on something moved.
-constexpr float noise = 5, motion = 16;
+constexpr double noise = 5, motion = 16;
 
-/// How much of what is new counts, 0…1, by how much the picture has changed.
-cv::Mat1f newness(const cv::Mat3b& before, const cv::Mat3b& now) {
-    cv::Mat difference;
-    cv::absdiff(before, now, difference);
-    cv::blur(difference, difference, {3, 3}, {-1, -1}, cv::BORDER_REPLICATE);
-    cv::Mat1f result(now.size());
-    for (int y = 0; y < result.rows; ++y) {
-        const auto* d = difference.ptr<cv::Vec3b>(y);
-        float* r = result[y];
-        for (int x = 0; x < result.cols; ++x) {
-            const float most = std::max(std::max(d[x][0], d[x][1]), d[x][2]);
-            r[x] = std::clamp((most - noise) / (motion - noise), 0.0F, 1.0F);
-        }
+/// How much of what is new counts, 0…255, by how much the picture has changed.
+cv::Mat1b newness(const cv::Mat3b& before, const cv::Mat3b& now) {
+    cv::Mat1b most(now.size());
+    for (int y = 0; y < now.rows; ++y) {
+        const uchar *b = before.ptr(y), *n = now.ptr(y);
+        uchar* m = most[y];
+        for (int x = 0; x < now.cols; ++x, b += 3, n += 3)
+            m[x] = static_cast<uchar>(
+                std::max(std::max(std::abs(b[0] - n[0]), std::abs(b[1] - n[1])), std::abs(b[2] - n[2])));
     }
-    return result;
+    cv::blur(most, most, {3, 3}, {-1, -1}, cv::BORDER_REPLICATE);
+    most.convertTo(most, CV_8U, 255.0 / (motion - noise), -255.0 * noise / (motion - noise));
+    return most;
 }
 
 /// Lets `now` follow `held`: at once where the picture is new, else the slower the smaller the step is, but
 /// by `least` of it.
-void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1f& newness, float least) {
+void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1b& newness, float least) {
     for (int y = 0; y < now.rows; ++y) {
         float* p = now[y];
-        const float *h = held[y], *n = newness[y];
+        const float* h = held[y];
+        const uchar* n = newness[y];
         for (int x = 0; x < now.cols; ++x) {
             const float step = p[x] - h[x];
-            p[x] = h[x] + std::min(1.0F, std::max({least, n[x], std::abs(step)})) * step;
+            const float rate =
+                std::max(std::max(least, static_cast<float>(n[x]) * (1.0F / 255)), std::abs(step));
+            p[x] = h[x] + std::min(1.0F, rate) * step;
         }
     }
 }
@@ -75,10 +70,7 @@ void keepToBorder(cv::Mat1f& soft, const cv::Mat1b& solid, float reach, float en
     }
 }
 
-}  // namespace
-
-cv::Mat1f PersonMatte::drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view,
-                                      const cv::Mat3b& fine) const {
+cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) {
     cv::Mat1b coarse;
     person.convertTo(coarse, CV_8U, 255);
     cv::Mat3f colours;
@@ -86,30 +78,28 @@ cv::Mat1f PersonMatte::drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& 
     return guidedMatte(coarse, colours, fine, 3, 4e-4F);
 }
 
-cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const PixelBuffer& frame) {
-    cv::Mat3b picture = view;
-    if (view.size() != probability.size())
-        cv::resize(view, picture, probability.size(), 0, 0, cv::INTER_AREA);
+}  // namespace
+
+cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& fine) {
+    cv::Mat3b view;
+    cv::resize(fine, view, probability.size(), 0, 0, cv::INTER_AREA);
     cv::Mat1f person = probability.clone();
-    if (heldView_.size() == picture.size()) hold(person, heldPerson_, newness(heldView_, picture), 0.3F);
+    if (heldView_.size() == view.size()) hold(person, heldPerson_, newness(heldView_, view), 0.3F);
     heldPerson_ = person.clone();
-    heldView_ = picture;
+    heldView_ = view;
 
     const PersonPieces pieces = findPerson(person);
     present_ = pieces.area >= (present_ ? areaToStay : areaToAppear) &&
                pieces.confidence >= (present_ ? confidenceToStay : confidenceToAppear);
     seen_ = seen_ || present_;
-    const cv::Size size =
-        workingSize({frame.width(), frame.height()}, quality_ == Quality::fast ? fastArea : accurateArea);
     if (!present_) {
         heldFine_.release();
-        return seen_ ? cv::Mat1b(size, uchar(0)) : cv::Mat1b();
+        return seen_ ? cv::Mat1b(fine.size(), uchar(0)) : cv::Mat1b();
     }
     person = (person - doubtFrom) / (doubtTo - doubtFrom);
     keepToBorder(person, pieces.solid, softReach, softEnd);
 
-    const cv::Mat3b fine = readPicture(frame, size);
-    cv::Mat1f matte = drawAlongEdges(person, picture, fine);
+    cv::Mat1f matte = drawAlongEdges(person, view, fine);
     if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, newness(heldFine_, fine), 0.15F);
     heldMatte_ = matte;
     heldFine_ = fine;

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "Platform/Imaging/PixelBuffer.hpp"
-#include "Platform/Vision/PersonSegmentation.hpp"
-
 #include <opencv2/core.hpp>
 
 namespace platform {
@@ -12,19 +9,14 @@ namespace platform {
 /// Used on one thread at a time.
 class PersonMatte {
   public:
-    explicit PersonMatte(PersonSegmentationRequest::QualityLevel quality) : quality_(quality) {}
-
-    /// `probability` 0…1, the network's answer to `view`, which shows `frame`. The person, 0…255, as coarse
-    /// as the quality allows; black when whoever was there has left; empty when nobody was there yet.
-    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& view, const PixelBuffer& frame);
+    /// `probability` 0…1, a network's answer to the frame that `fine` shows. The person, 0…255, at the size
+    /// of `fine`; black when whoever was there has left; empty when nobody was there yet.
+    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& fine);
 
     /// Whether somebody was there in the last frame.
     bool isPresent() const { return present_; }
 
   private:
-    cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) const;
-
-    PersonSegmentationRequest::QualityLevel quality_;
     bool present_ = false, seen_ = false;
     cv::Mat1f heldPerson_, heldMatte_;
     cv::Mat3b heldView_, heldFine_;  ///< the pictures that these belong to

@@ -45,12 +45,14 @@ PersonNetworks::PersonNetworks(std::filesystem::path modelsFolder, std::filesyst
 std::unique_ptr<NeuralSegmentation> PersonNetworks::firstThatWorks() {
     if (!std::exchange(tried_, true))
         for (auto& file : {usersNetwork(modelsFolder_), own_})
-            if (!file.empty()) candidates_.push_back({file, {}, {}});
+            if (!file.empty()) candidates_.push_back({file, {}, false, {}});
     for (auto& candidate : candidates_) {
         if (!candidate.problem.empty()) continue;
         try {
             if (!candidate.description) candidate.description = NeuralModel::describe(candidate.file);
-            return std::make_unique<NeuralSegmentation>(*candidate.description);
+            auto network = std::make_unique<NeuralSegmentation>(*candidate.description);
+            if (!std::exchange(candidate.proven, true)) network->tryOut();
+            return network;
         } catch (const std::exception& e) {
             candidate.problem = e.what();
             say(candidate.problem);

@@ -40,6 +40,7 @@ class PersonNetworks {
     struct Candidate {
         std::filesystem::path file;
         std::optional<NeuralModel> description;
+        bool proven = false;  ///< tried out, once
         std::string problem;
     };
     std::unique_ptr<NeuralSegmentation> firstThatWorks();  // with the lock
