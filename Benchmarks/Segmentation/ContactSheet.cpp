@@ -1,6 +1,6 @@
 #include "ContactSheet.hpp"
 
-#include "Cut.hpp"
+#include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 
 #include <opencv2/imgproc.hpp>
 
@@ -38,7 +38,7 @@ void ContactSheet::write(const std::string& file, int columns) const {
     for (int i = 0; i < static_cast<int>(tiles_.size()); ++i)
         tiles_[static_cast<std::size_t>(i)].copyTo(
             sheet(cv::Rect({i % columns * tileSize.width, i / columns * tileSize.height}, tileSize)));
-    writePictureFile(file, sheet);
+    composited::writePictureFile(file, sheet);
 }
 
 }  // namespace cobaltreel::benchmarks

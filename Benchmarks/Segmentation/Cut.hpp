@@ -2,8 +2,6 @@
 
 #include "Platform/Vision/PersonSegmentation.hpp"
 
-#include <filesystem>
-
 #include <opencv2/core.hpp>
 
 namespace cobaltreel::benchmarks {
@@ -15,10 +13,5 @@ struct Cut {
 
 /// One frame through a request, with its time.
 Cut cut(platform::PersonSegmentationRequest& request, const platform::PixelBuffer& frame);
-
-/// These throw std::runtime_error that names the file.
-cv::Mat3b readPictureFile(const std::filesystem::path& file);
-cv::Mat1b readMaskFile(const std::filesystem::path& file);
-void writePictureFile(const std::filesystem::path& file, const cv::Mat3b& picture);
 
 }  // namespace cobaltreel::benchmarks

@@ -1,10 +1,10 @@
 #include "Pictures.hpp"
 
 #include "Cut.hpp"
+#include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
 #include "Scores.hpp"
 
-#include <QImage>
 #include <algorithm>
 #include <cstdio>
 #include <stdexcept>
@@ -42,6 +42,20 @@ cv::Mat3b tileOf(const cv::Mat3b& picture, const cv::Mat1b& mask) {
 
 }  // namespace
 
+std::vector<std::filesystem::path> pictureFiles(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path().filename().string();
+        const std::string ending = entry.path().extension().string();
+        if ((ending == ".png" || ending == ".jpg" || ending == ".jpeg") && !name.ends_with(".mask.png"))
+            files.push_back(entry.path());
+    }
+    if (files.empty())
+        throw std::runtime_error("There is no PNG or JPEG picture in " + folder.string() + ".");
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 void cutPictures(const std::filesystem::path& folder, const std::filesystem::path& sheet,
                  platform::VisionService& vision) {
     std::vector<std::filesystem::path> files;
@@ -56,17 +70,21 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
     std::sort(files.begin(), files.end());
     std::vector<cv::Mat3b> tiles;
     for (const auto& file : files) {
-        const cv::Mat3b picture = readPictureFile(file);
+        const cv::Mat3b picture = composited::readPictureFile(file);
         const auto request =
             vision.makePersonSegmentationRequest(platform::PersonSegmentationRequest::QualityLevel::accurate);
         const cv::Mat1b mask = cut(*request, *rendered::asBgra(picture)).mask;
         tiles.push_back(tileOf(picture, mask));
         std::printf("%-50s %4d x %-4d", file.filename().c_str(), picture.cols, picture.rows);
-        const auto truth = std::filesystem::path(file).replace_extension(".mask.png");
-        if (std::filesystem::exists(truth)) {
+        if (const auto truth = composited::maskFileOf(file)) {
             Scores scores;
             scores.beginTake();
-            scores.add(mask, readMaskFile(truth), 0, false);
+            // Below a mask's lower end nothing is known.
+            const cv::Mat1b known = composited::readMaskFile(*truth);
+            const int rows = cv::boundingRect(known).br().y;
+            cv::Mat1b whole(known.size(), uchar(0));
+            if (!mask.empty()) cv::resize(mask, whole, known.size(), 0, 0, cv::INTER_LINEAR);
+            scores.add(whole.rowRange(0, rows), known.rowRange(0, rows), 0, false);
             std::printf("  overlap %.4f  border %.2f px", scores.meanIoU(), scores.borderPx());
         }
         std::printf("%s\n", mask.empty() ? "  nobody" : "");
@@ -76,7 +94,7 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
     for (int i = 0; i < static_cast<int>(tiles.size()); ++i)
         tiles[static_cast<std::size_t>(i)].copyTo(
             whole(cv::Rect({i % columns * 2 * largestTileWidth, i / columns * tileHeight}, tiles[0].size())));
-    writePictureFile(sheet, whole);
+    composited::writePictureFile(sheet, whole);
 }
 
 }  // namespace cobaltreel::benchmarks

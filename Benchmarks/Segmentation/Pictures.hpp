@@ -3,11 +3,17 @@
 #include "Platform/Vision/PersonSegmentation.hpp"
 
 #include <filesystem>
+#include <vector>
 
 namespace cobaltreel::benchmarks {
 
+/// The PNG and JPEG pictures in a folder but for masks, by name. Throws std::runtime_error when there is
+/// none.
+std::vector<std::filesystem::path> pictureFiles(const std::filesystem::path& folder);
+
 /// Cuts the people out of the pictures in `folder` (PNG and JPEG) and writes a PNG to be looked at: every
-/// picture, and beside it the person on green. Where NAME.mask.png lies beside NAME, prints the overlap.
+/// picture, and beside it the person on green. Where a picture has a mask (NAME.mask.png
+/// beside it, or one of those that come with the tests), prints the overlap.
 /// Throws std::runtime_error that names the folder or file.
 void cutPictures(const std::filesystem::path& folder, const std::filesystem::path& sheet,
                  platform::VisionService& vision);

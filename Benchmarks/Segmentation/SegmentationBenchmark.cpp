@@ -2,6 +2,7 @@
 // Benchmarks/segmentation --help tells the options.
 
 #include "Cobaltreel/Export/RenderedSession.hpp"
+#include "Composites.hpp"
 #include "ContactSheet.hpp"
 #include "Cut.hpp"
 #include "Pictures.hpp"
@@ -27,7 +28,7 @@ using rendered::Scene;
 struct Options {
     unsigned seed = 90210;
     bool longer = false, json = false, verbose = false;
-    std::string sheet, session, pictures;
+    std::string sheet, session, pictures, composites;
 };
 
 struct Level {
@@ -127,6 +128,13 @@ int run(const Options& options) {
     }
     std::array<Level, 2> levels = {Level{"fast", Quality::fast}, Level{"accurate", Quality::accurate}};
     ContactSheet sheet;
+    if (!options.composites.empty()) {
+        for (auto& level : levels)
+            cutComposites(options.composites, vision, level.quality, level.scores, sheet);
+        print(levels, options);
+        if (!options.sheet.empty()) sheet.write(options.sheet, 4);
+        return 0;
+    }
     // Ten frames a second make every movement twice as large as the live view sees it.
     const double step = options.longer ? 1.0 / 20 : 1.0 / 10;
     const int takes = options.longer ? 60 : 12, frames = options.longer ? 120 : 46;
@@ -158,6 +166,10 @@ int main(int argc, char** argv) {
         "--pictures", options.pictures,
         "cut people out of the PNG and JPEG pictures in this folder instead, onto a sheet to look at "
         "(--sheet, pictures.png without it), and print the overlap with NAME.mask.png where there is one");
+    app.add_option(
+        "--composites", options.composites,
+        "lay the people in this folder whose masks are known over other rooms, NAME.room.jpg among "
+        "them, with noise, blur, exposure steps and compression, and cut them out again");
     CLI11_PARSE(app, argc, argv);
     try {
         return cobaltreel::benchmarks::run(options);
