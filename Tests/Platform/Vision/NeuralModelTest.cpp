@@ -1,9 +1,11 @@
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Vision/OnnxWriter.hpp"
+#include "Platform/Vision/OpenCv/CrashTrial.hpp"
 #include "Platform/Vision/OpenCv/NeuralSegmentation.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 #include "Platform/Vision/RenderedPeople/Scene.hpp"
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -153,6 +155,13 @@ TEST_F(NeuralModelTest, EveryCutOfAFileIsRefusedOrRead) {
             EXPECT_NE(e.description().find(file.string()), std::string::npos);
         }
     }
+}
+
+TEST(CrashTrial, ACrashStaysInItsOwnProcess) {
+    EXPECT_TRUE(survivesTrial([] {}));
+    EXPECT_TRUE(survivesTrial([] { throw PlatformError("Vision", 3, "refused"); }));
+    EXPECT_FALSE(survivesTrial([] { std::abort(); }));
+    EXPECT_FALSE(survivesTrial([] { raise(SIGSEGV); }));
 }
 
 TEST_F(NeuralModelTest, TheEnvironmentNamesTheModelBeforeTheFolder) {

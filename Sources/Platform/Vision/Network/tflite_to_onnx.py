@@ -6,6 +6,7 @@ x channels into channels x rows x columns, 16-bit weights into 32-bit ones. Open
 it computes rubbish from symmetric padding at a stride of 2, takes the wrong samples without "half_pixel", and
 refuses a HardSwish that is put together from its parts.
 """
+import math
 import struct
 import sys
 
@@ -165,6 +166,8 @@ class Converter:
 
     def weight(self, index, order=None):
         values, shape = self.values(index), self.shape(index)
+        if min(shape, default=1) < 1 or math.prod(shape) != len(values):
+            raise ValueError('its weights are damaged')
         if order:
             values, shape = transposed(values, shape, order)
         name = 'w%d' % index

@@ -75,7 +75,7 @@ cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const c
     person.convertTo(coarse, CV_8U, 255);
     cv::Mat3f colours;
     view.convertTo(colours, CV_32F);
-    return guidedMatte(coarse, colours, fine, 3, 4e-4F);
+    return guidedMatte(coarse, colours, fine, 3, 1e-4F);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "Platform/Vision/OpenCv/PersonNetworks.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/OpenCv/CrashTrial.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -50,6 +51,12 @@ std::unique_ptr<NeuralSegmentation> PersonNetworks::firstThatWorks() {
         if (!candidate.problem.empty()) continue;
         try {
             if (!candidate.description) candidate.description = NeuralModel::describe(candidate.file);
+            // OpenCV falls over some damaged files; the program's own is what was built.
+            const auto load = [&] { NeuralSegmentation(*candidate.description).tryOut(); };
+            if (!candidate.proven && candidate.file != own_ && !survivesTrial(load))
+                throw PlatformError("Vision", 3,
+                                    "The segmentation model " + candidate.file.string() +
+                                        " can't be used: OpenCV crashes when it loads it.");
             auto network = std::make_unique<NeuralSegmentation>(*candidate.description);
             if (!std::exchange(candidate.proven, true)) network->tryOut();
             return network;

@@ -8,6 +8,9 @@
 namespace platform {
 namespace {
 
+/// Where the network rather sees somebody; a little above the middle, or pieces of the room stay beside
+/// shoulders.
+constexpr float somebody = 0.55F;
 /// From this part of the largest piece on another one is somebody of its own; a smaller one is a scrap,
 /// or somebody in the background.
 constexpr double leastOwnPiece = 0.25;
@@ -53,7 +56,7 @@ void fillHoles(cv::Mat1b& solid) {
 
 PersonPieces findPerson(const cv::Mat1f& probability) {
     cv::Mat1i labels;
-    const int count = cv::connectedComponents(probability > 0.5F, labels, 4, CV_32S);
+    const int count = cv::connectedComponents(probability > somebody, labels, 4, CV_32S);
     const auto pieces = measure(probability, labels, count);
     PersonPieces person{cv::Mat1b(probability.size(), uchar(0))};
     const auto largest = std::max_element(pieces.begin() + 1, pieces.end(),
