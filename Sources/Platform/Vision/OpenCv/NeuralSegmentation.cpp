@@ -3,6 +3,7 @@
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Vision/OpenCv/OnnxFile.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -20,6 +21,14 @@ constexpr std::int64_t largestSide = 4096;
 
 PlatformError broken(const std::filesystem::path& file, const std::string& reason, int code = 3) {
     return {"Vision", code, "The segmentation model " + file.string() + " can't be used: " + reason + "."};
+}
+
+/// What OpenCV says, which may be several lines, as one.
+std::string oneLine(const cv::Exception& error) {
+    std::string text = error.err;
+    text.erase(text.find_last_not_of(" \n") + 1);
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
 }
 
 cv::Scalar threeNumbers(const cv::FileNode& node, const cv::Scalar& otherwise) {
@@ -64,7 +73,7 @@ void readSidecar(NeuralModel& model) {
         else
             CV_Error(cv::Error::StsParseError, "\"activation\" is one of auto, none, sigmoid, softmax");
     } catch (const cv::Exception& e) {
-        throw broken(model.file, "its description " + document.string() + " is wrong: " + e.err);
+        throw broken(model.file, "its description " + document.string() + " is wrong: " + oneLine(e));
     }
 }
 
@@ -140,7 +149,7 @@ NeuralSegmentation::NeuralSegmentation(const NeuralModel& model) : model_(model)
         network_ = cv::dnn::readNetFromONNX(model.file.string());
         network_.setPreferableBackend(cv::dnn::DNN_BACKEND_OPENCV);
     } catch (const cv::Exception& e) {
-        throw broken(model.file, "OpenCV can't load it (" + e.err + ")");
+        throw broken(model.file, "OpenCV can't load it (" + oneLine(e) + ")");
     }
 }
 
@@ -183,7 +192,7 @@ cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
         }
         answer = network_.forward().clone();
     } catch (const cv::Exception& e) {
-        throw broken(model_.file, "it can't be computed (" + e.err + ")", 4);
+        throw broken(model_.file, "it can't be computed (" + oneLine(e) + ")", 4);
     }
     auto planes = planesOf(answer);
     if (planes.empty()) throw broken(model_.file, "its answer is not a picture", 4);

@@ -78,10 +78,12 @@ std::string PersonNetworks::problems() const {
 std::unique_ptr<NeuralSegmentation> PersonNetworks::load() {
     const std::lock_guard lock(mutex_);
     if (auto network = firstThatWorks()) return network;
-    throw PlatformError("Vision", 2,
-                        "There is no network that finds a person. Install Cobaltreel again, built with a "
-                        "connection to the network." +
-                            (candidates_.empty() ? "" : " " + problems()));
+    throw PlatformError(
+        "Vision", 2,
+        "There is no neural network that finds a person. Build Cobaltreel again while the internet "
+        "can be reached, or put an ONNX network into " +
+            (modelsFolder_.empty() ? "the folder of models" : modelsFolder_.string()) + "." +
+            (candidates_.empty() ? "" : " " + problems()));
 }
 
 void PersonNetworks::giveUp(const std::filesystem::path& file, const std::string& reason) {
