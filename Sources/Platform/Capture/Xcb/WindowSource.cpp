@@ -104,7 +104,7 @@ void WindowSource::followFrame() {
     if (isFirst) shape = boundingShape(connection_, {frame_, bounds_, border_, true});
     // What the screen shows of a window whose contents nobody has kept is the window's own.
     if (isFirst && !isKept) painted = without(shape, coveredParts());
-    xcb_composite_redirect_window(c, frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
+    damageFrom_ = xcb_composite_redirect_window(c, frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC).sequence;
     xcb_ungrab_server(c);
 
     isFrameShown_ = attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
@@ -120,7 +120,7 @@ void WindowSource::followFrame() {
     if (isFirst && isKept) {
         presumedPainted_ = std::move(shape);
         damageFrom_ = askToPaint(frame_, false);
-    } else {
+    } else if (!isFirst || pixelCount(painted) < pixelCount(shape)) {
         damageFrom_ = askToPaint(frame_, true);
     }
 }
