@@ -14,6 +14,7 @@
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
+#include "Platform/Desktop/Qt/QtNotifications.hpp"
 #include "Platform/Desktop/Qt/QtStatusItem.hpp"
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
@@ -116,6 +117,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.screenCapture = std::make_shared<SystemAudioCapture>(
         screenCapture, [pipeWire] { return pipeWire->makeSystemAudio(); });
     services.fileBrowser = std::make_shared<QtFileBrowser>();
+    services.notifications = std::make_shared<QtNotifications>();
     services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);
     services.systemSettings = std::make_shared<QtSystemSettings>();
     services.relauncher = std::make_shared<PosixRelauncher>();

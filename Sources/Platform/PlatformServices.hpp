@@ -7,6 +7,7 @@
 #include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
+#include "Platform/Desktop/Notifications.hpp"
 #include "Platform/Desktop/PointerButtons.hpp"
 #include "Platform/Desktop/PointerWatcher.hpp"
 #include "Platform/Desktop/Relauncher.hpp"
@@ -46,6 +47,7 @@ struct PlatformServices {
     std::shared_ptr<WindowManager> windowManager;    ///< null without a display server
     std::shared_ptr<PointerWatcher> pointerWatcher;  ///< null without a display server
     std::shared_ptr<FileBrowser> fileBrowser;
+    std::shared_ptr<Notifications> notifications;
     std::shared_ptr<DeviceAccess> deviceAccess;
     std::shared_ptr<ScreenAccess> screenAccess;
     std::shared_ptr<SystemSettings> systemSettings;

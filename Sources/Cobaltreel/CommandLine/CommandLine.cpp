@@ -39,6 +39,9 @@ std::unique_ptr<QCoreApplication> makeObject(Windows windows, int& argc, char** 
 
 /// The application object that a command runs in; alive as long as the result.
 std::unique_ptr<QCoreApplication> makeApplication(Windows windows, int& argc, char** argv) {
+    // A screen reader that is started later finds the windows, too; without its bus this costs nothing.
+    if (!qEnvironmentVariableIsSet("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"))
+        qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
     auto application = makeObject(windows, argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationName("Cobaltreel");

@@ -51,6 +51,11 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       stoppedAt_(-std::numeric_limits<double>::infinity()) {
     connect(&model_, &PopoverModel::quitRequested, this, &AppDelegate::quit);
     connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::followState);
+    // Nobody looks at the panel while a recording runs.
+    connect(&coordinator_, &RecordingCoordinator::deviceMessage, this, [this](const QString& notice) {
+        if (coordinator_.state() == RecordingCoordinator::State::recording && host_.notifications)
+            host_.notifications->show("Cobaltreel", notice.toStdString());
+    });
     connect(&coordinator_, &RecordingCoordinator::elapsedChanged, this, &AppDelegate::updateLabel);
 }
 

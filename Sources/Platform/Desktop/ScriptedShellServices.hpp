@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Desktop/Notifications.hpp"
 #include "Platform/Desktop/Relauncher.hpp"
 #include "Platform/Desktop/ScreenAccess.hpp"
 #include "Platform/Desktop/StatusItem.hpp"
@@ -33,6 +34,14 @@ class ScriptedSystemSettings final : public SystemSettings {
         if (isInstalled) opened.push_back(anchor);
         return isInstalled;
     }
+};
+
+/// Remembers what was shown.
+class ScriptedNotifications final : public Notifications {
+  public:
+    std::vector<std::string> shown;
+
+    void show(const std::string&, const std::string& text) override { shown.push_back(text); }
 };
 
 /// Counts.

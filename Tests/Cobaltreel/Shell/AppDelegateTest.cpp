@@ -123,6 +123,8 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     countdown->complete();
     ASSERT_TRUE(stateBecomes(State::recording));
     EXPECT_EQ(tray->labels.back(), (platform::StatusLabel{"record.circle.fill", "00:00"}));
+    Q_EMIT shell->coordinator().deviceMessage("The camera is gone.", {}, "cam");
+    EXPECT_THAT(notifications->shown, ElementsAre("The camera is gone.")) << "nobody looks at the panel";
     time->advance(65.9);
     EXPECT_EQ(tray->labels.back().text, "01:05");
     keys->pressChord();

@@ -53,6 +53,7 @@ class ShellTest : public TemporaryHome {
         host.systemSettings = systemSettings;
         host.relauncher = relauncher;
         host.statusItems = tray;
+        host.notifications = notifications;
         RecordingServices recording;
         recording.clock = time;
         recording.mainLoop = time;
@@ -101,6 +102,8 @@ class ShellTest : public TemporaryHome {
     std::shared_ptr<platform::ScriptedRelauncher> relauncher =
         std::make_shared<platform::ScriptedRelauncher>();
     std::shared_ptr<platform::ScriptedStatusItems> tray = std::make_shared<platform::ScriptedStatusItems>();
+    std::shared_ptr<platform::ScriptedNotifications> notifications =
+        std::make_shared<platform::ScriptedNotifications>();
     std::shared_ptr<platform::InMemoryUserDefaults> defaults =
         std::make_shared<platform::InMemoryUserDefaults>();
     std::shared_ptr<ScriptedCountdown> countdown = std::make_shared<ScriptedCountdown>();

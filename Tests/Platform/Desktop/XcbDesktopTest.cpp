@@ -2,6 +2,7 @@
 #include "Platform/Desktop/VirtualMonitor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
+#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -31,6 +32,19 @@ class DesktopOnScreen : public ::testing::Test {
     XcbConnection connection_;
     XcbDesktop desktop_;
 };
+
+TEST(CompoundText, IsReadAsFarAsItsSetsAreKnown) {
+    const std::pair<std::string, std::string> cases[]{
+        {"plain", "plain"},
+        {"caf\xe9", "café"},
+        {"a \x1b%G\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d\x1b%@ b", "a שלום b"},
+        {"\x1b-H\xf9\xec\xe5\xed\x1b-A!", "שלום!"},
+        {"\x1b%G\xd7\xa9", "ש"},
+        {"x\x1b$(B0l\x1b(By", "x0ly"},
+        {"end\x1b", "end"},
+    };
+    for (const auto& [given, expected] : cases) EXPECT_EQ(utf8OfCompoundText(given), expected);
+}
 
 }  // namespace
 

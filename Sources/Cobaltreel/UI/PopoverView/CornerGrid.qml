@@ -38,8 +38,10 @@ Grid {
             outline: Qt.rgba(1, 1, 1, 0.1)
             verticalPadding: 5
             font.pixelSize: 11
-            Accessible.checkable: true
-            Accessible.checked: isChosen
+            // The template's own state: it is what a screen reader is told that comes later.
+            checkable: true
+            autoExclusive: true
+            checked: isChosen
             onClicked: grid.edited(modelData.corner)
         }
     }

@@ -160,7 +160,8 @@ FocusScope {
 
                 x: 8 + room * ControlMath.fraction(view.model.trimStart, 0, view.model.duration)
                 width: Math.max(2, 8 + room * ControlMath.fraction(view.model.trimEnd, 0, view.model.duration) - x)
-                y: parent.height + 1
+                // Close under the track, as its second line.
+                y: parent.height / 2 + 3
                 height: 2
                 radius: 1
                 color: Color.kept

@@ -134,7 +134,7 @@ FocusScope {
                     label: S.autoZoom
                     isOn: view.model.autoZoom
                     stretch: false
-                    textSize: TextSize.tight
+                    textSize: TextSize.small
                     onEdited: isOn => view.model.autoZoom = isOn
                 }
                 MacToggleRow {
@@ -146,7 +146,7 @@ FocusScope {
                     label: S.camera
                     isOn: view.model.bubble
                     stretch: false
-                    textSize: TextSize.tight
+                    textSize: TextSize.small
                     onEdited: isOn => view.model.bubble = isOn
                 }
                 MacSegmented {
@@ -179,7 +179,7 @@ FocusScope {
                     label: S.clickHighlights
                     isOn: view.model.ripples
                     stretch: false
-                    textSize: TextSize.tight
+                    textSize: TextSize.small
                     onEdited: isOn => view.model.ripples = isOn
                 }
                 MacToggleRow {
@@ -192,7 +192,7 @@ FocusScope {
                     label: S.systemAudio
                     isOn: view.model.systemAudio
                     stretch: false
-                    textSize: TextSize.tight
+                    textSize: TextSize.small
                     onEdited: isOn => view.model.systemAudio = isOn
                 }
             }

@@ -32,7 +32,7 @@ Item {
     }
     Item {
         anchors.left: title.right
-        anchors.right: shownTime.left
+        anchors.right: clock.left
         anchors.leftMargin: 12
         anchors.rightMargin: 12
         anchors.verticalCenter: parent.verticalCenter
@@ -53,26 +53,37 @@ Item {
             onEdited: value => row.edited(value)
         }
     }
-    ControlText {
-        id: shownTime
+    Item {
+        id: clock
 
-        objectName: row.objectName + "Time"
         anchors.right: parent.right
-        anchors.rightMargin: Math.ceil(fraction.advanceWidth) + 2
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.max(implicitWidth, Math.ceil(digits.advanceWidth))
-        horizontalAlignment: Text.AlignRight
-        label: row.time
-    }
-    // To the right of the seconds in every language, as they are read.
-    ControlText {
-        LayoutMirroring.enabled: false
-        anchors.left: shownTime.right
-        anchors.baseline: shownTime.baseline
-        label: row.tenths
-        font.pixelSize: TextSize.tight
-        color: Color.secondaryText
-        Accessible.ignored: true
+        width: shownTime.width + Math.ceil(fraction.advanceWidth)
+        height: shownTime.height
+
+        // The tenths stand to the right of the seconds in every language, as they are read.
+        Item {
+            anchors.fill: parent
+            LayoutMirroring.enabled: false
+            LayoutMirroring.childrenInherit: true
+
+            ControlText {
+                id: shownTime
+
+                objectName: row.objectName + "Time"
+                width: Math.max(implicitWidth, Math.ceil(digits.advanceWidth))
+                horizontalAlignment: Text.AlignRight
+                label: row.time
+            }
+            ControlText {
+                anchors.left: shownTime.right
+                anchors.baseline: shownTime.baseline
+                label: row.tenths
+                font.pixelSize: TextSize.tight
+                color: Color.secondaryText
+                Accessible.ignored: true
+            }
+        }
     }
     TextMetrics {
         id: fraction

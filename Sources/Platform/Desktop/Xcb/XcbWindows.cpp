@@ -68,12 +68,74 @@ std::vector<std::uint32_t> cardinals(const XcbConnection& connection, xcb_window
     return {first, first + value->value_len};
 }
 
+namespace {
+
+bool isUtf8(const std::string& text) {
+    std::size_t following = 0;
+    for (const char byte : text) {
+        const auto bits = static_cast<unsigned char>(byte);
+        if (following > 0) {
+            if (bits >> 6 != 2) return false;
+            --following;
+        } else if (bits >= 0x80) {
+            following = bits >> 5 == 6 ? 1 : bits >> 4 == 14 ? 2 : bits >> 3 == 30 ? 3 : 99;
+            if (following == 99) return false;
+        }
+    }
+    return following == 0;
+}
+
+}  // namespace
+
+std::string utf8OfCompoundText(const std::string& text) {
+    std::string result;
+    enum class Upper { latin1, hebrew, other } upper = Upper::latin1;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte == 0x1b) {
+            const std::string mark = text.substr(i + 1, 2);
+            if (mark == "%G") {
+                const std::size_t end = text.find("\x1b%@", i + 3);
+                result += text.substr(i + 3, end == text.npos ? text.npos : end - i - 3);
+                i = end == text.npos ? text.size() : end + 2;
+                continue;
+            }
+            // The set of the upper half: '-' and a letter. Everything else ends with its first letter.
+            if (mark.size() == 2 && mark[0] == '-')
+                upper = mark[1] == 'A' ? Upper::latin1 : mark[1] == 'H' ? Upper::hebrew : Upper::other;
+            ++i;
+            while (i < text.size() && text[i] >= 0x20 && text[i] <= 0x2f) ++i;
+            continue;
+        }
+        if (byte < 0x80) {
+            if (byte >= 0x20) result += text[i];
+            continue;
+        }
+        unsigned letter = byte;
+        if (upper == Upper::other) continue;
+        if (upper == Upper::hebrew && byte >= 0xe0 && byte <= 0xfa) letter = 0x05d0U + byte - 0xe0U;
+        result += static_cast<char>(0xc0 | letter >> 6);
+        result += static_cast<char>(0x80 | (letter & 0x3f));
+    }
+    return result;
+}
+
 std::string textProperty(const XcbConnection& connection, xcb_window_t window, xcb_atom_t property) {
     const auto value = connection.reply(
         xcb_get_property_reply,
         xcb_get_property(connection.get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 1024));
     if (!value || value->format != 8) return {};
-    return {static_cast<const char*>(xcb_get_property_value(value.get())), value->value_len};
+    static const std::string compoundName = "COMPOUND_TEXT";
+    const auto compound =
+        connection.reply(xcb_intern_atom_reply,
+                         xcb_intern_atom(connection.get(), 1, static_cast<std::uint16_t>(compoundName.size()),
+                                         compoundName.data()));
+    const xcb_atom_t compoundText = compound ? compound->atom : XCB_NONE;
+    const std::string text(static_cast<const char*>(xcb_get_property_value(value.get())), value->value_len);
+    // Latin-1 is compound text without marks. Programs that call their UTF-8 so are understood, too.
+    return value->type == compoundText || (value->type == XCB_ATOM_STRING && !isUtf8(text))
+               ? utf8OfCompoundText(text)
+               : text;
 }
 
 std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t client, xcb_window_t frame) {

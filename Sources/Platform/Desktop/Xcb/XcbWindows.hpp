@@ -34,6 +34,9 @@ std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t
 std::vector<std::uint32_t> cardinals(const XcbConnection& connection, xcb_window_t window,
                                      xcb_atom_t property, std::uint32_t limit = 1024);
 /// The bytes of a text property, whatever its type says; empty when the window does not have it.
+/// UTF-8 of what older programs set: Latin-1, Hebrew of ISO 8859-8 and marked UTF-8 are read, what is in
+/// other sets is left out.
+std::string utf8OfCompoundText(const std::string& text);
 std::string textProperty(const XcbConnection& connection, xcb_window_t window, xcb_atom_t property);
 
 /// The window that owns a selection; XCB_NONE when nobody does, or the server is gone.

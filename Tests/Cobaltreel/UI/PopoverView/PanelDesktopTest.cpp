@@ -134,7 +134,7 @@ TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
                                        {"Top right", CameraCorner::topRight},
                                        {"Bottom right", CameraCorner::bottomRight},
                                        {"Bottom left", CameraCorner::bottomLeft}}) {
-        click(name, QAccessible::Button);
+        click(name);
         EXPECT_TRUE(waitUntil([&] { return coordinator->cameraCorner() == corner; })) << name;
         EXPECT_EQ(bubble->corner, corner);
         EXPECT_TRUE(control(name)->state().checked);
