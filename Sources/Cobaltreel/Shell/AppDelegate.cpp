@@ -70,6 +70,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     const bool isWayland = host_.session.type == platform::SessionType::wayland;
     if (!hotkey_.registerChord())
         model_.setNotice(PopoverModel::hotKeyTopic, isWayland ? S::bindToggle() : S::shortcutTaken());
+    if (coordinator_.recordsOwnWindows()) model_.setNotice(PopoverModel::bubbleTopic, S::bubbleHides());
     if (host_.buttons && host_.buttons->unavailable())
         model_.setNotice(PopoverModel::clicksTopic, S::clicksUnseen());
     showStatusItem();

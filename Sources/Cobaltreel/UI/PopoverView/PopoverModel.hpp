@@ -111,6 +111,7 @@ class PopoverModel : public QObject {
     /// Of the line that the shell writes about the keys; it stays with the next recording.
     static inline const QString hotKeyTopic = QStringLiteral("hot key");
     static inline const QString clicksTopic = QStringLiteral("clicks");
+    static inline const QString bubbleTopic = QStringLiteral("bubble");
 
     void setCameraCorner(const QString& rawValue);
     void setCameraStyle(const QString& rawValue);

@@ -1,4 +1,5 @@
 #include "Platform/Capture/Portal/PortalHarness.hpp"
+#include "Platform/Desktop/Portal/PortalKeys.hpp"
 #include "Rig/FrameCounter.hpp"
 
 #include <array>
@@ -142,6 +143,18 @@ TEST_F(PortalCapture, EndsWhenTheDesktopStopsSharingAndCanBeginAnew) {
         ASSERT_TRUE(runUntil([&] { return take.ended().has_value(); }));
         EXPECT_EQ(take.ended()->code(), sharingEnded) << take.ended()->description();
     }
+}
+
+TEST_F(PortalCapture, TheChordComesByThePortal) {
+    PortalKeys keys(services.bus, nullptr);
+    int presses = 0;
+    const auto grab = keys.grabChord({.digit = 2, .command = true, .option = true}, [&] { ++presses; });
+    // Until the desktop has bound the keys a press goes nowhere.
+    EXPECT_TRUE(runUntil([&] {
+        rig("Press", {QStringLiteral("toggle")});
+        return presses > 0;
+    }));
+    EXPECT_THROW(keys.grabEscape([] {}), PlatformError) << "there are no windows";
 }
 
 TEST_F(PortalCapture, AFrameOfAnotherSizeHoldsTheWholeDisplay) {
