@@ -3,6 +3,7 @@
 //
 //   RecordingBenchmark SECONDS
 
+#include "Cobaltreel/Capture/Awaiting.hpp"
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
@@ -21,10 +22,13 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 #include <sys/resource.h>
@@ -47,7 +51,8 @@ double captureSeconds() {
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         std::ifstream stat(task.path() / "stat");
         const std::string line{std::istreambuf_iterator<char>(stat), {}};
-        const auto name = line.find("(screen.grab)");
+        auto name = line.find("(screen.grab)");
+        if (name == std::string::npos) name = line.find("(cobaltreel.cast)");
         if (name == std::string::npos) continue;
         // utime and stime are the 12th and 13th words after the name.
         std::istringstream words(line.substr(line.find(')', name) + 1));
@@ -85,6 +90,17 @@ struct Recording {
 
 QCoro::Task<Recording> record(const platform::PlatformServices& services, std::filesystem::path movie,
                               double seconds) {
+    // Where the desktop lets the user choose, that comes first.
+    std::shared_ptr<platform::ContentGrant> grant;
+    const auto refusal = co_await AwaitCompletion(*services.mainLoop, [&](auto done) {
+        services.screenCapture->requestContent(
+            platform::ContentKind::display, 1,
+            [&grant, done](std::optional<platform::PlatformError> error, auto given) {
+                grant = std::move(given);
+                done(std::move(error));
+            });
+    });
+    if (refusal) throw *refusal;
     const auto content = services.screenCapture->shareableContent();
     if (content.displays.empty()) throw std::runtime_error("there is no display to record");
     ScreenRecorder screen(services.screenCapture, services.media, services.mainLoop);
