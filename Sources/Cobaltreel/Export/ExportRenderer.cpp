@@ -189,7 +189,8 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
                                               .height = hOut,
                                               .averageBitRate = averageBitRate(options.quality),
                                               .expectedFrameRate = framesPerSecond,
-                                              .h264HighProfile = true});
+                                              .h264HighProfile = true,
+                                              .expectedDuration = duration + audioTail});
     AssetWriterInput* audioInput =
         audioReader ? &writer->addAudioInput({.sampleRate = 48000, .channels = 2, .bitRate = 128000})
                     : nullptr;

@@ -22,9 +22,12 @@ struct VideoSettings {
     int height = 0;
     /// Bits a second: a ceiling over a few seconds, below which the quality is constant. 0: none.
     std::int64_t averageBitRate = 0;
-    double expectedFrameRate = 30;    ///< what the rate control reckons with; true times are kept
-    bool h264HighProfile = false;     ///< High, automatic level
+    double expectedFrameRate = 30;  ///< what the rate control reckons with; true times are kept
+    bool h264HighProfile = false;   ///< High, automatic level
     bool expectsMediaDataInRealTime = false;
+    /// Seconds that an mpeg4 file will have at most, when that is known before: room is kept for the index in
+    /// front. Otherwise (0) the whole file is moved up at its end.
+    double expectedDuration = 0;
 };
 
 struct AudioSettings {

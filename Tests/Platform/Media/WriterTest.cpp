@@ -30,11 +30,12 @@ class Writing : public MovieTest {
     /// A movie of grey pictures that turn white for 50 ms a quarter after each second, with beeps at the same
     /// times of the source clock. The sound begins `soundDelay` later than the pictures.
     void writeFlashesAndBeeps(const std::filesystem::path& path, FileType type, bool realTime,
-                              double soundDelay, double seconds) {
+                              double soundDelay, double seconds, double expectedDuration = 0) {
         constexpr double origin = 5000.25;
         auto writer = media->makeWriter(path, type);
         VideoSettings settings = realTime ? smallHevc : smallH264;
         settings.expectedFrameRate = 40;
+        settings.expectedDuration = expectedDuration;
         AssetWriterInput& video = writer->addVideoInput(settings);
         AssetWriterInput& audio = writer->addAudioInput({48000, 2, 128000, realTime});
         ASSERT_TRUE(writer->startWriting());
@@ -123,11 +124,13 @@ TEST_F(Writing, otherProgramsReadTheFilesWithoutAWarning) {
         FileType type;
         const char* tag;
         double soundDelay;
+        double expectedDuration;
     };
     for (const Case& c :
-         {Case{FileType::quickTimeMovie, "hvc1", 0}, Case{FileType::quickTimeMovie, "hvc1", 0.4},
-          Case{FileType::mpeg4, "avc1", 0}, Case{FileType::mpeg4, "avc1", 0.4}}) {
-        writeFlashesAndBeeps(file("a.mov"), c.type, c.type == FileType::quickTimeMovie, c.soundDelay, 4);
+         {Case{FileType::quickTimeMovie, "hvc1", 0, 0}, Case{FileType::quickTimeMovie, "hvc1", 0.4, 0},
+          Case{FileType::mpeg4, "avc1", 0, 0}, Case{FileType::mpeg4, "avc1", 0.4, 4}}) {
+        writeFlashesAndBeeps(file("a.mov"), c.type, c.type == FileType::quickTimeMovie, c.soundDelay, 4,
+                             c.expectedDuration);
         EXPECT_EQ(outputOf("ffprobe -v warning -count_packets -show_entries stream=codec_type -of csv " +
                            file("a.mov").string()),
                   "stream,video\nstream,audio\n");

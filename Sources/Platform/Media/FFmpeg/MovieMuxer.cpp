@@ -3,6 +3,7 @@
 #include "Platform/Media/FFmpeg/Errors.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <new>
 #include <system_error>
@@ -63,6 +64,15 @@ int MovieMuxer::addTrack(const AVCodecContext& encoder) {
     return stream->index;
 }
 
+void MovieMuxer::reserveIndex(double seconds, double framesPerSecond) {
+    // What one sample takes at the most: size, duration, offset and place in its chunk, for pictures also
+    // their reordering and whether they are key frames; and a quarter more, since an index that is too long
+    // for its place would cost the movie.
+    constexpr double perPicture = 44, perSoundFrame = 32, soundFramesPerSecond = 48000.0 / 1024, head = 65536;
+    const double perSecond = framesPerSecond * perPicture + soundFramesPerSecond * perSoundFrame;
+    indexBytes_ = std::llround(head + 1.25 * (seconds + 2) * perSecond);
+}
+
 void MovieMuxer::begin() {
     const std::lock_guard lock(mutex_);
     AVDictionary* options = nullptr;
@@ -72,6 +82,8 @@ void MovieMuxer::begin() {
         av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
         context_->max_interleave_delta = interleaveMicroseconds;
         context_->flags |= AVFMT_FLAG_FLUSH_PACKETS;
+    } else if (indexBytes_ > 0) {
+        av_dict_set_int(&options, "moov_size", indexBytes_, 0);
     } else {
         av_dict_set(&options, "movflags", "faststart", 0);
     }
@@ -124,8 +136,7 @@ void MovieMuxer::startLateTrack(int track) {
 void MovieMuxer::cutFragment() {
     check(av_interleaved_write_frame(context_.get(), nullptr), sentence());
     // With a delayed track list the first flush writes that alone.
-    for (int flush = 0; flush < 2; ++flush)
-        check(av_write_frame(context_.get(), nullptr), sentence());
+    for (int flush = 0; flush < 2; ++flush) check(av_write_frame(context_.get(), nullptr), sentence());
     requireNoWriteError();
     handOver();
     headOut_ = true;

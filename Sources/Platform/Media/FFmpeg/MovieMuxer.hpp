@@ -24,6 +24,9 @@ class MovieMuxer {
     bool wantsGlobalHeaders() const;
     /// The file is written in fragments.
     bool isFragmented() const { return type_ == FileType::quickTimeMovie; }
+    /// Keeps room in front for the index of that many seconds with `framesPerSecond` pictures each. Before
+    /// `begin`.
+    void reserveIndex(double seconds, double framesPerSecond);
     /// Writes the file's head; the tracks are complete.
     void begin();
     /// Writes a packet whose times are in `base`; the packet is consumed. Tracks are interleaved by time.
@@ -57,6 +60,7 @@ class MovieMuxer {
     std::optional<double> firstTime_;   // seconds, of the first packet of all
     std::optional<double> writtenEnd_;  // seconds, of the longest track as far as packets came
     bool headOut_ = false;              // the fragmented file's track list is written
+    std::int64_t indexBytes_ = 0;       // kept for the index; 0: as much as it will need
     bool dirty_ = false;                // packets wait in the library's buffers
 };
 

@@ -20,7 +20,8 @@ namespace {
 
 using Options = std::vector<std::pair<const char*, std::string>>;
 
-constexpr double keyFrameSeconds = 2;
+// A cut begins with a key frame of its own; between cuts players seek fast enough in this many seconds.
+constexpr double offlineKeyFrameSeconds = 8;
 
 double pixelsPerSecond(const VideoSettings& settings) {
     return static_cast<double>(settings.width) * settings.height * settings.expectedFrameRate;
@@ -57,7 +58,7 @@ Options h264RealTime() {
     return {{"preset", "superfast"}, {"tune", "zerolatency"}, {"forced-idr", "1"}, {"crf", "20"}};
 }
 
-Options h264Offline() { return {{"preset", "veryfast"}, {"crf", "20"}}; }
+Options h264Offline() { return {{"preset", "superfast"}, {"crf", "20"}}; }
 
 Options softwareOptions(const VideoSettings& settings) {
     if (settings.codec == VideoCodec::hevc)
@@ -137,7 +138,8 @@ CodecPtr configured(const AVCodec* codec, const VideoSettings& settings, bool gl
         constexpr int ceilingSeconds = 2;
         encoder->rc_max_rate = settings.averageBitRate;
         encoder->rc_buffer_size = static_cast<int>(settings.averageBitRate * ceilingSeconds);
-        encoder->gop_size = static_cast<int>(std::lround(settings.expectedFrameRate * keyFrameSeconds));
+        encoder->gop_size =
+            static_cast<int>(std::lround(settings.expectedFrameRate * offlineKeyFrameSeconds));
     }
     if (settings.h264HighProfile && settings.codec == VideoCodec::h264)
         encoder->profile = FF_PROFILE_H264_HIGH;

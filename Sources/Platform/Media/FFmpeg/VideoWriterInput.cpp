@@ -36,6 +36,8 @@ void VideoWriterInput::open() {
                                   videoEncoderCandidates(settings_.codec))
                    .encoder;
     track_ = state_.muxer.addTrack(*encoder_);
+    if (settings_.expectedDuration > 0)
+        state_.muxer.reserveIndex(settings_.expectedDuration, settings_.expectedFrameRate);
     pool_.emplace(PixelFormat::i420, settings_.width, settings_.height, queuedPictures + picturesElsewhere,
                   ColourMatrix::bt709Limited);
 }
