@@ -1,5 +1,10 @@
 #include "Export/BenchmarkSession.hpp"
 
+#include "Fidelity/TextScene.hpp"
+
+#include <QFile>
+#include <QPainter>
+#include <QPainterPath>
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -82,6 +87,57 @@ std::shared_ptr<PixelBuffer> drawScreen(int frame) {
     return picture;
 }
 
+QStringList realText() {
+    QFile file(QStringLiteral(COBALTREEL_SOURCE_DIR "/LICENSE"));
+    if (!file.open(QIODevice::ReadOnly)) throw std::runtime_error("the text to show cannot be read");
+    QStringList lines;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split('\n'))
+        if (!line.trimmed().isEmpty()) lines << line;
+    return lines;
+}
+
+/// The pictures of a take of text, each only when it differs from the one before.
+class TextTake {
+  public:
+    explicit TextTake(TakeKind kind)
+        : kind_(kind),
+          typing_(fidelity::Take::typing, screenWidth, screenHeight, realText()),
+          scrolling_(fidelity::Take::scrolling, screenWidth, screenHeight, realText()),
+          cursor_(fidelity::Take::cursor, screenWidth, screenHeight, realText()) {}
+
+    std::shared_ptr<const PixelBuffer> next(int frame) {
+        QImage picture =
+            kind_ == TakeKind::still ? cursor_.picture(frame / (screenRate / 2)) : typical(frame);
+        if (picture == last_) return nullptr;
+        last_ = std::move(picture);
+        return fidelity::asVideo(last_);
+    }
+
+  private:
+    QImage typical(int frame) const {
+        constexpr int round = 10 * screenRate, scroll = 3 * screenRate;  // seven seconds of typing, a scroll
+        const int within = frame % round;
+        QImage picture = within < round - scroll
+                             ? typing_.picture(frame)
+                             : scrolling_.picture(frame / round * scroll + within - (round - scroll));
+        // The pointer goes somewhere every two seconds, in half a second.
+        const auto place = [](int stop) { return QPointF(200 + stop * 733 % 1500, 150 + stop * 397 % 800); };
+        const int stop = frame / (2 * screenRate);
+        const double way = std::min(1.0, frame % (2 * screenRate) / (0.5 * screenRate));
+        QPainter painter(&picture);
+        QPainterPath arrow(place(stop) * (1 - way) + place(stop + 1) * way);
+        const QPointF tip = arrow.currentPosition();
+        for (const QPointF& corner : {QPointF(0, 18), QPointF(5, 14), QPointF(12, 13)})
+            arrow.lineTo(tip + corner);
+        painter.fillPath(arrow, Qt::black);
+        return picture;
+    }
+
+    TakeKind kind_;
+    fidelity::TextScene typing_, scrolling_, cursor_;
+    QImage last_;
+};
+
 /// A head that sways before a wall, with a sensor's noise.
 std::shared_ptr<PixelBuffer> drawCamera(int frame, Noise& noise) {
     auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, cameraWidth, cameraHeight);
@@ -146,18 +202,18 @@ void writeMovie(platform::MediaService& media, const std::filesystem::path& path
     const std::size_t soundPerFrame = static_cast<std::size_t>(soundRate / rate);
     for (int i = 0; i < frames; ++i) {
         const MediaTime time = MediaTime::fromSeconds(firstPTS + static_cast<double>(i) / rate, 90000);
-        appendWhenReady(*writer, pictures, {time, draw(i), nullptr});
+        if (auto picture = draw(i)) appendWhenReady(*writer, pictures, {time, std::move(picture), nullptr});
         const auto from = static_cast<std::int64_t>(soundPerFrame) * i;
         appendWhenReady(*writer, sound, {time, nullptr, tone(from, soundPerFrame, channels, hertz)});
     }
     finish(*writer);
 }
 
-EventLog dozenClicks(double duration) {
+EventLog someClicks(int count, double duration) {
     EventLog log;
     Noise places;
-    const double step = duration / 12.5;
-    for (int i = 0; i < 12; ++i) {
+    const double step = duration / (count + 0.5);
+    for (int i = 0; i < count; ++i) {
         const double t = firstPTS + 0.5 + i * step;
         const double x = 100 + places.next() % 1720, y = 100 + places.next() % 880;
         log.samples.push_back({t - 0.02, x, y, 0});
@@ -169,7 +225,7 @@ EventLog dozenClicks(double duration) {
 
 }  // namespace
 
-BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, double duration,
+BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, TakeKind kind, double duration,
                                            platform::MediaService& media) {
     BenchmarkSession session{{dir}, {}, duration};
     SessionMeta& meta = session.meta;
@@ -181,7 +237,7 @@ BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, dou
     meta.mainScreenHeightPoints = screenHeight;
     meta.screenFirstPTS = meta.cameraFirstPTS = firstPTS;
     meta.recordingEndHostTime = firstPTS + duration;
-    meta.cameraEnabled = meta.autoZoomEnabled = meta.systemAudioEnabled = true;
+    meta.cameraEnabled = meta.autoZoomEnabled = meta.systemAudioEnabled = kind != TakeKind::still;
     meta.cameraCorner = CameraCorner::bottomRight;
     meta.bubbleSizeFraction = 0.24;
 
@@ -191,13 +247,18 @@ BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, dou
         std::cerr << "making the session to measure on, once...\n";
     }
     std::filesystem::create_directories(dir);
+    std::optional<TextTake> text;
+    if (kind != TakeKind::busy) text.emplace(kind);
     writeMovie(media, session.folder.screenMovie(),
                {.codec = platform::VideoCodec::hevc,
                 .width = screenWidth,
                 .height = screenHeight,
                 .averageBitRate = 20'000'000,
                 .expectedFrameRate = screenRate},
-               duration, 2, 440, [](int frame) { return drawScreen(frame); });
+               duration, 2, 440, [&](int frame) -> platform::ConstPixelBufferRef {
+                   if (text) return text->next(frame);
+                   return drawScreen(frame);
+               });
     Noise sensor;
     writeMovie(media, session.folder.cameraMovie(),
                {.codec = platform::VideoCodec::h264,
@@ -206,7 +267,10 @@ BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, dou
                 .averageBitRate = 4'000'000,
                 .expectedFrameRate = cameraRate},
                duration, 1, 880, [&](int frame) { return drawCamera(frame, sensor); });
-    session.folder.writeEvents(dozenClicks(duration));
+    session.folder.writeEvents(someClicks(kind == TakeKind::busy      ? 12
+                                          : kind == TakeKind::typical ? 6
+                                                                      : 0,
+                                          duration));
     session.folder.writeMeta(meta);
     return session;
 }

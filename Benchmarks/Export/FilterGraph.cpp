@@ -54,14 +54,22 @@ std::vector<std::string> filterGraphCommand(const BenchmarkSession& session,
     const std::string d = std::to_string(diameter);
 
     std::ostringstream graph;
-    graph << "[0:v]fps=30,zoompan=fps=30:d=1:s=" << width << "x" << height << ":z='"
-          << coordinate(moves, 1, &CameraState::zoom) << "':x='"
-          << coordinate(moves, width / 2, &CameraState::cx) << "-iw/zoom/2':y='"
-          << coordinate(moves, height / 2, &CameraState::cy) << "-ih/zoom/2'[screen];"
-          << "[1:v]fps=30,crop=ih:ih,scale=" << d << ":" << d << ":flags=bilinear,format=yuva420p[camera];"
-          << "[2:v]format=gray[circle];[camera][circle]alphamerge[bubble];"
-          << "[screen][bubble]overlay=W-w-" << margin << ":H-h-" << margin << "[video];"
-          << "[0:a][1:a]amix=inputs=2:normalize=0:duration=longest[sound]";
+    graph << "[0:v]fps=30";
+    if (!moves.empty())
+        graph << ",zoompan=fps=30:d=1:s=" << width << "x" << height << ":z='"
+              << coordinate(moves, 1, &CameraState::zoom) << "':x='"
+              << coordinate(moves, width / 2, &CameraState::cx) << "-iw/zoom/2':y='"
+              << coordinate(moves, height / 2, &CameraState::cy) << "-ih/zoom/2'";
+    if (meta.cameraEnabled)
+        graph << "[screen];[1:v]fps=30,crop=ih:ih,scale=" << d << ":" << d
+              << ":flags=bilinear,format=yuva420p[camera];[2:v]format=gray[circle];"
+              << "[camera][circle]alphamerge[bubble];[screen][bubble]overlay=W-w-" << margin << ":H-h-"
+              << margin;
+    graph << "[video];";
+    if (meta.systemAudioEnabled)
+        graph << "[0:a][1:a]amix=inputs=2:normalize=0:duration=longest[sound]";
+    else
+        graph << "[1:a]anull[sound]";
     return {"ffmpeg",
             "-nostdin",
             "-v",
@@ -88,19 +96,19 @@ std::vector<std::string> filterGraphCommand(const BenchmarkSession& session,
             "-c:v",
             "libx264",
             "-preset",
-            "veryfast",
+            "superfast",
             "-profile:v",
             "high",
             "-pix_fmt",
             "yuv420p",
-            "-b:v",
-            std::to_string(averageBitRate(ExportOptions::Quality::p1080)),
+            "-crf",
+            "20",
             "-maxrate",
-            std::to_string(2 * averageBitRate(ExportOptions::Quality::p1080)),
+            std::to_string(averageBitRate(ExportOptions::Quality::p1080)),
             "-bufsize",
             std::to_string(2 * averageBitRate(ExportOptions::Quality::p1080)),
             "-g",
-            "60",
+            "250",
             "-c:a",
             "aac",
             "-b:a",
