@@ -123,7 +123,8 @@ std::unique_ptr<CameraMicRecorder::OpenMovie> CameraMicRecorder::openMovie(
                                                            .height = pictureHeight,
                                                            .averageBitRate = cameraBitRate,
                                                            .expectedFrameRate = 30,
-                                                           .expectsMediaDataInRealTime = true});
+                                                           .expectsMediaDataInRealTime = true,
+                                                           .matrix = pictureMatrix_});
     movie->audioInput = &movie->writer->addAudioInput(
         {.sampleRate = 48000, .channels = 1, .bitRate = 128000, .expectsMediaDataInRealTime = true});
     if (!movie->writer->startWriting()) {
@@ -159,6 +160,8 @@ void CameraMicRecorder::receive(const SampleBuffer& sample) {
         if (writing_ && listensForSilence_) listenForSilence(sample, level);
     } else {
         ++picturesSeen_;
+        if (sample.image && sample.image->format() == platform::PixelFormat::i420)
+            pictureMatrix_ = sample.image->matrix();
         if (onPreviewFrame_ && sample.image) onPreviewFrame_(sample.image);
     }
     if (!writing_ || !movie_) return;

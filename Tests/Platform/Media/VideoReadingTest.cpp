@@ -151,13 +151,26 @@ TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
             for (int y = 0; y < samples.height; ++y)
                 std::fill_n(samples.data + y * samples.stride, samples.width, plane == 0 ? c.white : 128);
         }
-        auto writer = media->makeWriter(file("a.mp4"), FileType::mpeg4);
-        AssetWriterInput& input = writer->addVideoInput(smallH264);
-        ASSERT_TRUE(writer->startWriting());
-        writer->startSession({0, 600});
-        appendPatiently(input, pictureAt(0, picture));
-        ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
-        EXPECT_NEAR(readFrames(file("a.mp4"), {0, 1}).at(0).luma, 235, 2) << static_cast<int>(c.matrix);
+        // Converted into the track's colours, or kept in a track of its own.
+        for (const ColourMatrix track : {ColourMatrix::bt709Limited, c.matrix}) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(c.matrix) << " " << static_cast<int>(track));
+            VideoSettings settings = smallH264;
+            settings.matrix = track;
+            auto writer = media->makeWriter(file("a.mp4"), FileType::mpeg4);
+            AssetWriterInput& input = writer->addVideoInput(settings);
+            ASSERT_TRUE(writer->startWriting());
+            writer->startSession({0, 600});
+            appendPatiently(input, pictureAt(0, picture));
+            ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+            const auto asset = media->asset(file("a.mp4"));
+            const auto reader = media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0),
+                                                       {0, 1}, PixelFormat::i420);
+            ASSERT_TRUE(reader->startReading());
+            const auto sample = reader->copyNextSampleBuffer();
+            ASSERT_TRUE(sample);
+            EXPECT_EQ(sample->image->matrix(), track);
+            EXPECT_NEAR(middleLuma(*sample->image), track == c.matrix ? c.white : 235, 2);
+        }
     }
 }
 

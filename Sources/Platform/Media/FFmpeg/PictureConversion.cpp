@@ -92,14 +92,21 @@ FramePtr frameOver(const ConstPixelBufferRef& buffer) {
         AV_BUFFER_FLAG_READONLY);
     if (!frame->buf[0]) throw std::bad_alloc();
     static_cast<void>(owner.release());  // now the frame's
-    frame->colorspace = AVCOL_SPC_BT709;
+    const ColourMarks marks = marksOf(buffer->matrix());
+    frame->colorspace = marks.space;
     frame->color_primaries = AVCOL_PRI_BT709;
     frame->color_trc = AVCOL_TRC_BT709;
-    frame->color_range = AVCOL_RANGE_MPEG;
+    frame->color_range = marks.range;
     return frame;
 }
 
 }  // namespace
+
+ColourMarks marksOf(ColourMatrix matrix) {
+    const bool old = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt601Full;
+    return {old ? AVCOL_SPC_SMPTE170M : AVCOL_SPC_BT709,
+            isFullRange(matrix) ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG};
+}
 
 ColourMatrix colourMatrix(const AVFrame& frame) {
     const bool full = frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P ||
@@ -160,16 +167,14 @@ PixelBufferRef PictureConversion::buffer(const AVFrame& frame, PixelFormat forma
     return result;
 }
 
-FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer) {
+FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer, ColourMatrix matrix) {
     const int width = buffer->width(), height = buffer->height();
     const bool even = width % 2 == 0 && height % 2 == 0;
-    const bool isReady =
-        buffer->format() == PixelFormat::i420 && buffer->matrix() == ColourMatrix::bt709Limited;
+    const bool isReady = buffer->format() == PixelFormat::i420 && buffer->matrix() == matrix;
     if (isReady && even) return frameOver(buffer);
 
     const int codedWidth = width + width % 2, codedHeight = height + height % 2;
-    PixelBufferRef coded =
-        takeFrom(coded_, PixelFormat::i420, codedWidth, codedHeight, ColourMatrix::bt709Limited);
+    PixelBufferRef coded = takeFrom(coded_, PixelFormat::i420, codedWidth, codedHeight, matrix);
     PixelBuffer visible = visiblePart(coded, width, height);
     convertPixels(*buffer, visible);
     repeatLastLines(*coded, width, height);

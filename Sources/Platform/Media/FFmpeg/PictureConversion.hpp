@@ -14,9 +14,9 @@ class PictureConversion {
     /// A decoded frame as a buffer of `format` (i420 or bgra) of the frame's visible size.
     PixelBufferRef buffer(const AVFrame& frame, PixelFormat format);
 
-    /// A buffer as a frame for an encoder: i420 with BT.709 limited colours, both sides even; an odd
-    /// side's last line is repeated. Takes bgra and i420 of any matrix.
-    FramePtr frame(const ConstPixelBufferRef& buffer);
+    /// A buffer as a frame for an encoder: i420 of `matrix`, both sides even; an odd side's last line is
+    /// repeated. Takes bgra and i420 of any matrix.
+    FramePtr frame(const ConstPixelBufferRef& buffer, ColourMatrix matrix = ColourMatrix::bt709Limited);
 
   private:
     PixelBufferRef planar(const AVFrame& frame);
@@ -30,5 +30,12 @@ class PictureConversion {
 
 /// The matrix of a decoded frame; of an unmarked one the usual guess by its height.
 ColourMatrix colourMatrix(const AVFrame& frame);
+
+/// What a track of this matrix is marked with; the camera's own colours count as BT.709's primaries.
+struct ColourMarks {
+    AVColorSpace space;
+    AVColorRange range;
+};
+ColourMarks marksOf(ColourMatrix matrix);
 
 }  // namespace platform::ffmpeg

@@ -1,6 +1,7 @@
 #include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
+#include "Platform/Media/FFmpeg/PictureConversion.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -125,10 +126,11 @@ CodecPtr configured(const AVCodec* codec, const VideoSettings& settings, bool gl
     encoder->time_base = {1, videoTimescale};
     encoder->framerate = av_d2q(settings.expectedFrameRate, 1001000);
     encoder->sample_aspect_ratio = {1, 1};
-    encoder->colorspace = AVCOL_SPC_BT709;
+    const ColourMarks marks = marksOf(settings.matrix);
+    encoder->colorspace = marks.space;
     encoder->color_primaries = AVCOL_PRI_BT709;
     encoder->color_trc = AVCOL_TRC_BT709;
-    encoder->color_range = AVCOL_RANGE_MPEG;
+    encoder->color_range = marks.range;
     if (settings.expectsMediaDataInRealTime) {
         encoder->max_b_frames = 0;
         // The caller asks for key frames: by time, because frames are seldom while the screen stands still.

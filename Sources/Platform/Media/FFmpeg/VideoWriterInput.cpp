@@ -39,7 +39,7 @@ void VideoWriterInput::open() {
     if (settings_.expectedDuration > 0)
         state_.muxer.reserveIndex(settings_.expectedDuration, settings_.expectedFrameRate);
     pool_.emplace(PixelFormat::i420, settings_.width, settings_.height, queuedPictures + picturesElsewhere,
-                  ColourMatrix::bt709Limited);
+                  settings_.matrix);
 }
 
 bool VideoWriterInput::accepts(const SampleBuffer& sample) const {
@@ -64,7 +64,7 @@ void VideoWriterInput::encodePicture(const ConstPixelBufferRef& picture, std::in
     if (governor_ && governor_->isExhausted()) return;
     lastTime_ = timestamp;
     const bool isKeyFrame = governor_ && isKeyFrameDue(timestamp);
-    FramePtr frame = conversion_.frame(picture);
+    FramePtr frame = conversion_.frame(picture, settings_.matrix);
     frame->pts = timestamp;
     if (isKeyFrame) {
         frame->pict_type = AV_PICTURE_TYPE_I;
