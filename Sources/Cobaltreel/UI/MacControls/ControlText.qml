@@ -30,6 +30,7 @@ Text {
     }
     Tip {
         text: line.meaning !== "" ? line.meaning : line.text
-        visible: (line.truncated || line.meaning !== "") && !line.quiet && (hover.hovered || line.revealed)
+        // While a view is being built, or thrown away, there is no window to open it in.
+        visible: line.Window.window !== null && (line.truncated || line.meaning !== "") && !line.quiet && (hover.hovered || line.revealed)
     }
 }

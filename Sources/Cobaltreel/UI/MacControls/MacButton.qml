@@ -84,7 +84,7 @@ T.AbstractButton {
 
     Tip {
         text: control.tip !== "" ? control.tip : control.meaning
-        visible: text !== "" && (control.hovered || control.showsFocus)
+        visible: control.Window.window !== null && text !== "" && (control.hovered || control.showsFocus)
     }
     FocusRing {
         shown: control.showsFocus
