@@ -132,6 +132,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
     const auto attempt = ++attempt_;
     const auto isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
     endReason_.clear();
+    endedByFailure_ = false;
     setState(State::countdown);
 
     const bool authorized = co_await ensureAuthorized(cameraEnabled());
@@ -232,7 +233,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
     }
     engine->mouse.start(meta_->mode, meta_->windowID);
     engine->keeper.start(engine->files, *meta_);
-    startedAt_ = engine->services.now();
+    startedAt_ = engine->services.clock->now();
     assign(elapsed_, 0.0, &RecordingCoordinator::elapsedChanged);
     timer_ = engine->services.mainLoop->scheduleRepeating(tickInterval, [this] { tick(); });
     beginning_ = false;
@@ -266,7 +267,7 @@ QCoro::Task<void> RecordingCoordinator::tick() {
     if (!startedAt_ || stopping_) co_return;
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
-    const double elapsed = std::chrono::duration<double>(engine->services.now() - *startedAt_).count();
+    const double elapsed = engine->services.clock->now() - *startedAt_;
     assign(elapsed_, elapsed, &RecordingCoordinator::elapsedChanged);
 
     const auto isDiskFull = [&] {
@@ -274,7 +275,7 @@ QCoro::Task<void> RecordingCoordinator::tick() {
                engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
     };
     QString reason;
-    if (elapsed >= longestRecording)
+    if (elapsed >= engine->services.longestRecording)
         reason = S::stoppedTimeLimit();
     else if (isDiskFull())
         reason = S::stoppedDiskFull();
@@ -293,10 +294,12 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     const auto engine = engine_;
     const auto attempt = attempt_;
     endReason_ = error.description();
+    endedByFailure_ = error.code() != platform::contentVanished && error.code() != platform::sharingEnded;
     // The take ends with its picture, whenever the user reads about it.
     pictureEndedAt_ = engine->services.clock->now();
     timer_.reset();
     co_await engine->cameraMic.stop();
+    co_await engine->keeper.stop();
     if (!self || self->attempt_ != attempt || state_ != State::recording) co_return;
     endPreview();
     if (error.code() == platform::sharingEnded) {
@@ -339,6 +342,7 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     if (!self) co_return;
     meta_ = meta;
     if (error && endReason_.empty()) endReason_ = error->description();
+    endedByFailure_ = endedByFailure_ || error;
     if (meta && folder && !quitting_) openPreview(*folder, *meta);
     stopping_ = false;
     setState(State::idle);

@@ -55,6 +55,8 @@ class RecordingCoordinator final : public RecordingChoices {
     const std::optional<SessionMeta>& meta() const { return meta_; }
     /// Why the last recording ended by itself, for a person to read; empty when it did not.
     const std::string& endReason() const { return endReason_; }
+    /// Something of the last recording is missing: the display server was lost, a file could not be written.
+    bool endedByFailure() const { return endedByFailure_; }
     const ScreenRecorder& screen() const;
     const CameraMicRecorder& cameraMic() const;
 
@@ -130,8 +132,9 @@ class RecordingCoordinator final : public RecordingChoices {
     std::optional<SessionFolder> session_;
     std::optional<SessionMeta> meta_;
     std::string endReason_;
+    bool endedByFailure_ = false;
     std::unique_ptr<platform::Timer> timer_;
-    std::optional<std::chrono::system_clock::time_point> startedAt_;
+    std::optional<double> startedAt_;  // host clock
 
     std::uint64_t attempt_ =
         0;                    // counts starts, and starts given up: an operation sees that its time is over

@@ -79,9 +79,9 @@ std::optional<PlatformError> RecordingFiles::complete(EventLog events, const Ses
             work();
             return true;
         } catch (const PlatformError& error) {
-            failure = error;
+            if (!failure) failure = error;
         } catch (const std::exception& error) {
-            failure.emplace("Cobaltreel", 4, error.what());
+            if (!failure) failure.emplace("Cobaltreel", 4, error.what());
         }
         return false;
     };

@@ -38,7 +38,9 @@ struct RecordingServices {
 
     /// Bytes that the volume of a path still takes.
     std::function<std::int64_t(const std::filesystem::path&)> freeBytes = DiskSpace::freeBytes;
-    /// The wall clock: names the session folder and measures the elapsed time.
+    /// After so many seconds a recording ends by itself.
+    double longestRecording = 1800;
+    /// The wall clock: names the session folder.
     std::function<std::chrono::system_clock::time_point()> now = std::chrono::system_clock::now;
 };
 

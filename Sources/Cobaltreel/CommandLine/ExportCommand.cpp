@@ -34,17 +34,24 @@ std::filesystem::path outputFile(const ExportArguments& arguments, const Session
     if (arguments.output.empty())
         return Paths::uniqueOutputURL(arguments.name.empty() ? Paths::defaultExportName().toStdString()
                                                              : arguments.name);
-    const auto file = std::filesystem::absolute(arguments.output);
-    std::error_code ignored;
-    if (std::filesystem::is_directory(file, ignored))
-        throw CommandError("--output " + arguments.output + " is a folder; name a file", ExitStatus::usage);
-    if (std::filesystem::equivalent(file.parent_path(), session.dir, ignored))
-        throw CommandError("--output " + arguments.output + " is in the session's own folder; choose another",
-                           ExitStatus::usage);
+    namespace fs = std::filesystem;
+    const auto refuse = [&](const std::string& why) -> void {
+        throw CommandError("--output " + arguments.output + " " + why, ExitStatus::usage);
+    };
+    const auto file = fs::absolute(arguments.output);
+    std::error_code error;
+    const auto standing = fs::status(file, error).type();
+    if (standing == fs::file_type::directory) refuse("is a folder; name a file");
+    if (standing != fs::file_type::regular && standing != fs::file_type::not_found)
+        refuse("is not a file that could be replaced; name another one");
+    // By whatever links it is named: what lies beside a session's document belongs to that session.
+    const auto real = fs::weakly_canonical(file, error);
+    if (fs::equivalent(real.parent_path(), session.dir, error))
+        refuse("is in the session's own folder; choose another");
+    if (fs::exists(SessionFolder{real.parent_path()}.metaFile(), error))
+        refuse("is in the folder of a session; choose another");
     if (QString::fromStdString(file.extension().string()).toLower() != QLatin1String(".mp4"))
-        throw CommandError(
-            "--output " + arguments.output + " must end in .mp4; other formats are not written",
-            ExitStatus::usage);
+        refuse("must end in .mp4; other formats are not written");
     return file;
 }
 

@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -174,8 +175,10 @@ ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& 
     if (frames.dropped > 0)
         std::cerr << "cobaltreel: " << frames.dropped << " of " << frames.offered
                   << " frames were dropped because the encoder was behind\n";
-    std::cout << session.dir.string() << '\n';
-    return ExitStatus::done;
+    std::error_code ignored;
+    if (std::filesystem::exists(session.screenMovie(), ignored)) std::cout << session.dir.string() << '\n';
+    // What there is of it can be opened and exported; whoever waits for the whole must know.
+    return coordinator.endedByFailure() ? ExitStatus::failed : ExitStatus::done;
 }
 
 ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {

@@ -2,10 +2,10 @@
 
 #include "CobaltreelCore/Transforms.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
+#include "Platform/Foundation/DurableFiles.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <future>
 #include <limits>
 #include <utility>
@@ -67,6 +67,7 @@ struct ExportRenderer::Run {
     AssetWriterInput* audioInput = nullptr;
     double audioEnd = -std::numeric_limits<double>::infinity();  // time of the last run of sound appended
     std::optional<PlatformError> audioError{};                   // why there is no more of it
+    std::int64_t written = 0;                                    // frames
     std::optional<platform::Image> lastImage{};
     platform::PixelBufferRef lastRendered{};
 };
@@ -181,9 +182,8 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     auto cameraReader = openCamera(options, timing);
     auto audioReader = openAudioMix(options, timing);
 
-    std::error_code ignored;
-    std::filesystem::remove(options.outputURL, ignored);
-    auto writer = media_->makeWriter(options.outputURL, platform::FileType::mpeg4);
+    platform::PendingFile file(options.outputURL);
+    auto writer = media_->makeWriter(file.path(), platform::FileType::mpeg4);
     auto& videoInput = writer->addVideoInput({.codec = platform::VideoCodec::h264,
                                               .width = wOut,
                                               .height = hOut,
@@ -215,10 +215,10 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     drainAudio(run);
     if (cancelled) {
         run.writer->cancelWriting();
-        std::filesystem::remove(options.outputURL, ignored);
         throw Error::cancelled();
     }
     finish(run);
+    file.complete();
 }
 
 void ExportRenderer::runFrames(Run& run) {
@@ -247,7 +247,7 @@ void ExportRenderer::runFrames(Run& run) {
         }
         if (run.writer->status() == AssetWriter::Status::failed) throwErrorOf(*run.writer, "writer failed");
         if (cancelled) return;
-        run.videoInput->append({MediaTime::fromSeconds(t), run.lastRendered, nullptr});
+        if (run.videoInput->append({MediaTime::fromSeconds(t), run.lastRendered, nullptr})) ++run.written;
         if (onProgress) onProgress(static_cast<double>(i + 1) / static_cast<double>(run.frames));
     }
 }
@@ -289,6 +289,10 @@ void ExportRenderer::finish(Run& run) {
     for (const auto& error :
          {run.screen.error(), run.camera ? run.camera->error() : std::nullopt, run.audioError})
         if (error) throw *error;
+    if (run.written == 0)
+        throw PlatformError("Cobaltreel", 5,
+                            folder_.screenMovie().string() +
+                                " holds no picture in what is kept of the recording. Keep more of it.");
 }
 
 }  // namespace cobaltreel

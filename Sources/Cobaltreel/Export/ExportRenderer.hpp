@@ -47,9 +47,9 @@ class ExportRenderer {
     /// Set on any thread to give up; read once a frame and while waiting for the encoder.
     std::atomic<bool> cancelled{false};
 
-    /// Runs the export and returns when the movie is complete at `options.outputURL`. Throws `Error`,
-    /// or what the platform threw. After a cancellation no file is left; after another failure the
-    /// partial file stays as the writer left it.
+    /// Runs the export and returns when the movie is complete at `options.outputURL`, on the disk. Throws
+    /// `Error`, or what the platform threw; what stood there before then still stands, and nothing else is
+    /// left.
     void exportMovie(const ExportOptions& options);
 
     /// Output frames of a kept span of `duration` seconds: at least one.

@@ -57,10 +57,12 @@ QString shortened(const QString& name, qsizetype limit) {
     return head.left(end);
 }
 
-/// True also for a link that leads nowhere: writing through it would surprise.
+/// True also for a link that leads nowhere: writing through it would surprise; and while an export is on its
+/// way there.
 bool isTaken(const path& file) {
     std::error_code ignored;
-    return std::filesystem::exists(std::filesystem::symlink_status(file, ignored));
+    return std::filesystem::exists(std::filesystem::symlink_status(file, ignored)) ||
+           platform::PendingFile::isPending(file);
 }
 
 }  // namespace

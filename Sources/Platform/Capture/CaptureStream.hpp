@@ -41,6 +41,10 @@ struct StreamConfiguration {
     int queueDepth = 8;  ///< frames in flight; with all of them held, new frames are dropped
 };
 
+/// Code of PlatformError("ScreenCapture") for content that has gone, as a window does that is closed or a
+/// display that is unplugged: the recording ends there and lacks nothing.
+inline constexpr int contentVanished = 4;
+
 /// `complete`: new picture content. The others carry no picture to be recorded.
 enum class FrameStatus { complete = 0, idle = 1, blank = 2, suspended = 3, started = 4, stopped = 5 };
 enum class StreamOutputType { screen, audio };

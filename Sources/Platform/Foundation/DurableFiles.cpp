@@ -149,6 +149,53 @@ void HeldFile::append(std::string_view bytes) {
     throwFileError(file_.string() + " could not be written", code);
 }
 
+fs::path PendingFile::besides(const fs::path& place) {
+    constexpr std::size_t longestName = 255;  // bytes; the limit of Linux file systems
+    const std::string name = "." + place.filename().string() + ".part";
+    return place.parent_path() /
+           (name.size() <= longestName ? name : ".cobaltreel-" + std::to_string(getpid()));
+}
+
+PendingFile::PendingFile(const fs::path& place) {
+    std::error_code error;
+    const auto standing = fs::status(place, error).type();
+    if (standing != fs::file_type::not_found && standing != fs::file_type::regular)
+        throwFileError(place.string() + " is not a file that could be replaced; choose another one", EEXIST);
+    place_ = standing == fs::file_type::regular ? fs::canonical(place, error) : place;
+    if (error || !place_.has_filename()) place_ = place;
+    path_ = besides(place_);
+    if (const auto folder = place_.parent_path(); !folder.empty() && !fs::exists(folder, error))
+        throw PlatformError("Files", ENOENT,
+                            "The movie " + place.string() +
+                                " cannot be created, because there is no folder " + folder.string() +
+                                ". Create it, or choose another one.");
+    fd_ = UniqueFd(repeatedOpen(path_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0666));
+    if (!fd_) throwFileError(place.string() + " cannot be created", errno);
+    if (flock(fd_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        fd_.reset();
+        throwFileError(place.string() + " is being written at this moment; choose another one", EWOULDBLOCK);
+    }
+}
+
+PendingFile::~PendingFile() {
+    if (!path_.empty()) unlink(path_.c_str());
+}
+
+void PendingFile::complete() {
+    if (const int code = syncDescriptor(fd_.get()))
+        throwFileError(place_.string() + " could not be brought onto the disk", code);
+    if (rename(path_.c_str(), place_.c_str()) != 0)
+        throwFileError(place_.string() + " could not be written", errno);
+    path_.clear();
+    const UniqueFd folder = openFolder(place_.has_parent_path() ? place_.parent_path() : ".");
+    if (folder) syncDescriptor(folder.get());
+}
+
+bool PendingFile::isPending(const fs::path& place) {
+    auto why = HeldFile::Refusal::absent;
+    return !HeldFile::tryHold(besides(place), why) && why == HeldFile::Refusal::heldByAnother;
+}
+
 DiskReserve::DiskReserve(const fs::path& folder, std::int64_t bytes)
     : fd_(repeatedOpen(folder.c_str(), O_RDWR | O_TMPFILE, forUserAlone)) {
     if (fd_ && posix_fallocate(fd_.get(), 0, bytes) != 0) fd_.reset();

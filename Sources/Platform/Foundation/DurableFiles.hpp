@@ -57,6 +57,32 @@ class HeldFile {
     UniqueFd fd_;
 };
 
+/// A file that comes into being as a whole: it is written beside its place and takes it when complete, on the
+/// disk. Until then what stood there stands. Goes without a trace when it is not completed.
+class PendingFile {
+  public:
+    /// Throws when something other than a regular file stands at `place` (a link counts as what it leads to),
+    /// or another process is writing there.
+    explicit PendingFile(const std::filesystem::path& place);
+    ~PendingFile();
+    PendingFile(const PendingFile&) = delete;
+    PendingFile& operator=(const PendingFile&) = delete;
+
+    /// Where to write it; an empty file stands there, with the permissions that the user's other files get.
+    const std::filesystem::path& path() const { return path_; }
+    /// Throws.
+    void complete();
+
+    /// Whether a file is about to come to `place`.
+    static bool isPending(const std::filesystem::path& place);
+
+  private:
+    static std::filesystem::path besides(const std::filesystem::path& place);
+
+    std::filesystem::path place_, path_;
+    UniqueFd fd_;
+};
+
 /// Some room on a disk, set aside for what must still be written when the disk is full. It has no name, so
 /// that nothing of it is left behind; letting go of it gives the room back.
 class DiskReserve {

@@ -74,7 +74,7 @@ class CoordinatorTest : public TemporaryHome {
         services.now = [this] {
             using std::chrono::system_clock;
             return system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(
-                std::chrono::duration<double>(1.7e9 + time->now())));
+                std::chrono::duration<double>(1.7e9 + wallClockShift + time->now())));
         };
         coordinator = std::make_unique<RecordingCoordinator>(std::move(services));
     }
@@ -165,6 +165,7 @@ class CoordinatorTest : public TemporaryHome {
     std::shared_ptr<ScriptedWindows> windows = std::make_shared<ScriptedWindows>();
     std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
     std::int64_t freeBytes = 100'000'000'000;
+    double wallClockShift = 0;  // seconds
     std::unique_ptr<RecordingCoordinator> coordinator;
 };
 

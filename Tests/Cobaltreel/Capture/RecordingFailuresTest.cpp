@@ -183,8 +183,55 @@ TEST_F(RecordingFailuresTest, AMovieThatCannotBeWrittenAnyMoreEndsTheRecording) 
         EXPECT_THAT(messages(), ElementsAre(S::recordingFailed()));
         EXPECT_EQ(alerts->alerts[0].informativeText, "no space left");
         EXPECT_EQ(coordinator->endReason(), "no space left");
+        EXPECT_TRUE(coordinator->endedByFailure());
         EXPECT_THAT(windows->previews, SizeIs(1)) << "before the alert";
     }
+}
+
+TEST_F(RecordingFailuresTest, DocumentsThatCannotBeWrittenAreSaid) {
+    record();
+    stream().deliverFrame(time->now());
+    fs::remove_all(folders().at(0));
+    stop();
+    ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
+    EXPECT_THAT(alerts->alerts[0].informativeText.toStdString(), testing::HasSubstr("session.json"));
+    EXPECT_TRUE(coordinator->endedByFailure());
+}
+
+TEST_F(RecordingFailuresTest, WhileItRunsTheFolderIsTrue) {
+    record();
+    const double begun = time->now();
+    const SessionFolder folder{folders().at(0)};
+    for (int i = 0; i <= 20; ++i) {
+        stream().deliverFrame(time->now());
+        devices().deliverSound(time->now());
+        time->advance(0.1);
+    }
+    // On a queue of its own: what was written last is of the last half second at most, or comes.
+    ASSERT_TRUE(eventually([&] { return folder.readMeta().recordingEndHostTime.value_or(0) > begun + 1.4; }));
+    EXPECT_EQ(folder.readMeta().screenFirstPTS, begun);
+    EXPECT_EQ(folder.readMeta().cameraFirstPTS, begun);
+    EXPECT_LE(*folder.readMeta().recordingEndHostTime, time->now());
+    EXPECT_GT(folder.readEvents().samples.size(), 60U);
+    const double before = time->now();
+    ASSERT_TRUE(eventually([&] {
+        time->advance(1);
+        return *folder.readMeta().recordingEndHostTime > before + 8;
+    })) << "a picture that stands still counts";
+    stop();
+    EXPECT_FALSE(fs::exists(folder.journalFile()));
+    const auto samples = folder.readEvents().samples;
+    EXPECT_GT(samples.size(), 600U);
+    EXPECT_TRUE(std::ranges::is_sorted(samples, {}, &MouseSample::t));
+}
+
+TEST_F(RecordingFailuresTest, TheWallClockNamesTheFolderAndNothingElse) {
+    record();
+    wallClockShift = 7200;
+    time->advance(10.5);
+    EXPECT_EQ(coordinator->state(), State::recording);
+    EXPECT_NEAR(coordinator->elapsed(), 10, 1);
+    stop();
 }
 
 TEST_F(RecordingFailuresTest, AStreamThatDiesEndsTheRecordingOnceTheUserKnows) {

@@ -151,6 +151,8 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
     meta["captureWidthPx"] = -4;
     std::ofstream(hostile / "session.json") << meta;
     fs::remove(noMovie / "screen.mov");
+    const fs::path linked = videos() / "linked.mp4";
+    fs::create_symlink(fs::path(session) / "screen.mov", linked);
     const std::string blocked = (fs::path(session) / "session.json" / "out.mp4").string();
 
     struct Case {
@@ -183,6 +185,9 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
         {{"export", session, "--output", "/"}, 2, "folder"},
         {{"export", session, "--output", blocked}, 1, "out.mp4"},
         {{"export", session, "--output", (fs::path(session) / "screen.mov").string()}, 2, "own folder"},
+        {{"export", session, "--output", "/dev/null"}, 2, "not a file"},
+        {{"export", session, "--output", (fs::path(noMovie) / "camera.mov").string()}, 2, "of a session"},
+        {{"export", session, "--output", linked.string()}, 2, "own folder"},
         {{"export", session, "--output", "/no/such/folder/out.mp4"}, 1, "no folder /no/such/folder"},
         {{"export", session, "--name", "a", "--output", "b"}, 2, "excludes"},
     };
@@ -292,7 +297,7 @@ TEST_F(CommandLineTest, CtrlCCancelsAnExportAndRemovesThePartialFile) {
     Program exporting(cobaltreel({"export", endless.string(), "--output", output.string()}));
     ASSERT_TRUE(exporting.readUntil([&](const auto&) {
         std::error_code error;
-        return fs::exists(output, error);
+        return fs::exists(output.parent_path() / ".cancelled.mp4.part", error);
     }));
     exporting.signal(SIGINT);
     const auto result = exporting.finish();

@@ -287,13 +287,30 @@ TEST_F(ExportRendererTest, CancellingLeavesNoFile) {
 }
 
 TEST_F(ExportRendererTest, AnExistingFileIsReplacedAndTheSessionIsUntouched) {
+    const auto old = [&] { return std::filesystem::file_size(options.outputURL); };
     std::ofstream(options.outputURL) << "old";
+    ExportRenderer cancelled(folder, meta, media, nullptr);
+    cancelled.onProgress = [&](double) { cancelled.cancelled = true; };
+    EXPECT_THROW(cancelled.exportMovie(options), ExportRenderer::Error);
+    EXPECT_EQ(old(), 3U) << "what was there stays until there is something better";
+    media->writing.failsAfter = 2;
+    EXPECT_ANY_THROW(run());
+    EXPECT_EQ(old(), 3U);
+    media->writing = {};
     writeClicks({100.5});
     const auto eventsWritten = std::filesystem::last_write_time(folder.eventsFile());
     options.clickRipples = true;
     run();
-    EXPECT_FALSE(std::filesystem::exists(options.outputURL)) << "the scripted writer makes none";
+    EXPECT_EQ(old(), 0U) << "the scripted writer writes nothing";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(options.outputURL.parent_path()), {}), 2)
+        << "the session and the export";
     EXPECT_EQ(std::filesystem::last_write_time(folder.eventsFile()), eventsWritten);
+}
+
+TEST_F(ExportRendererTest, AnExportWithoutAPictureIsAFailure) {
+    for (auto& frame : media->movies[folder.screenMovie()].frames) frame.time += 1000;
+    EXPECT_THROW(run(), platform::PlatformError);
+    EXPECT_FALSE(std::filesystem::exists(options.outputURL));
 }
 
 TEST_F(ExportRendererTest, ClicksAreTakenFromTheKeptSpan) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Capture/CaptureStream.hpp"
 #include "Platform/Capture/Xcb/FrameGrabber.hpp"
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 
@@ -7,10 +8,9 @@
 
 namespace platform {
 
-/// Codes of PlatformError("ScreenCapture") while capturing.
+/// Codes of PlatformError("ScreenCapture") while capturing, beside `contentVanished`.
 enum ScreenCaptureError {
     noSuchContent = 3,
-    contentVanished = 4,
     serverLost = 5,
     serverLacks = 6,
     badConfiguration = 7,

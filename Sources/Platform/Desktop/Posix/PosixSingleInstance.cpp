@@ -101,6 +101,7 @@ class Claim final : public InstanceClaim {
         unlink(file_.c_str());
         if (!wake_ || bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
             fail(file_, errno, "cannot be listened at");
+        chmod(file_.c_str(), 0600);
         thread_ = NamedThread("cobaltreel.instance", [this] { listen(); });
     }
     ~Claim() override {
