@@ -198,7 +198,7 @@ class Measurement {
         screen_ = windows_->window()->rootObject()->findChild<PictureView*>(QStringLiteral("screen"));
     }
     void close() {
-        windows_->closePreviews();
+        windows_->endPreviews(0, [] {});
         runEvents(10, [this] { return windows_->model() == nullptr; });
     }
     void openOnce() {

@@ -29,10 +29,15 @@ class CameraBubble {
 class RecordingWindows {
   public:
     virtual ~RecordingWindows() = default;
-    /// Opens the preview of a session in front. `closed` is called once, after the user closed it, with
-    /// whether an export was completed.
+    /// Opens the preview of a session in front. `closed` is called once, after it was closed, with whether
+    /// the last export that the user asked for was completed.
     virtual void openPreview(const SessionFolder& folder, const SessionMeta& meta,
                              std::function<void(bool hasExported)> closed) = 0;
+    /// An export runs.
+    virtual bool isExporting() const = 0;
+    /// The application ends: closes all previews, and calls `ended` once, later, when each has been told of
+    /// as closed. An export that runs has so many seconds to complete; then it is given up.
+    virtual void endPreviews(double patience, std::function<void()> ended) = 0;
     virtual void openSettings() = 0;
 };
 

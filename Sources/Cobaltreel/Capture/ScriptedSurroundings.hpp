@@ -84,6 +84,15 @@ class ScriptedWindows final : public RecordingWindows {
                      std::function<void(bool)> closed) override {
         previews.push_back({folder, meta, std::move(closed)});
     }
+    bool exporting = false;
+    std::vector<double> patience;  ///< of each request to end
+    /// Previews end without an export.
+    void endPreviews(double seconds, std::function<void()> ended) override {
+        patience.push_back(seconds);
+        for (auto& preview : std::exchange(previews, {})) preview.close(false);
+        ended();
+    }
+    bool isExporting() const override { return exporting; }
     void openSettings() override { ++settingsOpened; }
 };
 

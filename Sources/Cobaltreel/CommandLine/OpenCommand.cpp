@@ -28,7 +28,7 @@ ExitStatus runOpen(const std::string& text, Interrupt& interrupt) {
     QEventLoop loop;
     windows.openPreview(session.folder, session.meta, [&loop](bool) { loop.quit(); });
     const auto handling =
-        interrupt.handle([&] { services.mainLoop->post([&windows] { windows.closePreviews(); }); });
+        interrupt.handle([&] { services.mainLoop->post([&windows] { windows.endPreviews(0, [] {}); }); });
     loop.exec();
     return interrupt.happened() ? ExitStatus::interrupted : ExitStatus::done;
 }

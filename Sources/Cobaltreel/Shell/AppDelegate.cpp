@@ -1,5 +1,6 @@
 #include "Cobaltreel/Shell/AppDelegate.hpp"
 
+#include "Cobaltreel/Capture/Awaiting.hpp"
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
 #include "Cobaltreel/Shell/StatusLabels.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
@@ -41,6 +42,7 @@ void setDarkAppearance() {
 AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices recording)
     : host_(std::move(host)),
       alerts_(recording.alerts),
+      windows_(recording.windows),
       defaults_(recording.defaults),
       permissions_({host_.mainLoop, host_.screenAccess, host_.deviceAccess, host_.systemSettings,
                     host_.relauncher, [this] { quit(); }}),
@@ -213,11 +215,34 @@ void AppDelegate::openPanel() {
         .open(hasItem ? statusItemFrame() : std::nullopt);
 }
 
-QCoro::Task<void> AppDelegate::finishBeforeQuit() { co_await coordinator_.finishBeforeQuit(); }
+QCoro::Task<void> AppDelegate::finishBeforeQuit(double patience) {
+    const QPointer<AppDelegate> self(this);
+    const auto mainLoop = host_.mainLoop;
+    const auto windows = windows_;
+    co_await coordinator_.finishBeforeQuit();
+    co_await AwaitAnswer<bool>(*mainLoop, [&](std::function<void(bool)> answered) {
+        windows->endPreviews(patience, [answered = std::move(answered)] { answered(true); });
+    });
+    // What has been exported is being deleted.
+    if (self) co_await coordinator_.finishBeforeQuit();
+}
 
 void AppDelegate::quit() {
+    if (quitting_ || asksToQuit_) return;
+    if (!windows_->isExporting()) return end(0);
+    asksToQuit_ = true;
+    alerts_->present(
+        {S::exportRunning(), S::exportRunningNote(), {S::finishThenQuit(), S::quitNow(), S::cancel()}},
+        [self = QPointer(this)](int button) {
+            if (!self) return;
+            self->asksToQuit_ = false;
+            if (button < 2) self->end(button == 0 ? std::numeric_limits<double>::infinity() : 0);
+        });
+}
+
+void AppDelegate::end(double patience) {
     if (std::exchange(quitting_, true)) return;
-    finishBeforeQuit().then([] { QCoreApplication::quit(); });
+    finishBeforeQuit(patience).then([] { QCoreApplication::quit(); });
 }
 
 }  // namespace cobaltreel

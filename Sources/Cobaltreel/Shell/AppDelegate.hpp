@@ -36,11 +36,14 @@ class AppDelegate final : public QObject {
     void openPanel();
     /// What the keys do, too: starts or stops a recording.
     void pressButton() { hotKeyPressed(); }
-    /// Finishes the files of a recording under way, then ends the application's event loop. A second call
+    /// Finishes the files of a recording under way, settles what becomes of the recordings in previews, then
+    /// ends the application's event loop; first asks what becomes of an export that runs. A second call
     /// changes nothing.
     void quit();
+    /// The same because others want it: nobody is asked, an export has so many seconds to complete.
+    void end(double patience);
     /// The same without ending the event loop: returns once nothing is on its way to the disk any more.
-    QCoro::Task<void> finishBeforeQuit();
+    QCoro::Task<void> finishBeforeQuit(double patience);
 
     RecordingCoordinator& coordinator() { return coordinator_; }
     const OnboardingWindow& onboardingWindow() const { return onboardingWindow_; }
@@ -63,6 +66,7 @@ class AppDelegate final : public QObject {
 
     platform::PlatformServices host_;
     std::shared_ptr<AlertPresenter> alerts_;
+    std::shared_ptr<RecordingWindows> windows_;
     std::shared_ptr<platform::UserDefaults> defaults_;
     Permissions permissions_;
     OnboardingWindow onboardingWindow_;
@@ -76,6 +80,7 @@ class AppDelegate final : public QObject {
     bool wasRecording_ = false;
     bool isPanelHidden_ = false;  // while it would be recorded
     bool quitting_ = false;
+    bool asksToQuit_ = false;
 };
 
 }  // namespace cobaltreel

@@ -20,6 +20,10 @@
 namespace cobaltreel {
 namespace {
 
+// Session managers give up on a program after ten seconds or more, service managers after ninety.
+constexpr double patienceAtLogOut = 8;  // seconds
+constexpr double patienceAtEnd = 60;    // seconds
+
 RecordingServices recordingServices(const platform::PlatformServices& host) {
     const auto alerts = std::make_shared<AlertWindows>();
     RecordingServices services;
@@ -76,10 +80,11 @@ void CobaltreelApp::run(platform::PlatformServices host,
     // A log-out waits for whoever is told beforehand.
     QObject::connect(
         qApp, &QGuiApplication::commitDataRequest, &shell,
-        [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit()); }, Qt::DirectConnection);
+        [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit(patienceAtLogOut)); },
+        Qt::DirectConnection);
     endsWith([mainLoop = host.mainLoop, shell = QPointer(&shell)] {
         mainLoop->post([shell] {
-            if (shell) shell->quit();
+            if (shell) shell->end(patienceAtEnd);
         });
     });
     host.mainLoop->post([&shell] { shell.applicationDidFinishLaunching(); });

@@ -44,6 +44,13 @@
     ENTRY(showInFinder, u"הצג ב-Finder", u"Show in Finder")                                                   \
     ENTRY(exportFailed, u"הייצוא נכשל. ההקלטה שמורה — אפשר לנסות שוב",                                        \
           u"Export failed. The recording is saved — you can try again")                                      \
+    ENTRY(exportRunning, u"הייצוא עדיין רץ", u"An export is still running")                                      \
+    ENTRY(exportRunningNote, u"אם הוא ייעצר, ההקלטה תישאר שמורה",                                             \
+          u"If it is stopped, the recording is kept")                                                        \
+    ENTRY(keepExporting, u"המשך לייצא", u"Keep exporting")                                                    \
+    ENTRY(stopExporting, u"עצור את הייצוא", u"Stop the export")                                               \
+    ENTRY(finishThenQuit, u"סיים וצא", u"Finish, then quit")                                                  \
+    ENTRY(quitNow, u"צא עכשיו", u"Quit now")                                                                  \
     ENTRY(onboardingHeading, u"כמה אישורים לפני שמתחילים", u"A few permissions before we start")              \
     ENTRY(screenRecording, u"הקלטת מסך", u"Screen Recording")                                                 \
     ENTRY(allow, u"אשר", u"Allow")                                                                            \

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <cmath>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -109,6 +110,32 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     tray->setTray(false);
     EXPECT_TRUE(shell->panel()->isOpen()) << "the tray has crashed: the program stays within reach";
     EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
+}
+
+TEST_F(ShellTest, QuittingDuringAnExportAsks) {
+    launch();
+    windows->exporting = true;
+    alerts->holdsAnswers = true;
+    shell->quit();
+    shell->quit();
+    ASSERT_TRUE(eventually([&] { return alerts->isWaiting(); }));
+    EXPECT_EQ(alerts->alerts.size(), 1U);
+    EXPECT_EQ(alerts->alerts[0].message, S::exportRunning());
+    alerts->answer(2);
+    EXPECT_TRUE(windows->patience.empty()) << "nothing ends";
+    shell->quit();
+    ASSERT_TRUE(eventually([&] { return alerts->isWaiting(); }));
+    alerts->answer(0);
+    EXPECT_TRUE(eventually([&] { return windows->patience.size() == 1; }));
+    EXPECT_TRUE(std::isinf(windows->patience[0])) << "the export is finished first";
+}
+
+TEST_F(ShellTest, AnEndFromOutsideAsksNobody) {
+    launch();
+    windows->exporting = true;
+    shell->end(60);
+    EXPECT_TRUE(eventually([&] { return windows->patience == std::vector{60.0}; }));
+    EXPECT_TRUE(alerts->alerts.empty());
 }
 
 TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {

@@ -13,9 +13,9 @@ namespace cobaltreel {
 class AppWindow;
 class PreviewModel;
 
-/// The windows that recordings and settings are shown in. A preview that is closed during an export goes at
-/// once, and counts as closed when the export has given up. Previews still open when this ends are never
-/// reported. Main thread.
+/// The windows that recordings and settings are shown in. A preview that shall be closed during an export
+/// asks whether to give that up, and then counts as closed when it has. Previews still open when this ends
+/// are never reported. Main thread.
 class PreviewWindows final : public RecordingWindows {
   public:
     explicit PreviewWindows(PreviewServices services);
@@ -23,22 +23,27 @@ class PreviewWindows final : public RecordingWindows {
 
     void openPreview(const SessionFolder& folder, const SessionMeta& meta,
                      std::function<void(bool hasExported)> closed) override;
+    bool isExporting() const override;
+    void endPreviews(double patience, std::function<void()> ended) override;
     void openSettings() override;
 
     /// The preview opened last; null when none is open.
     AppWindow* window() const;
     PreviewModel* model() const;
-    /// Closes all previews, as the user would.
-    void closePreviews();
 
   private:
     struct Preview;
+    bool isOpen(const Preview* preview) const;
+    bool mayClose(Preview* preview);
+    void cancelExports();
     void leave(Preview* preview);
     void finish(Preview* preview);
 
     const PreviewServices services_;
     SettingsWindow settings_;
     std::vector<std::unique_ptr<Preview>> previews_;
+    std::function<void()> ended_;  // while the application ends
+    std::unique_ptr<platform::Timer> patience_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

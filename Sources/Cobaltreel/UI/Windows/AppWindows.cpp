@@ -57,6 +57,10 @@ View View::ofModule(const QString& module, const QString& type, const QVariantMa
 
 bool AppWindow::event(QEvent* event) {
     const bool closing = event->type() == QEvent::Close;
+    if (closing && mayClose && !mayClose()) {
+        event->ignore();
+        return true;
+    }
     const bool handled = QQuickView::event(event);
     if (closing && event->isAccepted()) Q_EMIT closed();
     return handled;

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QUrl>
 #include <QVariantMap>
+#include <functional>
 #include <memory>
 
 class QQmlEngine;
@@ -35,6 +36,9 @@ class AppWindow : public QQuickView {
     using QQuickView::QQuickView;
     /// For windows that stay.
     void setClosesOnEscape(bool closes) { closesOnEscape_ = closes; }
+
+    /// Asked before the user's wish to close the window is followed; empty: it may always be.
+    std::function<bool()> mayClose;
 
   Q_SIGNALS:
     /// The user closed the window.

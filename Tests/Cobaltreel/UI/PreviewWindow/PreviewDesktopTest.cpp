@@ -76,6 +76,10 @@ class PreviewDesktopTest : public LocalisedTest {
             QStringLiteral("%1/%2.png").arg(QString::fromLocal8Bit(folder), QLatin1String(name)));
     }
     PreviewModel& model() const { return *windows.model(); }
+    bool asks() const { return alerts->window() != nullptr && alerts->window()->isActive(); }
+    /// A preview opened from here on says that the recording lasts an hour: its last frame stays, and an
+    /// export would run for minutes.
+    void makeEndless() { meta.recordingEndHostTime = meta.screenFirstPTS.value_or(0) + 3600; }
 
     platform::PlatformServices services = platform::PlatformServices::makeDefault("cobaltreel.test");
     TemporaryFolder temporary;
@@ -202,21 +206,68 @@ TEST_F(PreviewDesktopTest, HebrewMirrorsThePanelButNeitherThePictureNorItsTime) 
     model().exportMovie();
     screenshot("preview-exporting-he");
     windows.window()->close();
+    ASSERT_TRUE(waitUntil([&] { return !model().exporting() || asks(); }));
+    screenshot("preview-asks-he");
+    model().cancel();
+    if (asks()) input.key(escape);
+    EXPECT_TRUE(waitUntil([&] { return !model().exporting() && alerts->window() == nullptr; }));
+    windows.window()->close();
     EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
-    EXPECT_FALSE(exported);
 }
 
-TEST_F(PreviewDesktopTest, ClosingDuringAnExportCancelsItAndReportsOnce) {
+TEST_F(PreviewDesktopTest, ClosingDuringAnExportAsksAndReportsOnce) {
+    makeEndless();
     open();
-    model().setQuality(PreviewModel::Full);
+    model().setTrimEnd(0.2);
     model().exportMovie();
-    ASSERT_TRUE(waitUntil([&] { return model().progress() > 0; }));
+    ASSERT_TRUE(waitUntil([&] { return model().isExported(); }));
+    EXPECT_TRUE(model().hasExported());
+    model().setTrimEnd(model().duration());
+    model().exportMovie();
     windows.window()->close();
-    EXPECT_EQ(closed, 0) << "the export still has to give up";
+    windows.window()->close();
+    ASSERT_TRUE(waitUntil([&] { return asks(); }));
+    screenshot("preview-asks-en");
+    input.key(escape);
+    ASSERT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
+    EXPECT_TRUE(model().exporting() && windows.window()->isVisible()) << "it goes on";
+    windows.window()->close();
+    ASSERT_TRUE(waitUntil([&] { return asks(); }));
+    input.key(returnKey);
     EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
     EXPECT_EQ(windows.window(), nullptr);
+    EXPECT_FALSE(exported) << "the last export that was asked for is not there";
     QTest::qWait(50);
     EXPECT_EQ(closed, 1);
+}
+
+TEST_F(PreviewDesktopTest, TheEndOfTheApplicationSettlesEveryPreview) {
+    bool ended = false;
+    const auto end = [&](double patience) {
+        ended = false;
+        windows.endPreviews(patience, [&] { ended = true; });
+        EXPECT_FALSE(ended) << "never at once";
+        EXPECT_TRUE(waitUntil([&] { return ended; }));
+        EXPECT_EQ(windows.window(), nullptr);
+    };
+    end(0);
+    open();
+    end(0);
+    EXPECT_EQ(closed, 1);
+    open();
+    model().exportMovie();
+    end(60);
+    EXPECT_EQ(closed, 2);
+    EXPECT_TRUE(exported) << "it had the time to complete";
+    for (const double patience : {0.0, 0.1}) {
+        makeEndless();
+        open();
+        model().exportMovie();
+        EXPECT_TRUE(windows.isExporting());
+        end(patience);
+        EXPECT_FALSE(exported);
+    }
+    EXPECT_EQ(closed, 4);
 }
 
 TEST_F(PreviewDesktopTest, AFailedExportIsSaidInAWindowOverTheOthers) {
