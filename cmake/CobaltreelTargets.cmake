@@ -13,6 +13,9 @@ if(COBALTREEL_SANITIZE)
         -Wno-maybe-uninitialized)
     target_link_options(CobaltreelFlags INTERFACE -fsanitize=address,undefined)
 endif()
+if(COBALTREEL_FUZZ)
+    target_compile_options(CobaltreelFlags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # cobaltreel_library(NAME SOURCES ... PUBLIC ... PRIVATE ...): one box of the architecture.
 # Headers are included by their path below Sources.

@@ -1,0 +1,199 @@
+// Drives a fuzz target where the compiler brings no fuzzer: mutates the files of a corpus by a seed that is
+// printed.
+//
+//   TARGET [--runs N] [--seconds S] [--seed N] CORPUS
+//
+// Ends with 1 when an input takes more than ten seconds or the process more than a gigabyte; a crash ends it
+// by its signal. The input at fault is kept as "fault-SEED-RUN" in the working folder: it belongs into the
+// corpus.
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::chrono::seconds patience{10};
+constexpr long mostKilobytes = 1024 * 1024;
+
+Bytes input;
+std::array<char, 64> faultName{};
+std::atomic<std::int64_t> begun{0};  // of the input under way, in seconds
+
+std::int64_t nowSeconds() {
+    return std::chrono::duration_cast<std::chrono::seconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+/// Signal-safe.
+void keepInput() {
+    const int file = open(faultName.data(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    [[maybe_unused]] const auto count = write(file, input.data(), input.size());
+    close(file);
+}
+
+void onCrash(int signal) {
+    keepInput();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+class Mutator {
+  public:
+    explicit Mutator(unsigned seed) : random_(seed) {}
+
+    Bytes mutate(const std::vector<Bytes>& corpus) {
+        Bytes bytes = corpus[below(corpus.size())];
+        for (std::size_t i = 0, count = 1 + below(6); i < count && !bytes.empty(); ++i)
+            mutateOnce(bytes, corpus);
+        return bytes;
+    }
+
+  private:
+    std::size_t below(std::size_t bound) { return bound == 0 ? 0 : random_() % bound; }
+
+    void mutateOnce(Bytes& bytes, const std::vector<Bytes>& corpus) {
+        const std::size_t at = below(bytes.size());
+        const auto place = [&](std::size_t index) {
+            return bytes.begin() + static_cast<std::ptrdiff_t>(index);
+        };
+        const std::size_t end = std::min(bytes.size(), at + 1 + below(32));
+        switch (below(8)) {
+            case 0:
+                bytes[at] ^= static_cast<std::uint8_t>(1U << below(8));
+                break;
+            case 1:
+                bytes[at] = static_cast<std::uint8_t>(random_());
+                break;
+            case 2: {  // numbers that lie at the borders of their types
+                static constexpr std::array<std::uint64_t, 9> borders{
+                    0, 1, 0x7f, 0xff, 0x7fff, 0xffff, 0x7fffffff, 0xffffffff, 0x7fffffffffffffff};
+                const std::uint64_t value = borders[below(borders.size())];
+                const std::size_t width = std::size_t{1} << below(4);
+                for (std::size_t i = 0; i < width && at + i < bytes.size(); ++i)
+                    bytes[at + i] = static_cast<std::uint8_t>(value >> 8 * (width - 1 - i));
+                break;
+            }
+            case 3:
+                bytes.resize(at);
+                break;
+            case 4:
+                bytes.erase(place(at), place(end));
+                break;
+            case 5: {
+                const Bytes piece(place(at), place(end));
+                const std::size_t target = below(bytes.size());
+                for (std::size_t n = 1 + below(4); n > 0; --n)
+                    bytes.insert(place(target), piece.begin(), piece.end());
+                break;
+            }
+            case 6: {
+                const Bytes& other = corpus[below(corpus.size())];
+                const std::size_t from = below(other.size());
+                const std::size_t size = std::min(other.size() - from, std::size_t{1} + below(256));
+                for (std::size_t i = 0; i < size && at + i < bytes.size(); ++i)
+                    bytes[at + i] = other[from + i];
+                break;
+            }
+            default: {  // of a text: another number
+                static constexpr std::array<const char*, 6> words{"-0",   "1e308", "9223372036854775808",
+                                                                  "null", "[[[[",  "\"\\ud800\""};
+                const char* word = words[below(words.size())];
+                bytes.insert(place(at), word, word + std::strlen(word));
+            }
+        }
+    }
+
+    std::mt19937 random_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::uint64_t runs = UINT64_MAX;
+    double seconds = 3;
+    unsigned seed = std::random_device()();
+    std::filesystem::path folder;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const char* value = i + 1 < argc ? argv[i + 1] : "";
+        if (word == "--runs") {
+            runs = std::strtoull(value, nullptr, 10);
+            seconds = 1e9;
+            ++i;
+        } else if (word == "--seconds") {
+            seconds = std::atof(value);
+            ++i;
+        } else if (word == "--seed") {
+            seed = static_cast<unsigned>(std::strtoul(value, nullptr, 10));
+            ++i;
+        } else {
+            folder = word;
+        }
+    }
+    std::vector<Bytes> corpus;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, none)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        corpus.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    if (corpus.empty()) {
+        std::cerr << "usage: " << argv[0] << " [--runs N] [--seconds S] [--seed N] CORPUS\n";
+        return 2;
+    }
+    for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, onCrash);
+    std::thread([] {
+        for (;; std::this_thread::sleep_for(std::chrono::seconds(1)))
+            if (begun != 0 && nowSeconds() - begun > patience.count()) {
+                keepInput();
+                std::cerr << faultName.data() << " takes more than ten seconds\n";
+                _exit(1);
+            }
+    }).detach();
+
+    Mutator mutator(seed);
+    const auto start = std::chrono::steady_clock::now();
+    const auto isOver = [&] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() > seconds;
+    };
+    std::uint64_t done = 0;
+    for (; done < runs && !(done % 16 == 0 && isOver()); ++done) {
+        input = done < corpus.size() ? corpus[done] : mutator.mutate(corpus);
+        std::snprintf(faultName.data(), faultName.size(), "fault-%u-%llu", seed,
+                      static_cast<unsigned long long>(done));
+        begun = nowSeconds();
+        LLVMFuzzerTestOneInput(input.data(), input.size());
+        begun = 0;
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+#ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
+        if (usage.ru_maxrss > mostKilobytes) {
+            keepInput();
+            std::cerr << faultName.data() << " takes more than a gigabyte\n";
+            return 1;
+        }
+#endif
+    }
+    std::cout << done << " inputs, seed " << seed << std::endl;
+    return 0;
+}
