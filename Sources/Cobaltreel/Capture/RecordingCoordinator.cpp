@@ -11,6 +11,8 @@
 #include "Platform/Foundation/DurableFiles.hpp"
 
 #include <QPointer>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace cobaltreel {
@@ -274,12 +276,15 @@ QCoro::Task<void> RecordingCoordinator::tick() {
         return static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0 &&
                engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
     };
+    // A folder that somebody has removed has no room either, which is not what happened to it.
+    std::error_code unknown;
+    const bool isGone = session_ && !std::filesystem::exists(session_->dir, unknown) && !unknown;
     QString reason;
     if (elapsed >= engine->services.longestRecording)
         reason = S::stoppedTimeLimit();
-    else if (isDiskFull())
+    else if (!isGone && isDiskFull())
         reason = S::stoppedDiskFull();
-    else if (!engine->writingError())
+    else if (!isGone && !engine->writingError())
         co_return;
     endReason_ = reason.toStdString();
     // The stop tells of what cannot be written.

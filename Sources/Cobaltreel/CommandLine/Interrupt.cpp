@@ -45,7 +45,7 @@ struct Interrupt::State {
 Interrupt::Interrupt() : state_(std::make_unique<State>()) {
     State& state = *state_;
     sigemptyset(&state.signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&state.signals, signal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&state.signals, signal);
     pthread_sigmask(SIG_BLOCK, &state.signals, &state.before);
     state.signalFd = platform::UniqueFd(signalfd(-1, &state.signals, SFD_CLOEXEC | SFD_NONBLOCK));
     state.endFd = platform::UniqueFd(eventfd(0, EFD_CLOEXEC));

@@ -5,8 +5,8 @@
 
 namespace cobaltreel {
 
-/// Turns Ctrl-C and a request to end (SIGINT, SIGTERM, SIGHUP) into a callback, while it lives; there is
-/// one at a time. Further signals change nothing. Make it before anything that starts threads: they
+/// Turns Ctrl-C and a request to end (SIGINT, SIGTERM, SIGHUP, SIGQUIT) into a callback, while it lives;
+/// there is one at a time. Further signals change nothing. Make it before anything that starts threads: they
 /// inherit that the signals are blocked. Signals are taken by a thread of its own, so this works while the
 /// main thread is busy.
 class Interrupt {

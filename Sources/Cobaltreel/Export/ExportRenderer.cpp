@@ -169,8 +169,9 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     cancelled = false;
     const auto size =
         OutputSize::compute(meta_.captureWidthPx, meta_.captureHeightPx, targetHeight(options.quality));
-    const int wOut = static_cast<int>(size.w);
-    const int hOut = static_cast<int>(size.h);
+    // A strip that is all but a line still has two sides.
+    const int wOut = std::max(static_cast<int>(size.w), 2);
+    const int hOut = std::max(static_cast<int>(size.h), 2);
     const ExportTiming timing = timingOf(meta_, options.trimStart, options.trimEnd);
     const double duration = timing.duration();
 

@@ -19,6 +19,8 @@ using platform::Rect;
 namespace {
 
 constexpr double rippleDuration = 0.4;  // seconds
+// More than anybody clicks in that time; a log may claim any number.
+constexpr std::size_t mostRipples = 64;
 constexpr Colour white{1, 1, 1, 1};
 constexpr Colour black{0, 0, 0, 1};
 
@@ -95,6 +97,7 @@ std::vector<FrameComposer::RipplePoint> FrameComposer::ripplesAt(double t, const
                           plan_.hOut - (click.py - crop.y) * plan_.hOut / crop.h,
                           (t - click.t) / rippleDuration});
     }
+    if (points.size() > mostRipples) points.erase(points.begin(), points.end() - mostRipples);
     return points;
 }
 

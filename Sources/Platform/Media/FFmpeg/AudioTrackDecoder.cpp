@@ -75,6 +75,7 @@ void AudioTrackDecoder::seek(std::int64_t position) {
 
 /// Stores more of the track after what is stored; false when there is no more.
 bool AudioTrackDecoder::fill() {
+    if (isUnusable_) return false;
     if (framePending_) {
         startRun();
         return true;
@@ -124,12 +125,17 @@ bool AudioTrackDecoder::continuesRun() const {
 
 void AudioTrackDecoder::startRun() {
     framePending_ = false;
+    try {
+        prepareResampler(*frame_);
+    } catch (const PlatformError&) {
+        isUnusable_ = true;
+        return;
+    }
     inRun_ = true;
     runStart_ = input_.movieSeconds(frame_->best_effort_timestamp);
     runSourceFrames_ = 0;
     storedStart_ = std::llround(runStart_ * mixSampleRate);
     stored_.clear();
-    prepareResampler(*frame_);
     convert(frame_.get());
 }
 

@@ -50,6 +50,7 @@ class AudioTrackDecoder {
     FramePtr frame_ = makeFrame();
     bool framePending_ = false;  // `frame_` begins the next run
     bool atEnd_ = false;
+    bool isUnusable_ = false;  // sound that cannot be converted; the rest of it is silence
     std::optional<PlatformError> error_;
     std::int64_t nextPosition_ = 0;  // where the last call ended
 

@@ -13,6 +13,12 @@
 namespace platform::ffmpeg {
 namespace {
 
+// What a damaged movie says of its length and size is not believed beyond these: a day, and more pixels than
+// any screen has today; a decoder keeps a dozen pictures and more.
+constexpr double longestMovie = 24 * 3600;  // seconds
+constexpr std::int64_t mostPixels = 36'000'000;
+constexpr std::int64_t manyPixels = 10'000'000;  // of these not one for each processor
+
 // Kinds of movie that people have; a text file or a picture is not taken for one.
 constexpr const char* acceptedFormats = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,mpegts,avi";
 
@@ -37,8 +43,8 @@ AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
     if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0)
         end = start + seconds(stream.duration, stream.time_base);
     // Sound that only primes the decoder lies before zero and is not part of the movie.
-    track.timeRange.start = std::max(0.0, start);
-    track.timeRange.end = std::max(track.timeRange.start, end);
+    track.timeRange.start = std::clamp(start, 0.0, longestMovie);
+    track.timeRange.end = std::clamp(end, track.timeRange.start, longestMovie);
     if (codec.codec_type == AVMEDIA_TYPE_AUDIO) {
         track.type = MediaType::audio;
         track.sampleRate = codec.sample_rate;
@@ -186,7 +192,9 @@ CodecPtr MovieInput::openDecoder() const {
     if (!decoder) throw std::bad_alloc();
     check(avcodec_parameters_to_context(decoder.get(), chosen.codecpar), sentence);
     decoder->pkt_timebase = chosen.time_base;
-    decoder->thread_count = codec->type == AVMEDIA_TYPE_VIDEO ? 0 : 1;
+    const std::int64_t pixels = static_cast<std::int64_t>(decoder->width) * decoder->height;
+    decoder->max_pixels = mostPixels;
+    decoder->thread_count = codec->type != AVMEDIA_TYPE_VIDEO ? 1 : pixels > manyPixels ? 2 : 0;
     check(avcodec_open2(decoder.get(), codec, nullptr), sentence);
     return decoder;
 }

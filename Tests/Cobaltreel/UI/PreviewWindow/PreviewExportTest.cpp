@@ -100,7 +100,7 @@ TEST_F(PreviewExportTest, SoundThatWasNotRecordedIsNotAskedFor) {
 
 TEST_F(PreviewExportTest, ANameOfNothingIsTheProducts) {
     for (const auto& [name, file] : {std::pair(QString(), "Cobaltreel.mp4"),
-                                     {QStringLiteral("   "), "Cobaltreel.mp4"},
+                                     {QStringLiteral("   "), "Cobaltreel-2.mp4"},
                                      {QStringLiteral("///"), "---.mp4"},
                                      {QStringLiteral(u"הדרכה"), "הדרכה.mp4"}}) {
         players->players.clear();
