@@ -164,7 +164,7 @@ int main(int argc, char** argv) {
     for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, onCrash);
     std::thread([] {
         for (;; std::this_thread::sleep_for(std::chrono::seconds(1)))
-            if (begun != 0 && nowSeconds() - begun > patience.count()) {
+            if (const auto since = begun.load(); since != 0 && nowSeconds() - since > patience.count()) {
                 keepInput();
                 std::cerr << faultName.data() << " takes more than ten seconds\n";
                 _exit(1);

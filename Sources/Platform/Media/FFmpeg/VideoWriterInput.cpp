@@ -63,6 +63,7 @@ void VideoWriterInput::encodePicture(const ConstPixelBufferRef& picture, std::in
     coarse_ = coarsening > 0 ? picture : nullptr;
     if (governor_ && governor_->isExhausted()) return;
     lastTime_ = timestamp;
+    if (governor_) lastPicture_ = picture;
     const bool isKeyFrame = governor_ && isKeyFrameDue(timestamp);
     FramePtr frame = conversion_.frame(picture, settings_.matrix);
     frame->pts = timestamp;
@@ -85,13 +86,17 @@ bool VideoWriterInput::isKeyFrameDue(std::int64_t timestamp) const {
 }
 
 void VideoWriterInput::pause() {
-    if (!coarse_) return;
+    // An encoder that works on two pictures at a time gives the last one back only when another follows.
+    const bool isHeldBack = lastPicture_ && !hasRepeated_ && lastEncoded_ < lastTime_;
+    const auto picture = coarse_ ? coarse_ : isHeldBack ? lastPicture_ : nullptr;
+    if (!picture) return;
     hasRepeated_ = true;
-    encodePicture(coarse_, lastTime_ + refinementDelay);
+    encodePicture(picture, lastTime_ + refinementDelay);
 }
 
 bool VideoWriterInput::isWanted(const AVPacket& packet) {
     if (governor_) governor_->spend(8.0 * packet.size);
+    lastEncoded_ = std::max(lastEncoded_, packet.pts);
     return true;
 }
 
