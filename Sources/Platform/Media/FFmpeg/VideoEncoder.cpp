@@ -37,19 +37,23 @@ double pixelsPerSecond(const VideoSettings& settings) {
 //
 // The quantiser is the same for every picture (qcomp=1): what moved a moment ago must not make the text
 // coarse that stands still now. The library's own rate ceiling counts frames, not seconds, and is not used;
-// adaptive quantisation of no strength to speak of is on because coarsening a frame goes through it. It reads
-// an offset for each block of 16 pixels; FFmpeg hands over one for each quantisation group, so these must be
-// as small, or the encoder reads beyond what it was given.
+// adaptive quantisation of no strength to speak of is on because coarsening a frame goes through it. The
+// library then reads an offset for each 16 pixels of the picture as it pads it, to whole blocks; FFmpeg hands
+// over those of the picture itself. Where 32-pixel blocks would make more of them it read beyond the list,
+// and crashed now and then.
 Options hevcRealTime(const VideoSettings& settings) {
     constexpr double easyPixelsPerSecond = 1280.0 * 720 * 30;
     constexpr double oneAtATimePixelsPerSecond = 1280.0 * 720 * 60;
     constexpr double hardPixelsPerSecond = 1920.0 * 1080 * 45;
     std::string parameters =
         "log-level=none:bframes=0:rc-lookahead=0:scenecut=0:qcomp=1:ctu=32:max-tu-size=16:rd=1:"
-        "max-merge=1:early-skip=1:fast-intra=1:aq-mode=1:aq-strength=0.01:qg-size=16:cutree=0:psy-rd=0:no-"
+        "max-merge=1:early-skip=1:fast-intra=1:aq-mode=1:aq-strength=0.01:cutree=0:psy-rd=0:no-"
         "weightp=1:"
         "repeat-headers=0";
-    parameters += pixelsPerSecond(settings) <= easyPixelsPerSecond ? ":min-cu-size=16" : ":min-cu-size=32";
+    const auto isWhole = [](int side) { return (side + 15) / 16 % 2 == 0; };
+    const bool largeBlocks = pixelsPerSecond(settings) > easyPixelsPerSecond && isWhole(settings.width) &&
+                             isWhole(settings.height);
+    parameters += largeBlocks ? ":min-cu-size=32" : ":min-cu-size=16";
     parameters +=
         pixelsPerSecond(settings) > oneAtATimePixelsPerSecond ? ":frame-threads=2" : ":frame-threads=1";
     if (pixelsPerSecond(settings) > hardPixelsPerSecond) parameters += ":no-deblock=1:no-temporal-mvp=1";
