@@ -128,7 +128,8 @@ class FaultTest : public testing::Test {
         if (!orphan) return left;
         left.isOffered = true;
         left.end = orphan->meta.recordingEndHostTime.value_or(0);
-        left.length = left.end - orphan->meta.screenFirstPTS.value_or(0);
+        // No recording is offered shorter than that.
+        left.length = std::max(left.end - orphan->meta.screenFirstPTS.value_or(0), 0.5);
         // The end is what may be missing.
         const double start = std::max(left.length - 1.5, 0.0);
         const std::string output = (home_ / "out.mp4").string();
