@@ -34,7 +34,7 @@ const QString globalShortcuts = QStringLiteral("org.freedesktop.portal.GlobalSho
 const QString shortcutID = QStringLiteral("toggle");
 constexpr int portalMilliseconds = 2000;
 
-/// In the notation of the shortcuts specification of the desktops.
+/// In the notation that desktops share for shortcuts.
 QString triggerOf(const KeyChord& chord) {
     return QLatin1String(chord.command ? "LOGO+" : "") + QLatin1String(chord.option ? "ALT+" : "") +
            QString::number(chord.digit);
