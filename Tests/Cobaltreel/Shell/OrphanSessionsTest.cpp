@@ -175,7 +175,8 @@ TEST_F(OrphanSessionsTest, ARecordingThatWasCutOffIsMadeWholeAndOffered) {
 
         EXPECT_EQ(offered(), c.name);
         const SessionMeta whole = folder.readMeta();
-        EXPECT_NEAR(whole.recordingEndHostTime.value_or(0), c.end, 0.1) << c.name;
+        // `writeMovie` leaves off with up to 0.2 s still in the encoder.
+        EXPECT_NEAR(whole.recordingEndHostTime.value_or(0), c.end, 0.25) << c.name;
         EXPECT_DOUBLE_EQ(whole.screenFirstPTS.value_or(0), 10);
         EXPECT_EQ(whole.cameraFirstPTS, 10.1);
         EXPECT_EQ(folder.readEvents(), events);
