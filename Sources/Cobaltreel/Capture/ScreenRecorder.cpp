@@ -133,7 +133,10 @@ void ScreenRecorder::receiveVideo(const CapturedSample& sample) {
         firstPTS_ = sample.buffer.presentationTime.seconds();
         sessionStarted_ = true;
     }
-    if (input_ && input_->isReadyForMoreMediaData() && input_->append(sample.buffer)) {
+    // While this waits the stream keeps its own pictures back and delivers the newest afterwards. Dropped
+    // here, the last one before the screen stands still would be missing until it changes again.
+    constexpr double patience = 1;  // seconds
+    if (input_ && input_->waitUntilReady(patience) && input_->append(sample.buffer)) {
         ++written_;
         const std::lock_guard lock(startLock_);
         lastWritten_ = sample.buffer.presentationTime.seconds();
