@@ -284,6 +284,17 @@ TEST_F(PlayerTest, aPlayerMayGoAtAnyMoment) {
     EXPECT_TRUE(waitUntil([&] { return !owned; }));
 }
 
+TEST_F(PlayerTest, whatEncodersSayAfterAPlayerIsKeptFromTheTerminal) {
+    writePictures(file("movie.mov"), FileType::quickTimeMovie, smallH264, {0, 0.1, 0.2});
+    open(file("movie.mov"));
+    observations.clear();
+    player.reset();
+    service.reset();
+    testing::internal::CaptureStderr();
+    writePictures(file("after.mov"), FileType::quickTimeMovie, smallHevc, {0, 0.1, 0.2});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(PlayerTest, aTakeOfHalfAnHourOpensAtOnce) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     std::vector<double> times;

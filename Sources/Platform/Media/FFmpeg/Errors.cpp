@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -69,11 +68,8 @@ int check(int code, const std::string& sentence) {
 }
 
 void captureLibraryLog() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        av_log_set_level(AV_LOG_ERROR);
-        av_log_set_callback(keepLogLine);
-    });
+    av_log_set_level(AV_LOG_ERROR);
+    av_log_set_callback(keepLogLine);
 }
 
 FramePtr makeFrame() {

@@ -22,7 +22,8 @@ bool isDamage(const PlatformError& error);
 int check(int code, const std::string& sentence);
 
 /// Takes over the library's log for the process: nothing reaches standard error, the last error of each
-/// thread is kept for `libraryError`. Repeating it does nothing.
+/// thread is kept for `libraryError`. For whoever opens a movie or an encoder: a player that has been made
+/// and ended since has taken the log over, and lets it go to standard error.
 void captureLibraryLog();
 
 }  // namespace platform::ffmpeg
