@@ -298,8 +298,12 @@ QCoro::Task<void> CameraMicRecorder::stop() {
 
 void CameraMicRecorder::watchForStalls() {
     const auto watch = [this](StallWatch& state, std::uint64_t seen, const char* what) {
+        const bool isBack = seen != state.seen && state.quietTicks >= ticksUntilStalled;
         state.quietTicks = seen == state.seen ? state.quietTicks + 1 : 0;
         state.seen = seen;
+        if (state.device && isBack)
+            tell(
+                {CaptureEvent::Kind::returned, *state.device, "\"" + state.device->name + "\" sends again."});
         if (state.device && state.quietTicks == ticksUntilStalled)
             tell({CaptureEvent::Kind::stalled, *state.device,
                   "\"" + state.device->name + "\" sends no " + what +
@@ -321,7 +325,6 @@ void CameraMicRecorder::tell(const CaptureEvent& event) {
     auto& watch = event.device.type == MediaType::video ? cameraWatch_ : micWatch_;
     if (event.kind == CaptureEvent::Kind::lost || event.kind == CaptureEvent::Kind::failed)
         watch.device.reset();
-    if (event.device.type == MediaType::audio) currentMicLevel_ = 0;  // until it is heard again
     if (event.kind == CaptureEvent::Kind::returned) watch = {event.device, watch.seen, 0};
     if (onDeviceEvent) onDeviceEvent(event);
 }

@@ -60,8 +60,10 @@ class CameraMicRecorder {
     /// Told on the main thread what befalls a device in use.
     std::function<void(const platform::CaptureEvent&)> onDeviceEvent;
 
-    /// The latest level of the microphone, 0…1. Any thread.
+    /// The latest level of the microphone, 0…1; it stays when nothing is heard any more. Any thread.
     float currentMicLevel() const { return currentMicLevel_; }
+    /// Counts the runs of sound that have come from any microphone. Any thread.
+    std::uint64_t soundsSeen() const { return soundsSeen_; }
     /// Host-clock seconds of the first sample written. Any thread.
     std::optional<double> firstPTS() const;
     /// Brings what was captured onto the disk. Returns the host-clock time, in seconds, at which the movie

@@ -34,7 +34,7 @@ struct CaptureDevices {
 struct CaptureEvent {
     enum class Kind {
         lost,        ///< it went away, or the media server did; it is taken up again should it return
-        returned,    ///< it is back after `lost`
+        returned,    ///< it is back after `lost`, or can be used after `failed`, or sends after `stalled`
         failed,      ///< it could not be used at all
         unreadable,  ///< it sends pictures that cannot be decoded
         stalled,     ///< it is there and sends nothing

@@ -194,6 +194,7 @@ void PipeWireCaptureSession::reconcileCamera() {
             *connection_, setup, node->formats,
             CameraStream::Handlers{
                 [this](SampleBuffer sample) {
+                    streamDelivered(camera_);
                     if (gates_.video) gates_.video->pass(std::move(sample));
                 },
                 [this](const std::string& reason) { streamFailed(camera_, reason); },
@@ -223,6 +224,7 @@ void PipeWireCaptureSession::reconcileMicrophone() {
         microphoneStream_ = std::make_unique<SoundStream>(
             *connection_, setup,
             [this](SampleBuffer sample) {
+                streamDelivered(microphone_);
                 if (gates_.audio) gates_.audio->pass(std::move(sample));
             },
             [this](const std::string& reason) { streamFailed(microphone_, reason); });
@@ -238,6 +240,12 @@ void PipeWireCaptureSession::streamFailed(Input& input, const std::string& reaso
         tell(CaptureEvent::Kind::failed, *input.device,
              quoted(*input.device) + " cannot be used (" + reason + "). Another program may be using it.");
     retry_->signalAfter(Connection::retryInterval);
+}
+
+/// What fails after this fails anew, and is told anew.
+void PipeWireCaptureSession::streamDelivered(Input& input) {
+    if (std::exchange(input.attempts, 0) >= attemptsUntilReported)
+        tell(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " can be used again.");
 }
 
 void PipeWireCaptureSession::tell(CaptureEvent::Kind kind, const CaptureDevice& device,

@@ -53,7 +53,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
         int node = 0;  ///< serial of the one that the stream records
         bool isLost = false;
         bool hasFailed = false;  ///< and is tried again after a while
-        int attempts = 0;
+        int attempts = 0;        ///< that failed since the device delivered last
     };
     struct Gates {
         std::unique_ptr<SampleGate> video, audio;
@@ -69,6 +69,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     /// The node to record, absent while the device is away; tells of its loss and its return.
     const Node* presentNode(Input& input);
     void streamFailed(Input& input, const std::string& reason);
+    void streamDelivered(Input& input);
     void tell(CaptureEvent::Kind kind, const CaptureDevice& device, const std::string& message);
     Gates makeGates() const;
 
