@@ -42,6 +42,29 @@ QPoint besideOthers(QPoint place, const QWindow& window) {
     return place;
 }
 
+/// Once the window is on the screen, when its manager knows it: a request that came before was lost.
+class ActivateOnceShown final : public QObject {
+  public:
+    ActivateOnceShown(QWindow& window, std::shared_ptr<platform::WindowManager> manager)
+        : QObject(&window), window_(window), manager_(std::move(manager)) {
+        window.installEventFilter(this);
+    }
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Expose || !window_.isExposed())
+            return QObject::eventFilter(watched, event);
+        if (!window_.isActive()) manager_->activate(static_cast<std::uint32_t>(window_.winId()));
+        window_.removeEventFilter(this);
+        deleteLater();
+        return false;
+    }
+
+  private:
+    QWindow& window_;
+    std::shared_ptr<platform::WindowManager> manager_;
+};
+
 std::shared_ptr<platform::WindowManager>& windowManager() {
     static std::shared_ptr<platform::WindowManager> manager;
     return manager;
@@ -114,7 +137,7 @@ QRect AppWindows::room(const QScreen& screen) { return roomOf(screen, windowMana
 void AppWindows::bringForward(QWindow& window) {
     window.show();
     window.raise();
-    platform::WindowManager* const manager = windowManager().get();
+    const std::shared_ptr<platform::WindowManager> manager = windowManager();
     if (!manager || QGuiApplication::platformName() != QLatin1String("xcb")) {
         window.requestActivate();
         return;
@@ -122,6 +145,7 @@ void AppWindows::bringForward(QWindow& window) {
     const auto number = static_cast<std::uint32_t>(window.winId());
     manager->preferDark(number);
     manager->activate(number);
+    if (!window.isExposed()) new ActivateOnceShown(window, manager);
 }
 
 std::unique_ptr<AppWindow> AppWindows::present(const View& view, const QString& title, QSize size) {
