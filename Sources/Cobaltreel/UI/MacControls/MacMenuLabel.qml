@@ -27,6 +27,7 @@ Rectangle {
         label: label.text
         revealed: label.revealed
         quiet: label.quiet
+        Accessible.ignored: true
     }
     Rectangle {
         id: badge
