@@ -193,7 +193,7 @@ class Measurement {
         figures_.longestOwnStallMs = std::max(figures_.longestOwnStallMs, stalls.longestOwnMs());
     }
     void open() {
-        windows_->openPreview(folder_, meta_, [](bool) {});
+        windows_->openPreview(folder_, meta_, {}, [](bool) {});
         model_ = windows_->model();
         screen_ = windows_->window()->rootObject()->findChild<PictureView*>(QStringLiteral("screen"));
     }

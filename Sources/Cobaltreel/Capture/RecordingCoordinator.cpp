@@ -25,6 +25,8 @@ namespace {
 constexpr double tickInterval = 1.0;  // seconds
 constexpr std::int64_t secondsBetweenDiskChecks = 5;
 constexpr double meterInterval = 0.05;  // seconds
+/// Half a second; runs of sound are shorter.
+constexpr int ticksUntilUnheard = 10;
 
 Alert warning(QString message, QString informativeText = {}) {
     return {std::move(message), std::move(informativeText), {}};
@@ -72,9 +74,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
       preview_(std::make_unique<LivePreview>(engine_, *this)) {
     const QPointer<RecordingCoordinator> self(this);
     engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
-        if (self)
-            Q_EMIT self->deviceMessage(noticeOf(event), QString::fromStdString(event.message),
-                                       QString::fromStdString(event.device.uniqueID));
+        if (self) self->tellOf(event);
     };
     engine_->screen.onError = [self](const PlatformError& error) {
         if (self) self->streamFailed(error);
@@ -87,6 +87,12 @@ RecordingCoordinator::~RecordingCoordinator() {
     // Whoever waits for the countdown or for a change of the state goes on, and sees that this has gone.
     abandonCountdown();
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state_);
+}
+
+void RecordingCoordinator::tellOf(const platform::CaptureEvent& event) {
+    if (state_ == State::recording || beginning_) absences_.note(event, engine_->services.clock->now());
+    Q_EMIT deviceMessage(noticeOf(event), QString::fromStdString(event.message),
+                         QString::fromStdString(event.device.uniqueID));
 }
 
 void RecordingCoordinator::followDevices() {
@@ -188,6 +194,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
     bool atCamera = false;
     std::exception_ptr failure;
     beginning_ = true;
+    absences_.clear();
     try {
         platform::ShareableContent content;
         std::optional<PlatformError> soundless;
@@ -348,7 +355,8 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     meta_ = meta;
     if (error && endReason_.empty()) endReason_ = error->description();
     endedByFailure_ = endedByFailure_ || error;
-    if (meta && folder && !quitting_) openPreview(*folder, *meta);
+    if (meta && folder && !quitting_)
+        openPreview(*folder, *meta, absences_.since(meta->screenFirstPTS.value_or(0)));
     stopping_ = false;
     setState(State::idle);
     if (error && !quitting_)
@@ -441,10 +449,12 @@ void RecordingCoordinator::startCameraPreview() {
 
 void RecordingCoordinator::measureMic() {
     // Nothing is left running once a recording has ended with its panel closed.
-    if (!preview_->isActive())
-        micLevelTimer_.reset();
-    else
-        assign(micLevel_, engine_->cameraMic.currentMicLevel(), &RecordingCoordinator::micLevelChanged);
+    if (!preview_->isActive()) return micLevelTimer_.reset();
+    // A meter that stands still would look alive.
+    const std::uint64_t heard = engine_->cameraMic.soundsSeen();
+    unheardTicks_ = std::exchange(heard_, heard) == heard ? unheardTicks_ + 1 : 0;
+    assign(micLevel_, unheardTicks_ < ticksUntilUnheard ? engine_->cameraMic.currentMicLevel() : 0.0F,
+           &RecordingCoordinator::micLevelChanged);
 }
 
 void RecordingCoordinator::stopCameraPreview() {
@@ -466,11 +476,13 @@ void RecordingCoordinator::updateBubble() {
 
 void RecordingCoordinator::openSettings() { engine_->services.windows->openSettings(); }
 
-void RecordingCoordinator::openPreview(const SessionFolder& folder, const SessionMeta& meta) {
+void RecordingCoordinator::openPreview(const SessionFolder& folder, const SessionMeta& meta,
+                                       std::vector<DeviceAbsence> absences) {
     const QPointer<RecordingCoordinator> self(this);
-    engine_->services.windows->openPreview(folder, meta, [self, folder](bool hasExported) {
-        if (self) self->previewClosed(folder, hasExported);
-    });
+    engine_->services.windows->openPreview(folder, meta, std::move(absences),
+                                           [self, folder](bool hasExported) {
+                                               if (self) self->previewClosed(folder, hasExported);
+                                           });
 }
 
 QCoro::Task<void> RecordingCoordinator::previewClosed(SessionFolder folder, bool hasExported) {

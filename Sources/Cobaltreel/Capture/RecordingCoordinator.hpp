@@ -94,7 +94,8 @@ class RecordingCoordinator final : public RecordingChoices {
     /// Moves or resizes the bubble; not while recording.
     void updateBubble();
     void openSettings();
-    void openPreview(const SessionFolder& folder, const SessionMeta& meta);
+    void openPreview(const SessionFolder& folder, const SessionMeta& meta,
+                     std::vector<DeviceAbsence> absences = {});
 
   Q_SIGNALS:
     void stateChanged();
@@ -120,6 +121,7 @@ class RecordingCoordinator final : public RecordingChoices {
     void abandonCountdown();
     void endPreview();
     void measureMic();
+    void tellOf(const platform::CaptureEvent& event);
     void setState(State state);
 
     std::shared_ptr<RecordingEngine> engine_;
@@ -129,6 +131,9 @@ class RecordingCoordinator final : public RecordingChoices {
     State state_ = State::idle;
     double elapsed_ = 0;
     float micLevel_ = 0;
+    std::uint64_t heard_ = 0;  // runs of sound, when the level was measured last
+    int unheardTicks_ = 0;
+    DeviceAbsences absences_;  // of the recording that runs
     std::optional<SessionFolder> session_;
     std::optional<SessionMeta> meta_;
     std::string endReason_;

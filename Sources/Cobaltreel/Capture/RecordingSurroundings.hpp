@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Cobaltreel/Capture/DeviceAbsences.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "CobaltreelCore/Models.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
 
 #include <functional>
+#include <vector>
 
 namespace cobaltreel {
 
@@ -29,9 +31,10 @@ class CameraBubble {
 class RecordingWindows {
   public:
     virtual ~RecordingWindows() = default;
-    /// Opens the preview of a session in front. `closed` is called once, after it was closed, with whether
-    /// the last export that the user asked for was completed.
+    /// Opens the preview of a session in front, with a word about devices that were missing. `closed` is
+    /// called once, after it was closed, with whether the last export that the user asked for was completed.
     virtual void openPreview(const SessionFolder& folder, const SessionMeta& meta,
+                             std::vector<DeviceAbsence> absences,
                              std::function<void(bool hasExported)> closed) = 0;
     /// An export runs.
     virtual bool isExporting() const = 0;

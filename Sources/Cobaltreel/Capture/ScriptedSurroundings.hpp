@@ -75,14 +75,15 @@ class ScriptedWindows final : public RecordingWindows {
     struct Preview {
         SessionFolder folder;
         SessionMeta meta;
+        std::vector<DeviceAbsence> absences;
         std::function<void(bool hasExported)> close;
     };
     std::vector<Preview> previews;
     int settingsOpened = 0;
 
     void openPreview(const SessionFolder& folder, const SessionMeta& meta,
-                     std::function<void(bool)> closed) override {
-        previews.push_back({folder, meta, std::move(closed)});
+                     std::vector<DeviceAbsence> absences, std::function<void(bool)> closed) override {
+        previews.push_back({folder, meta, std::move(absences), std::move(closed)});
     }
     bool exporting = false;
     std::vector<double> patience;  ///< of each request to end

@@ -26,7 +26,7 @@ ExitStatus runOpen(const std::string& text, Interrupt& interrupt) {
     PreviewWindows windows({services.players, services.media, services.vision, services.fileBrowser,
                             std::make_shared<AlertWindows>(), services.clock, services.mainLoop});
     QEventLoop loop;
-    windows.openPreview(session.folder, session.meta, [&loop](bool) { loop.quit(); });
+    windows.openPreview(session.folder, session.meta, {}, [&loop](bool) { loop.quit(); });
     const auto handling =
         interrupt.handle([&] { services.mainLoop->post([&windows] { windows.endPreviews(0, [] {}); }); });
     loop.exec();

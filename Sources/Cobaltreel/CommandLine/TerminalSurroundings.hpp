@@ -46,7 +46,8 @@ class NoBubble final : public CameraBubble {
 
 class NoWindows final : public RecordingWindows {
   public:
-    void openPreview(const SessionFolder&, const SessionMeta&, std::function<void(bool)>) override {}
+    void openPreview(const SessionFolder&, const SessionMeta&, std::vector<DeviceAbsence>,
+                     std::function<void(bool)>) override {}
     bool isExporting() const override { return false; }
     void endPreviews(double, std::function<void()> ended) override { ended(); }
     void openSettings() override {}

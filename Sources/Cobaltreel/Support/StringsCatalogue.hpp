@@ -105,6 +105,9 @@
           u"No sound comes from “%1”. Plug it in again, or choose another one")                              \
     ENTRY(microphoneSilent, u"לא נשמע דבר מ״\u2068%1\u2069״. בדוק שהוא לא מושתק, או בחר מיקרופון אחר",       \
           u"Nothing is heard from “%1”. Check that it is not muted, or choose another one")                  \
+    ENTRY(deviceMissingBetween, u"״\u2068%1\u2069״ לא הוקלט בין %2 ל-%3",                                     \
+          u"“%1” was not recorded from %2 to %3")                                                            \
+    ENTRY(deviceMissingSince, u"״\u2068%1\u2069״ לא הוקלט מ-%2 ועד הסוף", u"“%1” was not recorded from %2 on") \
     ENTRY(systemAudioUnavailable, u"צלילי המערכת לא מוקלטים: שרת המדיה PipeWire לא עונה",                      \
           u"System audio is not recorded: the media server PipeWire does not answer")                        \
     ENTRY(mediaServerMissing, u"שרת המדיה PipeWire לא עונה: אין מצלמה ואין קול. התקן והפעל אותו",            \

@@ -122,9 +122,11 @@ TEST_F(RecordingPreviewTest, ARecordingKeepsThePreviewAsItIs) {
     EXPECT_TRUE(coordinator->previewActive());
     devices().deliverPicture(1001);
     devices().deliverSound(1001, 0.04F);
-    time->advance(1);
+    time->advance(0.1);
     EXPECT_EQ(bubble->frames(), 1);
     EXPECT_GT(coordinator->micLevel(), 0);
+    time->advance(1);
+    EXPECT_EQ(coordinator->micLevel(), 0) << "a meter that stands still would look alive";
     stop();
     time->advance(1);
     EXPECT_EQ(coordinator->micLevel(), 0);
@@ -186,6 +188,31 @@ TEST_F(RecordingPreviewTest, TellsWhatBefallsADevice) {
     }
     EXPECT_EQ(coordinator->state(), State::recording);
     stop();
+}
+
+TEST_F(RecordingPreviewTest, ThePreviewIsToldWhichDeviceWasMissingWhen) {
+    using Kind = platform::CaptureEvent::Kind;
+    record();
+    const double start = time->now();
+    const auto tell = [&](double at, Kind kind, const platform::CaptureDevice& device) {
+        for (; time->now() < start + at; time->advance(1)) devices().deliverSound(time->now(), 0.5F);
+        devices().tell({kind, device, {}});
+        time->drain();
+    };
+    tell(2, Kind::lost, camera);
+    tell(3, Kind::silent, otherMic);
+    tell(5, Kind::returned, camera);
+    tell(6, Kind::failed, otherMic);
+    tell(7, Kind::lost, otherMic);
+    stop();
+    ASSERT_THAT(windows->previews, SizeIs(1));
+    const auto& absences = windows->previews[0].absences;
+    const double first = windows->previews[0].meta.screenFirstPTS.value_or(0);
+    EXPECT_THAT(absences, ElementsAre(DeviceAbsence{"Camera", start + 2 - first, start + 5 - first},
+                                      DeviceAbsence{"Headset", start + 6 - first, std::nullopt}));
+    record();
+    stop();
+    EXPECT_THAT(windows->previews[1].absences, IsEmpty()) << "each recording has its own";
 }
 
 TEST_F(RecordingPreviewTest, DevicesThatComeAndGoAreOfferedAtOnce) {

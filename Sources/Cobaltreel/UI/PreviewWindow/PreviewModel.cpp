@@ -1,6 +1,7 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 
 #include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/PreviewWindow/CutoutPictures.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewComposition.hpp"
 
@@ -227,6 +228,21 @@ void PreviewModel::setSystemAudio(bool on) { change(systemAudio_, on, &PreviewMo
 void PreviewModel::setQuality(Quality quality) { change(quality_, quality, &PreviewModel::qualityChanged); }
 void PreviewModel::setFilename(const QString& name) {
     change(filename_, name, &PreviewModel::filenameChanged);
+}
+
+void PreviewModel::setAbsences(std::vector<DeviceAbsence> absences) {
+    absences_ = std::move(absences);
+    Q_EMIT missingDevicesChanged();
+}
+
+QString PreviewModel::missingDevices() const {
+    QStringList lines;
+    for (const DeviceAbsence& absence : absences_) {
+        const QString name = QString::fromStdString(absence.name), from = mmss(absence.from);
+        lines.append(absence.until ? S::deviceMissingBetween().arg(name, from, mmss(*absence.until))
+                                   : S::deviceMissingSince().arg(name, from));
+    }
+    return lines.join(QLatin1Char('\n'));
 }
 
 QString PreviewModel::mmss(double seconds) {

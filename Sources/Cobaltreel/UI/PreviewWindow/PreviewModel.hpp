@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cobaltreel/Capture/DeviceAbsences.hpp"
 #include "Cobaltreel/Export/ExportOptions.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
@@ -14,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <QtQml/qqmlregistration.h>
 
@@ -50,6 +52,8 @@ class PreviewModel : public QObject {
     Q_PROPERTY(bool isExported READ isExported NOTIFY exportedURLChanged FINAL)
     /// Where the exported movie is, for a person to read; empty before there is one.
     Q_PROPERTY(QString exportedTo READ exportedTo NOTIFY exportedURLChanged FINAL)
+    /// Which device is missing in the recording, and when: a line for each time; empty when none is.
+    Q_PROPERTY(QString missingDevices READ missingDevices NOTIFY missingDevicesChanged FINAL)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged FINAL)
     Q_PROPERTY(double position READ position NOTIFY positionChanged FINAL)
     Q_PROPERTY(cobaltreel::PictureSource* screenPictures READ screenPictures CONSTANT FINAL)
@@ -106,6 +110,8 @@ class PreviewModel : public QObject {
     const std::optional<std::filesystem::path>& exportedURL() const { return exportedURL_; }
     bool isExported() const { return exportedURL_.has_value(); }
     QString exportedTo() const;
+    QString missingDevices() const;
+    void setAbsences(std::vector<DeviceAbsence> absences);
     /// True from the first completed export on.
     bool hasExported() const { return hasExported_; }
     bool isPlaying() const { return isPlaying_; }
@@ -154,6 +160,7 @@ class PreviewModel : public QObject {
     void exportingChanged();
     void progressChanged();
     void exportedURLChanged();
+    void missingDevicesChanged();
     void isPlayingChanged();
     void positionChanged();
     void cameraPicturesChanged();
@@ -217,6 +224,7 @@ class PreviewModel : public QObject {
     double progress_ = 0;
     std::optional<std::filesystem::path> exportedURL_;
     bool hasExported_ = false;
+    std::vector<DeviceAbsence> absences_;
     bool isPlaying_ = false;
     double position_ = 0;
     QString playbackProblem_;

@@ -84,6 +84,17 @@ FocusScope {
             anchors.topMargin: spacing
             spacing: 10
 
+            ControlText {
+                objectName: "missingDevices"
+                anchors.left: parent.left
+                anchors.right: parent.right
+                visible: label !== ""
+                label: view.model.missingDevices
+                color: Color.warning
+                font.pixelSize: TextSize.small
+                horizontalAlignment: Text.AlignLeft
+                maximumLineCount: 3
+            }
             TrimRow {
                 id: start
 

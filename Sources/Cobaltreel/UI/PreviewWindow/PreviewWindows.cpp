@@ -28,11 +28,12 @@ PreviewWindows::PreviewWindows(PreviewServices services) : services_(std::move(s
 PreviewWindows::~PreviewWindows() = default;
 
 void PreviewWindows::openPreview(const SessionFolder& folder, const SessionMeta& meta,
-                                 std::function<void(bool)> closed) {
+                                 std::vector<DeviceAbsence> absences, std::function<void(bool)> closed) {
     auto* preview = previews_
                         .emplace_back(new Preview{
                             .model{folder, meta, services_}, .closed = std::move(closed), .window = nullptr})
                         .get();
+    preview->model.setAbsences(std::move(absences));
     const View view =
         View::ofModule(QStringLiteral("Cobaltreel.PreviewWindow"), QStringLiteral("PreviewView"),
                        {{QStringLiteral("model"), QVariant::fromValue(&preview->model)}});

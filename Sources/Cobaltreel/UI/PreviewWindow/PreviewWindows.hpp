@@ -22,6 +22,7 @@ class PreviewWindows final : public RecordingWindows {
     ~PreviewWindows() override;
 
     void openPreview(const SessionFolder& folder, const SessionMeta& meta,
+                     std::vector<DeviceAbsence> absences,
                      std::function<void(bool hasExported)> closed) override;
     bool isExporting() const override;
     void endPreviews(double patience, std::function<void()> ended) override;

@@ -40,7 +40,7 @@ class PreviewDesktopTest : public LocalisedTest {
                                services.clock, services.mainLoop});
     }
     void open() {
-        windows.openPreview(folder, meta, [this](bool hasExported) {
+        windows.openPreview(folder, meta, absences, [this](bool hasExported) {
             ++closed;
             exported = hasExported;
         });
@@ -86,6 +86,7 @@ class PreviewDesktopTest : public LocalisedTest {
     SessionFolder folder{temporary.path()};
     rig::CounterSession session;
     SessionMeta meta;
+    std::vector<DeviceAbsence> absences;
     std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
         std::make_shared<platform::ScriptedFileBrowser>();
     std::shared_ptr<AlertWindows> alerts = std::make_shared<AlertWindows>();
@@ -192,7 +193,11 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
 TEST_F(PreviewDesktopTest, HebrewMirrorsThePanelButNeitherThePictureNorItsTime) {
     AppSettings::shared().setLanguage(Language::he);
     meta.cameraStyle = CameraStyle::cutout;
+    absences = {{"HD Webcam C920", 1.2, 3.9}, {"USB Microphone", 4, std::nullopt}};
     open();
+    const QString missing = item("missingDevices")->property("label").toString();
+    for (const char* part : {"HD Webcam C920", "00:01", "00:03", "USB Microphone", "00:04"})
+        EXPECT_TRUE(missing.contains(QLatin1String(part))) << part;
     EXPECT_LT(at("cutoutBubble").x(), at("timeLine").x());
     input.click(at("timeLine", 0.25));
     EXPECT_TRUE(waitUntil([&] { return std::abs(model().position() - 1.5) < 0.1; })) << model().position();
