@@ -1,12 +1,12 @@
 #include "Platform/Media/FFmpeg/MovieInput.hpp"
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
+#include "Platform/Media/FFmpeg/MovieBoxes.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <new>
 #include <system_error>
 
@@ -57,32 +57,6 @@ AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
     return track;
 }
 
-std::uint32_t bigEndian(const unsigned char* bytes) {
-    return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
-           static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
-}
-
-/// Where the last whole fragment of a movie that breaks off ends; absent when it is no such movie, or whole.
-std::optional<std::uint64_t> wholeFragmentsEnd(const std::filesystem::path& path) {
-    std::error_code error;
-    const std::uint64_t size = std::filesystem::file_size(path, error);
-    if (error) return std::nullopt;
-    std::ifstream file(path, std::ios::binary);
-    std::uint64_t position = 0, whole = 0;
-    // A fragment is its description, "moof", and the "mdat" behind it.
-    for (unsigned char head[16]; position < size;) {
-        file.seekg(static_cast<std::streamoff>(position));
-        if (!file.read(reinterpret_cast<char*>(head), 8)) break;
-        std::uint64_t length = bigEndian(head);
-        if (length == 1 && file.read(reinterpret_cast<char*>(head + 8), 8))
-            length = static_cast<std::uint64_t>(bigEndian(head + 8)) << 32 | bigEndian(head + 12);
-        if (length < 8 || length > size - position) break;
-        position += length;
-        if (std::memcmp(head + 4, "mdat", 4) == 0) whole = position;
-    }
-    return whole > 0 && whole < size ? std::optional(whole) : std::nullopt;
-}
-
 bool isPicture(const AVStream& stream) { return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0; }
 
 }  // namespace
@@ -95,11 +69,12 @@ MovieInput::MovieInput(const std::filesystem::path& path)
     if (std::filesystem::exists(path, ignored) && !std::filesystem::is_regular_file(path, ignored))
         throw PlatformError("FFmpeg", AVERROR(EINVAL), "The movie " + path.string() + " is not a file.");
     const std::string sentence = "The movie " + path.string() + " cannot be opened";
+    if (MovieBoxes::hasTrackWithoutNumber(path)) throw libraryError(AVERROR_INVALIDDATA, sentence);
     // The prefix keeps a colon in a file's name from being taken for a protocol.
     const std::string url = "file:" + path.string();
     int result = open(url);
     if (result == AVERROR_INVALIDDATA || result == AVERROR_EOF)
-        if (const auto end = wholeFragmentsEnd(path))
+        if (const auto end = MovieBoxes::wholeFragmentsEnd(path))
             result = open("subfile,,start,0,end," + std::to_string(*end) + ",,:" + url);
     if (result == AVERROR_INVALIDDATA || result == AVERROR_EOF) {
         const PlatformError error = libraryError(AVERROR_INVALIDDATA, sentence);
