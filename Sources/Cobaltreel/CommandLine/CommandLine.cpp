@@ -1,6 +1,7 @@
 #include "Cobaltreel/CommandLine/CommandLine.hpp"
 
 #include "Cobaltreel/CommandLine/Command.hpp"
+#include "Platform/Foundation/OpenFileLimit.hpp"
 #include "Platform/PlatformServices.hpp"
 
 #include <QApplication>
@@ -16,6 +17,9 @@ namespace cobaltreel {
 namespace {
 
 using Windows = CommandBody::Windows;
+
+/// A recording of five streams beside a preview has eighty or a hundred.
+constexpr int openFilesNeeded = 256;
 
 std::unique_ptr<QCoreApplication> makeObject(Windows windows, int& argc, char** argv) {
     switch (windows) {
@@ -109,6 +113,7 @@ int runCommandLine(int argc, char** argv) {
     // Whoever reads our messages may go; a recording goes on.
     std::signal(SIGPIPE, SIG_IGN);
     try {
+        platform::requireOpenFiles(openFilesNeeded);
         const auto application = makeApplication(body.windows, argc, argv);
         return static_cast<int>(body.run());
     } catch (const CommandError& error) {

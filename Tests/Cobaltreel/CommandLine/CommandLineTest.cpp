@@ -202,6 +202,21 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
     EXPECT_FALSE(json::parse(run({"inspect", session, "--json"}).out).empty()) << "the take is still good";
 }
 
+TEST_F(CommandLineTest, WhereTooFewFilesMayBeOpenItSaysSoAtOnce) {
+    const std::string program = COBALTREEL_PROGRAM;
+    for (const std::string limit : {"24", "48"})
+        for (const std::string& command :
+             std::vector<std::string>{"", " record --duration 1", " export " + session, " doctor"}) {
+            const auto result =
+                Program({"sh", "-c", "ulimit -n " + limit + "; exec " + program + command}).finish();
+            EXPECT_EQ(result.status, 1) << limit << command;
+            EXPECT_THAT(result.err, HasSubstr("Only " + limit + " files")) << command;
+        }
+    // What the process may raise itself, it does.
+    EXPECT_EQ(
+        Program({"sh", "-c", "ulimit -S -n 48; exec " + program + " inspect " + session}).finish().status, 0);
+}
+
 TEST_F(CommandLineTest, WithoutADisplayRecordingSaysSoAndExportingWorks) {
     for (const auto& arguments : {std::vector<std::string>{"record", "--duration", "1"}, {"sources"}, {}}) {
         const auto result = Program(cobaltreel(arguments), {"DISPLAY"}).finish();
