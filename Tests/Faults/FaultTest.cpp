@@ -116,7 +116,8 @@ class FaultTest : public testing::Test {
 
     struct Left {
         bool isOffered = false;
-        double end = 0;  // host time
+        double start = 0;  // host time
+        double end = 0;
         double length = 0;
         std::string problem;  // of the export
     };
@@ -127,9 +128,10 @@ class FaultTest : public testing::Test {
         const auto orphan = OrphanSessions::takeUnprompted(Paths::sessionsRoot(), defaults, *media_);
         if (!orphan) return left;
         left.isOffered = true;
+        left.start = orphan->meta.screenFirstPTS.value_or(0);
         left.end = orphan->meta.recordingEndHostTime.value_or(0);
         // No recording is offered shorter than that.
-        left.length = std::max(left.end - orphan->meta.screenFirstPTS.value_or(0), 0.5);
+        left.length = std::max(left.end - left.start, 0.5);
         // The end is what may be missing.
         const double start = std::max(left.length - 1.5, 0.0);
         const std::string output = (home_ / "out.mp4").string();
@@ -178,6 +180,7 @@ TEST_F(FaultTest, KilledAtAnyMoment) {
     for (int i = 0; i < runsOf(2, 200); ++i) {
         const double after = i % 3 == 0 || !arguments.isLong ? uniform(0, 2) : uniform(0, 10);
         SCOPED_TRACE(testing::Message() << "run " << i << ", " << after << " s, seed " << arguments.seed);
+        const double launched = rig::hostTime();
         Program recording(recordCommand());
         ASSERT_FALSE(begun().empty());
         const double begin = rig::hostTime();
@@ -189,6 +192,7 @@ TEST_F(FaultTest, KilledAtAnyMoment) {
         if (left.isOffered) {
             losses.add(killed - left.end);
             EXPECT_LT(killed - left.end, 2);
+            EXPECT_GT(left.start, launched);
             EXPECT_EQ(left.problem, "");
         } else {
             losses.add(killed - begin);

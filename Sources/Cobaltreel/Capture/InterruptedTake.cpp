@@ -30,6 +30,7 @@ struct Movie {
     Contents contents = Contents::unknown;
     double length = 0;  // seconds, of the longest track
     std::string reason;
+    std::optional<double> start;  // host clock
 
     bool isPlayable() const { return contents == Contents::pictures || contents == Contents::soundOnly; }
 };
@@ -37,10 +38,11 @@ struct Movie {
 Movie lookAt(const std::filesystem::path& file, platform::MediaService& media) {
     std::error_code error;
     const auto status = std::filesystem::symlink_status(file, error);
-    if (status.type() == std::filesystem::file_type::not_found) return {Movie::Contents::nothing, 0, {}};
+    if (status.type() == std::filesystem::file_type::not_found) return {Movie::Contents::nothing, 0, {}, {}};
     try {
-        Movie movie{Movie::Contents::nothing, 0, {}};
+        Movie movie{Movie::Contents::nothing, 0, {}, {}};
         const auto asset = media.asset(file);
+        movie.start = asset->sessionStart();
         for (const MediaType type : {MediaType::audio, MediaType::video})
             for (const auto& track : asset->loadTracks(type)) {
                 if (track.timeRange.duration() <= 0) continue;
@@ -52,16 +54,19 @@ Movie lookAt(const std::filesystem::path& file, platform::MediaService& media) {
     } catch (const platform::NotAMovie& problem) {
         // What is larger may still be of use to somebody.
         const bool isSmall = std::filesystem::file_size(file, error) <= largestEmptyMovie && !error;
-        return {isSmall ? Movie::Contents::nothing : Movie::Contents::unknown, 0, problem.description()};
+        return {isSmall ? Movie::Contents::nothing : Movie::Contents::unknown, 0, problem.description(), {}};
     } catch (const PlatformError& problem) {
-        return {Movie::Contents::unknown, 0, problem.description()};
+        return {Movie::Contents::unknown, 0, problem.description(), {}};
     }
 }
 
 bool tellsBothEnds(const SessionMeta& meta) { return meta.screenFirstPTS && meta.recordingEndHostTime; }
 
-/// The ends that the movies and the journal tell of.
+/// The ends that the movies and the journal tell of: the document may be older than the movies' first
+/// pictures.
 void completeTimes(SessionMeta& meta, const Movie& screen, const Movie& camera, const EventLog& events) {
+    if (!meta.cameraFirstPTS && camera.isPlayable()) meta.cameraFirstPTS = camera.start;
+    if (!meta.screenFirstPTS) meta.screenFirstPTS = screen.start;
     if (!meta.screenFirstPTS)
         meta.screenFirstPTS =
             !events.samples.empty() ? events.samples.front().t : meta.cameraFirstPTS.value_or(0);

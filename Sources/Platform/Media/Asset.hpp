@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,9 @@ class Asset {
     /// The tracks of one type in file order. Throws PlatformError naming the file when it cannot be
     /// opened, NotAMovie when it is none. Of a movie that breaks off, what comes before counts.
     virtual std::vector<AssetTrack> loadTracks(MediaType type) = 0;
+    /// Where the session of its writer started, in seconds of the host clock: the zero of its timeline.
+    /// Absent when the movie does not tell. Throws as `loadTracks` does.
+    virtual std::optional<double> sessionStart() = 0;
 };
 
 }  // namespace platform

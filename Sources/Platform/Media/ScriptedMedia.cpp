@@ -22,6 +22,7 @@ class ScriptedAsset final : public Asset {
     const std::filesystem::path& path() const override { return path_; }
     const ScriptedMovie& movie() const { return *movie_; }
 
+    std::optional<double> sessionStart() override { return std::nullopt; }
     std::vector<AssetTrack> loadTracks(MediaType type) override {
         if (!movie_)
             throw PlatformError("ScriptedMedia", 1, path_.string() + " cannot be opened: no such file.");

@@ -44,8 +44,9 @@ class OrphanSessionsTest : public TemporaryHome {
         const auto orphan = OrphanSessions::takeUnprompted(root_, defaults_, *media_);
         return orphan ? orphan->folder.dir.filename().string() : "";
     }
-    /// A movie of grey pictures, or of silence, that was never finished.
-    void writeMovie(const fs::path& file, bool pictures, int seconds) {
+    /// A movie of grey pictures, or of silence, from a host-clock time in tenths of a second on, that was
+    /// never finished.
+    void writeMovie(const fs::path& file, bool pictures, std::int64_t from, int seconds) {
         const auto writer = media_->makeWriter(file, platform::FileType::quickTimeMovie);
         platform::VideoSettings settings;
         settings.width = 64;
@@ -54,17 +55,17 @@ class OrphanSessionsTest : public TemporaryHome {
         auto& input = pictures ? writer->addVideoInput(settings)
                                : writer->addAudioInput({.expectsMediaDataInRealTime = true});
         ASSERT_TRUE(writer->startWriting());
-        writer->startSession({0, 1});
+        writer->startSession({from, 10});
         const auto picture = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::i420, 64, 48);
         const auto sound = std::make_shared<platform::AudioBuffer>();
         sound->bytes.resize(4800 * sound->format.bytesPerFrame());
         for (int i = 0; i < seconds * 10; ++i) {
             ASSERT_TRUE(input.waitUntilReady(10));
-            input.append(
-                {platform::MediaTime{i, 10}, pictures ? picture : nullptr, pictures ? nullptr : sound});
+            input.append({platform::MediaTime{from + i, 10}, pictures ? picture : nullptr,
+                          pictures ? nullptr : sound});
         }
         std::optional<platform::MediaTime> end;
-        while (!end || end->seconds() < seconds - 0.2) end = writer->flush();
+        while (!end || end->seconds() < static_cast<double>(from) / 10 + seconds - 0.2) end = writer->flush();
     }
     /// Returns once what is made is younger than what was made before.
     void letTimePass() const {
@@ -145,6 +146,7 @@ TEST_F(OrphanSessionsTest, ARecordingThatWasCutOffIsMadeWholeAndOffered) {
         std::string name;
         std::function<void(SessionMeta&)> change;
         double end;  // host time
+        bool hasPointer = true;
     };
     const std::vector<Case> cases{
         {"times", [](SessionMeta&) {}, 14.0},  // the still page at the end is in the document alone
@@ -156,21 +158,29 @@ TEST_F(OrphanSessionsTest, ARecordingThatWasCutOffIsMadeWholeAndOffered) {
              meta.screenFirstPTS.reset();
          },
          13.1},
+        // Killed in its first moment: what the movies hold is all there is.
+        {"no documents",
+         [](SessionMeta& meta) {
+             meta.recordingEndHostTime.reset();
+             meta.screenFirstPTS.reset();
+             meta.cameraFirstPTS.reset();
+         },
+         13.1, false},
     };
     for (const Case& c : cases) {
         const fs::path dir = root_ / c.name;
         fs::create_directories(dir);
         const SessionFolder folder{dir};
         // Two seconds of pictures from 10 on, three of sound from 10.1 on.
-        writeMovie(folder.screenMovie(), true, 2);
-        writeMovie(folder.cameraMovie(), false, 3);
+        writeMovie(folder.screenMovie(), true, 100, 2);
+        writeMovie(folder.cameraMovie(), false, 101, 3);
         SessionMeta meta = complete();
         meta.cameraFirstPTS = 10.1;
         meta.recordingEndHostTime = 14;
         c.change(meta);
         folder.writeMeta(meta);
         EventLog events;
-        events.samples = {{10, 1, 2, 0}, {10.5, 1, 2, 1}};
+        if (c.hasPointer) events.samples = {{10, 1, 2, 0}, {10.5, 1, 2, 1}};
         platform::HeldFile::make(folder.journalFile()).append(EventJournal::line(events));
 
         EXPECT_EQ(offered(), c.name);

@@ -7,8 +7,20 @@
 
 namespace platform::ffmpeg {
 
+void FFmpegAsset::look() {
+    if (tracks_) return;
+    const MovieInput movie(path_);
+    sessionStart_ = movie.sessionStart();
+    tracks_ = movie.tracks();
+}
+
+std::optional<double> FFmpegAsset::sessionStart() {
+    look();
+    return sessionStart_;
+}
+
 std::vector<AssetTrack> FFmpegAsset::loadTracks(MediaType type) {
-    if (!tracks_) tracks_ = MovieInput(path_).tracks();
+    look();
     std::vector<AssetTrack> result;
     std::ranges::copy_if(*tracks_, std::back_inserter(result),
                          [type](const AssetTrack& track) { return track.type == type; });

@@ -13,9 +13,13 @@ class FFmpegAsset final : public Asset {
 
     const std::filesystem::path& path() const override { return path_; }
     std::vector<AssetTrack> loadTracks(MediaType type) override;
+    std::optional<double> sessionStart() override;
 
   private:
+    void look();
+
     std::filesystem::path path_;
+    std::optional<double> sessionStart_;
     std::optional<std::vector<AssetTrack>> tracks_;
 };
 

@@ -2,10 +2,12 @@
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/MovieBoxes.hpp"
+#include "Platform/Media/FFmpeg/MovieMuxer.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <system_error>
@@ -115,6 +117,13 @@ std::vector<AssetTrack> MovieInput::tracks() const {
             result.push_back(describe(candidate, originSeconds(), end));
     }
     return result;
+}
+
+std::optional<double> MovieInput::sessionStart() const {
+    const AVDictionaryEntry* entry = av_dict_get(context_->metadata, sessionStartKey, nullptr, 0);
+    if (!entry) return std::nullopt;
+    const double start = std::strtod(entry->value, nullptr);
+    return start > 0 && std::isfinite(start) ? std::optional(start) : std::nullopt;
 }
 
 AVStream& MovieInput::stream(int index) const {

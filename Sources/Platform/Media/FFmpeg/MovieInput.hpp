@@ -21,6 +21,8 @@ class MovieInput {
 
     const std::filesystem::path& path() const { return path_; }
     std::vector<AssetTrack> tracks() const;
+    /// What `MovieMuxer::noteSessionStart` noted, in seconds.
+    std::optional<double> sessionStart() const;
     AVStream& stream(int index) const;
 
     /// Only this stream's packets are read from now on.

@@ -3,7 +3,9 @@
 #include "Platform/Media/FFmpeg/Errors.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <new>
 #include <system_error>
@@ -78,7 +80,7 @@ void MovieMuxer::begin() {
     AVDictionary* options = nullptr;
     av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
     if (isFragmented()) {
-        av_dict_set(&options, "movflags", "delay_moov+default_base_moof", 0);
+        av_dict_set(&options, "movflags", "delay_moov+default_base_moof+use_metadata_tags", 0);
         av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
         context_->max_interleave_delta = interleaveMicroseconds;
         context_->flags |= AVFMT_FLAG_FLUSH_PACKETS;
@@ -92,6 +94,14 @@ void MovieMuxer::begin() {
     check(result, sentence());
     requireNoWriteError();
     handOver();
+}
+
+void MovieMuxer::noteSessionStart(double seconds) {
+    const std::lock_guard lock(mutex_);
+    if (!isFragmented()) return;
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%.9f", seconds);
+    av_dict_set(&context_->metadata, sessionStartKey, text.data(), 0);
 }
 
 /// Between two calls of the library the file ends with a whole fragment.

@@ -12,6 +12,9 @@
 
 namespace platform::ffmpeg {
 
+/// The entry of a movie's metadata that `MovieMuxer::noteSessionStart` writes.
+inline constexpr const char* sessionStartKey = "com.pellanor.cobaltreel.session-start";
+
 /// The file that encoded packets go into. Every operation throws PlatformError naming the file when it
 /// cannot be written. `write`, `settle` and `flush` may be called on any thread, the others on one.
 class MovieMuxer {
@@ -29,6 +32,9 @@ class MovieMuxer {
     void reserveIndex(double seconds, double framesPerSecond);
     /// Writes the file's head; the tracks are complete.
     void begin();
+    /// Lets a movie that is written in fragments tell the host-clock time of its zero, whatever becomes of
+    /// the documents beside it. Before the first packet.
+    void noteSessionStart(double seconds);
     /// Writes a packet whose times are in `base`; the packet is consumed. Tracks are interleaved by time.
     void write(int track, AVPacket& packet, AVRational base);
     /// Hands everything written so far over to the file, when it is one that is written in fragments: for

@@ -53,7 +53,9 @@ class WriterState {
 
     void startSession(MediaTime time) {
         const std::lock_guard lock(mutex_);
-        if (!sessionStart_) sessionStart_ = time;
+        if (sessionStart_) return;
+        muxer.noteSessionStart(time.seconds());
+        sessionStart_ = time;
     }
     std::optional<MediaTime> sessionStart() const {
         const std::lock_guard lock(mutex_);
