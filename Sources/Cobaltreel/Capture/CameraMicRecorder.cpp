@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 namespace cobaltreel {
@@ -29,6 +30,7 @@ constexpr float silenceLevel = 0.05F;
 
 /// The movie being written: the writer owns its inputs.
 struct CameraMicRecorder::OpenMovie {
+    std::filesystem::path path;
     std::shared_ptr<AssetWriter> writer;
     platform::AssetWriterInput* videoInput = nullptr;
     platform::AssetWriterInput* audioInput = nullptr;
@@ -116,6 +118,7 @@ void CameraMicRecorder::setPreviewFrameHandler(PreviewFrameHandler handler) {
 std::unique_ptr<CameraMicRecorder::OpenMovie> CameraMicRecorder::openMovie(
     const std::filesystem::path& outputURL, bool withCamera) {
     auto movie = std::make_unique<OpenMovie>();
+    movie->path = outputURL;
     movie->writer = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
     if (withCamera)
         movie->videoInput = &movie->writer->addVideoInput({.codec = platform::VideoCodec::h264,
@@ -265,8 +268,12 @@ QCoro::Task<void> CameraMicRecorder::finishWriting() {
         });
     }
     if (writer && writer->status() == AssetWriter::Status::failed) writingError_ = writer->error();
-    ioQueue_.async([this] {
+    co_await AwaitOnQueue(*mainLoop_, ioQueue_, [this] {
+        const auto unused = movie_ && !firstPTS_ ? movie_->path : std::filesystem::path();
         movie_.reset();
+        // Without a camera and a microphone there is nothing in it.
+        std::error_code ignored;
+        if (!unused.empty()) std::filesystem::remove(unused, ignored);
         std::shared_ptr<AssetWriter> finished;
         const std::lock_guard lock(keptLock_);
         finished.swap(keptWriter_);

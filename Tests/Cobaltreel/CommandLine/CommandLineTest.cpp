@@ -74,6 +74,7 @@ TEST_F(CommandLineTest, ARecordingHoldsWhatHappened) {
     const auto events = json::parse(std::ifstream(fs::path(session) / "events.json"));
     EXPECT_GT(events["samples"].size(), 120U);
     EXPECT_TRUE(events["windowFrames"].empty());
+    EXPECT_FALSE(fs::exists(fs::path(session) / "camera.mov")) << "there is neither camera nor microphone";
 
     // The clicks found in the log are those that the pointer made, at their times.
     const auto plan = json::parse(run({"inspect", session, "--json", "--at", "0", "--at", "1.5"}).out);
