@@ -1,6 +1,7 @@
 #include "Platform/Media/ScriptedMedia.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -244,7 +245,7 @@ class ScriptedWriter final : public AssetWriter {
 
     ScriptedWriting script;
     std::shared_ptr<WriterRecord> record;
-    Status state = Status::unknown;
+    std::atomic<Status> state{Status::unknown};
     std::mutex mutex;                 // `flush` comes on a thread of its own
     std::optional<MediaTime> latest;  // of the samples taken
 

@@ -350,6 +350,7 @@ TEST_F(Writing, aFullDiskFailsTheWriterWithoutHanging) {
                 !video.append(pictureAt(100, greyPicture(settings.width, settings.height, 9)));
             const bool named =
                 writer->error() && writer->error()->description().find("full.mov") != std::string::npos;
+            writer.reset();
             ::_exit(status == Status::failed && refuses && named ? 0 : 3);
         }
         int status = 0;
