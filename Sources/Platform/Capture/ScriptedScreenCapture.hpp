@@ -3,6 +3,7 @@
 #include "Platform/Capture/CaptureStream.hpp"
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -84,7 +85,7 @@ class ScriptedScreenCapture final : public ScreenCaptureService {
 
     /// Every stream made so far, the newest last.
     std::vector<std::shared_ptr<ScriptedStream>> streams;
-    int contentRequests = 0;
+    std::atomic<int> contentRequests{0};
 
     /// How often the user was asked, and what for.
     std::vector<ContentKind> grantRequests;
