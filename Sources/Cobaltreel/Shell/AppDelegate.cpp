@@ -51,6 +51,7 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       hotkey_(host_.keys),
       model_(coordinator_, host_.clock, host_.mainLoop),
       stoppedAt_(-std::numeric_limits<double>::infinity()) {
+    qApp->installEventFilter(this);
     connect(&model_, &PopoverModel::quitRequested, this, &AppDelegate::quit);
     connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::followState);
     // Nobody looks at the panel while a recording runs.
@@ -242,7 +243,16 @@ void AppDelegate::quit() {
 
 void AppDelegate::end(double patience) {
     if (std::exchange(quitting_, true)) return;
-    finishBeforeQuit(patience).then([] { QCoreApplication::quit(); });
+    finishBeforeQuit(patience).then([self = QPointer(this)] {
+        if (self) self->hasFinished_ = true;
+        QCoreApplication::quit();
+    });
+}
+
+bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::Quit || hasFinished_) return QObject::eventFilter(watched, event);
+    end(patienceAtLogOut);
+    return true;
 }
 
 }  // namespace cobaltreel

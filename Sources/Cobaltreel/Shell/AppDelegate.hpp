@@ -45,9 +45,16 @@ class AppDelegate final : public QObject {
     /// The same without ending the event loop: returns once nothing is on its way to the disk any more.
     QCoro::Task<void> finishBeforeQuit(double patience);
 
+    /// Session managers give up on a program after ten seconds or more.
+    static constexpr double patienceAtLogOut = 8;  // seconds
+
     RecordingCoordinator& coordinator() { return coordinator_; }
     const OnboardingWindow& onboardingWindow() const { return onboardingWindow_; }
     const PanelWindow* panel() const { return panel_.get(); }
+
+  protected:
+    /// Of the application: a session manager's last word would end it at once, in the middle of an export.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     QCoro::Task<void> learnWhatThereIs();
@@ -80,6 +87,7 @@ class AppDelegate final : public QObject {
     bool wasRecording_ = false;
     bool isPanelHidden_ = false;  // while it would be recorded
     bool quitting_ = false;
+    bool hasFinished_ = false;  // all is settled
     bool asksToQuit_ = false;
 };
 

@@ -20,9 +20,8 @@
 namespace cobaltreel {
 namespace {
 
-// Session managers give up on a program after ten seconds or more, service managers after ninety.
-constexpr double patienceAtLogOut = 8;  // seconds
-constexpr double patienceAtEnd = 60;    // seconds
+// Service managers give up on a program after ninety seconds.
+constexpr double patienceAtEnd = 60;  // seconds
 
 RecordingServices recordingServices(const platform::PlatformServices& host) {
     const auto alerts = std::make_shared<AlertWindows>();
@@ -80,7 +79,7 @@ void CobaltreelApp::run(platform::PlatformServices host,
     // A log-out waits for whoever is told beforehand.
     QObject::connect(
         qApp, &QGuiApplication::commitDataRequest, &shell,
-        [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit(patienceAtLogOut)); },
+        [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit(AppDelegate::patienceAtLogOut)); },
         Qt::DirectConnection);
     endsWith([mainLoop = host.mainLoop, shell = QPointer(&shell)] {
         mainLoop->post([shell] {

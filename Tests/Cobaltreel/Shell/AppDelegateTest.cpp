@@ -138,6 +138,15 @@ TEST_F(ShellTest, AnEndFromOutsideAsksNobody) {
     EXPECT_TRUE(alerts->alerts.empty());
 }
 
+TEST_F(ShellTest, ASessionManagersLastWordEndsNoExportAtOnce) {
+    launch();
+    windows->exporting = true;
+    QEvent lastWord(QEvent::Quit);
+    QCoreApplication::sendEvent(qApp, &lastWord);
+    EXPECT_TRUE(eventually([&] { return windows->patience == std::vector{AppDelegate::patienceAtLogOut}; }));
+    EXPECT_TRUE(alerts->alerts.empty());
+}
+
 TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     launch();
     ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }))
