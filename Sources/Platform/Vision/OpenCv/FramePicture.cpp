@@ -29,6 +29,9 @@ cv::Matx34f yuvToBgr(ColourMatrix matrix) {
     return {luma, u, 0, lift, luma, -u * kb / kg, -v * kr / kg, lift, luma, 0, v, lift};
 }
 
+/// The mean luma of a room that is lit well enough, and the strongest correction.
+constexpr double litLuma = 100, strongestGamma = 0.35;
+
 }  // namespace
 
 cv::Size workingSize(cv::Size frame, double area) {
@@ -63,6 +66,18 @@ cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size) {
         }
     }
     return picture;
+}
+
+cv::Mat3b brightened(const cv::Mat3b& picture) {
+    const cv::Scalar mean = cv::mean(picture);
+    const double luma = 0.114 * mean[0] + 0.587 * mean[1] + 0.299 * mean[2];
+    if (luma >= litLuma || luma < 1) return picture;
+    const double gamma = std::max(strongestGamma, std::log(litLuma / 255) / std::log(luma / 255));
+    cv::Mat1b curve(1, 256);
+    for (int i = 0; i < 256; ++i) curve(i) = cv::saturate_cast<uchar>(255 * std::pow(i / 255.0, gamma));
+    cv::Mat3b lit;
+    cv::LUT(picture, curve, lit);
+    return lit;
 }
 
 }  // namespace platform

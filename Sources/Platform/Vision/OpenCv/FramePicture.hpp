@@ -13,4 +13,8 @@ cv::Size workingSize(cv::Size frame, double area);
 /// for a format that is no colour picture.
 cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size);
 
+/// What a network sees of a dark picture: its middle tones lifted to those of a well-lit room. Other pictures
+/// stay as they are.
+cv::Mat3b brightened(const cv::Mat3b& picture);
+
 }  // namespace platform

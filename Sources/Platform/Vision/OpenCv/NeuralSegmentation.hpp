@@ -36,6 +36,8 @@ class NeuralSegmentation {
     void tryOut();
 
     const std::filesystem::path& file() const { return model_.file; }
+    /// What the network wants to see; a picture of another size is brought to it.
+    cv::Size input() const { return model_.input; }
 
     /// How likely each pixel of `picture`, of any size, is the person's, 0…1, at the size of the network's
     /// answer. Throws PlatformError("Vision", 4) when the network answers nonsense.

@@ -66,12 +66,16 @@ class OpenCvRequest : public PersonSegmentationRequest {
             // Here and not in the constructor: loading takes a while, and this is no main thread.
             if (!network_) network_ = networks_->load();
             try {
-                cv::Mat1f person = network_->ask(detailed);
+                cv::Mat3b view;
+                cv::resize(detailed, view, network_->input(), 0, 0, cv::INTER_AREA);
+                const cv::Mat3b lit = brightened(view);
+                cv::Mat1f person = network_->ask(lit);
                 // Whether somebody is there at all is worth a second look, and so is every frame of an
                 // export.
-                if (quality_ == QualityLevel::accurate || !matte_.isPresent())
-                    person = agreed(person, mirrored(network_->ask(mirrored(detailed))));
-                return matte_.refine(person, picture);
+                if (quality_ == QualityLevel::accurate || !matte_.isSure())
+                    person = agreed(person, mirrored(network_->ask(mirrored(lit))));
+                if (person.size() != view.size()) cv::resize(view, view, person.size(), 0, 0, cv::INTER_AREA);
+                return matte_.refine(person, view, picture);
             } catch (const PlatformError& e) {
                 networks_->giveUp(network_->file(), e.description());
                 network_.reset();

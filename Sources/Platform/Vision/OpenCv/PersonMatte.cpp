@@ -11,9 +11,6 @@
 namespace platform {
 namespace {
 
-/// What somebody has at least, to be believed and to stay: part of the frame, the network's confidence.
-constexpr double areaToAppear = 0.015, confidenceToAppear = 0.72, areaToStay = 0.004, confidenceToStay = 0.6;
-
 /// The network is in doubt in a wide band; this part of it becomes the border.
 constexpr float doubtFrom = 0.25F, doubtTo = 0.85F;
 /// How far, in its pixels, the soft border reaches to either side of the hard one: fully, and at all.
@@ -80,21 +77,20 @@ cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const c
 
 }  // namespace
 
-cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& fine) {
-    cv::Mat3b view;
-    cv::resize(fine, view, probability.size(), 0, 0, cv::INTER_AREA);
+cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat3b& fine) {
     cv::Mat1f person = probability.clone();
-    if (heldView_.size() == view.size()) hold(person, heldPerson_, newness(heldView_, view), 0.3F);
+    cv::Mat1b changed;
+    if (heldView_.size() == view.size()) {
+        changed = newness(heldView_, view);
+        hold(person, heldPerson_, changed, 0.3F);
+    }
     heldPerson_ = person.clone();
     heldView_ = view;
 
     const PersonPieces pieces = findPerson(person);
-    present_ = pieces.area >= (present_ ? areaToStay : areaToAppear) &&
-               pieces.confidence >= (present_ ? confidenceToStay : confidenceToAppear);
-    seen_ = seen_ || present_;
-    if (!present_) {
+    if (!presence_.judge(pieces, changed)) {
         heldFine_.release();
-        return seen_ ? cv::Mat1b(fine.size(), uchar(0)) : cv::Mat1b();
+        return presence_.wasSeen() ? cv::Mat1b(fine.size(), uchar(0)) : cv::Mat1b();
     }
     person = (person - doubtFrom) / (doubtTo - doubtFrom);
     keepToBorder(person, pieces.solid, softReach, softEnd);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <opencv2/core.hpp>
+#include "Platform/Vision/OpenCv/PersonPresence.hpp"
 
 namespace platform {
 
@@ -9,15 +9,16 @@ namespace platform {
 /// Used on one thread at a time.
 class PersonMatte {
   public:
-    /// `probability` 0…1, a network's answer to the frame that `fine` shows. The person, 0…255, at the size
-    /// of `fine`; black when whoever was there has left; empty when nobody was there yet.
-    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& fine);
+    /// `probability` 0…1, a network's answer to a frame; `view`, the frame at that size; `fine`, the frame as
+    /// large as the mask is wanted. The person, 0…255, at the size of `fine`; black when whoever was there
+    /// has left; empty when nobody was there yet.
+    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat3b& fine);
 
-    /// Whether somebody was there in the last frame.
-    bool isPresent() const { return present_; }
+    /// Whether somebody was there in the last frame, beyond doubt.
+    bool isSure() const { return presence_.isSure(); }
 
   private:
-    bool present_ = false, seen_ = false;
+    PersonPresence presence_;
     cv::Mat1f heldPerson_, heldMatte_;
     cv::Mat3b heldView_, heldFine_;  ///< the pictures that these belong to
 };

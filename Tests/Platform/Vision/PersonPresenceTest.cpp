@@ -1,0 +1,69 @@
+#include "Platform/Vision/OpenCv/PersonPresence.hpp"
+
+#include <gtest/gtest.h>
+
+namespace platform::testing {
+namespace {
+
+const cv::Size answer(256, 144);
+const cv::Rect body(100, 40, 60, 104), plant(120, 90, 30, 40), elsewhere(10, 90, 30, 40);
+
+PersonPieces found(const cv::Rect& place, double confidence) {
+    PersonPieces pieces{cv::Mat1b(answer, uchar(0))};
+    pieces.solid(place).setTo(255);
+    pieces.area = place.area() / static_cast<double>(answer.area());
+    pieces.confidence = confidence;
+    return pieces;
+}
+
+cv::Mat1b changed(const cv::Rect& place) {
+    cv::Mat1b newness(answer, uchar(0));
+    newness(place).setTo(255);
+    return newness;
+}
+
+const cv::Mat1b nothing(answer, uchar(0)), everything(answer, uchar(255));
+
+TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
+    struct Case {
+        const char* what;
+        double confidence;
+        cv::Mat1b newness;
+        bool somebody;
+    };
+    for (const auto& c : {Case{"beyond doubt", 0.95, nothing, true},
+                          {"stands still", 0.85, nothing, false},
+                          {"moves", 0.85, changed({100, 60, 20, 20}), true},
+                          {"the camera moves", 0.85, everything, false},
+                          {"the room moves", 0.85, changed(elsewhere), false},
+                          {"too doubtful", 0.65, changed({100, 60, 20, 20}), false}}) {
+        PersonPresence presence;
+        bool somebody = false;
+        for (int i = 0; i < 6; ++i) somebody = presence.judge(found(body, c.confidence), c.newness);
+        EXPECT_EQ(somebody, c.somebody) << c.what;
+        EXPECT_EQ(presence.wasSeen(), c.somebody) << c.what;
+    }
+}
+
+TEST(PersonPresence, AThingThatIsLeftWhenSomebodyGoesIsNobody) {
+    for (const auto& thing : {plant, elsewhere}) {
+        PersonPresence presence;
+        EXPECT_TRUE(presence.judge(found(body, 0.98), {}));
+        EXPECT_TRUE(presence.judge(found(body, 0.7), nothing));  // the light went out
+        EXPECT_FALSE(presence.judge(found(thing, 0.85), changed(body)));
+        EXPECT_FALSE(presence.judge(found(thing, 0.85), nothing));
+        EXPECT_TRUE(presence.wasSeen());
+        EXPECT_TRUE(presence.judge(found(body, 0.98), changed(body)));
+    }
+}
+
+TEST(PersonPresence, SomebodyOnTheirWayInIsThereAtOnce) {
+    PersonPresence presence;
+    const cv::Rect side(0, 30, 40, 114);
+    EXPECT_FALSE(presence.judge(found(side, 0.8), nothing));
+    PersonPresence other;
+    EXPECT_TRUE(other.judge(found(side, 0.8), changed(side)));
+}
+
+}  // namespace
+}  // namespace platform::testing
