@@ -68,6 +68,38 @@ TEST_F(BrokenOff, opensUpToItsLastWholeFragmentWhereverItBreaks) {
     }
 }
 
+TEST_F(BrokenOff, aTrackThatNothingCameOfYetIsEmptyAndOneThatBeganLateIsNot) {
+    for (const bool picturesCome : {false, true}) {
+        const auto writer = media->makeWriter(file("late.mov"), FileType::quickTimeMovie);
+        VideoSettings settings;
+        settings.width = 64;
+        settings.height = 48;
+        settings.expectsMediaDataInRealTime = true;
+        AssetWriterInput& video = writer->addVideoInput(settings);
+        AssetWriterInput& audio = writer->addAudioInput({48000, 2, 128000, true});
+        ASSERT_TRUE(writer->startWriting());
+        writer->startSession({0, 1});
+        const auto silence = std::make_shared<AudioBuffer>();
+        silence->bytes.resize(4800 * silence->format.bytesPerFrame());
+        for (int i = 0; i < 50; ++i) {
+            ASSERT_TRUE(audio.waitUntilReady(10));
+            audio.append({MediaTime{i, 10}, nullptr, silence});
+            if (picturesCome && i >= 40)
+                appendPatiently(video, pictureAt(i / 10.0, greyPicture(64, 48, expectedLuma(i % 20))));
+        }
+        if (picturesCome) {
+            finishAndWait(*writer);
+        } else {
+            std::optional<MediaTime> end;
+            while (!end || end->seconds() < 4) end = writer->flush();
+            writer->cancelWriting();
+        }
+        const auto movie = media->asset(file("late.mov"));
+        EXPECT_GT(movie->loadTracks(MediaType::audio)[0].timeRange.duration(), 4);
+        EXPECT_EQ(movie->loadTracks(MediaType::video)[0].timeRange.duration() > 0, picturesCome);
+    }
+}
+
 TEST_F(BrokenOff, isNoMovieBeforeItsFirstFragment) {
     for (const std::uintmax_t length : {0, 1, 8, 20}) {
         writeHalves(file("a.mov"), 1);

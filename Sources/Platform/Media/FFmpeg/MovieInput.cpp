@@ -11,6 +11,7 @@
 #include <cstring>
 #include <new>
 #include <system_error>
+#include <utility>
 
 namespace platform::ffmpeg {
 namespace {
@@ -32,6 +33,12 @@ bool hasMovieTimeline(const AVFormatContext& context) {
 
 double seconds(std::int64_t timestamp, AVRational base) {
     return static_cast<double>(timestamp) * base.num / base.den;
+}
+
+/// The track stands in the movie's list, and nothing came of it before the movie broke off. The library takes
+/// such a track for as long as the others.
+bool isEmpty(const AVFormatContext& movie, const AVStream& stream) {
+    return hasMovieTimeline(movie) && avformat_index_get_entries_count(&stream) == 0;
 }
 
 AssetTrack describe(const AVStream& stream, double origin, double movieEnd) {
@@ -113,8 +120,11 @@ std::vector<AssetTrack> MovieInput::tracks() const {
     for (unsigned i = 0; i < context_->nb_streams; ++i) {
         const AVStream& candidate = *context_->streams[i];
         const AVMediaType type = candidate.codecpar->codec_type;
-        if ((type == AVMEDIA_TYPE_VIDEO && !isPicture(candidate)) || type == AVMEDIA_TYPE_AUDIO)
-            result.push_back(describe(candidate, originSeconds(), end));
+        const bool hasPictures = type == AVMEDIA_TYPE_VIDEO && !isPicture(candidate);
+        if (!hasPictures && type != AVMEDIA_TYPE_AUDIO) continue;
+        AssetTrack track = describe(candidate, originSeconds(), end);
+        if (isEmpty(*context_, candidate)) track.timeRange.end = track.timeRange.start;
+        result.push_back(std::move(track));
     }
     return result;
 }
