@@ -58,17 +58,8 @@ std::vector<std::filesystem::path> pictureFiles(const std::filesystem::path& fol
 
 void cutPictures(const std::filesystem::path& folder, const std::filesystem::path& sheet,
                  platform::VisionService& vision) {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        const std::string ending = entry.path().extension().string();
-        if ((ending == ".png" || ending == ".jpg" || ending == ".jpeg") && !name.ends_with(".mask.png"))
-            files.push_back(entry.path());
-    }
-    if (files.empty())
-        throw std::runtime_error("There is no PNG or JPEG picture in " + folder.string() + ".");
-    std::sort(files.begin(), files.end());
     std::vector<cv::Mat3b> tiles;
+    const auto files = pictureFiles(folder);
     for (const auto& file : files) {
         const cv::Mat3b picture = composited::readPictureFile(file);
         const auto request =
@@ -95,6 +86,34 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
         tiles[static_cast<std::size_t>(i)].copyTo(
             whole(cv::Rect({i % columns * 2 * largestTileWidth, i / columns * tileHeight}, tiles[0].size())));
     composited::writePictureFile(sheet, whole);
+}
+
+void searchRooms(const std::filesystem::path& folder, platform::VisionService& vision) {
+    using Quality = platform::PersonSegmentationRequest::QualityLevel;
+    using rendered::Scene;
+    constexpr int framesBefore = 2, frames = 3;
+    const auto somebody = rendered::asBgra(
+        Scene({.seed = 21, .room = rendered::Room::Kind::office, .motion = Scene::Motion::still})
+            .at(0)
+            .picture);
+    const auto files = pictureFiles(folder);
+    for (const bool seen : {false, true})
+        for (const auto quality : {Quality::fast, Quality::accurate}) {
+            int found = 0;
+            for (const auto& file : files) {
+                const auto room = rendered::asBgra(composited::readPictureFile(file));
+                const auto request = vision.makePersonSegmentationRequest(quality);
+                for (int i = 0; seen && i < framesBefore; ++i) request->perform(*somebody);
+                cv::Mat1b mask;
+                for (int i = 0; i < frames; ++i) mask = cut(*request, *room).mask;
+                if (mask.empty() || cv::countNonZero(mask > 127) == 0) continue;
+                ++found;
+                std::printf("  %s\n", file.filename().c_str());
+            }
+            std::printf("%s, %s: somebody in %d of %zu rooms (%.1f %%)\n",
+                        seen ? "after somebody" : "at once", quality == Quality::fast ? "fast" : "accurate",
+                        found, files.size(), 100.0 * found / static_cast<double>(files.size()));
+        }
 }
 
 }  // namespace cobaltreel::benchmarks

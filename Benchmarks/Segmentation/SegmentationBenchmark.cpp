@@ -28,7 +28,7 @@ using rendered::Scene;
 struct Options {
     unsigned seed = 90210;
     bool longer = false, json = false, verbose = false;
-    std::string sheet, session, pictures, composites;
+    std::string sheet, session, pictures, rooms, composites;
 };
 
 struct Level {
@@ -126,6 +126,10 @@ int run(const Options& options) {
         cutPictures(options.pictures, options.sheet.empty() ? "pictures.png" : options.sheet, vision);
         return 0;
     }
+    if (!options.rooms.empty()) {
+        searchRooms(options.rooms, vision);
+        return 0;
+    }
     std::array<Level, 2> levels = {Level{"fast", Quality::fast}, Level{"accurate", Quality::accurate}};
     ContactSheet sheet;
     if (!options.composites.empty()) {
@@ -166,6 +170,8 @@ int main(int argc, char** argv) {
         "--pictures", options.pictures,
         "cut people out of the PNG and JPEG pictures in this folder instead, onto a sheet to look at "
         "(--sheet, pictures.png without it), and print the overlap with NAME.mask.png where there is one");
+    app.add_option("--rooms", options.rooms,
+                   "search the PNG and JPEG pictures in this folder, which show nobody, for people");
     app.add_option(
         "--composites", options.composites,
         "lay the people in this folder whose masks are known over other rooms, NAME.room.jpg among "
