@@ -12,9 +12,9 @@ namespace platform {
 namespace {
 
 /// The network is in doubt in a wide band; this part of it becomes the border.
-constexpr float doubtFrom = 0.25F, doubtTo = 0.85F;
+constexpr float doubtFrom = 0.3F, doubtTo = 0.75F;
 /// How far, in its pixels, the soft border reaches to either side of the hard one: fully, and at all.
-constexpr float softReach = 2, softEnd = 5;
+constexpr float softReach = 1, softEnd = 4;
 
 /// Differences of colour, of 255: up to the first it is noise, from the second on something moved.
 constexpr double noise = 5, motion = 16;
@@ -67,12 +67,14 @@ void keepToBorder(cv::Mat1f& soft, const cv::Mat1b& solid, float reach, float en
     }
 }
 
+/// A picture more than twice as large as the answer shows finer edges, and more of the camera's noise.
 cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) {
     cv::Mat1b coarse;
     person.convertTo(coarse, CV_8U, 255);
     cv::Mat3f colours;
     view.convertTo(colours, CV_32F);
-    return guidedMatte(coarse, colours, fine, 3, 1e-4F);
+    const bool large = fine.cols > 2 * view.cols;
+    return guidedMatte(coarse, colours, fine, large ? 3 : 4, large ? 2e-4F : 1e-4F);
 }
 
 }  // namespace
