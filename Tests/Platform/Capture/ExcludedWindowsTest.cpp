@@ -133,6 +133,31 @@ TEST_F(ExcludedWindowsOnScreen, GiveNoFramesForTheirOwnDrawing) {
     EXPECT_TRUE(shows(350, 280, 0x2255cc));
 }
 
+TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
+    ColourWindow beneath(connection_, 700, 0, 300, 200, {beneathColour, true, "Beneath"});
+    beneath.show();
+    // Some window managers' own trays have no class of theirs.
+    for (const int width : {200, 30}) {
+        SCOPED_TRACE(width);
+        ColourWindow tray(connection_, 800, 10, width, 28, {0x445566, true, "Tray"});
+        tray.show();
+        auto icon = own(0, 0, 24, 24, true);
+        icon->setCardinals("_XEMBED_INFO", {0, 1});
+        const int x = width - 26;
+        xcb_reparent_window(connection_.get(), icon->id(), tray.id(), static_cast<std::int16_t>(x), 2);
+        icon->show();
+        record();
+        // A tray for this icon alone would not be there.
+        EXPECT_TRUE(shows(800 + x + 9, 21, width == 200 ? 0x445566 : beneathColour));
+        EXPECT_TRUE(shows(801, 11, width == 200 ? 0x445566 : beneathColour));
+        const std::size_t before = recording_->settle();
+        for (int i = 0; i < 10; ++i) icon->paint(i % 2 == 0 ? 0xff00fe : ownColour);
+        EXPECT_EQ(recording_->settle(), before) << "its clock makes no pictures";
+        recording_.reset();
+    }
+    EXPECT_EQ(leaked_, 0);
+}
+
 TEST_F(ExcludedWindowsOnScreen, AreFoundByProcessToo) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
     ASSERT_EQ(scene.readLine(), "ready");

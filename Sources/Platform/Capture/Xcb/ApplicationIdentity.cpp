@@ -65,13 +65,18 @@ RunningApplication applicationOf(XcbConnection& connection, xcb_window_t window)
 xcb_window_t clientWithin(XcbConnection& connection, xcb_window_t frame) {
     // Frames nest no deeper than this in any window manager.
     constexpr int deepest = 3;
+    // What stands in a tray says nothing about the tray.
+    const auto isIcon = [&](xcb_window_t window) {
+        return !cardinals(connection, window, connection.atom("_XEMBED_INFO"), 1).empty();
+    };
     xcb_window_t classed = XCB_NONE;
     std::vector<xcb_window_t> level{frame};
     for (int depth = 0; depth <= deepest && !level.empty(); ++depth) {
         std::vector<xcb_window_t> below;
         for (const xcb_window_t window : level) {
             if (!cardinals(connection, window, connection.atom("WM_STATE"), 1).empty()) return window;
-            if (classed == XCB_NONE && !windowClass(connection, window).empty()) classed = window;
+            if (classed == XCB_NONE && !windowClass(connection, window).empty() && !isIcon(window))
+                classed = window;
             const auto children = childrenOf(connection, window);
             below.insert(below.end(), children.begin(), children.end());
         }
@@ -80,15 +85,18 @@ xcb_window_t clientWithin(XcbConnection& connection, xcb_window_t frame) {
     return classed == XCB_NONE ? frame : classed;
 }
 
-bool belongsToAny(XcbConnection& connection, xcb_window_t topLevel,
-                  const std::vector<RunningApplication>& applications) {
-    if (applications.empty()) return false;
-    const RunningApplication owner = applicationOf(connection, clientWithin(connection, topLevel));
+bool isAnyOf(const RunningApplication& owner, const std::vector<RunningApplication>& applications) {
     return std::any_of(applications.begin(), applications.end(), [&](const RunningApplication& application) {
         return (application.processID != 0 && application.processID == owner.processID) ||
                (!application.bundleIdentifier.empty() &&
                 application.bundleIdentifier == owner.bundleIdentifier);
     });
+}
+
+bool belongsToAny(XcbConnection& connection, xcb_window_t topLevel,
+                  const std::vector<RunningApplication>& applications) {
+    return !applications.empty() &&
+           isAnyOf(applicationOf(connection, clientWithin(connection, topLevel)), applications);
 }
 
 }  // namespace platform

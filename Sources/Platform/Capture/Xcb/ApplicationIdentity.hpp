@@ -18,6 +18,9 @@ RunningApplication applicationOf(XcbConnection& connection, xcb_window_t window)
 /// (WM_STATE) or, while it is not yet, the one with a window class; else the window itself.
 xcb_window_t clientWithin(XcbConnection& connection, xcb_window_t frame);
 
+/// Whether this is one of the applications, by process or by identifier.
+bool isAnyOf(const RunningApplication& owner, const std::vector<RunningApplication>& applications);
+
 /// Whether a child of the root belongs to one of the applications, by process or by identifier.
 bool belongsToAny(XcbConnection& connection, xcb_window_t topLevel,
                   const std::vector<RunningApplication>& applications);

@@ -30,6 +30,7 @@ ExcludedWindows::ExcludedWindows(XcbConnection& connection, std::vector<RunningA
     : connection_(connection),
       applications_(std::move(applications)),
       stack_(connection),
+      embedded_(connection, applications_),
       backdrop_(connection) {
     const bool canCompose = connection.extension(xcb_composite_id) != nullptr &&
                             connection.reply(xcb_composite_query_version_reply,
@@ -60,7 +61,9 @@ ExcludedWindows::Kind ExcludedWindows::kindOf(xcb_window_t window) {
 
 bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
     bool isPainted = false;
-    for (const auto& [id, window] : redirected_) isPainted = window->handle(event) || isPainted;
+    for (const auto& [id, window] : redirected_)
+        if (const auto painted = window->handle(event))
+            isPainted = isPainted || !embedded_.isInside(id, *painted);
     if (isPainted) return true;
     // The window is at the same place in each event that the stack handles.
     const xcb_window_t window = reinterpret_cast<const xcb_map_notify_event_t&>(event).window;
@@ -68,6 +71,7 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
     const TopLevel* topLevel = isExcluded(window) ? stack_.find(window) : nullptr;
     const PixelRect before = topLevel && topLevel->isShown ? topLevel->bounds : PixelRect{};
     if (!stack_.handle(event)) return false;
+    if (event.response_type != XCB_CONFIGURE_NOTIFY) embedded_.invalidate();
 
     const bool concernsExcluded = isExcluded(window) || !kinds_.contains(window);
     topLevel = stack_.find(window);
@@ -110,7 +114,7 @@ bool ExcludedWindows::hides(const PixelRect& box) const {
         if (isExcluded(each->window)) {
             if (each->bounds.contains(box)) return true;
         } else if (!each->bounds.intersected(box).isEmpty()) {
-            return false;
+            return embedded_.isInside(each->window, box);
         }
     }
     return false;
@@ -152,6 +156,13 @@ void ExcludedWindows::prepare(const PixelRect& area) {
         if (!each.isShown) continue;
         if (kindOf(each.window) == Kind::leftOut) leaveOut(each.bounds);
     }
+    embedded_.update(stack_.bottomToTop(),
+                     [this](const TopLevel& each) { return kindOf(each.window) == Kind::shown; });
+    for (const PixelRect& place : embedded_.surroundings())
+        if (const PixelRect hole = place.intersected(area); !hole.isEmpty()) {
+            holes_.push_back(hole);
+            largest = std::max(largest, hole.width * hole.height);
+        }
     std::erase_if(vacated_,
                   [now = Clock::now()](const Vacated& each) { return now - each.last > afterimage; });
     for (const Vacated& each : vacated_) leaveOut(each.box);
@@ -194,7 +205,9 @@ bool ExcludedWindows::composeHole(const PixelRect& hole, const Plane& picture) {
             if (!each.bounds.intersected(hole).isEmpty()) return false;  // shown since; prepare anew
             continue;
         }
+        if (embedded_.isForOneAlone(each.window)) continue;
         if (!window->second->draw(hole, picture, area_.x, area_.y, *scratch_, isTranslucent_)) return false;
+        embedded_.cover(each.window, hole, picture, area_.x, area_.y);
     }
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/ShareableContent.hpp"
+#include "Platform/Capture/Xcb/EmbeddedWindows.hpp"
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
 #include "Platform/Capture/Xcb/RootBackdrop.hpp"
 #include "Platform/Capture/Xcb/WindowStack.hpp"
@@ -14,8 +15,9 @@
 namespace platform {
 
 /// Keeps the windows of some applications out of a picture of the root: where one of them is, the picture
-/// is composed again from the windows beneath and the root's background. While none of them is shown this
-/// costs nothing but a look at the events of top-level windows.
+/// is composed again from the windows beneath and the root's background. So is the place of an icon of theirs
+/// in somebody else's tray, from what is beside it. While none of them is shown this costs nothing but a look
+/// at the events of top-level windows.
 class ExcludedWindows {
   public:
     ExcludedWindows(XcbConnection& connection, std::vector<RunningApplication> applications);
@@ -53,6 +55,7 @@ class ExcludedWindows {
     XcbConnection& connection_;
     const std::vector<RunningApplication> applications_;
     WindowStack stack_;
+    EmbeddedWindows embedded_;
     RootBackdrop backdrop_;
     std::map<xcb_window_t, Kind> kinds_;  // of those that have been shown
     std::map<xcb_window_t, std::unique_ptr<RedirectedWindow>> redirected_;

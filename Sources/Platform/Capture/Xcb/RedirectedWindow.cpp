@@ -84,19 +84,20 @@ bool RedirectedWindow::nameContents() {
     return contents_.has_value();
 }
 
-bool RedirectedWindow::handle(const xcb_generic_event_t& event) {
+std::optional<PixelRect> RedirectedWindow::handle(const xcb_generic_event_t& event) {
     if (const auto box = damage_.boxOf(event)) {
         // Relative to the window's inner top left.
+        const PixelRect painted = box->translated(topLevel_.border, topLevel_.border);
         if (static_cast<std::int32_t>(event.full_sequence - redirection_) >= 0)
-            unpainted_ = without(unpainted_, box->translated(topLevel_.border, topLevel_.border));
-        return true;
+            unpainted_ = without(unpainted_, painted);
+        return painted.translated(topLevel_.bounds.x, topLevel_.bounds.y);
     }
     if ((event.response_type & 0x7f) == shapeEvent_ &&
         reinterpret_cast<const xcb_shape_notify_event_t&>(event).affected_window == topLevel_.window) {
         readShape();
-        return true;
+        return topLevel_.bounds;
     }
-    return false;
+    return std::nullopt;
 }
 
 void RedirectedWindow::follow(const TopLevel& topLevel, const RectList& covered) {

@@ -24,8 +24,8 @@ class RedirectedWindow {
     RedirectedWindow(const RedirectedWindow&) = delete;
     RedirectedWindow& operator=(const RedirectedWindow&) = delete;
 
-    /// Takes note of an event; true when the window was painted or got another shape.
-    bool handle(const xcb_generic_event_t& event);
+    /// Takes note of an event; what it has changed of the window, on the root, absent when nothing.
+    std::optional<PixelRect> handle(const xcb_generic_event_t& event);
     /// The window was moved, resized, shown or hidden; new contents are kept from then on.
     void follow(const TopLevel& topLevel, const RectList& covered);
 
