@@ -14,7 +14,6 @@
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Rig/ChildProcess.hpp"
 
-#include <QFile>
 #include <QProcess>
 #include <QTest>
 
@@ -80,9 +79,9 @@ class DesktopManners : public CoordinatorTest {
                 .arg(QString::fromLocal8Bit(folder), QString::fromLocal8Bit(qgetenv("COBALTREEL_RIG_WM")),
                      QLatin1String(name),
                      QString::fromStdString(std::string(rawValue(AppSettings::shared().language()))));
-        QProcess::execute("xwd", {"-root", "-silent", "-out", file + ".xwd"});
-        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-i", file + ".xwd", file});
-        QFile::remove(file + ".xwd");
+        // All of what is seen, whatever the window's visual.
+        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "x11grab", "-i", qgetenv("DISPLAY"),
+                                     "-frames:v", "1", file});
     }
     /// In the toolkit's points, as its windows are.
     QRect room() const { return AppWindows::room(*QGuiApplication::primaryScreen()); }
@@ -168,11 +167,19 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
     }
 }
 
-TEST_F(DesktopManners, TheBubbleKeepsOffBars) {
+TEST_F(DesktopManners, TheBubbleIsRoundAndKeepsOffBars) {
+    QProcess::execute("xsetroot", {"-solid", "#3a6ea5"});
     BubbleWindowController floating(time, time, nullptr, compositor, manager);
     for (const CameraCorner corner : allCases<CameraCorner>) {
         floating.show(corner, 200, CameraStyle::bubble);
-        EXPECT_TRUE(room().contains(floating.panel()->geometry())) << rawValue(corner);
+        const QRect frame = floating.panel()->geometry();
+        EXPECT_TRUE(room().contains(frame)) << rawValue(corner);
+        floating.hide();
+        QTest::qWait(100);
+        const QRgb before = screenPixel(frame.topLeft());
+        floating.show(corner, 200, CameraStyle::bubble);
+        EXPECT_TRUE(waitUntil([&] { return qRed(screenPixel({frame.center().x(), frame.y() + 1})) > 150; }));
+        EXPECT_EQ(screenPixel(frame.topLeft()), before) << "what is around the empty bubble is seen";
     }
     save("bubble");
 }
