@@ -8,10 +8,8 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLocale>
-#include <QPainterPath>
 #include <QQmlProperty>
 #include <QQuickItem>
-#include <QRegion>
 #include <QScreen>
 #include <algorithm>
 #include <limits>
@@ -60,7 +58,8 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
                               {{QStringLiteral("model"), QVariant::fromValue(&model)}}));
     if (QQuickItem* root = rootObject()) {
         if (look == Look::popover) {
-            root->setProperty("radius", corner);
+            // Cut out without blending, round corners are ragged.
+            if (blended_) root->setProperty("radius", corner);
             QQmlProperty(root, QStringLiteral("border.color")).write(edgeColour);
         }
         connect(root, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
@@ -147,12 +146,6 @@ void PanelWindow::fit() {
                     room.y() + (room.height() - fitting.height()) / 2);
 }
 
-void PanelWindow::roundCorners() {
-    QPainterPath outline;
-    outline.addRoundedRect(QRect(QPoint(), size()), corner, corner);
-    setMask(QRegion(outline.toFillPolygon().toPolygon()));
-}
-
 void PanelWindow::showEvent(QShowEvent* event) {
     AppWindow::showEvent(event);
     model_.appear();
@@ -162,11 +155,6 @@ void PanelWindow::hideEvent(QHideEvent* event) {
     AppWindow::hideEvent(event);
     presses_.reset();
     model_.disappear();
-}
-
-void PanelWindow::resizeEvent(QResizeEvent* event) {
-    AppWindow::resizeEvent(event);
-    if (look_ == Look::popover && !blended_) roundCorners();
 }
 
 /// Some window managers make room for a title bar before they see that there is none.

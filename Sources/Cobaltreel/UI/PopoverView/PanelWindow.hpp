@@ -20,7 +20,7 @@ class PanelWindow final : public AppWindow {
 
   public:
     enum class Look {
-        /// Frameless with round corners, beside the status item. It closes at a press elsewhere, when another
+        /// Frameless, with round corners where a compositor blends them, beside the status item. It closes at a press elsewhere, when another
         /// window gets the focus (an alert over it does not count), and when a recording is about to begin.
         popover,
         titled,  ///< an ordinary window that stays, for a desktop without a tray
@@ -54,14 +54,12 @@ class PanelWindow final : public AppWindow {
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     void moveEvent(QMoveEvent* event) override;
 
   private:
     void fit();
     void leave();
     void followPresses();
-    void roundCorners();
 
     PopoverModel& model_;
     Look look_;
