@@ -10,11 +10,14 @@ Item {
     required property bool isOn
     required property bool stretch
     property int textSize: TextSize.body
+    /// Between the label and the switch.
+    property real gap: 8
+    readonly property alias labelWidth: title.implicitWidth
     property alias showsFocus: toggle.showsFocus
 
     signal edited(bool isOn)
 
-    implicitWidth: title.implicitWidth + 8 + toggle.width
+    implicitWidth: title.implicitWidth + gap + toggle.width
     implicitHeight: Math.max(title.implicitHeight, toggle.height)
 
     ControlText {
@@ -22,7 +25,7 @@ Item {
 
         anchors.left: parent.left
         anchors.verticalCenter: parent.verticalCenter
-        width: Math.max(0, Math.min(implicitWidth, row.width - 8 - toggle.width))
+        width: Math.max(0, Math.min(implicitWidth, row.width - row.gap - toggle.width))
         horizontalAlignment: Text.AlignLeft
         opacity: row.enabled ? 1 : 0.4
         label: row.label
@@ -39,7 +42,7 @@ Item {
         id: toggle
 
         x: {
-            const offset = row.stretch ? row.width - width : title.width + 8;
+            const offset = row.stretch ? row.width - width : title.width + row.gap;
             return mirrored ? row.width - offset - width : offset;
         }
         anchors.verticalCenter: parent.verticalCenter

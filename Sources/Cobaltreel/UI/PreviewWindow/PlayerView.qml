@@ -160,10 +160,11 @@ FocusScope {
 
                 x: 8 + room * ControlMath.fraction(view.model.trimStart, 0, view.model.duration)
                 width: Math.max(2, 8 + room * ControlMath.fraction(view.model.trimEnd, 0, view.model.duration) - x)
-                // Close under the track, as its second line.
-                y: parent.height / 2 + 3
-                height: 2
-                radius: 1
+                // The lower edge of the track.
+                y: parent.height / 2 + 1
+                z: -1
+                height: 3
+                radius: 1.5
                 color: Color.kept
             }
         }

@@ -128,13 +128,14 @@ FocusScope {
             Row {
                 id: options
 
-                // The longest labels of either language leave a little less than the usual room.
-                readonly property real content: zoom.implicitWidth + camera.implicitWidth + (style.visible ? style.width : 0)
-                                                + ripples.implicitWidth + sound.implicitWidth
+                readonly property real content: 4 * 38 + (style.visible ? style.width : 0) + zoom.labelWidth
+                                                + camera.labelWidth + ripples.labelWidth + sound.labelWidth
                 readonly property int gaps: style.visible ? 4 : 3
+                // The longest labels leave less than the usual room: what belongs together moves closer, too.
+                readonly property real gap: choices.width - content < gaps * 16 + 4 * 8 ? 5 : 8
 
                 anchors.horizontalCenter: parent.horizontalCenter
-                spacing: Math.max(4, Math.min(16, Math.floor((choices.width - content) / gaps)))
+                spacing: Math.max(4, Math.min(16, Math.floor((choices.width - content - 4 * gap) / gaps)))
 
                 MacToggleRow {
                     id: zoom
@@ -146,6 +147,7 @@ FocusScope {
                     isOn: view.model.autoZoom
                     stretch: false
                     textSize: TextSize.small
+                    gap: options.gap
                     onEdited: isOn => view.model.autoZoom = isOn
                 }
                 MacToggleRow {
@@ -158,6 +160,7 @@ FocusScope {
                     isOn: view.model.bubble
                     stretch: false
                     textSize: TextSize.small
+                    gap: options.gap
                     onEdited: isOn => view.model.bubble = isOn
                 }
                 MacSegmented {
@@ -191,6 +194,7 @@ FocusScope {
                     isOn: view.model.ripples
                     stretch: false
                     textSize: TextSize.small
+                    gap: options.gap
                     onEdited: isOn => view.model.ripples = isOn
                 }
                 MacToggleRow {
@@ -204,6 +208,7 @@ FocusScope {
                     isOn: view.model.systemAudio
                     stretch: false
                     textSize: TextSize.small
+                    gap: options.gap
                     onEdited: isOn => view.model.systemAudio = isOn
                 }
             }
@@ -220,6 +225,7 @@ FocusScope {
                     width: start.labelWidth
                     horizontalAlignment: Text.AlignLeft
                     label: S.fileName
+                    font.pixelSize: TextSize.small
                 }
                 MacTextField {
                     id: name
@@ -246,6 +252,7 @@ FocusScope {
                     width: start.labelWidth
                     horizontalAlignment: Text.AlignLeft
                     label: S.quality
+                    font.pixelSize: TextSize.small
                 }
                 MacSegmented {
                     id: quality

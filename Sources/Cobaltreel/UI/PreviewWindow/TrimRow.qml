@@ -29,6 +29,7 @@ Item {
         width: row.labelWidth
         horizontalAlignment: Text.AlignLeft
         label: row.label
+        font.pixelSize: TextSize.small
     }
     Item {
         anchors.left: title.right
