@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QRegion>
 #include <QSurfaceFormat>
+#include <utility>
 
 namespace cobaltreel {
 namespace {
@@ -65,6 +66,11 @@ QRegion BubbleWindow::outline() const {
     QRegion region;
     region.setRects(runs.constData(), static_cast<int>(runs.size()));
     return region.translated(place.topLeft());
+}
+
+void BubbleWindow::exposeEvent(QExposeEvent* event) {
+    QRasterWindow::exposeEvent(event);
+    if (isExposed() && !std::exchange(wasExposed_, true) && exposed) exposed();
 }
 
 void BubbleWindow::paintEvent(QPaintEvent*) {

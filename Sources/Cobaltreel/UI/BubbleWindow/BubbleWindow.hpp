@@ -5,6 +5,7 @@
 #include <QImage>
 #include <QPoint>
 #include <QRasterWindow>
+#include <functional>
 
 namespace cobaltreel {
 
@@ -20,8 +21,11 @@ class BubbleWindow final : public QRasterWindow {
     void place(const QRect& frame);
     /// Premultiplied; shown as large as fits into the window, in its middle.
     void setPicture(const QImage& picture);
+    /// Called once, when the window has come onto the screen.
+    std::function<void()> exposed;
 
   protected:
+    void exposeEvent(QExposeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -33,7 +37,8 @@ class BubbleWindow final : public QRasterWindow {
     CameraStyle style_;
     bool blended_;
     QImage picture_;  // premultiplied when blended, straight otherwise
-    QPoint grip_;     // where the pointer holds the window, from its top left
+    bool wasExposed_ = false;
+    QPoint grip_;  // where the pointer holds the window, from its top left
 };
 
 }  // namespace cobaltreel

@@ -35,6 +35,8 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
     hide();
     style_ = style;
     panel_ = std::make_unique<BubbleWindow>(style, compositor_ && compositor_->isRunning());
+    panel_->exposed = [this] { restack(); };
+    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, panel_.get(), [this] { restack(); });
     feeder().setTarget([panel = panel_.get()](const QImage& picture) { panel->setPicture(picture); });
     place(corner, diameter);
     if (style == CameraStyle::bubble) {
@@ -48,7 +50,22 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
 }
 
 void BubbleWindowController::update(CameraCorner corner, double diameter) {
-    if (panel_) place(corner, diameter);
+    if (!panel_) return;
+    place(corner, diameter);
+    restack();
+}
+
+void BubbleWindowController::restack() {
+    if (!windowManager_ || QGuiApplication::platformName() != QLatin1String("xcb")) return;
+    bool isBelow = false;
+    for (QWindow* const other : QGuiApplication::topLevelWindows()) {
+        if (other == panel_.get() || !other->isExposed() || !other->geometry().intersects(panel_->geometry()))
+            continue;
+        windowManager_->stackBelow(static_cast<std::uint32_t>(panel_->winId()),
+                                   static_cast<std::uint32_t>(other->winId()));
+        isBelow = true;
+    }
+    if (!isBelow) panel_->raise();
 }
 
 void BubbleWindowController::place(CameraCorner corner, double diameter) {

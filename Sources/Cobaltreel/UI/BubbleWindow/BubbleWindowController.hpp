@@ -40,6 +40,8 @@ class BubbleWindowController final : public CameraBubble {
   private:
     BubbleFeeder& feeder() const;
     void place(CameraCorner corner, double diameter);
+    /// In front of all windows, but for the program's own: what is being set stays within reach.
+    void restack();
 
     std::shared_ptr<platform::Compositor> compositor_;
     std::shared_ptr<platform::WindowManager> windowManager_;

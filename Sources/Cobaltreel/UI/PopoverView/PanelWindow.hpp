@@ -20,7 +20,8 @@ class PanelWindow final : public AppWindow {
 
   public:
     enum class Look {
-        /// Frameless, with round corners where a compositor blends them, beside the status item. It closes at a press elsewhere, when another
+        /// Frameless, with round corners where a compositor blends them, beside the status item. It closes at
+        /// a press elsewhere, when another
         /// window gets the focus (an alert over it does not count), and when a recording is about to begin.
         popover,
         titled,  ///< an ordinary window that stays, for a desktop without a tray

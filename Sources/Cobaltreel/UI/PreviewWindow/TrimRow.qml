@@ -75,6 +75,7 @@ Item {
                 width: Math.max(implicitWidth, Math.ceil(digits.advanceWidth))
                 horizontalAlignment: Text.AlignRight
                 label: row.time
+                font.pixelSize: TextSize.small
             }
             ControlText {
                 anchors.left: shownTime.right

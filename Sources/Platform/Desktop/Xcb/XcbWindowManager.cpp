@@ -109,6 +109,15 @@ void XcbWindowManager::preferDark(std::uint32_t window) {
     xcb_flush(connection_.get());
 }
 
+void XcbWindowManager::stackBelow(std::uint32_t window, std::uint32_t other) {
+    const xcb_window_t frame = frameOf(connection_, other);
+    if (frame == XCB_NONE) return;
+    const std::uint32_t values[] = {frame, XCB_STACK_MODE_BELOW};
+    xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
+                         values);
+    xcb_flush(connection_.get());
+}
+
 std::vector<PixelRect> XcbWindowManager::struts() {
     xcb_connection_t* c = connection_.get();
     std::vector<xcb_window_t> windows = childrenOf(connection_, connection_.root());

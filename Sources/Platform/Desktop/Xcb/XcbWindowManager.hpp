@@ -17,6 +17,7 @@ class XcbWindowManager final : public WindowManager {
 
     void activate(std::uint32_t window) override;
     void preferDark(std::uint32_t window) override;
+    void stackBelow(std::uint32_t window, std::uint32_t other) override;
     Rect workArea(const Rect& screen) override;
 
   private:

@@ -20,6 +20,9 @@
 namespace cobaltreel {
 namespace {
 
+/// On the terminal's title or first letter; under a busy fluxbox it may be no larger.
+constexpr QPoint onTerminal(46, 152);
+
 /// A terminal: a program that takes the keyboard when it is clicked, and knows nothing of ours.
 class Terminal {
   public:
@@ -59,7 +62,7 @@ class DesktopManners : public CoordinatorTest {
     /// The user works in the terminal, and the time of that is newer than anything that our program knows.
     void workElsewhere() {
         ASSERT_TRUE(waitUntil([&] {
-            input.click({200, 300});
+            input.click(onTerminal);
             QTest::qWait(100);
             return !QGuiApplication::focusWindow();
         }));
@@ -105,7 +108,7 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
         EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
             << "beside bars and docks, and on the main display";
         save("panel");
-        input.click({200, 300});
+        input.click(onTerminal);
         EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
 
         // Somebody else keeps the keyboard, as full-screen programs and some window managers do.
@@ -115,7 +118,7 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
         xcb_set_input_focus(other.get(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
                             XCB_CURRENT_TIME);
         xcb_flush(other.get());
-        if (panel->isOpen()) input.click({200, 300});
+        if (panel->isOpen()) input.click(onTerminal);
         EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
         panel.reset();
         time->advance(1);
@@ -164,6 +167,26 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
         input.key(0xff0d);
         EXPECT_TRUE(waitUntil([&] { return answers == 1; }));
         panel.reset();
+    }
+}
+
+TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
+    openPanel(QRect(room().bottomRight(), QSize(1, 1)));
+    BubbleWindowController floating(time, time, nullptr, compositor, manager);
+    floating.show(CameraCorner::topLeft, 200, CameraStyle::bubble);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(floating.panel()));
+    for (const bool isOpenFirst : {true, false}) {
+        if (!isOpenFirst) panel->open(QRect(room().bottomRight(), QSize(1, 1)));
+        floating.update(CameraCorner::bottomRight, 200);
+        const QRect frame = floating.panel()->geometry();
+        ASSERT_TRUE(waitUntil([&] { return panel->geometry().intersects(frame); }));
+        const QPoint ring(frame.center().x(), frame.y() + 1);
+        ASSERT_TRUE(panel->geometry().contains(ring));
+        const auto isRing = [&] { return qRed(screenPixel(ring)) > 150 && qBlue(screenPixel(ring)) < 60; };
+        QTest::qWait(200);
+        EXPECT_FALSE(isRing()) << "whoever comes first";
+        panel->close();
+        EXPECT_TRUE(waitUntil(isRing)) << "in front of everything else";
     }
 }
 
