@@ -109,10 +109,14 @@ TEST(Story, FromTheTrayToTheMovie) {
     EXPECT_GT(exported, recorded - 3);
     const auto movie = pictures(folder / "movie.mp4", 2);
     ASSERT_GE(movie.size(), 10U);
-    EXPECT_TRUE(movie.front().counter()) << "the whole scene is seen at the beginning";
+    const auto first = movie.front().counter(), last = movie.back().counter();
+    ASSERT_TRUE(first && last) << "the whole scene is seen at the beginning and at the end";
     std::vector<std::uint32_t> counters;
-    for (const Picture& picture : movie)
-        if (const auto counter = picture.counter()) counters.push_back(*counter);
+    for (const Picture& picture : movie) {
+        // What is seen from near may look like a counter, too.
+        const auto counter = picture.counter();
+        if (counter && *counter >= *first && *counter <= *last) counters.push_back(*counter);
+    }
     EXPECT_GE(counters.size(), 2U);
     EXPECT_TRUE(std::is_sorted(counters.begin(), counters.end(), std::less_equal<>())) << "it moves";
     EXPECT_GE(movie.size() - counters.size(), 3U) << "the clicks are seen from near";

@@ -59,7 +59,10 @@ void BubbleWindowController::restack() {
     if (!windowManager_ || QGuiApplication::platformName() != QLatin1String("xcb")) return;
     bool isBelow = false;
     for (QWindow* const other : QGuiApplication::topLevelWindows()) {
-        if (other == panel_.get() || !other->isExposed() || !other->geometry().intersects(panel_->geometry()))
+        const bool goesBefore =
+            other->modality() != Qt::NonModal || other->flags().testFlag(Qt::WindowStaysOnTopHint);
+        if (other == panel_.get() || !goesBefore || !other->isExposed() ||
+            !other->geometry().intersects(panel_->geometry()))
             continue;
         windowManager_->stackBelow(static_cast<std::uint32_t>(panel_->winId()),
                                    static_cast<std::uint32_t>(other->winId()));

@@ -40,7 +40,7 @@ class BubbleWindowController final : public CameraBubble {
   private:
     BubbleFeeder& feeder() const;
     void place(CameraCorner corner, double diameter);
-    /// In front of all windows, but for the program's own: what is being set stays within reach.
+    /// In front of all windows, but for our panel and alerts: what is being set stays within reach.
     void restack();
 
     std::shared_ptr<platform::Compositor> compositor_;
