@@ -61,10 +61,11 @@ class DesktopInput {
     platform::XcbConnection connection_;
 };
 
+/// The toolkit counts from the screen's own corner.
 inline QImage screenPart(const QRect& part) {
-    return QGuiApplication::primaryScreen()
-        ->grabWindow(0, part.x(), part.y(), part.width(), part.height())
-        .toImage();
+    QScreen* const screen = QGuiApplication::primaryScreen();
+    const QRect own = part.translated(-screen->geometry().topLeft());
+    return screen->grabWindow(0, own.x(), own.y(), own.width(), own.height()).toImage();
 }
 inline QRgb screenPixel(QPoint position) { return screenPart(QRect(position, QSize(1, 1))).pixel(0, 0); }
 
