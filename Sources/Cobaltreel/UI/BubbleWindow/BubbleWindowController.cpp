@@ -61,7 +61,7 @@ void BubbleWindowController::restack() {
     for (QWindow* const other : QGuiApplication::topLevelWindows()) {
         const bool goesBefore =
             other->modality() != Qt::NonModal || other->flags().testFlag(Qt::WindowStaysOnTopHint);
-        if (other == panel_.get() || !goesBefore || !other->isExposed() ||
+        if (other == panel_.get() || !goesBefore || !other->isVisible() ||
             !other->geometry().intersects(panel_->geometry()))
             continue;
         windowManager_->stackBelow(static_cast<std::uint32_t>(panel_->winId()),
