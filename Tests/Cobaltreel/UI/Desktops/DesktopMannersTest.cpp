@@ -171,6 +171,8 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
 }
 
 TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
+    if (qgetenv("COBALTREEL_RIG_WM") == "i3")
+        GTEST_SKIP() << "i3 puts its windows back below those that it does not arrange";
     openPanel(QRect(room().bottomRight(), QSize(1, 1)));
     BubbleWindowController floating(time, time, nullptr, compositor, manager);
     floating.show(CameraCorner::topLeft, 200, CameraStyle::bubble);
