@@ -84,6 +84,27 @@ void syncToDisk(const fs::path& path) {
     if (code != 0) throwFileError(path.string() + " cannot be brought onto the disk", code);
 }
 
+std::string readFile(const fs::path& file, std::uintmax_t largest) {
+    const auto fail = [&](int code) { throwFileError(file.string() + " could not be read", code); };
+    // From a pipe there would be no end; nor does opening it wait.
+    const UniqueFd fd(repeatedOpen(file.c_str(), O_RDONLY | O_NONBLOCK));
+    struct stat found {};
+    if (!fd || fstat(fd.get(), &found) != 0) fail(errno);
+    if (!S_ISREG(found.st_mode)) fail(EINVAL);
+    if (static_cast<std::uintmax_t>(found.st_size) > largest) fail(EFBIG);
+    std::string bytes(static_cast<std::size_t>(found.st_size), '\0');
+    std::size_t size = 0;
+    while (size < bytes.size()) {
+        const ssize_t count = read(fd.get(), bytes.data() + size, bytes.size() - size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail(errno);
+        if (count == 0) break;
+        size += static_cast<std::size_t>(count);
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
 fs::path temporaryName(const fs::path& file) { return file.string() + ".new"; }
 
 void replaceFile(const fs::path& file, std::string_view bytes) {

@@ -26,6 +26,10 @@ int syncDescriptor(int fd);
 /// The same by path, throwing.
 void syncToDisk(const std::filesystem::path& fileOrFolder);
 
+/// The whole of a regular file, as it was when it was opened: `replaceFile` may put another one in its place
+/// meanwhile. A larger one than `largest` bytes is EFBIG, anything but a file EINVAL.
+std::string readFile(const std::filesystem::path& file, std::uintmax_t largest);
+
 /// Replaces `file` as a whole, and on the disk once this returns: a reader sees the old bytes or the new
 /// ones, and so does the next start after a loss of power. Only its user may read it. A failure leaves the
 /// old file as it was. The new one is written beside it, under `temporaryName`.
