@@ -159,6 +159,10 @@ Settled settle(const SessionFolder& folder, platform::MediaService& media) {
     return look(folder, media, true).settled;
 }
 
+bool isSurelyEmpty(const std::filesystem::path& movie, platform::MediaService& media) {
+    return lookAt(movie, media).contents == Movie::Contents::nothing;
+}
+
 bool removeIfEmpty(const SessionFolder& folder, platform::MediaService& media) {
     const Look now = look(folder, media, false);
     return now.settled.state == State::empty && folder.remove(now.held.has_value());

@@ -4,6 +4,7 @@
 #include "CobaltreelCore/Models.hpp"
 #include "Platform/Media/MediaService.hpp"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -31,6 +32,9 @@ Settled examine(const SessionFolder& folder, platform::MediaService& media);
 /// The same, and gives one that was cut off the documents that a good end would have written: the ends as the
 /// movies tell them, the pointer's journal as events.json. What cannot be written is in `meta` all the same.
 Settled settle(const SessionFolder& folder, platform::MediaService& media);
+
+/// Whether a movie surely holds nothing that could be played: its writing failed before its first fragment.
+bool isSurelyEmpty(const std::filesystem::path& movie, platform::MediaService& media);
 
 /// Settles, and removes the folder when it is empty. True when it has been removed.
 bool removeIfEmpty(const SessionFolder& folder, platform::MediaService& media);

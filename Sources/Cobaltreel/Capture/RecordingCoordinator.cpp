@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/Capture/CaptureTarget.hpp"
 #include "Cobaltreel/Capture/ContentChoice.hpp"
+#include "Cobaltreel/Capture/InterruptedTake.hpp"
 #include "Cobaltreel/Capture/LivePreview.hpp"
 #include "Cobaltreel/Capture/RecordingEngine.hpp"
 #include "Cobaltreel/Capture/RecordingFiles.hpp"
@@ -345,6 +346,9 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
         meta->screenFirstPTS = engine->screen.firstPTS();
         meta->cameraFirstPTS = engine->cameraMic.firstPTS();
         co_await engine->offMainThread([&] {
+            // A take without a picture is no take, whatever the screen gave.
+            if (error && InterruptedTake::isSurelyEmpty(folder->screenMovie(), *engine->services.media))
+                meta->screenFirstPTS.reset();
             meta->recordingEndHostTime = pictureEndedAt.value_or(engine->services.clock->now());
             const auto unwritten = engine->files->complete(events, *meta);
             if (!error) error = unwritten;

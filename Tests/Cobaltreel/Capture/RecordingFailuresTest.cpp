@@ -188,6 +188,20 @@ TEST_F(RecordingFailuresTest, AMovieThatCannotBeWrittenAnyMoreEndsTheRecording) 
     }
 }
 
+TEST_F(RecordingFailuresTest, WhatNoPictureReachedIsNotOfferedAsATake) {
+    for (const bool reaches : {true, false}) {
+        alerts->alerts.clear();
+        media->writing.createsFile = reaches;
+        media->writing.failsAfter = 1;
+        media->writing.error = PlatformError("disk", 28, "no space left");
+        record();
+        stream().deliverFrame(time->now());
+        stop();
+        ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
+        EXPECT_EQ(coordinator->meta()->screenFirstPTS.has_value(), reaches);
+    }
+}
+
 TEST_F(RecordingFailuresTest, DocumentsThatCannotBeWrittenAreSaid) {
     record();
     stream().deliverFrame(time->now());
