@@ -1,9 +1,11 @@
 // What is left of a movie whose writing was cut off.
 #include "Platform/Media/MovieFixture.hpp"
 
+#include <csignal>
 #include <fstream>
 #include <random>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace platform::test {
@@ -98,6 +100,35 @@ TEST_F(BrokenOff, aTrackThatNothingCameOfYetIsEmptyAndOneThatBeganLateIsNot) {
         EXPECT_GT(movie->loadTracks(MediaType::audio)[0].timeRange.duration(), 4);
         EXPECT_EQ(movie->loadTracks(MediaType::video)[0].timeRange.duration() > 0, picturesCome);
     }
+}
+
+TEST_F(BrokenOff, keepsWhatCameBeforeTheLastFragmentWhenThatFindsNoRoom) {
+    const auto writer = media->makeWriter(file("full.mov"), FileType::quickTimeMovie);
+    VideoSettings settings;
+    settings.width = 64;
+    settings.height = 48;
+    settings.expectsMediaDataInRealTime = true;
+    AssetWriterInput& input = writer->addVideoInput(settings);
+    ASSERT_TRUE(writer->startWriting());
+    writer->startSession({0, 1});
+    const auto append = [&](int from, int to) {
+        for (int i = from; i < to; ++i)
+            appendPatiently(input, pictureAt(i / 10.0, greyPicture(64, 48, expectedLuma(i))));
+    };
+    append(0, 5);
+    std::optional<MediaTime> end;
+    while (!end || end->seconds() < 0.39) end = writer->flush();
+    const auto earlier = ::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual{};
+    ::getrlimit(RLIMIT_FSIZE, &usual);
+    const rlimit full{fs::file_size(file("full.mov")), usual.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    append(5, 7);
+    const auto status = finishAndWait(*writer);
+    ::setrlimit(RLIMIT_FSIZE, &usual);
+    ::signal(SIGXFSZ, earlier);
+    EXPECT_EQ(status, AssetWriter::Status::failed);
+    EXPECT_EQ(readFrames(file("full.mov"), {0, 100}).size(), 5U);
 }
 
 TEST_F(BrokenOff, isNoMovieBeforeItsFirstFragment) {

@@ -176,6 +176,7 @@ std::optional<double> MovieMuxer::flush() {
 
 void MovieMuxer::finish() {
     const std::lock_guard lock(mutex_);
+    dirty_ = false;  // the library takes nothing more after its trailer, though that cannot be written
     check(av_write_trailer(context_.get()), sentence());
     requireNoWriteError();
     if (fragments_) {
