@@ -125,7 +125,8 @@ int AxisSampling::copyStart() const { return static_cast<int>(std::lround(b)); }
 AxisFilter makeVerticalFilter(const AxisSampling& sampling) { return makeFilter(sampling, 1); }
 
 AxisFilter makeHorizontalFilter(const AxisSampling& sampling) {
-    AxisFilter filter = makeFilter(sampling, 2);
+    // Steps of more than two samples have no blocks, and their many taps are summed eight at a time.
+    AxisFilter filter = makeFilter(sampling, std::abs(sampling.a) > 2 ? 8 : 2);
     addBlocks(filter);
     return filter;
 }

@@ -61,7 +61,7 @@ constexpr int filterUnit = 16384;
 constexpr int rowOverhang = 32;
 
 AxisFilter makeVerticalFilter(const AxisSampling& sampling);
-/// Has an even number of taps.
+/// Has an even number of taps, for steps of more than two samples a multiple of eight.
 AxisFilter makeHorizontalFilter(const AxisSampling& sampling);
 
 }  // namespace platform::imaging
