@@ -118,6 +118,33 @@ TEST_F(Writing, flashesAndBeepsStayTogether) {
     }
 }
 
+// Fragments are cut whenever either track has enough, and for every flush.
+TEST_F(Writing, picturesAfterAPauseKeepTheirTimes) {
+    for (const bool hasSound : {false, true}) {
+        SCOPED_TRACE(hasSound);
+        const auto path = file("pauses.mov");
+        auto writer = media->makeWriter(path, FileType::quickTimeMovie);
+        AssetWriterInput& video = writer->addVideoInput(smallHevc);
+        AssetWriterInput* audio = hasSound ? &writer->addAudioInput({48000, 2, 128000, true}) : nullptr;
+        ASSERT_TRUE(writer->startWriting());
+        writer->startSession(MediaTime::fromSeconds(70, nanosecondTimescale));
+        const std::vector<double> times{0, 0.05, 0.3, 2.2, 2.3, 7.9, 7.95, 8.6, 14};
+        double heard = 0;
+        for (const double time : times) {
+            for (; audio && heard < time; heard += 0.1)
+                appendPatiently(
+                    *audio, soundRun(70 + heard, 4800, {48000, 2, true}, [](std::size_t) { return 0.1F; }));
+            appendPatiently(video,
+                            pictureAt(70 + time, greyPicture(64, 64, static_cast<int>(40 + 10 * time))));
+            if (time > 1) writer->flush();
+        }
+        ASSERT_EQ(finishAndWait(*writer), Status::completed);
+        const auto frames = readFrames(path, {0, 100});
+        ASSERT_EQ(frames.size(), times.size());
+        for (std::size_t i = 0; i < times.size(); ++i) EXPECT_NEAR(frames[i].time, times[i], 1e-4) << i;
+    }
+}
+
 TEST_F(Writing, otherProgramsReadTheFilesWithoutAWarning) {
     if (!installed("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
     struct Case {
@@ -381,8 +408,9 @@ TEST(VideoEncoders, fallBackToTheNextAndNameAllThatWasTried) {
 }
 
 TEST(VideoEncoders, areBelievedAfterATrialOnly) {
-    const VideoSettings screen{VideoCodec::hevc, 320, 180, 20'000'000, 60, false, true};
-    const VideoSettings exported{VideoCodec::h264, 321, 181, 20'000'000, 30, true, false};
+    // Slow enough for any machine: this is not about time.
+    const VideoSettings screen{VideoCodec::hevc, 320, 180, 20'000'000, 2, false, true};
+    const VideoSettings exported{VideoCodec::h264, 321, 181, 20'000'000, 2, true, false};
     EXPECT_EQ(ffmpeg::trialOf("libx265", screen), "");
     EXPECT_EQ(ffmpeg::trialOf("libx264", exported), "");
     // One that opens and works, but not well: coarse blocks for lack of bits.

@@ -120,7 +120,8 @@ void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
     packet.stream_index = track;
     const double time = static_cast<double>(packet.dts) * av_q2d(context_->streams[track]->time_base);
     if (!firstTime_) firstTime_ = time;
-    if (!started_[static_cast<std::size_t>(track)]) startLateTrack(track);
+    started_[static_cast<std::size_t>(track)] = true;
+    if (isFragmented() && headOut_) keepTrueTimes();
     dirty_ = true;
     const double end =
         static_cast<double>(packet.pts + packet.duration) * av_q2d(context_->streams[track]->time_base);
@@ -135,12 +136,11 @@ void MovieMuxer::write(int track, AVPacket& packet, AVRational base) {
         cutFragment();
 }
 
-/// The start of a track that begins after the track list was written cannot go into its edit list; its
-/// fragments then carry it.
-void MovieMuxer::startLateTrack(int track) {
-    started_[static_cast<std::size_t>(track)] = true;
-    if (isFragmented() && headOut_)
-        check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0), sentence());
+/// Left alone, the library has a fragment begin where the last sample of the one before ends by its guess of
+/// a duration: a picture after a pause would be shown as early as the pause began. It also lets the fragments
+/// of a track that begins after the track list was written carry its start, which no edit list then can.
+void MovieMuxer::keepTrueTimes() {
+    check(av_opt_set(context_->priv_data, "movflags", "+frag_discont", 0), sentence());
 }
 
 void MovieMuxer::cutFragment() {

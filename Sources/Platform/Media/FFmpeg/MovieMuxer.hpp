@@ -53,7 +53,7 @@ class MovieMuxer {
     void handOver();
     void cutFragment();
     bool isOpen() const { return file_ || fragments_; }
-    void startLateTrack(int track);
+    void keepTrueTimes();
     std::string sentence() const { return "The movie " + path_.string() + " cannot be written"; }
 
     std::filesystem::path path_;
