@@ -20,6 +20,7 @@ std::string family(const std::string& header) {
     static const std::vector<std::pair<std::regex, std::string>> families{
         {std::regex("libyuv.*"), "yuv"},
         {std::regex("libav.*|libsw.*"), "ffmpeg"},
+        {std::regex("x265\\.h"), "x265"},
         {std::regex("xcb/.*|X11/.*"), "xcb"},
         {std::regex("nlohmann/.*"), "json"},
         {std::regex("CLI/.*"), "cli"},

@@ -35,7 +35,7 @@ inline const std::vector<IncludeRule> includeTable{
     {"Platform/Media/FFmpeg/",
      false,
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
-     {"std", "os", "ffmpeg", "yuv"}},
+     {"std", "os", "ffmpeg", "x265", "yuv"}},
 
     {"Platform/Media/Mpv/",
      false,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -47,6 +48,24 @@ TEST(RateGovernor, leavesAScreenAloneOnWhichLittleMoves) {
         governor.spend(i % 40 == 0 ? 8'000'000 : 20'000);
     }
     EXPECT_EQ(coarsest, 0);
+}
+
+// A page is scrolled: every picture is new, and the encoder gives each back when two more have gone in.
+TEST(RateGovernor, reckonsWithPicturesThatTheEncoderHasNotGivenBack) {
+    RateGovernor governor(rate);
+    std::deque<double> inside;
+    double end = 0;
+    for (; end < 3; end += 0.05) {
+        const double coarsening = governor.coarsening(end);
+        ASSERT_FALSE(governor.isExhausted()) << end;
+        governor.expect(coarsening);
+        inside.push_back(bitsOf(8'000'000, coarsening));
+        if (inside.size() <= 2) continue;
+        governor.spend(inside.front());
+        inside.pop_front();
+    }
+    for (const double bits : inside) governor.spend(bits);
+    EXPECT_LT(governor.coarsening(end + 1), 1) << "blurred for more than a second";
 }
 
 }  // namespace

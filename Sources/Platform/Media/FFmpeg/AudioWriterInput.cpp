@@ -74,4 +74,16 @@ void AudioWriterInput::encodeFrames(int atLeast) {
     }
 }
 
+/// Gives a frame, or the end with null, to the encoder and what comes out to the file.
+void AudioWriterInput::feedEncoder(const AVFrame* frame) {
+    const std::string sentence = std::string("The encoder ") + encoder_->codec->name + " failed";
+    check(avcodec_send_frame(encoder_.get(), frame), sentence);
+    for (;;) {
+        const int result = avcodec_receive_packet(encoder_.get(), packet_.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        check(result, sentence);
+        deliver(*packet_, encoder_->time_base);
+    }
+}
+
 }  // namespace platform::ffmpeg

@@ -21,8 +21,10 @@ class AudioWriterInput final : public WriterInput {
     void encodeRest() override;
     bool isWanted(const AVPacket& packet) override;
     void encodeFrames(int atLeast);
+    void feedEncoder(const AVFrame* frame);
 
     AudioSettings settings_;
+    CodecPtr encoder_;
     AudioConformer conformer_;
     std::int64_t encodedFrames_ = 0;
 };

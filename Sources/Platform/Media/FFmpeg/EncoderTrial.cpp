@@ -1,7 +1,6 @@
 #include "Platform/Media/FFmpeg/EncoderTrial.hpp"
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
-#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
 #include <chrono>
 #include <cstdio>
@@ -75,7 +74,7 @@ class Trial {
     Trial(const std::string& name, const VideoSettings& settings)
         : settings_(settings),
           encoder_(openVideoEncoder(name, settings, true)),
-          decoder_(decoderOf(*encoder_)) {}
+          decoder_(decoderOf(encoder_->description())) {}
 
     std::string run() {
         const int width = settings_.width + settings_.width % 2,
@@ -86,7 +85,7 @@ class Trial {
         for (const FramePtr& picture : pictures_) {
             FramePtr given(av_frame_clone(picture.get()));
             if (!given) throw std::bad_alloc();
-            encode(frameFor(*encoder_, std::move(given)).get());
+            encode(std::move(given));
         }
         encode(nullptr);
         const double each =
@@ -109,15 +108,10 @@ class Trial {
     }
 
   private:
-    void encode(const AVFrame* frame) {
-        check(avcodec_send_frame(encoder_.get(), frame), "it refuses a picture");
-        for (;;) {
-            PacketPtr packet = makePacket();
-            const int result = avcodec_receive_packet(encoder_.get(), packet.get());
-            if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-            check(result, "it fails");
+    void encode(FramePtr picture) {
+        encoder_->send(std::move(picture), 0);
+        for (PacketPtr packet = makePacket(); encoder_->receive(*packet); packet = makePacket())
             packets_.push_back(std::move(packet));
-        }
     }
 
     void decode(const AVPacket* packet) {
@@ -135,7 +129,7 @@ class Trial {
     }
 
     const VideoSettings& settings_;
-    CodecPtr encoder_;
+    VideoEncoderPtr encoder_;
     CodecPtr decoder_;
     std::vector<FramePtr> pictures_;
     std::vector<PacketPtr> packets_;

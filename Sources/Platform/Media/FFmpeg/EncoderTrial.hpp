@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Media/AssetWriter.hpp"
-#include "Platform/Media/FFmpeg/Handles.hpp"
+#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
 #include <string>
 #include <vector>
@@ -15,7 +15,7 @@ std::string trialOf(const std::string& encoder, const VideoSettings& settings);
 
 /// An encoder that is open, and why the ones preferred to it are not.
 struct ChosenEncoder {
-    CodecPtr encoder;
+    VideoEncoderPtr encoder;
     std::string passedOver;  ///< sentences; empty when the first candidate was taken
 };
 

@@ -18,7 +18,7 @@ EncoderReport videoReport(const std::string& purpose, const VideoSettings& setti
     try {
         const ChosenEncoder chosen =
             chooseVideoEncoder(settings, true, videoEncoderCandidates(settings.codec));
-        return {purpose, chosen.encoder->codec->name, chosen.passedOver};
+        return {purpose, chosen.encoder->name(), chosen.passedOver};
     } catch (const PlatformError& problem) {
         return {purpose, "", problem.description()};
     }

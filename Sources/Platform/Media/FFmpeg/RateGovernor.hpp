@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <deque>
 #include <limits>
 
 namespace platform::ffmpeg {
@@ -13,7 +15,7 @@ class RateGovernor {
   public:
     /// No stretch of `t` seconds gets more than `bitsPerSecond` × (`t` + `window`), give or take a frame.
     static constexpr double window = 3;
-    /// The coarsest that it asks for, in steps of the quantiser; six of them halve the bits.
+    /// The coarsest that it asks for, in steps of the quantiser.
     static constexpr double mostCoarsening = 30;
     /// It asks for none until this part of the bucket is full. The rest drains within a second, so that what
     /// has stopped moving is sharp again by then.
@@ -29,16 +31,36 @@ class RateGovernor {
     /// 0 while the bucket is free enough, `mostCoarsening` when it is full.
     double coarsening(double time) {
         drainTo(time);
-        return std::clamp((level_ / capacity_ - freePart) / (1 - freePart), 0.0, 1.0) * mostCoarsening;
+        double expected = level_;
+        for (const Expected& each : expected_) expected += each.bits;
+        return std::clamp((expected / capacity_ - freePart) / (1 - freePart), 0.0, 1.0) * mostCoarsening;
+    }
+    /// A frame quantised so much coarser goes into the encoder, which works on several at a time: it counts as
+    /// much as the last large one until `spend` tells.
+    void expect(double coarsening) {
+        expected_.push_back({fullQualityBits_ * std::exp2(-coarsening / stepsToHalf), coarsening});
     }
     /// There is room for a large frame that could also come later.
     bool isAtEase() const { return level_ <= capacity_ / 2; }
     /// There is no room for another frame, however coarse.
     bool isExhausted() const { return level_ >= capacity_; }
-    /// The encoder has made this many bits.
-    void spend(double bits) { level_ += bits; }
+    /// The encoder has made this many bits of the first expected frame.
+    void spend(double bits) {
+        level_ += bits;
+        if (expected_.empty()) return;
+        constexpr double fading = 0.8;  // a frame
+        fullQualityBits_ = std::max(bits * std::exp2(expected_.front().coarsening / stepsToHalf),
+                                    fullQualityBits_ * fading);
+        expected_.pop_front();
+    }
 
   private:
+    struct Expected {
+        double bits;
+        double coarsening;
+    };
+    static constexpr double stepsToHalf = 6;
+
     void drainTo(double time) {
         if (time > time_) level_ = std::max(0.0, level_ - (time - time_) * bitsPerSecond_);
         time_ = std::max(time_, time);
@@ -47,6 +69,8 @@ class RateGovernor {
     double bitsPerSecond_;
     double capacity_;
     double level_ = 0;
+    std::deque<Expected> expected_;
+    double fullQualityBits_ = 0;
     double time_ = -std::numeric_limits<double>::infinity();
 };
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
+#include "Platform/Media/FFmpeg/X265Encoder.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -24,55 +25,12 @@ using Options = std::vector<std::pair<const char*, std::string>>;
 // A cut begins with a key frame of its own; between cuts players seek fast enough in this many seconds.
 constexpr double offlineKeyFrameSeconds = 8;
 
-double pixelsPerSecond(const VideoSettings& settings) {
-    return static_cast<double>(settings.width) * settings.height * settings.expectedFrameRate;
-}
-
-// Screen recording must hold its rate on two cores beside the programs that are being recorded. What a
-// picture costs is above all the number of block sizes that are tried; measured on two cores with
-// 1280 × 720 at 60 frames a second, 32-pixel blocks with 16-pixel transforms take 60 % of the time of
-// the fastest preset alone and keep text legible. Smaller blocks save bits on text and are affordable
-// for fewer pixels. One frame is encoded at a time, so that nothing waits in the encoder while the
-// screen stands still; a large screen needs two at a time to occupy two cores.
-//
-// The quantiser is the same for every picture (qcomp=1): what moved a moment ago must not make the text
-// coarse that stands still now. The library's own rate ceiling counts frames, not seconds, and is not used;
-// adaptive quantisation of no strength to speak of is on because coarsening a frame goes through it. The
-// library then reads an offset for each 16 pixels of the picture as it pads it, to whole blocks; FFmpeg hands
-// over those of the picture itself. Where 32-pixel blocks would make more of them it read beyond the list,
-// and crashed now and then.
-Options hevcRealTime(const VideoSettings& settings) {
-    constexpr double easyPixelsPerSecond = 1280.0 * 720 * 30;
-    constexpr double oneAtATimePixelsPerSecond = 1280.0 * 720 * 60;
-    constexpr double hardPixelsPerSecond = 1920.0 * 1080 * 45;
-    std::string parameters =
-        "log-level=none:bframes=0:rc-lookahead=0:scenecut=0:qcomp=1:ctu=32:max-tu-size=16:rd=1:"
-        "max-merge=1:early-skip=1:fast-intra=1:aq-mode=1:aq-strength=0.01:cutree=0:psy-rd=0:"
-        "no-weightp=1:repeat-headers=0";
-    const auto isWhole = [](int side) { return (side + 15) / 16 % 2 == 0; };
-    const bool largeBlocks = pixelsPerSecond(settings) > easyPixelsPerSecond && isWhole(settings.width) &&
-                             isWhole(settings.height);
-    parameters += largeBlocks ? ":min-cu-size=32" : ":min-cu-size=16";
-    parameters +=
-        pixelsPerSecond(settings) > oneAtATimePixelsPerSecond ? ":frame-threads=2" : ":frame-threads=1";
-    if (pixelsPerSecond(settings) > hardPixelsPerSecond) parameters += ":no-deblock=1:no-temporal-mvp=1";
-    return {{"preset", "ultrafast"}, {"crf", "20"}, {"forced-idr", "1"}, {"x265-params", parameters}};
-}
-
-Options hevcOffline() { return {{"preset", "fast"}, {"crf", "20"}, {"x265-params", "log-level=none"}}; }
-
 Options h264RealTime() {
     return {{"preset", "superfast"}, {"tune", "zerolatency"}, {"forced-idr", "1"}, {"crf", "20"}};
 }
 
 // The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement.
 Options h264Offline() { return {{"preset", "superfast"}, {"crf", "20"}, {"x264-params", "qcomp=1"}}; }
-
-Options softwareOptions(const VideoSettings& settings) {
-    if (settings.codec == VideoCodec::hevc)
-        return settings.expectsMediaDataInRealTime ? hevcRealTime(settings) : hevcOffline();
-    return settings.expectsMediaDataInRealTime ? h264RealTime() : h264Offline();
-}
 
 // Hardware counts frames in its rate control, too: a constant quantiser, and in real time the governor's last
 // resort of leaving frames out.
@@ -95,7 +53,8 @@ bool isVaapi(const std::string& encoder) { return encoder.ends_with("_vaapi"); }
 
 Options optionsFor(const std::string& encoder, const VideoSettings& settings) {
     if (encoder.ends_with("_nvenc")) return nvidiaOptions(settings);
-    return isVaapi(encoder) ? vaapiOptions() : softwareOptions(settings);
+    if (isVaapi(encoder)) return vaapiOptions();
+    return settings.expectsMediaDataInRealTime ? h264RealTime() : h264Offline();
 }
 
 /// A device that is not there is no file: none of the remedies for files fits.
@@ -124,7 +83,40 @@ void giveDeviceFrames(AVCodecContext& encoder) {
     requireOpened(av_hwframe_ctx_init(frames), name);
 }
 
-CodecPtr configured(const AVCodec* codec, const VideoSettings& settings, bool globalHeaders) {
+FramePtr onDevice(const AVCodecContext& encoder, const AVFrame& frame);
+void coarsen(AVFrame& frame, double steps);
+
+/// An encoder of FFmpeg's.
+class LibraryEncoder final : public VideoEncoder {
+  public:
+    LibraryEncoder(CodecPtr encoder, bool isRealTime)
+        : encoder_(std::move(encoder)), isRealTime_(isRealTime) {}
+
+    std::string name() const override { return encoder_->codec->name; }
+    const AVCodecContext& description() const override { return *encoder_; }
+
+    void send(FramePtr picture, double coarser) override {
+        if (picture && isRealTime_) coarsen(*picture, coarser);
+        if (picture && encoder_->hw_frames_ctx) picture = onDevice(*encoder_, *picture);
+        check(avcodec_send_frame(encoder_.get(), picture.get()), sentence());
+    }
+    bool receive(AVPacket& packet) override {
+        const int result = avcodec_receive_packet(encoder_.get(), &packet);
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return false;
+        check(result, sentence());
+        return true;
+    }
+
+  private:
+    std::string sentence() const { return "The encoder " + name() + " failed"; }
+
+    CodecPtr encoder_;
+    bool isRealTime_;
+};
+
+}  // namespace
+
+CodecPtr describe(const AVCodec* codec, const VideoSettings& settings) {
     CodecPtr encoder(avcodec_alloc_context3(codec));
     if (!encoder) throw std::bad_alloc();
     encoder->width = settings.width + settings.width % 2;
@@ -153,11 +145,8 @@ CodecPtr configured(const AVCodec* codec, const VideoSettings& settings, bool gl
     }
     if (settings.h264HighProfile && settings.codec == VideoCodec::h264)
         encoder->profile = FF_PROFILE_H264_HIGH;
-    if (globalHeaders) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     return encoder;
 }
-
-}  // namespace
 
 std::vector<std::string> videoEncoderCandidates(VideoCodec codec) {
     if (codec == VideoCodec::hevc) return {"hevc_nvenc", "hevc_vaapi", "libx265"};
@@ -166,39 +155,45 @@ std::vector<std::string> videoEncoderCandidates(VideoCodec codec) {
 
 bool isHardware(const std::string& encoder) { return encoder.ends_with("_nvenc") || isVaapi(encoder); }
 
-CodecPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders) {
+VideoEncoderPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders) {
     captureLibraryLog();
+    if (name == "libx265") return std::make_unique<X265Encoder>(settings);
     const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str());
     if (!codec) requireOpened(AVERROR_ENCODER_NOT_FOUND, name);
-    CodecPtr encoder = configured(codec, settings, globalHeaders);
+    CodecPtr encoder = describe(codec, settings);
+    if (globalHeaders) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     if (isVaapi(name)) giveDeviceFrames(*encoder);
     AVDictionary* options = nullptr;
     for (const auto& [key, value] : optionsFor(name, settings)) av_dict_set(&options, key, value.c_str(), 0);
     const int result = avcodec_open2(encoder.get(), codec, &options);
     av_dict_free(&options);
     requireOpened(result, name);
-    return encoder;
+    return std::make_unique<LibraryEncoder>(std::move(encoder), settings.expectsMediaDataInRealTime);
 }
 
-FramePtr frameFor(const AVCodecContext& encoder, FramePtr frame) {
-    if (!encoder.hw_frames_ctx) return frame;
+namespace {
+
+/// A copy in the device's memory for an encoder that reads nothing else.
+FramePtr onDevice(const AVCodecContext& encoder, const AVFrame& frame) {
     const std::string sentence = std::string("The encoder ") + encoder.codec->name + " takes no picture";
-    FramePtr onDevice = makeFrame();
-    check(av_hwframe_get_buffer(encoder.hw_frames_ctx, onDevice.get(), 0), sentence);
+    FramePtr moved = makeFrame();
+    check(av_hwframe_get_buffer(encoder.hw_frames_ctx, moved.get(), 0), sentence);
     // Drivers take planar pictures seldom, interleaved chroma always.
     FramePtr interleaved = makeFrame();
     interleaved->format = AV_PIX_FMT_NV12;
-    interleaved->width = frame->width;
-    interleaved->height = frame->height;
+    interleaved->width = frame.width;
+    interleaved->height = frame.height;
     check(av_frame_get_buffer(interleaved.get(), 0), sentence);
-    libyuv::I420ToNV12(frame->data[0], frame->linesize[0], frame->data[1], frame->linesize[1], frame->data[2],
-                       frame->linesize[2], interleaved->data[0], interleaved->linesize[0],
-                       interleaved->data[1], interleaved->linesize[1], frame->width, frame->height);
-    check(av_hwframe_transfer_data(onDevice.get(), interleaved.get(), 0), sentence);
-    check(av_frame_copy_props(onDevice.get(), frame.get()), sentence);
-    return onDevice;
+    libyuv::I420ToNV12(frame.data[0], frame.linesize[0], frame.data[1], frame.linesize[1], frame.data[2],
+                       frame.linesize[2], interleaved->data[0], interleaved->linesize[0],
+                       interleaved->data[1], interleaved->linesize[1], frame.width, frame.height);
+    check(av_hwframe_transfer_data(moved.get(), interleaved.get(), 0), sentence);
+    check(av_frame_copy_props(moved.get(), &frame), sentence);
+    return moved;
 }
 
+/// Has the frame quantised `steps` coarser; encoders that cannot ignore it. All frames of an encoder bear it
+/// or none.
 void coarsen(AVFrame& frame, double steps) {
     AVFrameSideData* data =
         av_frame_new_side_data(&frame, AV_FRAME_DATA_REGIONS_OF_INTEREST, sizeof(AVRegionOfInterest));
@@ -215,4 +210,5 @@ void coarsen(AVFrame& frame, double steps) {
                     quantiserSteps * precision}};
 }
 
+}  // namespace
 }  // namespace platform::ffmpeg

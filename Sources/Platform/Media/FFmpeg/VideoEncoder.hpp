@@ -3,6 +3,7 @@
 #include "Platform/Media/AssetWriter.hpp"
 #include "Platform/Media/FFmpeg/Handles.hpp"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,18 +18,28 @@ std::vector<std::string> videoEncoderCandidates(VideoCodec codec);
 /// Whether the encoder is a piece of hardware, to be believed only after a trial.
 bool isHardware(const std::string& encoder);
 
-/// Opens one encoder by its name. Frames are i420 with both sides even; times are in 1/90000 s. In real time
-/// the quality is constant and the bit rate is left to a RateGovernor; otherwise the settings' rate is a
-/// ceiling over two seconds. Throws PlatformError.
-CodecPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders);
+/// Pictures in, packets of a movie's track out. One thread; operations throw PlatformError.
+class VideoEncoder {
+  public:
+    virtual ~VideoEncoder() = default;
 
-/// A frame as the encoder wants it: the same one for software, a copy in the device's memory for an encoder
-/// that reads nothing else. Throws PlatformError.
-FramePtr frameFor(const AVCodecContext& encoder, FramePtr frame);
+    virtual std::string name() const = 0;
+    /// What its packets are: size, base of the times, colours, parameter sets.
+    virtual const AVCodecContext& description() const = 0;
+    /// Takes a picture, i420 with both sides even, its time in 1/90000 s; a picture type of I asks for a key
+    /// frame. It is quantised `coarser` steps (not negative) than the encoder's quality, where the encoder
+    /// can. Null is the end.
+    virtual void send(FramePtr picture, double coarser) = 0;
+    /// Moves the next packet that is ready into an empty one.
+    virtual bool receive(AVPacket& packet) = 0;
+};
+using VideoEncoderPtr = std::unique_ptr<VideoEncoder>;
 
-/// Has the frame quantised `steps` (not negative) coarser than the encoder's quality. Encoders that cannot
-/// ignore it. All frames of an encoder bear it or none: libx265 prepares its own frames by the first and
-/// reuses them.
-void coarsen(AVFrame& frame, double steps);
+/// Opens one encoder by its name. In real time the quality is constant and the bit rate is left to a
+/// RateGovernor; otherwise the settings' rate is a ceiling over two seconds. Throws PlatformError.
+VideoEncoderPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders);
+
+/// A context that describes what is asked for, with no encoder open.
+CodecPtr describe(const AVCodec* codec, const VideoSettings& settings);
 
 }  // namespace platform::ffmpeg

@@ -1,7 +1,6 @@
 #include "Platform/Media/FFmpeg/VideoWriterInput.hpp"
 
 #include "Platform/Media/FFmpeg/EncoderTrial.hpp"
-#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +19,9 @@ constexpr std::int64_t keyFrameDistance = 2 * videoTimescale;
 constexpr int picturesToSeekThrough = 60;
 constexpr std::int64_t longestKeyFrameDistance = 10 * videoTimescale;
 
+// No encoder works on more at a time.
+constexpr int mostPicturesInside = 4;
+
 // A picture that is repeated to refine it comes so long after it. Pauses are noticed later than that, so no
 // picture that is still on its way has an earlier time.
 constexpr std::int64_t refinementDelay = videoTimescale * 3 / 10;
@@ -35,7 +37,7 @@ void VideoWriterInput::open() {
     encoder_ = chooseVideoEncoder(settings_, state_.muxer.wantsGlobalHeaders(),
                                   videoEncoderCandidates(settings_.codec))
                    .encoder;
-    track_ = state_.muxer.addTrack(*encoder_);
+    track_ = state_.muxer.addTrack(encoder_->description());
     if (settings_.expectedDuration > 0)
         state_.muxer.reserveIndex(settings_.expectedDuration, settings_.expectedFrameRate);
     pool_.emplace(PixelFormat::i420, settings_.width, settings_.height, queuedPictures + picturesElsewhere,
@@ -73,8 +75,13 @@ void VideoWriterInput::encodePicture(const ConstPixelBufferRef& picture, std::in
         picturesSinceKeyFrame_ = 0;
     }
     ++picturesSinceKeyFrame_;
-    if (governor_) coarsen(*frame, coarsening);
-    feedEncoder(frameFor(*encoder_, std::move(frame)).get());
+    if (governor_) governor_->expect(coarsening);
+    feedEncoder(std::move(frame), coarsening);
+}
+
+void VideoWriterInput::feedEncoder(FramePtr picture, double coarser) {
+    encoder_->send(std::move(picture), coarser);
+    while (encoder_->receive(*packet_)) deliver(*packet_, encoder_->description().time_base);
 }
 
 bool VideoWriterInput::isKeyFrameDue(std::int64_t timestamp) const {
@@ -86,12 +93,15 @@ bool VideoWriterInput::isKeyFrameDue(std::int64_t timestamp) const {
 }
 
 void VideoWriterInput::pause() {
-    // An encoder that works on two pictures at a time gives the last one back only when another follows.
+    // An encoder that works on several pictures at a time gives one back only when as many have followed.
     const bool isHeldBack = lastPicture_ && !hasRepeated_ && lastEncoded_ < lastTime_;
     const auto picture = coarse_ ? coarse_ : isHeldBack ? lastPicture_ : nullptr;
     if (!picture) return;
     hasRepeated_ = true;
-    encodePicture(picture, lastTime_ + refinementDelay);
+    const std::int64_t repeated = lastTime_ + refinementDelay;
+    encodePicture(picture, repeated);
+    for (int i = 0; i < mostPicturesInside && lastEncoded_ < repeated; ++i)
+        encodePicture(picture, repeated + 1 + i);
 }
 
 bool VideoWriterInput::isWanted(const AVPacket& packet) {
@@ -100,6 +110,6 @@ bool VideoWriterInput::isWanted(const AVPacket& packet) {
     return true;
 }
 
-void VideoWriterInput::encodeRest() { feedEncoder(nullptr); }
+void VideoWriterInput::encodeRest() { feedEncoder(nullptr, 0); }
 
 }  // namespace platform::ffmpeg

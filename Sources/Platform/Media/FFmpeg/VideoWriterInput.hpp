@@ -2,6 +2,7 @@
 
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
 #include "Platform/Media/FFmpeg/RateGovernor.hpp"
+#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 #include "Platform/Media/FFmpeg/WriterInput.hpp"
 
 #include <cstdint>
@@ -27,10 +28,12 @@ class VideoWriterInput final : public WriterInput {
     void pause() override;
     bool isWanted(const AVPacket& packet) override;
 
+    void feedEncoder(FramePtr picture, double coarser);
     void encodePicture(const ConstPixelBufferRef& picture, std::int64_t timestamp);
     bool isKeyFrameDue(std::int64_t timestamp) const;
 
     VideoSettings settings_;
+    VideoEncoderPtr encoder_;
     std::optional<PixelBufferPool> pool_;
     PictureConversion conversion_;
     std::optional<RateGovernor> governor_;  // in real time

@@ -1,7 +1,5 @@
 #include "Platform/Media/FFmpeg/WriterInput.hpp"
 
-#include "Platform/Media/FFmpeg/Errors.hpp"
-
 #include <chrono>
 #include <exception>
 #include <utility>
@@ -57,16 +55,9 @@ void WriterInput::run() {
     }
 }
 
-void WriterInput::feedEncoder(const AVFrame* frame) {
-    const std::string sentence = std::string("The encoder ") + encoder_->codec->name + " failed";
-    check(avcodec_send_frame(encoder_.get(), frame), sentence);
-    for (;;) {
-        const int result = avcodec_receive_packet(encoder_.get(), packet_.get());
-        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        check(result, sentence);
-        if (isWanted(*packet_)) state_.muxer.write(track_, *packet_, encoder_->time_base);
-        av_packet_unref(packet_.get());
-    }
+void WriterInput::deliver(AVPacket& packet, AVRational base) {
+    if (isWanted(packet)) state_.muxer.write(track_, packet, base);
+    av_packet_unref(&packet);
 }
 
 }  // namespace platform::ffmpeg

@@ -44,11 +44,11 @@ class WriterInput : public AssetWriterInput {
     /// Whether what the encoder made goes into the file; asked once for each packet.
     virtual bool isWanted(const AVPacket&) { return true; }
 
-    /// Gives a frame, or the end with null, to the encoder and what comes out to the file.
-    void feedEncoder(const AVFrame* frame);
+    /// Gives a packet, whose times are in `base`, to the file if it is wanted; it is empty afterwards.
+    void deliver(AVPacket& packet, AVRational base);
 
     WriterState& state_;
-    CodecPtr encoder_;
+    PacketPtr packet_ = makePacket();
     int track_ = -1;
 
   private:
@@ -56,7 +56,6 @@ class WriterInput : public AssetWriterInput {
 
     SampleQueue queue_;
     std::string threadName_;
-    PacketPtr packet_ = makePacket();
     NamedThread thread_;
 };
 
