@@ -14,9 +14,10 @@ class FrameGrid {
     /// Seconds of one slot; 0 for no limit.
     explicit FrameGrid(double interval) : interval_(interval) {}
 
-    /// The earliest time of the host clock at which the next frame may be taken.
-    double nextTime() const {
-        return lastSlot_ < 0 ? 0 : origin_ + static_cast<double>(lastSlot_ + 1) * interval_;
+    /// The earliest time of the host clock at which the next frame may be taken, so many slots after the
+    /// last.
+    double nextTime(int slots = 1) const {
+        return lastSlot_ < 0 ? 0 : origin_ + static_cast<double>(lastSlot_ + slots) * interval_;
     }
 
     /// A frame is taken at `now`, which is not before `nextTime`.

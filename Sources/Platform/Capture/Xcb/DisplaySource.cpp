@@ -53,9 +53,9 @@ void DisplaySource::handle(const xcb_generic_event_t& event) {
     if (pointer_) pointer_->handle(event);
 }
 
-bool DisplaySource::hasChanged() const {
-    return isPictureDue_ || areMonitorsStale_ || areHolesStale_ || !dirty_.isEmpty() ||
-           (pointer_ && pointer_->hasChanged());
+PictureSource::Change DisplaySource::change() const {
+    if (isPictureDue_ || areMonitorsStale_ || areHolesStale_ || !dirty_.isEmpty()) return Change::content;
+    return pointer_ && pointer_->hasChanged() ? Change::pointer : Change::none;
 }
 
 bool DisplaySource::isPointerSeen() {

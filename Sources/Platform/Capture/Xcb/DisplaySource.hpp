@@ -20,7 +20,7 @@ class DisplaySource final : public PictureSource {
                   const StreamConfiguration& configuration);
 
     void handle(const xcb_generic_event_t& event) override;
-    bool hasChanged() const override;
+    Change change() const override;
     std::optional<GrabbedPicture> grab() override;
     void touch() override { isPictureDue_ = true; }
 

@@ -128,6 +128,10 @@ void GrabStream::capture(const Done& started, bool& hasStarted) {
     takePictures(connection, *source);
 }
 
+// Encoding any picture costs as much as reading all of it, and nothing shows a pointer's way more finely than
+// this many slots of sixty a second.
+constexpr int slotsOfPointer = 2;
+
 void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) {
     FrameGrid grid(configuration_.minimumFrameInterval.seconds());
     while (!isStopping()) {
@@ -137,7 +141,8 @@ void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) 
             throw PlatformError("ScreenCapture", serverLost,
                                 "The connection to the X server of display \"" + connection.name() +
                                     "\" was lost. What was recorded so far is kept.");
-        if (!source.hasChanged()) {
+        const PictureSource::Change change = source.change();
+        if (change == PictureSource::Change::none) {
             sleep(&connection, false, 0);
             continue;
         }
@@ -145,6 +150,10 @@ void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) 
         if (now < grid.nextTime()) {
             // Whatever else happens until then is in the next picture anyway.
             sleep(nullptr, true, grid.nextTime());
+            continue;
+        }
+        if (change == PictureSource::Change::pointer && now < grid.nextTime(slotsOfPointer)) {
+            sleep(&connection, false, grid.nextTime(slotsOfPointer));
             continue;
         }
         grid.take(now);

@@ -22,12 +22,13 @@ class PictureSource {
     virtual ~PictureSource() = default;
     /// Takes note of one event of the connection.
     virtual void handle(const xcb_generic_event_t& event) = 0;
-    /// Whether a picture now may differ from the last one.
-    virtual bool hasChanged() const = 0;
-    /// Takes one. Absent when there is nothing new after all, or no memory free (then `hasChanged` stays
-    /// true). Throws PlatformError when the content is gone for good.
+    enum class Change { none, pointer, content };
+    /// What of a picture now may differ from the last one: at most the pointer, or anything.
+    virtual Change change() const = 0;
+    /// Takes one. Absent when there is nothing new after all, or no memory free (then there still is a
+    /// change). Throws PlatformError when the content is gone for good.
     virtual std::optional<GrabbedPicture> grab() = 0;
-    /// The last picture was lost on its way: `hasChanged` until the next one.
+    /// The last picture was lost on its way: its content counts as changed until the next one.
     virtual void touch() = 0;
 };
 

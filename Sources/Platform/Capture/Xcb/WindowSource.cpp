@@ -346,10 +346,11 @@ void WindowSource::placeClient(const PixelRect& place) {
     isLayoutStale_ = true;
 }
 
-bool WindowSource::hasChanged() const {
-    if (isGone_ || isFrameStale_ || isClientStale_ || withdrawnSince_) return true;
-    return isReadable() &&
-           (isPictureDue_ || isLayoutStale_ || !dirty_.isEmpty() || (pointer_ && pointer_->hasChanged()));
+PictureSource::Change WindowSource::change() const {
+    if (isGone_ || isFrameStale_ || isClientStale_ || withdrawnSince_) return Change::content;
+    if (!isReadable()) return Change::none;
+    if (isPictureDue_ || isLayoutStale_ || !dirty_.isEmpty()) return Change::content;
+    return pointer_ && pointer_->hasChanged() ? Change::pointer : Change::none;
 }
 
 bool WindowSource::isPointerSeen() {

@@ -24,7 +24,7 @@ class WindowSource final : public PictureSource {
     ~WindowSource() override;
 
     void handle(const xcb_generic_event_t& event) override;
-    bool hasChanged() const override;
+    Change change() const override;
     std::optional<GrabbedPicture> grab() override;
     void touch() override { isPictureDue_ = true; }
 
