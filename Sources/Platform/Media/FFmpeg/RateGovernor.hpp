@@ -35,8 +35,8 @@ class RateGovernor {
         for (const Expected& each : expected_) expected += each.bits;
         return std::clamp((expected / capacity_ - freePart) / (1 - freePart), 0.0, 1.0) * mostCoarsening;
     }
-    /// A frame quantised so much coarser goes into the encoder, which works on several at a time: it counts as
-    /// much as the last large one until `spend` tells.
+    /// A frame quantised so much coarser goes into the encoder, which works on several at a time: it counts
+    /// as much as the last large one until `spend` tells.
     void expect(double coarsening) {
         expected_.push_back({fullQualityBits_ * std::exp2(-coarsening / stepsToHalf), coarsening});
     }
@@ -49,8 +49,8 @@ class RateGovernor {
         level_ += bits;
         if (expected_.empty()) return;
         constexpr double fading = 0.8;  // a frame
-        fullQualityBits_ = std::max(bits * std::exp2(expected_.front().coarsening / stepsToHalf),
-                                    fullQualityBits_ * fading);
+        fullQualityBits_ =
+            std::max(bits * std::exp2(expected_.front().coarsening / stepsToHalf), fullQualityBits_ * fading);
         expected_.pop_front();
     }
 
