@@ -99,6 +99,11 @@ cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& vie
 
     cv::Mat1f matte = drawAlongEdges(person, view, fine);
     if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, newness(heldFine_, fine), 0.15F);
+    // What is held where somebody no longer is would trail behind them.
+    cv::Mat1b near, nearFine;
+    cv::dilate(pieces.solid, near, cv::Mat(), {-1, -1}, static_cast<int>(softEnd) + 1);
+    cv::resize(near, nearFine, fine.size(), 0, 0, cv::INTER_NEAREST);
+    matte.setTo(0, nearFine == 0);
     heldMatte_ = matte;
     heldFine_ = fine;
     cv::Mat1b mask;
