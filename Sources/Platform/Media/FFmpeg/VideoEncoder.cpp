@@ -29,8 +29,9 @@ Options h264RealTime() {
     return {{"preset", "superfast"}, {"tune", "zerolatency"}, {"forced-idr", "1"}, {"crf", "20"}};
 }
 
-// The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement. Bits are
-// coded the simpler way and cuts not looked for; both together save a fifth of the time for a tenth more bits.
+// The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement. Bits
+// are coded the simpler way and cuts not looked for; both together save a fifth of the time for a tenth more
+// bits.
 Options h264Offline() {
     return {{"preset", "superfast"}, {"crf", "21"}, {"x264-params", "qcomp=1:cabac=0:scenecut=0"}};
 }
