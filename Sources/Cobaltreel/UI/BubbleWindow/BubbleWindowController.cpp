@@ -9,6 +9,7 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
 #include <utility>
 
 namespace cobaltreel {
@@ -37,6 +38,10 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
     panel_ = std::make_unique<BubbleWindow>(style, compositor_ && compositor_->isRunning());
     panel_->exposed = [this] { restack(); };
     QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, panel_.get(), [this] { restack(); });
+    // Window managers put their windows in order in their own time, some after ours and without a word.
+    auto* const watch = new QTimer(panel_.get());
+    QObject::connect(watch, &QTimer::timeout, panel_.get(), [this] { restack(); });
+    watch->start(300);
     feeder().setTarget([panel = panel_.get()](const QImage& picture) { panel->setPicture(picture); });
     place(corner, diameter);
     if (style == CameraStyle::bubble) {
@@ -45,6 +50,7 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
             RoundStencil((QSizeF(panel_->size()) * density).toSize(), BubbleGeometry::ringWidth * density)
                 .empty());
     }
+    isBelow_ = false;
     panel_->show();
     panel_->raise();
 }
@@ -68,7 +74,8 @@ void BubbleWindowController::restack() {
                                    static_cast<std::uint32_t>(other->winId()));
         isBelow = true;
     }
-    if (!isBelow) panel_->raise();
+    if (!isBelow && isBelow_) panel_->raise();
+    isBelow_ = isBelow;
 }
 
 void BubbleWindowController::place(CameraCorner corner, double diameter) {

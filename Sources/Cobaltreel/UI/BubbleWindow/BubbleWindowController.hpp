@@ -45,6 +45,7 @@ class BubbleWindowController final : public CameraBubble {
 
     std::shared_ptr<platform::Compositor> compositor_;
     std::shared_ptr<platform::WindowManager> windowManager_;
+    bool isBelow_ = false;  // behind a window of ours
     std::unique_ptr<BubbleWindow> panel_;
     CameraStyle style_ = CameraStyle::bubble;  // of the current panel
     std::shared_ptr<RoundFeeder> roundFeeder_;
