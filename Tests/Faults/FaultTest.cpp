@@ -87,7 +87,13 @@ class FaultTest : public testing::Test {
     /// The recording of all five streams, with settings for what is preloaded into it.
     static std::vector<std::string> recordCommand(std::vector<std::string> settings = {}) {
         std::vector<std::string> command{"env"};
-        if (!settings.empty()) settings.push_back("LD_PRELOAD=" FAULT_SHIM);
+        if (!settings.empty()) {
+            settings.push_back("LD_PRELOAD=" FAULT_SHIM);
+            // The address sanitizer wants to be the first library of all.
+            const char* options = std::getenv("ASAN_OPTIONS");
+            settings.push_back("ASAN_OPTIONS=" + std::string(options ? options : "") +
+                               ":verify_asan_link_order=0");
+        }
         command.insert(command.end(), settings.begin(), settings.end());
         const auto record = cobaltreel({"record", "--system-audio", "--auto-zoom"});
         command.insert(command.end(), record.begin(), record.end());
