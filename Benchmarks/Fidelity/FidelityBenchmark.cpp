@@ -136,16 +136,17 @@ void readFrames(const std::filesystem::path& movie,
 QImage resampled(const QImage& picture, const platform::Rect& crop, int width, int height) {
     const cv::Mat from(picture.height(), picture.width(), CV_8UC4, const_cast<uchar*>(picture.constBits()),
                        static_cast<std::size_t>(picture.bytesPerLine()));
+    // A smaller picture by way of one several times as large, whose pixels are averaged.
+    const int times =
+        std::max(1, static_cast<int>(std::ceil(std::max(crop.w / width, crop.h / height) - 1e-6)));
+    const double sx = crop.w / (width * times), sy = crop.h / (height * times);
+    const cv::Matx23d map(sx, 0, crop.x + sx / 2 - 0.5, 0, sy, crop.y + sy / 2 - 0.5);
+    cv::Mat large;
+    cv::warpAffine(from, large, map, {width * times, height * times},
+                   cv::INTER_LANCZOS4 | cv::WARP_INVERSE_MAP, cv::BORDER_REPLICATE);
     QImage result(width, height, QImage::Format_RGB32);
     cv::Mat to(height, width, CV_8UC4, result.bits(), static_cast<std::size_t>(result.bytesPerLine()));
-    const double sx = crop.w / width, sy = crop.h / height;
-    if (sx > 1) {
-        cv::resize(from, to, to.size(), 0, 0, cv::INTER_AREA);
-    } else {
-        const cv::Matx23d map(sx, 0, crop.x + sx / 2 - 0.5, 0, sy, crop.y + sy / 2 - 0.5);
-        cv::warpAffine(from, to, map, to.size(), cv::INTER_LANCZOS4 | cv::WARP_INVERSE_MAP,
-                       cv::BORDER_REPLICATE);
-    }
+    cv::resize(large, to, to.size(), 0, 0, cv::INTER_AREA);
     return result;
 }
 
