@@ -128,8 +128,8 @@ void GrabStream::capture(const Done& started, bool& hasStarted) {
     takePictures(connection, *source);
 }
 
-// Encoding any picture costs as much as reading all of it, and nothing shows a pointer's way more finely than
-// this many slots of sixty a second.
+// Slots between pictures that differ in the pointer alone. Such a picture costs the encoder almost as much as
+// a new one, and an export shows thirty a second.
 constexpr int slotsOfPointer = 2;
 
 void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) {
