@@ -16,8 +16,8 @@ class WindowManager {
     virtual void activate(std::uint32_t window) = 0;
     /// The window's content is dark; its title bar had better be.
     virtual void preferDark(std::uint32_t window) = 0;
-    /// Puts a window that no manager arranges right below another one.
-    virtual void stackBelow(std::uint32_t window, std::uint32_t other) = 0;
+    /// Shows no entry for a window, which is on the screen, among those of the programs that run.
+    virtual void keepOffTaskBar(std::uint32_t window) = 0;
     /// What panels and docks leave of a screen, both in pixels with the origin at the top left of the whole
     /// desktop, y down.
     virtual Rect workArea(const Rect& screen) = 0;

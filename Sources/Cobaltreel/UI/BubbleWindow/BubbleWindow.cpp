@@ -1,10 +1,10 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindow.hpp"
 
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QRegion>
 #include <QSurfaceFormat>
-#include <utility>
 
 namespace cobaltreel {
 namespace {
@@ -26,11 +26,13 @@ BubbleWindow::BubbleWindow(CameraStyle style, bool blended) : style_(style), ble
     setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint | Qt::WindowStaysOnTopHint |
              Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint);
     setTitle(QStringLiteral("Cobaltreel"));
+    // Of our other windows' coming, moving and going.
+    qApp->installEventFilter(this);
 }
 
 void BubbleWindow::place(const QRect& frame) {
     setGeometry(frame);
-    setMask(outline());
+    cutOut();
 }
 
 void BubbleWindow::setPicture(const QImage& picture) {
@@ -38,8 +40,47 @@ void BubbleWindow::setPicture(const QImage& picture) {
     const bool hasOtherOutline = style_ == CameraStyle::cutout || picture.size() != picture_.size();
     // Without blending the edges are seen in their full colour.
     picture_ = blended_ ? picture : picture.convertToFormat(QImage::Format_ARGB32);
-    if (hasOtherOutline) setMask(outline());
+    if (hasOtherOutline) cutOut();
     update();
+}
+
+void BubbleWindow::cutOut() {
+    const QRegion seen = outline() - coveredByOurs();
+    setMask(seen.isEmpty() ? nothing : seen);
+}
+
+/// By the order of the windows it cannot be done: some window managers keep windows that pass them by in
+/// front of all others.
+QRegion BubbleWindow::coveredByOurs() const {
+    QRegion covered;
+    for (const QWindow* const other : QGuiApplication::topLevelWindows()) {
+        const bool goesBefore =
+            other->modality() != Qt::NonModal || other->flags().testFlag(Qt::WindowStaysOnTopHint);
+        // Those that pass the window manager by, too, come above by themselves.
+        const bool isManaged = !other->flags().testFlag(Qt::BypassWindowManagerHint);
+        if (goesBefore && isManaged && other->isVisible()) covered += other->frameGeometry();
+    }
+    return covered.translated(-position());
+}
+
+bool BubbleWindow::eventFilter(QObject* watched, QEvent* event) {
+    switch (event->type()) {
+        case QEvent::Show:
+        case QEvent::Hide:
+        case QEvent::Expose:
+        case QEvent::Move:
+        case QEvent::Resize:
+            if (watched->isWindowType() && watched != this) cutOut();
+            break;
+        default:
+            break;
+    }
+    return QRasterWindow::eventFilter(watched, event);
+}
+
+void BubbleWindow::moveEvent(QMoveEvent* event) {
+    QRasterWindow::moveEvent(event);
+    cutOut();
 }
 
 QRectF BubbleWindow::fitted() const {
@@ -66,11 +107,6 @@ QRegion BubbleWindow::outline() const {
     QRegion region;
     region.setRects(runs.constData(), static_cast<int>(runs.size()));
     return region.translated(place.topLeft());
-}
-
-void BubbleWindow::exposeEvent(QExposeEvent* event) {
-    QRasterWindow::exposeEvent(event);
-    if (isExposed() && !std::exchange(wasExposed_, true) && exposed) exposed();
 }
 
 void BubbleWindow::paintEvent(QPaintEvent*) {

@@ -9,7 +9,6 @@
 
 #include <QGuiApplication>
 #include <QScreen>
-#include <QTimer>
 #include <utility>
 
 namespace cobaltreel {
@@ -36,12 +35,6 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
     hide();
     style_ = style;
     panel_ = std::make_unique<BubbleWindow>(style, compositor_ && compositor_->isRunning());
-    panel_->exposed = [this] { restack(); };
-    QObject::connect(qGuiApp, &QGuiApplication::focusWindowChanged, panel_.get(), [this] { restack(); });
-    // Window managers put their windows in order in their own time, some after ours and without a word.
-    auto* const watch = new QTimer(panel_.get());
-    QObject::connect(watch, &QTimer::timeout, panel_.get(), [this] { restack(); });
-    watch->start(300);
     feeder().setTarget([panel = panel_.get()](const QImage& picture) { panel->setPicture(picture); });
     place(corner, diameter);
     if (style == CameraStyle::bubble) {
@@ -50,32 +43,12 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
             RoundStencil((QSizeF(panel_->size()) * density).toSize(), BubbleGeometry::ringWidth * density)
                 .empty());
     }
-    isBelow_ = false;
     panel_->show();
     panel_->raise();
 }
 
 void BubbleWindowController::update(CameraCorner corner, double diameter) {
-    if (!panel_) return;
-    place(corner, diameter);
-    restack();
-}
-
-void BubbleWindowController::restack() {
-    if (!windowManager_ || QGuiApplication::platformName() != QLatin1String("xcb")) return;
-    bool isBelow = false;
-    for (QWindow* const other : QGuiApplication::topLevelWindows()) {
-        const bool goesBefore =
-            other->modality() != Qt::NonModal || other->flags().testFlag(Qt::WindowStaysOnTopHint);
-        if (other == panel_.get() || !goesBefore || !other->isVisible() ||
-            !other->geometry().intersects(panel_->geometry()))
-            continue;
-        windowManager_->stackBelow(static_cast<std::uint32_t>(panel_->winId()),
-                                   static_cast<std::uint32_t>(other->winId()));
-        isBelow = true;
-    }
-    if (!isBelow && isBelow_) panel_->raise();
-    isBelow_ = isBelow;
+    if (panel_) place(corner, diameter);
 }
 
 void BubbleWindowController::place(CameraCorner corner, double diameter) {

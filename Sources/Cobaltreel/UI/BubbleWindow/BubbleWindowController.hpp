@@ -40,12 +40,9 @@ class BubbleWindowController final : public CameraBubble {
   private:
     BubbleFeeder& feeder() const;
     void place(CameraCorner corner, double diameter);
-    /// In front of all windows, but for our panel and alerts: what is being set stays within reach.
-    void restack();
 
     std::shared_ptr<platform::Compositor> compositor_;
     std::shared_ptr<platform::WindowManager> windowManager_;
-    bool isBelow_ = false;  // behind a window of ours
     std::unique_ptr<BubbleWindow> panel_;
     CameraStyle style_ = CameraStyle::bubble;  // of the current panel
     std::shared_ptr<RoundFeeder> roundFeeder_;

@@ -54,7 +54,9 @@ class ActivateOnceShown final : public QObject {
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() != QEvent::Expose || !window_.isExposed())
             return QObject::eventFilter(watched, event);
-        if (!window_.isActive()) manager_->activate(static_cast<std::uint32_t>(window_.winId()));
+        const auto number = static_cast<std::uint32_t>(window_.winId());
+        if (!window_.isActive()) manager_->activate(number);
+        if (window_.type() == Qt::Tool) manager_->keepOffTaskBar(number);
         window_.removeEventFilter(this);
         deleteLater();
         return false;

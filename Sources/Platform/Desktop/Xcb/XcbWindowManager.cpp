@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-/// Of _NET_ACTIVE_WINDOW: the user asks, not the program by itself.
+/// Of a request: the user asks, not the program by itself.
 constexpr std::uint32_t fromUser = 2;
 
 PixelRect pixels(const Rect& rect) {
@@ -76,6 +76,26 @@ xcb_timestamp_t XcbWindowManager::serverTime() {
     return XCB_CURRENT_TIME;
 }
 
+void XcbWindowManager::ask(std::uint32_t window, const char* what, const std::array<std::uint32_t, 5>& data) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = connection_.atom(what);
+    std::ranges::copy(data, message.data.data32);
+    xcb_send_event(connection_.get(), 0, connection_.root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                   reinterpret_cast<const char*>(&message));
+}
+
+void XcbWindowManager::keepOffTaskBar(std::uint32_t window) {
+    constexpr std::uint32_t add = 1;
+    ask(window, "_NET_WM_STATE",
+        {add, connection_.atom("_NET_WM_STATE_SKIP_TASKBAR"), connection_.atom("_NET_WM_STATE_SKIP_PAGER"),
+         fromUser});
+    xcb_flush(connection_.get());
+}
+
 void XcbWindowManager::activate(std::uint32_t window) {
     xcb_connection_t* c = connection_.get();
     const xcb_timestamp_t now = serverTime();
@@ -83,16 +103,7 @@ void XcbWindowManager::activate(std::uint32_t window) {
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, connection_.atom("_NET_WM_USER_TIME"),
                         XCB_ATOM_CARDINAL, 32, 1, &now);
     if (supports("_NET_ACTIVE_WINDOW")) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 32;
-        message.window = window;
-        message.type = connection_.atom("_NET_ACTIVE_WINDOW");
-        message.data.data32[0] = fromUser;
-        message.data.data32[1] = now;
-        xcb_send_event(c, 0, connection_.root(),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char*>(&message));
+        ask(window, "_NET_ACTIVE_WINDOW", {fromUser, now});
     } else {
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
         xcb_configure_window(c, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
@@ -106,15 +117,6 @@ void XcbWindowManager::preferDark(std::uint32_t window) {
     xcb_change_property(connection_.get(), XCB_PROP_MODE_REPLACE, window,
                         connection_.atom("_GTK_THEME_VARIANT"), connection_.atom("UTF8_STRING"), 8,
                         static_cast<std::uint32_t>(variant.size()), variant.data());
-    xcb_flush(connection_.get());
-}
-
-void XcbWindowManager::stackBelow(std::uint32_t window, std::uint32_t other) {
-    const xcb_window_t frame = frameOf(connection_, other);
-    if (frame == XCB_NONE) return;
-    const std::uint32_t values[] = {frame, XCB_STACK_MODE_BELOW};
-    xcb_configure_window(connection_.get(), window, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
-                         values);
     xcb_flush(connection_.get());
 }
 
