@@ -25,6 +25,10 @@ namespace {
 const std::string panelShownKey = "panelShown";
 constexpr double secondsAfterStop = 1;
 
+/// At the item that a tray is still taking in.
+constexpr double secondsBetweenLooks = 0.05;
+constexpr int mostLooks = 20;
+
 /// Dark, whatever the desktop's own choice: for what the toolkit draws itself, such as the tray's tooltip.
 void setDarkAppearance() {
     const QColor window = qtColour(Colours::window), text(224, 224, 224);
@@ -154,12 +158,28 @@ void AppDelegate::showStatusItem() {
     updateLabel();
     // A new user would look for a program and find a small ring in a corner.
     const bool isNew = !defaults_->string(panelShownKey);
-    if (!statusItem_->isShown() || (isNew && permissions_.allGranted())) openPanel();
+    if (!statusItem_->isShown())
+        openPanel();
+    else if (isNew && permissions_.allGranted())
+        openPanelAtItem({}, statusItem_->isDrawnByDesktop() ? 0 : mostLooks);
+}
+
+void AppDelegate::openPanelAtItem(std::optional<QRect> before, int looks) {
+    if (panel_) return;
+    const auto frame = statusItemFrame();
+    if (looks == 0 || (frame && frame == before)) return openPanel();
+    itemTimer_ = host_.mainLoop->scheduleOnce(secondsBetweenLooks,
+                                              [this, frame, looks] { openPanelAtItem(frame, looks - 1); });
 }
 
 void AppDelegate::updateLabel() {
-    const auto label = StatusLabels::label(coordinator_.state(), coordinator_.elapsed());
-    if (statusItem_) statusItem_->setLabel(label);
+    auto label = StatusLabels::label(coordinator_.state(), coordinator_.elapsed());
+    if (statusItem_) {
+        // Nothing keeps it out of the movie there; at least nothing in the movie ticks.
+        label.isStill = !label.text.empty() && statusItem_->isDrawnByDesktop() &&
+                        coordinator_.mode() == CaptureMode::display;
+        statusItem_->setLabel(label);
+    }
     // Without a tray the panel's title tells the time.
     if (panel_) panel_->setTitle(QString::fromStdString("Cobaltreel " + label.text).trimmed());
 }

@@ -69,6 +69,8 @@ class AppDelegate final : public QObject {
     void panelClosed();
     std::optional<QRect> statusItemFrame() const;
     std::optional<QRect> clickedPlace() const;
+    /// Beside the item, once its tray has given it a place that it keeps; not later than after so many looks.
+    void openPanelAtItem(std::optional<QRect> before, int looks);
     PanelWindow& panelFor(PanelWindow::Look look);
 
     platform::PlatformServices host_;
@@ -83,7 +85,8 @@ class AppDelegate final : public QObject {
     std::unique_ptr<PanelWindow> panel_;
     PanelWindow::Look panelLook_ = PanelWindow::Look::popover;
     std::unique_ptr<platform::StatusItem> statusItem_;
-    double stoppedAt_;  // when the last recording ended, host clock
+    std::unique_ptr<platform::Timer> itemTimer_;  // until the item stands
+    double stoppedAt_;                            // when the last recording ended, host clock
     bool wasRecording_ = false;
     bool isPanelHidden_ = false;  // while it would be recorded
     bool quitting_ = false;

@@ -46,10 +46,21 @@ void drawDigits(QPainter& painter, const QString& digits, const QRectF& area) {
     painter.resetTransform();
 }
 
-void drawTime(QPainter& painter, const QString& time, int side) {
+void drawSquare(QPainter& painter, int side) {
     QPainterPath square;
     square.addRoundedRect(0, 0, side, side, side * 0.18, side * 0.18);
     painter.fillPath(square, recordingColour);
+}
+
+void drawStill(QPainter& painter, const QString& name, int side) {
+    drawSquare(painter, side);
+    const int margin = side / 7;
+    const QSize inner(side - 2 * margin, side - 2 * margin);
+    painter.drawImage(margin, margin, IconArt::image(name, inner, Qt::white));
+}
+
+void drawTime(QPainter& painter, const QString& time, int side) {
+    drawSquare(painter, side);
     const double margin = std::max(1.5, side * 0.09), gap = std::max(1.0, side * 0.06);
     const double line = (side - 2 * margin - gap) / 2;
     const QString minutes = time.section(QLatin1Char(':'), 0, 0), seconds = time.section(QLatin1Char(':'), 1);
@@ -72,8 +83,11 @@ platform::StatusPicture draw(const platform::StatusLabel& label, int side) {
     {
         QPainter painter(&image);
         painter.setRenderHint(QPainter::Antialiasing);
-        if (label.text.empty())
-            drawSymbol(painter, QString::fromStdString(label.symbol), side);
+        const QString symbol = QString::fromStdString(label.symbol);
+        if (label.isStill)
+            drawStill(painter, symbol, side);
+        else if (label.text.empty())
+            drawSymbol(painter, symbol, side);
         else
             drawTime(painter, QString::fromStdString(label.text), side);
     }

@@ -58,6 +58,7 @@ class ScriptedStatusItems final : public StatusItemService {
     std::vector<StatusLabel> labels;  ///< every label set so far
     bool hasTray = true;
     std::optional<Rect> frame;
+    bool isDrawnByDesktop = false;
     StatusItemActions actions;
 
     void setTray(bool there) {
@@ -76,6 +77,7 @@ class ScriptedStatusItems final : public StatusItemService {
         void setLabel(const StatusLabel& label) override { tray_.labels.push_back(label); }
         bool isShown() const override { return tray_.hasTray; }
         std::optional<Rect> frame() const override { return tray_.frame; }
+        bool isDrawnByDesktop() const override { return tray_.isDrawnByDesktop; }
 
       private:
         ScriptedStatusItems& tray_;

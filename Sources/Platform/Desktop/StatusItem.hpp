@@ -13,8 +13,9 @@ namespace platform {
 
 /// What a status item shows.
 struct StatusLabel {
-    std::string symbol;  ///< name of a picture
-    std::string text;    ///< beside it; empty for none
+    std::string symbol;    ///< name of a picture
+    std::string text;      ///< beside it; empty for none
+    bool isStill = false;  ///< the picture leaves the text to the tooltip
 
     friend bool operator==(const StatusLabel&, const StatusLabel&) = default;
 };
@@ -33,9 +34,11 @@ class StatusItem {
     virtual void setLabel(const StatusLabel& label) = 0;
     /// Whether there is a tray that shows it; it comes and goes by itself as trays do.
     virtual bool isShown() const = 0;
-    /// Where it is, in points with the origin at the top left of the desktop, y down; absent when not shown
-    /// or when the tray does not tell.
+    /// Where it is, in points with the origin at the top left of the desktop, y down; absent when not shown,
+    /// while the tray is still taking it in, and when the tray does not tell.
     virtual std::optional<Rect> frame() const = 0;
+    /// The item is a part of the desktop's own panel, and so of every picture of the screen.
+    virtual bool isDrawnByDesktop() const = 0;
 };
 
 /// A line of the item's menu.

@@ -39,6 +39,8 @@ TEST(StatusLabels, EverySecondLooksDifferentInASmallTray) {
         dark = dark || ((pixel >> 24) > 0x60 && (pixel & 0xffffff) == 0);
     }
     EXPECT_TRUE(light && dark);
+    EXPECT_EQ(StatusLabels::draw({"record.circle.fill", "00:01", true}, 22).pixels,
+              StatusLabels::draw({"record.circle.fill", "00:02", true}, 22).pixels);
     EXPECT_EQ(StatusLabels::draw({}, 0).side, 0);
 }
 

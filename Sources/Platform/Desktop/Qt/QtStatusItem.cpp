@@ -13,6 +13,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QSystemTrayIcon>
+#include <QWindow>
 #include <algorithm>
 #include <utility>
 
@@ -67,19 +68,33 @@ class QtStatusItem final : public StatusItem {
 
     void setLabel(const StatusLabel& label) override {
         if (label == label_) return;
+        const bool looksTheSame = label.isStill && label_.isStill && label.symbol == label_.symbol;
         label_ = label;
-        if (icon_) drawLabel();
+        if (!icon_) return;
+        if (!looksTheSame) drawLabel();
+        writeTip();
     }
     bool isShown() const override { return icon_ != nullptr; }
     std::optional<Rect> frame() const override {
         if (!icon_) return std::nullopt;
         const QRect place = icon_->geometry();
-        if (place.isEmpty()) return std::nullopt;
+        if (place.isEmpty() || !isTakenIn()) return std::nullopt;
         return Rect{static_cast<double>(place.x()), static_cast<double>(place.y()),
                     static_cast<double>(place.width()), static_cast<double>(place.height())};
     }
 
+    bool isDrawnByDesktop() const override { return isShown() && notifierTray_.isThere(); }
+
   private:
+    /// Until then the icon's window lies in a corner of the screen.
+    bool isTakenIn() const {
+        const auto windows = QGuiApplication::topLevelWindows();
+        const auto own = std::ranges::find_if(windows, [](const QWindow* window) {
+            return window->objectName() == QLatin1String("QSystemTrayIconSysWindow");
+        });
+        return own == windows.end() || !embeddingTray_ ||
+               embeddingTray_->holds(static_cast<std::uint32_t>((*own)->winId()));
+    }
     bool hasTray() { return (embeddingTray_ && embeddingTray_->hasTray()) || notifierTray_.isThere(); }
 
     /// An icon is made for the tray that is there: one made earlier would look for it in the wrong place.
@@ -93,6 +108,7 @@ class QtStatusItem final : public StatusItem {
                          });
         if (actions_.menu) makeMenu();
         drawLabel();
+        writeTip();
         icon_->show();
     }
     void makeMenu() {
@@ -114,6 +130,8 @@ class QtStatusItem final : public StatusItem {
     void drawLabel() {
         writeMenu();
         icon_->setIcon(QIcon(new LabelIcon(actions_.draw, label_)));
+    }
+    void writeTip() {
         icon_->setToolTip(
             label_.text.empty() ? title_ : title_ + QLatin1Char(' ') + QString::fromStdString(label_.text));
     }

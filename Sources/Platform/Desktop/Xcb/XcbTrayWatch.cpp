@@ -41,4 +41,9 @@ XcbTrayWatch::XcbTrayWatch(std::shared_ptr<MainLoop> mainLoop, std::function<voi
 
 bool XcbTrayWatch::hasTray() { return selectionOwner(connection_, traySelection(connection_)) != XCB_NONE; }
 
+bool XcbTrayWatch::holds(std::uint32_t window) {
+    const xcb_window_t frame = frameOf(connection_, window);
+    return frame != XCB_NONE && frame != window;
+}
+
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include "Platform/Desktop/Xcb/XcbEventThread.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,6 +20,8 @@ class XcbTrayWatch {
                  const std::string& displayName = {});
     /// One short round trip.
     bool hasTray();
+    /// Whether a tray has taken this window in. A few short round trips.
+    bool holds(std::uint32_t window);
 
   private:
     XcbConnection connection_;
