@@ -58,6 +58,7 @@ Column {
         ControlText {
             width: parent.width
             horizontalAlignment: Text.AlignLeft
+            opacity: enabled ? 1 : 0.4
             label: S.bubbleSize
             font.pixelSize: TextSize.caption
         }
@@ -78,6 +79,7 @@ Column {
         ControlText {
             width: parent.width
             horizontalAlignment: Text.AlignLeft
+            opacity: enabled ? 1 : 0.4
             label: S.cameraStyle
             font.pixelSize: TextSize.caption
         }

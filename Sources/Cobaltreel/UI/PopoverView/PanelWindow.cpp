@@ -101,18 +101,18 @@ void PanelWindow::toggle(std::optional<QRect> statusItem) {
         open(statusItem);
 }
 
-QRect PanelWindow::place(QSize size, const std::optional<QRect>& statusItem, const QRect& room,
-                         bool rightToLeft) {
+QRect PanelWindow::likelyItem(const QRect& screen, const QRect& room, bool rightToLeft) {
+    const bool hasBarBelow = room.top() == screen.top() && room.bottom() < screen.bottom();
+    return {rightToLeft ? screen.left() : screen.right(), hasBarBelow ? screen.bottom() : screen.top(), 1, 0};
+}
+
+QRect PanelWindow::place(QSize size, const QRect& statusItem, const QRect& room) {
     const QRect inner = room.adjusted(gap, gap, -gap, -gap);
     const QSize fitting = size.boundedTo(inner.size());
-    QPoint at =
-        rightToLeft ? inner.topLeft() : QPoint(inner.x() + inner.width() - fitting.width(), inner.y());
-    if (statusItem) {
-        const bool above = statusItem->center().y() > room.center().y();
-        at = {
-            statusItem->center().x() - fitting.width() / 2,
-            above ? statusItem->y() - gap - fitting.height() : statusItem->y() + statusItem->height() + gap};
-    }
+    const bool above = statusItem.center().y() > room.center().y();
+    const QPoint at(
+        statusItem.center().x() - fitting.width() / 2,
+        above ? statusItem.y() - gap - fitting.height() : statusItem.y() + statusItem.height() + gap);
     const auto within = [](int value, int from, int span, int length) {
         return std::clamp(value, from, std::max(from, from + span - length));
     };
@@ -131,8 +131,9 @@ void PanelWindow::fit() {
     const QRect room = shownOn ? AppWindows::room(*shownOn) : QRect(QPoint(), wanted);
     if (look_ == Look::popover) {
         // The desktop mirrors its panels by its own language.
-        const QRect frame =
-            place(wanted, statusItem_, room, QLocale::system().textDirection() == Qt::RightToLeft);
+        const bool rightToLeft = QLocale::system().textDirection() == Qt::RightToLeft;
+        const QRect screen = shownOn ? shownOn->geometry() : room;
+        const QRect frame = place(wanted, statusItem_.value_or(likelyItem(screen, room, rightToLeft)), room);
         wanted_ = frame.topLeft();
         setGeometry(frame);
         return;
@@ -154,6 +155,9 @@ void PanelWindow::showEvent(QShowEvent* event) {
 void PanelWindow::hideEvent(QHideEvent* event) {
     AppWindow::hideEvent(event);
     presses_.reset();
+    // Nobody tells of the pointer's leaving, and a tooltip would stand there at the next opening.
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(this, &leave);
     model_.disappear();
 }
 

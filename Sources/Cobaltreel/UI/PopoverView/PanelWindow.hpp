@@ -37,7 +37,7 @@ class PanelWindow final : public AppWindow {
     ~PanelWindow() override;
 
     /// Shows the panel with the keyboard. `statusItem`: where that is on the screen, or the pointer when it
-    /// was clicked; otherwise the panel opens in the upper corner where this desktop's trays are.
+    /// was clicked; otherwise the panel opens in the corner where this desktop's tray is, most likely.
     void open(std::optional<QRect> statusItem = {});
     /// Opens the panel, or closes it. Does nothing right after the panel was closed by the very click on the
     /// status item that took the focus away.
@@ -46,8 +46,9 @@ class PanelWindow final : public AppWindow {
 
     /// Where a popover of this size stands: under the status item in the upper half of the screen, above it
     /// in the lower one, and always within `room`, what panels and docks leave of the screen.
-    static QRect place(QSize size, const std::optional<QRect>& statusItem, const QRect& room,
-                       bool rightToLeft);
+    static QRect place(QSize size, const QRect& statusItem, const QRect& room);
+    /// Where a desktop whose tray tells nothing has its status items, most likely: in the corner of its bar.
+    static QRect likelyItem(const QRect& screen, const QRect& room, bool rightToLeft);
 
   protected:
     void showEvent(QShowEvent* event) override;

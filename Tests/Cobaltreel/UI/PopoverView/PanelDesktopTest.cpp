@@ -360,18 +360,24 @@ TEST_F(PanelDesktopTest, ScrollsToTheControlThatTheKeyboardMovesTo) {
 TEST(PanelWindow, StandsBesideTheStatusItemAndInsideTheScreen) {
     const QRect room(0, 30, 1280, 650);  // a bar above, a dock below
     const QSize size(320, 500);
+    const QRect screen(0, 0, 1280, 720), overBar(0, 0, 1280, 680);
     const struct {
-        std::optional<QRect> statusItem;
+        QRect statusItem;
         QPoint topLeft;
     } cases[]{
         {QRect(1000, 4, 22, 22), {850, 38}},   {QRect(1250, 4, 22, 22), {952, 38}},
         {QRect(2, 4, 22, 22), {8, 38}},        {QRect(1000, 690, 22, 22), {850, 172}},
-        {QRect(640, 100, 20, 20), {489, 128}}, {std::nullopt, {952, 38}},
+        {QRect(640, 100, 20, 20), {489, 128}}, {PanelWindow::likelyItem(screen, room, false), {952, 38}},
     };
     for (const auto& each : cases)
-        EXPECT_EQ(PanelWindow::place(size, each.statusItem, room, false).topLeft(), each.topLeft);
-    EXPECT_EQ(PanelWindow::place(size, {}, room, true).topLeft(), QPoint(8, 38));
-    EXPECT_EQ(PanelWindow::place({320, 900}, {}, room, false), QRect(952, 38, 320, 634));
+        EXPECT_EQ(PanelWindow::place(size, each.statusItem, room).topLeft(), each.topLeft);
+    const QRect mirrored = PanelWindow::likelyItem(screen, room, true);
+    EXPECT_EQ(PanelWindow::place(size, mirrored, room).topLeft(), QPoint(8, 38));
+    EXPECT_EQ(PanelWindow::place({320, 900}, mirrored, room), QRect(8, 38, 320, 634));
+    EXPECT_EQ(
+        PanelWindow::place(size, PanelWindow::likelyItem(screen, overBar, false), overBar).bottomRight(),
+        QPoint(1271, 671))
+        << "above a bar at the lower edge";
 }
 
 TEST_F(PanelDesktopTest, TheMeterIsAliveAndCheap) {
