@@ -9,10 +9,15 @@
 #include <QQuickView>
 #include <QScreen>
 #include <QSurfaceFormat>
+#include <QTimer>
+#include <chrono>
 #include <utility>
 
 namespace cobaltreel {
 namespace {
+
+/// Where our panel has just closed, the programs beneath it paint before the picture is taken.
+constexpr std::chrono::milliseconds repaintTime{150};
 
 const QColor dimming = QColor::fromRgbF(0, 0, 0, 0.25F);
 
@@ -36,10 +41,7 @@ class Backdrop final : public QQuickPaintedItem {
 class QuickOverlay final : public CountdownOverlay {
   public:
     QuickOverlay(CountdownModel& model, bool translucent) : window_(&AppWindows::engine(), nullptr) {
-        QScreen* const screen = QGuiApplication::primaryScreen();
-        const QRect frame = CountdownWindow::frame(screen);
-        const QPixmap picture = translucent || !screen ? QPixmap() : screen->grabWindow();
-
+        const QRect frame = CountdownWindow::frame(QGuiApplication::primaryScreen());
         if (translucent) {
             QSurfaceFormat format = window_.format();
             format.setAlphaBufferSize(8);
@@ -55,14 +57,26 @@ class QuickOverlay final : public CountdownOverlay {
         window_.setSource(
             View::ofModule(QStringLiteral("Cobaltreel.CountdownWindow"), QStringLiteral("CountdownView"))
                 .source);
-        if (!picture.isNull()) (new Backdrop(picture, window_.contentItem()))->setSize(frame.size());
-        window_.show();
-        window_.raise();
+        if (translucent)
+            show();
+        else
+            QTimer::singleShot(repaintTime, &window_, [this] {
+                QScreen* const screen = QGuiApplication::primaryScreen();
+                const QPixmap picture = screen ? screen->grabWindow() : QPixmap();
+                if (!picture.isNull())
+                    (new Backdrop(picture, window_.contentItem()))->setSize(window_.size());
+                show();
+            });
         // Should something have come above it meanwhile.
         QObject::connect(&model, &CountdownModel::digitChanged, &window_, &QWindow::raise);
     }
 
   private:
+    void show() {
+        window_.show();
+        window_.raise();
+    }
+
     QQuickView window_;
 };
 
