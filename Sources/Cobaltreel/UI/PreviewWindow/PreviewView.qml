@@ -128,14 +128,13 @@ FocusScope {
             Row {
                 id: options
 
-                readonly property real content: 4 * 38 + (style.visible ? style.width : 0) + zoom.labelWidth
-                                                + camera.labelWidth + ripples.labelWidth + sound.labelWidth
-                readonly property int gaps: style.visible ? 4 : 3
+                readonly property real content: 4 * 38 + style.width + zoom.labelWidth + camera.labelWidth
+                                                + ripples.labelWidth + sound.labelWidth
                 // The longest labels leave less than the usual room: what belongs together moves closer, too.
-                readonly property real gap: choices.width - content < gaps * 16 + 4 * 8 ? 5 : 8
+                readonly property real gap: choices.width - content < 4 * 16 + 4 * 8 ? 5 : 8
 
                 anchors.horizontalCenter: parent.horizontalCenter
-                spacing: Math.max(4, Math.min(16, Math.floor((choices.width - content - 4 * gap) / gaps)))
+                spacing: Math.max(4, Math.min(16, Math.floor((choices.width - content - 4 * gap) / 4)))
 
                 MacToggleRow {
                     id: zoom
@@ -169,7 +168,9 @@ FocusScope {
                     objectName: "cameraStyle"
                     anchors.verticalCenter: parent.verticalCenter
                     width: 170
-                    visible: view.model.bubble
+                    // It keeps its place: no switch moves away under the pointer.
+                    opacity: view.model.bubble ? 1 : 0
+                    enabled: view.model.bubble
                     selection: view.model.cameraStyle
                     options: [
                         {
@@ -305,6 +306,7 @@ FocusScope {
                         anchors.left: parent.left
                         anchors.verticalCenter: parent.verticalCenter
                         label: S.exporting
+                        font.pixelSize: TextSize.small
                     }
                     MacProgressBar {
                         objectName: "progress"
