@@ -12,6 +12,7 @@
 #include <limits>
 
 #include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
 
 namespace platform::testing {
 namespace {
@@ -92,6 +93,33 @@ TEST_F(NeuralModelTest, EveryUsualShapeOfNetworkFindsWhatItWasMadeFor) {
             EXPECT_GT(red, 215);
         }
     }
+}
+
+TEST_F(NeuralModelTest, ACloseLookFindsThePersonWhereTheyAre) {
+    write("a.onnx", onnxBytes({.input = {1, 3, 144, 256}, .weights = {12, 0, -12}, .activation = "Sigmoid"}));
+    OpenCvVisionService service(folder);
+    for (const auto size : {cv::Size(640, 360), cv::Size(500, 370)})
+        for (const auto quality : {Quality::fast, Quality::accurate}) {
+            const auto request = service.makePersonSegmentationRequest(quality);
+            for (int i = 0; i < 8; ++i) {
+                SCOPED_TRACE(i);
+                // Still, then on their way out at the lower right corner.
+                const cv::Rect person(size.width / 2 + std::max(0, i - 3) * 40, size.height / 3, 150, 300);
+                cv::Mat3b picture(size, cv::Vec3b(250, 20, 10));
+                picture(person & cv::Rect({}, size)).setTo(cv::Scalar(10, 20, 250));
+                const auto masks = request->perform(*cobaltreel::rendered::asBgra(picture));
+                ASSERT_EQ(masks.size(), 1U);
+                const Plane& p = masks.front()->plane();
+                cv::Mat1b mask;
+                cv::resize(cv::Mat(p.height, p.width, CV_8UC1, p.data, static_cast<std::size_t>(p.stride)),
+                           mask, size);
+                const cv::Rect found = cv::boundingRect(mask > 127), shown = person & cv::Rect({}, size);
+                EXPECT_LE(std::abs(found.x - shown.x), 4);
+                EXPECT_LE(std::abs(found.y - shown.y), 4);
+                EXPECT_LE(std::abs(found.br().x - shown.br().x), 4);
+                EXPECT_LE(std::abs(found.br().y - shown.br().y), 4);
+            }
+        }
 }
 
 TEST_F(NeuralModelTest, NobodyInThePictureGivesNoMask) {

@@ -68,13 +68,18 @@ cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size) {
     return picture;
 }
 
-cv::Mat3b brightened(const cv::Mat3b& picture) {
+cv::Mat1b liftFor(const cv::Mat3b& picture) {
     const cv::Scalar mean = cv::mean(picture);
     const double luma = 0.114 * mean[0] + 0.587 * mean[1] + 0.299 * mean[2];
-    if (luma >= litLuma || luma < 1) return picture;
+    if (luma >= litLuma || luma < 1) return {};
     const double gamma = std::max(strongestGamma, std::log(litLuma / 255) / std::log(luma / 255));
     cv::Mat1b curve(1, 256);
     for (int i = 0; i < 256; ++i) curve(i) = cv::saturate_cast<uchar>(255 * std::pow(i / 255.0, gamma));
+    return curve;
+}
+
+cv::Mat3b lifted(const cv::Mat3b& picture, const cv::Mat1b& curve) {
+    if (curve.empty()) return picture;
     cv::Mat3b lit;
     cv::LUT(picture, curve, lit);
     return lit;

@@ -13,8 +13,10 @@ cv::Size workingSize(cv::Size frame, double area);
 /// for a format that is no colour picture.
 cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size);
 
-/// What a network sees of a dark picture: its middle tones lifted to those of a well-lit room. Other pictures
-/// stay as they are.
-cv::Mat3b brightened(const cv::Mat3b& picture);
+/// The curve that lifts the middle tones of a dark picture to those of a well-lit room; empty for other
+/// pictures.
+cv::Mat1b liftFor(const cv::Mat3b& picture);
+/// `picture`, or a part of it, along such a curve.
+cv::Mat3b lifted(const cv::Mat3b& picture, const cv::Mat1b& curve);
 
 }  // namespace platform

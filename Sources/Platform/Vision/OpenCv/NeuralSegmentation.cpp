@@ -172,6 +172,12 @@ void NeuralSegmentation::tryOut() {
 }
 
 cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
+    cv::Mat1f answer = personIn(picture);
+    if (answer.size() != model_.input) cv::resize(answer, answer, model_.input, 0, 0, cv::INTER_LINEAR);
+    return answer;
+}
+
+cv::Mat1f NeuralSegmentation::personIn(const cv::Mat3b& picture) {
     cv::Mat answer;
     try {
         cv::Mat values;

@@ -39,11 +39,13 @@ class NeuralSegmentation {
     /// What the network wants to see; a picture of another size is brought to it.
     cv::Size input() const { return model_.input; }
 
-    /// How likely each pixel of `picture`, of any size, is the person's, 0…1, at the size of the network's
-    /// answer. Throws PlatformError("Vision", 4) when the network answers nonsense.
+    /// How likely each pixel of `picture`, of any size, is the person's, 0…1, at the size of input(). Throws
+    /// PlatformError("Vision", 4) when the network answers nonsense.
     cv::Mat1f ask(const cv::Mat3b& picture);
 
   private:
+    cv::Mat1f personIn(const cv::Mat3b& picture);
+
     NeuralModel model_;
     cv::dnn::Net network_;
 };

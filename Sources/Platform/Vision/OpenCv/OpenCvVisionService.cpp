@@ -1,7 +1,9 @@
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/OpenCv/FrameChange.hpp"
 #include "Platform/Vision/OpenCv/FramePicture.hpp"
+#include "Platform/Vision/OpenCv/PersonLooks.hpp"
 #include "Platform/Vision/OpenCv/PersonMatte.hpp"
 
 #include <utility>
@@ -23,18 +25,6 @@ ConstPixelBufferRef asBuffer(const cv::Mat1b& mask) {
     const Plane& plane = buffer->plane();
     mask.copyTo(cv::Mat(mask.rows, mask.cols, CV_8UC1, plane.data, static_cast<std::size_t>(plane.stride)));
     return buffer;
-}
-
-cv::Mat mirrored(const cv::Mat& picture) {
-    cv::Mat result;
-    cv::flip(picture, result, 1);
-    return result;
-}
-
-/// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
-cv::Mat1f agreed(const cv::Mat& first, const cv::Mat& second) {
-    constexpr double trustInMore = 0.6;
-    return cv::Mat(trustInMore * cv::max(first, second) + (1 - trustInMore) * cv::min(first, second));
 }
 
 class OpenCvRequest : public PersonSegmentationRequest {
@@ -68,14 +58,16 @@ class OpenCvRequest : public PersonSegmentationRequest {
             try {
                 cv::Mat3b view;
                 cv::resize(detailed, view, network_->input(), 0, 0, cv::INTER_AREA);
-                const cv::Mat3b lit = brightened(view);
-                cv::Mat1f person = network_->ask(lit);
-                // Whether somebody is there at all is worth a second look, and so is every frame of an
-                // export.
-                if (quality_ == QualityLevel::accurate || !matte_.isSure())
-                    person = agreed(person, mirrored(network_->ask(mirrored(lit))));
-                if (person.size() != view.size()) cv::resize(view, view, person.size(), 0, 0, cv::INTER_AREA);
-                return matte_.refine(person, view, picture);
+                const cv::Mat1b changed = changeBetween(before_, view);
+                // Whether somebody is there at all is worth two looks, and so is every frame of an export.
+                const bool once = quality_ != QualityLevel::accurate && matte_.isSure();
+                const cv::Mat1f person =
+                    looks_.look(*network_, detailed, view, changed,
+                                once ? PersonLooks::Effort::inTurn : PersonLooks::Effort::both);
+                const cv::Mat1b mask = matte_.refine(person, view, changed, picture);
+                looks_.follow(matte_.found());
+                before_ = view;
+                return mask;
             } catch (const PlatformError& e) {
                 networks_->giveUp(network_->file(), e.description());
                 network_.reset();
@@ -86,7 +78,9 @@ class OpenCvRequest : public PersonSegmentationRequest {
     std::shared_ptr<PersonNetworks> networks_;
     QualityLevel quality_;
     std::unique_ptr<NeuralSegmentation> network_;
+    PersonLooks looks_;
     PersonMatte matte_;
+    cv::Mat3b before_;  ///< what the network saw of the frame before
 };
 
 }  // namespace

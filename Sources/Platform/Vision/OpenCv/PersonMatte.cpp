@@ -1,5 +1,6 @@
 #include "Platform/Vision/OpenCv/PersonMatte.hpp"
 
+#include "Platform/Vision/OpenCv/FrameChange.hpp"
 #include "Platform/Vision/OpenCv/GuidedMatte.hpp"
 #include "Platform/Vision/OpenCv/PersonPieces.hpp"
 
@@ -12,35 +13,17 @@ namespace platform {
 namespace {
 
 /// The network is in doubt in a wide band; this part of it becomes the border.
-constexpr float doubtFrom = 0.3F, doubtTo = 0.75F;
+constexpr float doubtFrom = 0.25F, doubtTo = 0.7F;
 /// How far, in its pixels, the soft border reaches to either side of the hard one: fully, and at all.
 constexpr float softReach = 1, softEnd = 4;
 
-/// Differences of colour, of 255: up to the first it is noise, from the second on something moved.
-constexpr double noise = 5, motion = 16;
-
-/// How much of what is new counts, 0…255, by how much the picture has changed.
-cv::Mat1b newness(const cv::Mat3b& before, const cv::Mat3b& now) {
-    cv::Mat1b most(now.size());
-    for (int y = 0; y < now.rows; ++y) {
-        const uchar *b = before.ptr(y), *n = now.ptr(y);
-        uchar* m = most[y];
-        for (int x = 0; x < now.cols; ++x, b += 3, n += 3)
-            m[x] = static_cast<uchar>(
-                std::max(std::max(std::abs(b[0] - n[0]), std::abs(b[1] - n[1])), std::abs(b[2] - n[2])));
-    }
-    cv::blur(most, most, {3, 3}, {-1, -1}, cv::BORDER_REPLICATE);
-    most.convertTo(most, CV_8U, 255.0 / (motion - noise), -255.0 * noise / (motion - noise));
-    return most;
-}
-
-/// Lets `now` follow `held`: at once where the picture is new, else the slower the smaller the step is, but
-/// by `least` of it.
-void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1b& newness, float least) {
+/// Lets `now` follow `held`: at once where the picture has changed, else the slower the smaller the step is,
+/// but by `least` of it.
+void hold(cv::Mat1f& now, const cv::Mat1f& held, const cv::Mat1b& changed, float least) {
     for (int y = 0; y < now.rows; ++y) {
         float* p = now[y];
         const float* h = held[y];
-        const uchar* n = newness[y];
+        const uchar* n = changed[y];
         for (int x = 0; x < now.cols; ++x) {
             const float step = p[x] - h[x];
             const float rate =
@@ -79,17 +62,14 @@ cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const c
 
 }  // namespace
 
-cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat3b& fine) {
+cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat1b& changed,
+                              const cv::Mat3b& fine) {
     cv::Mat1f person = probability.clone();
-    cv::Mat1b changed;
-    if (heldView_.size() == view.size()) {
-        changed = newness(heldView_, view);
-        hold(person, heldPerson_, changed, 0.3F);
-    }
+    if (heldPerson_.size() == person.size() && !changed.empty()) hold(person, heldPerson_, changed, 0.3F);
     heldPerson_ = person.clone();
-    heldView_ = view;
 
     const PersonPieces pieces = findPerson(person);
+    solid_ = pieces.solid;
     if (!presence_.judge(pieces, changed)) {
         heldFine_.release();
         return presence_.wasSeen() ? cv::Mat1b(fine.size(), uchar(0)) : cv::Mat1b();
@@ -98,7 +78,7 @@ cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& vie
     keepToBorder(person, pieces.solid, softReach, softEnd);
 
     cv::Mat1f matte = drawAlongEdges(person, view, fine);
-    if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, newness(heldFine_, fine), 0.15F);
+    if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, changeBetween(heldFine_, fine), 0.15F);
     // What is held where somebody no longer is would trail behind them.
     cv::Mat1b near, nearFine;
     cv::dilate(pieces.solid, near, cv::Mat(), {-1, -1}, static_cast<int>(softEnd) + 1);

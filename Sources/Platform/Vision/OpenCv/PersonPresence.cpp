@@ -26,10 +26,10 @@ struct Change {
     double person = 0, room = 0;
 };
 
-Change changeIn(const cv::Mat1b& solid, const cv::Mat1b& newness) {
+Change changeIn(const cv::Mat1b& solid, const cv::Mat1b& changed) {
     const int person = cv::countNonZero(solid), room = static_cast<int>(solid.total()) - person;
-    if (newness.size() != solid.size()) return {};
-    const cv::Mat1b moving = newness > 127;
+    if (changed.size() != solid.size()) return {};
+    const cv::Mat1b moving = changed > 127;
     const int both = cv::countNonZero(moving), within = cv::countNonZero(moving & solid);
     return {static_cast<double>(within) / std::max(1, person),
             static_cast<double>(both - within) / std::max(1, room)};
@@ -41,8 +41,8 @@ bool touchesSide(const cv::Mat1b& solid) {
 
 }  // namespace
 
-bool PersonPresence::judge(const PersonPieces& found, const cv::Mat1b& newness) {
-    const Change change = changeIn(found.solid, newness);
+bool PersonPresence::judge(const PersonPieces& found, const cv::Mat1b& changed) {
+    const Change change = changeIn(found.solid, changed);
     const double before = last_.size() == found.solid.size() ? cv::countNonZero(last_) : 0;
     const double common = before > 0 ? cv::countNonZero(last_ & found.solid) : 0;
     const bool replaced = common > mostInPlace * cv::countNonZero(found.solid) && change.person > mostNew &&

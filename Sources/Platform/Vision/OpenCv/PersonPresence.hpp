@@ -10,7 +10,7 @@ class PersonPresence {
   public:
     /// `found` in this frame, and what differs from the frame before, 0…255, at its size (empty: not known).
     /// Whether somebody is there.
-    bool judge(const PersonPieces& found, const cv::Mat1b& newness);
+    bool judge(const PersonPieces& found, const cv::Mat1b& changed);
 
     /// Whether somebody is there beyond doubt.
     bool isSure() const { return sure_; }

@@ -1,0 +1,117 @@
+#include "Platform/Vision/OpenCv/PersonLooks.hpp"
+
+#include "Platform/Vision/OpenCv/FramePicture.hpp"
+#include "Platform/Vision/OpenCv/PersonPieces.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <opencv2/imgproc.hpp>
+
+namespace platform {
+namespace {
+
+/// What a close look shows around the person: parts of their width, and of the frame's height.
+constexpr double besides = 0.1, aboveAndBelow = 0.06;
+/// It shows at least this part of the frame's sides, or it makes somebody of every scrap.
+constexpr double leastSide = 0.3;
+/// It stays where it is until an edge of it is off by this part of the frame's sides, so that the border of
+/// somebody still does not flicker.
+constexpr double slack = 0.04;
+
+cv::Mat mirrored(const cv::Mat& picture) {
+    cv::Mat result;
+    cv::flip(picture, result, 1);
+    return result;
+}
+
+/// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
+cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {
+    constexpr double trustInMore = 0.6;
+    return cv::Mat(trustInMore * cv::max(first, second) + (1 - trustInMore) * cv::min(first, second));
+}
+
+/// `both` where nothing has changed, `now` where everything has.
+cv::Mat1f byChange(const cv::Mat1f& now, const cv::Mat1f& both, const cv::Mat1b& changed) {
+    cv::Mat1f result(now.size());
+    for (int y = 0; y < now.rows; ++y)
+        for (int x = 0; x < now.cols; ++x)
+            result(y, x) = both(y, x) + (now(y, x) - both(y, x)) * static_cast<float>(changed(y, x)) / 255;
+    return result;
+}
+
+/// Whether something moves where a close look at `place` would not see it, a hand perhaps.
+bool movesOutside(const cv::Mat1b& changed, const cv::Rect& place) {
+    constexpr double leastMoving = 0.001;
+    const int moving = cv::countNonZero(changed > 127), inside = cv::countNonZero(changed(place) > 127);
+    return moving - inside > leastMoving * static_cast<double>(changed.total());
+}
+
+/// From `low` to `high`, at least `least` long if `all` is.
+void widen(int& low, int& high, int margin, int least, int all) {
+    low -= margin;
+    high += margin;
+    if (const int missing = least - (high - low); missing > 0) {
+        low -= missing / 2;
+        high += missing - missing / 2;
+    }
+    low = std::max(0, low);
+    high = std::min(all, high);
+}
+
+cv::Rect around(const cv::Mat1b& person) {
+    const cv::Rect box = cv::boundingRect(person);
+    if (box.empty()) return {};
+    int left = box.x, right = box.br().x, top = box.y, bottom = box.br().y;
+    widen(left, right, cvRound(besides * box.width), cvRound(leastSide * person.cols), person.cols);
+    widen(top, bottom, cvRound(aboveAndBelow * person.rows), cvRound(leastSide * person.rows), person.rows);
+    return {left, top, right - left, bottom - top};
+}
+
+}  // namespace
+
+cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,
+                                  const cv::Mat1f& around) const {
+    const double right = static_cast<double>(frame.cols) / around.cols,
+                 down = static_cast<double>(frame.rows) / around.rows;
+    const cv::Rect part(cv::Point(cvFloor(place_.x * right), cvFloor(place_.y * down)),
+                        cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
+    cv::Mat3b view;
+    cv::resize(frame(part & cv::Rect({}, frame.size())), view, network.input(), 0, 0, cv::INTER_AREA);
+    cv::Mat1f there, result = around.clone();
+    cv::resize(mirrored(network.ask(mirrored(lifted(view, lift)))), there, place_.size(), 0, 0,
+               cv::INTER_AREA);
+    there.copyTo(result(place_));
+    return result;
+}
+
+cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat3b& view,
+                            const cv::Mat1b& changed, Effort effort) {
+    const cv::Size size = view.size();
+    const cv::Mat1b lift = liftFor(view);
+    const bool known = last_.size() == size && changed.size() == size;
+    if (effort == Effort::inTurn && known) {
+        closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
+        const cv::Mat1f now =
+            closer_ ? lookCloser(network, frame, lift, last_) : network.ask(lifted(view, lift));
+        const cv::Mat1f result = byChange(now, agreed(now, last_), changed);
+        last_ = now;
+        return result;
+    }
+    last_ = network.ask(lifted(view, lift));
+    closer_ = false;
+    if ((place_ & cv::Rect({}, size)) != place_) place_ = {};
+    if (place_.empty()) place_ = around(findPerson(last_).solid);
+    if (place_.empty()) place_ = cv::Rect({}, size);
+    return agreed(last_, lookCloser(network, frame, lift, last_));
+}
+
+void PersonLooks::follow(const cv::Mat1b& person) {
+    const cv::Rect now = around(person);
+    const double aside = slack * person.cols, up = slack * person.rows;
+    const bool near = std::abs(now.x - place_.x) <= aside && std::abs(now.br().x - place_.br().x) <= aside &&
+                      std::abs(now.y - place_.y) <= up && std::abs(now.br().y - place_.br().y) <= up;
+    if (!near || place_.empty()) place_ = now;
+}
+
+}  // namespace platform
