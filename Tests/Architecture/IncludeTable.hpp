@@ -43,6 +43,10 @@ inline const std::vector<IncludeRule> includeTable{
      {"std", "os", "mpv"}},
 
     {"Platform/Capture/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"}, {"std"}},
+    {"Platform/Capture/Frames/",
+     false,
+     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"},
+     {"std", "yuv"}},
     {"Platform/Capture/Xcb/",
      false,
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/", "Platform/Desktop/Xcb/"},

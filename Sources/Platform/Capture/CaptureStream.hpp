@@ -45,6 +45,9 @@ struct StreamConfiguration {
 /// display that is unplugged: the recording ends there and lacks nothing.
 inline constexpr int contentVanished = 4;
 
+/// Code of PlatformError("ScreenCapture") for a stream that is asked for what it does not do.
+inline constexpr int badConfiguration = 7;
+
 /// `complete`: new picture content. The others carry no picture to be recorded.
 enum class FrameStatus { complete = 0, idle = 1, blank = 2, suspended = 3, started = 4, stopped = 5 };
 enum class StreamOutputType { screen, audio };

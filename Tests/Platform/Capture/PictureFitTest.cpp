@@ -1,7 +1,7 @@
-#include "Platform/Capture/FrameGrid.hpp"
-#include "Platform/Capture/Xcb/DirtyArea.hpp"
-#include "Platform/Capture/Xcb/PictureFit.hpp"
-#include "Platform/Capture/Xcb/RectList.hpp"
+#include "Platform/Capture/Frames/DirtyArea.hpp"
+#include "Platform/Capture/Frames/FrameGrid.hpp"
+#include "Platform/Capture/Frames/PictureFit.hpp"
+#include "Platform/Capture/Frames/RectList.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/PixelRect.hpp"
+#include "Platform/Imaging/PixelRect.hpp"
 #include "Rig/ChildProcess.hpp"
 
 #include <string>

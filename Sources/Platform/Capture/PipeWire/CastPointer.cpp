@@ -11,17 +11,6 @@ namespace platform::pipewire {
 
 namespace {
 
-/// One premultiplied pixel over an opaque one.
-std::uint32_t over(std::uint32_t top, std::uint32_t below) {
-    const std::uint32_t rest = 255 - (top >> 24);
-    std::uint32_t result = 0xff000000;
-    for (int shift = 0; shift < 24; shift += 8) {
-        const std::uint32_t sum = (top >> shift & 0xff) + ((below >> shift & 0xff) * rest + 127) / 255;
-        result |= std::min(sum, 255U) << shift;
-    }
-    return result;
-}
-
 /// Where red, green, blue and alpha stand among a pixel's four bytes.
 struct ByteOrder {
     int red, green, blue, alpha;
@@ -66,8 +55,8 @@ bool CastPointer::readShape(const spa_meta_cursor& meta, std::size_t size) {
     const auto order = byteOrder(bitmap.format);
     const bool isEmpty = bitmap.size.width == 0 || bitmap.size.height == 0 || bitmap.offset == 0;
     if (isEmpty) {
-        const bool wasShown = width_ > 0;
-        width_ = height_ = 0;
+        const bool wasShown = image_.width > 0;
+        image_ = {};
         return wasShown;
     }
     const std::size_t left = size - begin;
@@ -79,36 +68,21 @@ bool CastPointer::readShape(const spa_meta_cursor& meta, std::size_t size) {
     const std::uint64_t needed = static_cast<std::uint64_t>(bitmap.stride) * (bitmap.size.height - 1) + row;
     if (needed > left - bitmap.offset) return false;
 
-    width_ = static_cast<int>(bitmap.size.width);
-    height_ = static_cast<int>(bitmap.size.height);
-    hotX_ = std::clamp(meta.hotspot.x, 0, width_ - 1);
-    hotY_ = std::clamp(meta.hotspot.y, 0, height_ - 1);
-    pixels_.resize(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_));
-    for (int y = 0; y < height_; ++y) {
+    image_.width = static_cast<int>(bitmap.size.width);
+    image_.height = static_cast<int>(bitmap.size.height);
+    image_.hotX = std::clamp(meta.hotspot.x, 0, image_.width - 1);
+    image_.hotY = std::clamp(meta.hotspot.y, 0, image_.height - 1);
+    image_.pixels.resize(std::size_t{bitmap.size.width} * bitmap.size.height);
+    auto pixel = image_.pixels.begin();
+    for (int y = 0; y < image_.height; ++y) {
         const std::uint8_t* from =
             memory + begin + bitmap.offset + static_cast<std::ptrdiff_t>(y) * bitmap.stride;
-        for (int x = 0; x < width_; ++x, from += 4)
-            pixels_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
-                    static_cast<std::size_t>(x)] = static_cast<std::uint32_t>(from[order->alpha]) << 24 |
-                                                   static_cast<std::uint32_t>(from[order->red]) << 16 |
-                                                   static_cast<std::uint32_t>(from[order->green]) << 8 |
-                                                   from[order->blue];
+        for (int x = 0; x < image_.width; ++x, from += 4)
+            *pixel++ = static_cast<std::uint32_t>(from[order->alpha]) << 24 |
+                       static_cast<std::uint32_t>(from[order->red]) << 16 |
+                       static_cast<std::uint32_t>(from[order->green]) << 8 | from[order->blue];
     }
     return true;
-}
-
-void CastPointer::draw(const Plane& plane, int originX, int originY) const {
-    if (!position_ || width_ == 0) return;
-    const int left = position_->x - hotX_ - originX;
-    const int top = position_->y - hotY_ - originY;
-    const int fromX = std::max(0, left), toX = std::min(plane.width, left + width_);
-    const int fromY = std::max(0, top), toY = std::min(plane.height, top + height_);
-    for (int y = fromY; y < toY; ++y) {
-        const std::uint32_t* from = pixels_.data() + static_cast<std::ptrdiff_t>(y - top) * width_;
-        auto* to =
-            reinterpret_cast<std::uint32_t*>(plane.data + static_cast<std::ptrdiff_t>(y) * plane.stride);
-        for (int x = fromX; x < toX; ++x) to[x] = over(from[x - left], to[x]);
-    }
 }
 
 }  // namespace platform::pipewire

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Capture/Frames/CursorImage.hpp"
 
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 struct spa_meta_cursor;
 
@@ -28,18 +27,14 @@ class CastPointer {
     bool update(const spa_meta_cursor& meta, std::size_t size);
     /// In pixels of the stream; absent while the pointer is not on it.
     std::optional<Position> position() const { return position_; }
-    /// Draws it into a bgra plane whose top left is at (`originX`, `originY`) of the stream.
-    void draw(const Plane& plane, int originX, int originY) const;
+    /// Empty while it has no picture.
+    const CursorImage& image() const { return image_; }
 
   private:
     bool readShape(const spa_meta_cursor& meta, std::size_t size);
 
     std::optional<Position> position_;
-    int hotX_ = 0;
-    int hotY_ = 0;
-    int width_ = 0;
-    int height_ = 0;
-    std::vector<std::uint32_t> pixels_;  // premultiplied bgra
+    CursorImage image_;
 };
 
 }  // namespace platform::pipewire

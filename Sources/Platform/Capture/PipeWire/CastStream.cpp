@@ -10,11 +10,8 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <linux/dma-buf.h>
 #include <spa/buffer/meta.h>
-#include <spa/param/buffers.h>
-#include <spa/param/video/format-utils.h>
-#include <sys/ioctl.h>
+#include <spa/pod/builder.h>
 
 namespace platform::pipewire {
 
@@ -28,7 +25,6 @@ constexpr double patience = 10.0;  // seconds
 constexpr double settling = 0.25;  // seconds
 /// Pictures are drawn some time before they arrive, the pointer's moves are of now: their times never cross.
 constexpr std::int64_t leastStep = 2'000'000;  // nanoseconds
-constexpr std::uint64_t linearModifier = 0;
 
 std::int64_t now() { return static_cast<std::int64_t>(HostClock().now() * perSecond); }
 
@@ -43,50 +39,6 @@ std::int64_t timeOf(const spa_buffer& buffer) {
     const std::int64_t age = arrival - header->pts;
     return age < plausibleAge && age > -plausibleLead ? std::min(header->pts, arrival) : arrival;
 }
-
-/// Everything that can be read, in memory that both sides see, or in the last resort in a linear DMA-BUF.
-const spa_pod* formatParam(spa_pod_builder& builder, bool isDmaBuf) {
-    spa_pod_frame object, choice;
-    const spa_rectangle usual{1920, 1080}, smallest{1, 1}, largest{16384, 16384};
-    const spa_fraction variable{0, 1}, fastest{60, 1}, slowest{1, 1};
-    spa_pod_builder_push_object(&builder, &object, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
-    spa_pod_builder_add(&builder, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video),
-                        SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), 0);
-    spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_format, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
-    spa_pod_builder_id(&builder, castFormats.front());
-    for (const std::uint32_t format : castFormats) spa_pod_builder_id(&builder, format);
-    spa_pod_builder_pop(&builder, &choice);
-    if (isDmaBuf) {
-        spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_modifier, SPA_POD_PROP_FLAG_MANDATORY);
-        spa_pod_builder_long(&builder, static_cast<std::int64_t>(linearModifier));
-    }
-    spa_pod_builder_add(
-        &builder, SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &smallest, &largest),
-        SPA_FORMAT_VIDEO_framerate, SPA_POD_CHOICE_RANGE_Fraction(&variable, &variable, &fastest),
-        SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_CHOICE_RANGE_Fraction(&fastest, &slowest, &fastest), 0);
-    return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &object));
-}
-
-constexpr int cursorBytes(int side) {
-    return static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap)) + side * side * 4;
-}
-
-/// Tells the processor's caches that a DMA-BUF is read from here on.
-class ReadingDmaBuf {
-  public:
-    explicit ReadingDmaBuf(int fd) : fd_(fd) { sync(DMA_BUF_SYNC_START); }
-    ~ReadingDmaBuf() { sync(DMA_BUF_SYNC_END); }
-    ReadingDmaBuf(const ReadingDmaBuf&) = delete;
-    ReadingDmaBuf& operator=(const ReadingDmaBuf&) = delete;
-
-  private:
-    void sync(std::uint64_t edge) const {
-        dma_buf_sync request{DMA_BUF_SYNC_READ | edge};
-        if (fd_ >= 0) ioctl(fd_, DMA_BUF_IOCTL_SYNC, &request);
-    }
-    int fd_;
-};
 
 constexpr int noPictures = 23;
 constexpr int serverEnded = 24;
@@ -202,66 +154,45 @@ void CastStream::connectStream(std::uint32_t node) {
 
     std::array<std::uint8_t, 4096> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
-    const spa_pod* params[] = {formatParam(builder, false), formatParam(builder, true)};
+    std::vector<const spa_pod*> params = castFormatParams(builder);
     const int result = pw_stream_connect(
         stream_.get(), PW_DIRECTION_INPUT, node,
-        static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS), params, 2);
+        static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS), params.data(),
+        static_cast<std::uint32_t>(params.size()));
     if (result < 0) throw PlatformError("PipeWire", -result, "The screen's pictures cannot be received.");
 }
 
 void CastStream::onFormat(const spa_pod* param) {
     letGoOfPicture();
-    format_ = 0;
-    spa_video_info_raw info{};
-    if (param == nullptr || spa_format_video_raw_parse(param, &info) < 0) return;
-    if (std::ranges::find(castFormats, static_cast<std::uint32_t>(info.format)) == castFormats.end()) return;
-    constexpr std::uint32_t largestSide = 16384;
-    if (info.size.width == 0 || info.size.height == 0 || info.size.width > largestSide ||
-        info.size.height > largestSide)
-        return;
-    format_ = info.format;
-    streamSize_ = {info.size.width, info.size.height};
-    isDmaBuf_ = spa_pod_find_prop(param, nullptr, SPA_FORMAT_VIDEO_modifier) != nullptr;
-
+    format_ = readCastFormat(param);
+    if (!format_) return;
     std::array<std::uint8_t, 2048> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
-    const int kinds = isDmaBuf_ ? 1 << SPA_DATA_DmaBuf : (1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr);
-    const auto meta = [&](std::uint32_t type, std::size_t size) {
-        return static_cast<const spa_pod*>(spa_pod_builder_add_object(
-            &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(type),
-            SPA_PARAM_META_size, SPA_POD_Int(static_cast<int>(size))));
-    };
-    const spa_pod* params[] = {
-        static_cast<const spa_pod*>(spa_pod_builder_add_object(
-            &builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
-            SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(kinds))),
-        meta(SPA_META_Header, sizeof(spa_meta_header)), meta(SPA_META_VideoCrop, sizeof(spa_meta_region)),
-        // Both sides' sizes are intersected: a single size would meet nothing, and the pointer never come.
-        static_cast<const spa_pod*>(
-            spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                                       SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
-                                       SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1),
-                                                                cursorBytes(CastPointer::largestSide))))};
-    pw_stream_update_params(stream_.get(), params, 4);
+    std::vector<const spa_pod*> params = castBufferParams(builder, *format_, CastPointer::largestSide);
+    pw_stream_update_params(stream_.get(), params.data(), static_cast<std::uint32_t>(params.size()));
 }
 
 void CastStream::onBuffers() {
     while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream_.get())) {
-        if (hasEnded_ || format_ == 0) {
+        if (hasEnded_ || !format_) {
             pw_stream_queue_buffer(stream_.get(), buffer);
             continue;
         }
         takePointer(*buffer->buffer);
-        const auto picture = readPicture(*buffer->buffer, format_, streamSize_);
+        auto picture = readPicture(*buffer->buffer, *format_);
         if (!picture) {
+            if (buffer->buffer->n_datas > 0 && buffer->buffer->datas[0].chunk->size > 0)
+                areChangesLost_ = true;
             pw_stream_queue_buffer(stream_.get(), buffer);
             continue;
         }
         letGoOfPicture();
+        if (std::exchange(areChangesLost_, false)) picture->changes.reset();
         held_ = buffer;
-        picture_ = picture;
+        picture_ = std::move(picture);
         pictureTime_ = timeOf(*buffer->buffer);
-        isChanged_ = true;
+        if (frames_) frames_->show(*picture_);
+        isPictureNew_ = true;
         publishPointer();
         if (!std::exchange(isReady_, true)) events_.ready(std::nullopt);
     }
@@ -283,66 +214,59 @@ void CastStream::takePointer(const spa_buffer& buffer) {
     const spa_meta* meta = spa_buffer_find_meta(&buffer, SPA_META_Cursor);
     if (meta == nullptr || meta->data == nullptr || meta->size < sizeof(spa_meta_cursor)) return;
     if (!pointer_.update(*static_cast<const spa_meta_cursor*>(meta->data), meta->size)) return;
-    isChanged_ = true;
+    isPointerNew_ = true;
     publishPointer();
 }
 
 void CastStream::publishPointer() {
+    if (!screen_) return;
     const auto position = pointer_.position();
-    if (!screen_ || !position || !picture_) {
-        if (screen_ && !position) screen_->setPointer(std::nullopt);
-        return;
-    }
-    CastScreen::Spot spot{static_cast<double>(position->x - picture_->x),
-                          static_cast<double>(position->y - picture_->y)};
-    if (queue_ != nullptr) {
-        const CastFit fit =
-            fitPicture(picture_->width, picture_->height, configuration_.width, configuration_.height);
-        if (!fit.isExact)
-            spot = {fit.x + spot.x * fit.width / picture_->width,
-                    fit.y + spot.y * fit.height / picture_->height};
-    }
-    screen_->setPointer(spot);
+    if (!position) return screen_->setPointer(std::nullopt);
+    if (!picture_) return;
+    const int x = position->x - picture_->x, y = position->y - picture_->y;
+    screen_->setPointer(frames_ ? frames_->spotOf(x, y)
+                                : CastScreen::Spot{static_cast<double>(x), static_cast<double>(y)});
 }
 
 Size CastStream::size() const {
     const LoopLock lock(loop_.get());
-    if (!picture_) return streamSize_;
-    return {static_cast<std::uint32_t>(picture_->width), static_cast<std::uint32_t>(picture_->height)};
+    if (!picture_) return format_ ? format_->size : Size{};
+    return {static_cast<std::uint32_t>(picture_->plane.width),
+            static_cast<std::uint32_t>(picture_->plane.height)};
 }
 
-void CastStream::start(const StreamConfiguration& configuration, SerialQueue& queue, Handler handler) {
+void CastStream::start(const StreamConfiguration& configuration, FrameOutput& output) {
     const LoopLock lock(loop_.get());
-    configuration_ = configuration;
-    queue_ = &queue;
-    gate_ = std::make_shared<Gate>();
-    gate_->handler = std::move(handler);
-    grid_.emplace(configuration.minimumFrameInterval.seconds());
-    frames_.emplace(PixelFormat::bgra, configuration.width, configuration.height,
-                    static_cast<std::size_t>(std::max(1, configuration.queueDepth)));
+    output_ = &output;
+    showsCursor_ = configuration.showsCursor;
+    interval_ = configuration.minimumFrameInterval.seconds();
+    grid_.emplace(interval_);
+    frames_.emplace(configuration);
+    if (picture_) {
+        picture_->changes.reset();
+        frames_->show(*picture_);
+    }
     notBefore_ = HostClock().now() + settling;
     pictureTime_ = 0;
-    isChanged_ = true;
+    isPictureNew_ = true;
     publishPointer();
     due_->signalAfter(settling);
 }
 
 void CastStream::stop() {
-    std::shared_ptr<Gate> gate;
+    FrameOutput* output = nullptr;
     {
         const LoopLock lock(loop_.get());
-        queue_ = nullptr;
-        gate = std::exchange(gate_, nullptr);
+        output = std::exchange(output_, nullptr);
+        frames_.reset();
     }
-    if (!gate) return;
-    const std::lock_guard closing(gate->mutex);
-    gate->isOpen = false;
+    if (output != nullptr) output->close();
 }
 
 void CastStream::deliverIfDue() {
-    if (queue_ == nullptr || !isChanged_ || !picture_ || hasEnded_) return;
+    if (output_ == nullptr || !picture_ || hasEnded_ || !(isPictureNew_ || isPointerNew_)) return;
     const double time = HostClock().now();
-    const double due = std::max(notBefore_, grid_->nextTime());
+    const double due = std::max(notBefore_, grid_->nextTime(isPictureNew_ ? 1 : FrameGrid::slotsOfPointer));
     if (time >= due) {
         grid_->take(time);
         deliver();
@@ -353,46 +277,22 @@ void CastStream::deliverIfDue() {
 }
 
 void CastStream::deliver() {
-    const PixelBufferRef frame = frames_->createPixelBuffer();
-    if (!frame || !drawPicture(*frame)) {
-        due_->signalAfter(configuration_.minimumFrameInterval.seconds());
+    ConstPixelBufferRef frame;
+    if (frames_->claimRoom())
+        frame = frames_->make(*picture_, showsCursor_ ? &pointer_ : nullptr,
+                              format_->isDmaBuf ? static_cast<int>(held_->buffer->datas[0].fd) : -1);
+    if (!frame) {
+        isPictureNew_ = true;
+        due_->signalAfter(interval_);
         return;
     }
-    isChanged_ = false;
     // The picture's own time once; the pointer that moves over it has the time of now.
     const std::int64_t time =
         std::max(pictureTime_ != 0 ? std::exchange(pictureTime_, 0) : now(), lastTime_ + leastStep);
     lastTime_ = time;
-    CapturedSample sample;
-    sample.buffer.presentationTime = {time, nanosecondTimescale};
-    sample.buffer.image = frame;
-    sample.status = FrameStatus::complete;
-    const bool isQueued = queue_->async([gate = gate_, sample = std::move(sample)] {
-        const std::lock_guard passing(gate->mutex);
-        if (gate->isOpen) gate->handler(sample);
-    });
-    if (!isQueued) isChanged_ = true;
-}
-
-bool CastStream::drawPicture(PixelBuffer& frame) {
-    const CastFit fit = fitPicture(picture_->width, picture_->height, frame.width(), frame.height());
-    const bool isSame = picture_->width == frame.width() && picture_->height == frame.height();
-    if (!isSame &&
-        (!unfitted_ || unfitted_->width() != picture_->width || unfitted_->height() != picture_->height)) {
-        try {
-            unfitted_ = std::make_unique<PixelBuffer>(PixelFormat::bgra, picture_->width, picture_->height);
-        } catch (const std::exception&) {
-            return false;
-        }
-    }
-    const Plane& plane = isSame ? frame.plane() : unfitted_->plane();
-    {
-        const ReadingDmaBuf reading(isDmaBuf_ ? static_cast<int>(held_->buffer->datas[0].fd) : -1);
-        draw(*picture_, plane);
-    }
-    if (configuration_.showsCursor) pointer_.draw(plane, picture_->x, picture_->y);
-    if (!isSame) drawFitted(plane, fit, frame.plane());
-    return true;
+    isPictureNew_ = !output_->deliver({time, nanosecondTimescale}, std::move(frame), frames_->takeDropped());
+    isPointerNew_ = false;
+    if (isPictureNew_) due_->signalAfter(interval_);
 }
 
 void CastStream::end(const PlatformError& error) {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "Platform/Capture/CaptureStream.hpp"
-#include "Platform/Capture/FrameGrid.hpp"
+#include "Platform/Capture/FrameOutput.hpp"
+#include "Platform/Capture/Frames/FrameGrid.hpp"
+#include "Platform/Capture/PipeWire/CastFrames.hpp"
 #include "Platform/Capture/PipeWire/CastPicture.hpp"
 #include "Platform/Capture/PipeWire/CastPointer.hpp"
 #include "Platform/Capture/PipeWire/Handles.hpp"
@@ -10,7 +11,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace platform::pipewire {
@@ -26,8 +26,6 @@ class CastStream {
         /// Once, after `ready`: the stream has ended by itself.
         std::function<void(const PlatformError&)> ended;
     };
-    /// A frame that was delivered; called on the queue given to `start`.
-    using Handler = CaptureStream::OutputHandler;
 
     /// `remote` is the connection that the desktop opened for us, `node` the stream's number there. `screen`
     /// is told where the pointer is, in pixels of the pictures that are delivered. Throws PlatformError.
@@ -38,21 +36,15 @@ class CastStream {
 
     /// Pixels of the picture that was ready.
     Size size() const;
-    /// Begins delivering: the picture of now at once, or when the last of our own windows has left it.
-    void start(const StreamConfiguration& configuration, SerialQueue& queue, Handler handler);
-    /// After it returns no handler is running and none is called.
+    /// Begins delivering to `output`, which must not go before `stop`: the picture of now at once, or when
+    /// the last of our own windows has left it.
+    void start(const StreamConfiguration& configuration, FrameOutput& output);
+    /// After it returns nothing is delivered.
     void stop();
     /// The desktop has ended the stream, whatever the media server says.
     void end(const PlatformError& error);
 
   private:
-    /// Between the loop and the output queue; closing it waits for a handler that is running.
-    struct Gate {
-        std::mutex mutex;
-        bool isOpen = true;
-        Handler handler;
-    };
-
     void connect(UniqueFd remote, std::uint32_t node);
     void connectStream(std::uint32_t node);
     void onFormat(const spa_pod* param);
@@ -62,7 +54,7 @@ class CastStream {
     void publishPointer();
     void deliverIfDue();
     void deliver();
-    bool drawPicture(PixelBuffer& frame);
+
     void fail(const PlatformError& error);
     void letGoOfPicture();
 
@@ -81,26 +73,26 @@ class CastStream {
     std::unique_ptr<LoopEvent> due_;
     std::unique_ptr<LoopEvent> patience_;
     std::uint32_t node_ = 0;
-    std::uint32_t format_ = 0;
-    bool isDmaBuf_ = false;
-    Size streamSize_;
+    std::optional<CastFormat> format_;
     bool isReady_ = false;
     bool hasEnded_ = false;
 
     pw_buffer* held_ = nullptr;  // whose memory `picture_` points into
     std::optional<CastPicture> picture_;
+    bool areChangesLost_ = false;   // of a picture that could not be used
     std::int64_t pictureTime_ = 0;  // nanoseconds; 0 once delivered
     CastPointer pointer_;
 
-    StreamConfiguration configuration_;
-    SerialQueue* queue_ = nullptr;
-    std::shared_ptr<Gate> gate_;
+    // While frames are delivered.
+    FrameOutput* output_ = nullptr;
+    std::optional<CastFrames> frames_;
     std::optional<FrameGrid> grid_;
-    std::optional<PixelBufferPool> frames_;
-    std::unique_ptr<PixelBuffer> unfitted_;
+    bool showsCursor_ = true;
+    double interval_ = 0;  // seconds
     double notBefore_ = 0;
     std::int64_t lastTime_ = 0;
-    bool isChanged_ = false;
+    bool isPictureNew_ = false;
+    bool isPointerNew_ = false;
 };
 
 }  // namespace platform::pipewire

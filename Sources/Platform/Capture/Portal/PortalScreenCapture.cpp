@@ -36,19 +36,11 @@ class PortalStream final : public CaptureStream {
     ~PortalStream() override { cast_->stream().stop(); }
 
     void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override {
-        const bool isTaken = type == StreamOutputType::screen ? queue_ != nullptr : hasAudioOutput_;
-        if (isTaken)
-            throw PlatformError("ScreenCapture", notGranted, "This output of the stream is already taken.");
-        if (type == StreamOutputType::audio) {
-            hasAudioOutput_ = true;  // a screen cast has no sound to deliver
-            return;
-        }
-        queue_ = &queue;
-        handler_ = std::move(handler);
+        output_.add(type, queue, std::move(handler));
     }
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override {
         cast_->setEnded(onStopped_);
-        if (queue_ != nullptr) cast_->stream().start(configuration_, *queue_, handler_);
+        cast_->stream().start(configuration_, output_);
         done(std::nullopt);
     }
     void stopCapture(std::function<void(std::optional<PlatformError>)> done) override {
@@ -61,9 +53,7 @@ class PortalStream final : public CaptureStream {
     std::shared_ptr<PortalCast> cast_;
     StreamConfiguration configuration_;
     std::function<void(const PlatformError&)> onStopped_;
-    SerialQueue* queue_ = nullptr;
-    OutputHandler handler_;
-    bool hasAudioOutput_ = false;
+    FrameOutput output_;
 };
 
 }  // namespace

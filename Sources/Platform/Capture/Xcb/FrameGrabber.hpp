@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/CaptureStream.hpp"
-#include "Platform/Capture/Xcb/FramePool.hpp"
+#include "Platform/Capture/Frames/FrameMaker.hpp"
 #include "Platform/Capture/Xcb/PointerOverlay.hpp"
 #include "Platform/Capture/Xcb/ScreenImage.hpp"
 
@@ -21,18 +21,18 @@ struct GrabbedPicture {
     std::uint32_t droppedBefore = 0;
 };
 
-/// Keeps an image of a drawable, and makes frames of the configured size of it. What has not changed is
-/// neither read nor converted again.
+/// Keeps an image of a drawable, and makes frames of it. What has not changed is neither read nor converted
+/// again.
 class FrameGrabber {
   public:
-    /// Both references are kept.
+    /// The connection is kept.
     FrameGrabber(const XcbConnection& connection, const StreamConfiguration& configuration);
 
     /// What the image is of has this size from now on; another one makes a new image, black at first.
     void setSize(int width, int height);
     bool hasSize(int width, int height) const;
     /// Whether fewer frames are held than may be; else the picture that is due counts as dropped.
-    bool claimRoom();
+    bool claimRoom() { return frames_.claimRoom(); }
 
     /// Reads parts of a drawable whose pixel (`x`, `y`) is the image's top left, and with them asks where the
     /// pointer is (which may be null). They are put into the image by `commit`. False when the server
@@ -41,30 +41,18 @@ class FrameGrabber {
     void commit();
     /// The image, to be drawn into; `change` says where.
     const Plane& image() const { return image_->plane(); }
-    void change(const PixelRect& area);
+    void change(const PixelRect& area) { frames_.change(area); }
 
     /// The finished frame, with the pointer in it; the image's top left is at (`originX`, `originY`) of the
     /// root. Absent when all the frames in flight are held.
     std::optional<GrabbedPicture> finish(PointerOverlay* pointer, int originX, int originY);
 
   private:
-    void convert(PixelBuffer& frame, const PixelRect& area) const;
-    void fit(PixelBuffer& frame);
-    bool isFitted() const;
-    void savePixels(const PixelRect& area);
-    void restorePixels(const PixelRect& area);
-
     const XcbConnection& connection_;
-    const StreamConfiguration& configuration_;
-    FramePool frames_;
+    FrameMaker frames_;
     std::unique_ptr<ScreenImage> image_;
     RectList reading_;
     MediaTime time_;
-    std::uint32_t dropped_ = 0;
-    std::unique_ptr<PixelBuffer> fitted_;
-    bool isFittedStale_ = true;
-    PixelRect pointerPlace_;  // in the image, as drawn last
-    std::vector<std::uint8_t> beneathPointer_;
 };
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/GrabStream.hpp"
 
-#include "Platform/Capture/FrameGrid.hpp"
+#include "Platform/Capture/Frames/FrameGrid.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <algorithm>
@@ -30,15 +30,7 @@ GrabStream::~GrabStream() {
 }
 
 void GrabStream::addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) {
-    const bool isTaken = type == StreamOutputType::screen ? queue_ != nullptr : hasAudioOutput_;
-    if (isTaken)
-        throw PlatformError("ScreenCapture", badConfiguration, "This output of the stream is already taken.");
-    if (type == StreamOutputType::audio) {
-        hasAudioOutput_ = true;  // the X server has no sound to deliver
-        return;
-    }
-    queue_ = &queue;
-    gate_->handler = std::move(handler);
+    output_.add(type, queue, std::move(handler));
 }
 
 void GrabStream::startCapture(Done done) {
@@ -92,10 +84,7 @@ void GrabStream::run(const Done& started) {
         onStopped_(*failure);
     }
     waitForStop();
-    {
-        const std::lock_guard closing(gate_->mutex);
-        gate_->isOpen = false;
-    }
+    output_.close();
     std::vector<Done> waiting;
     {
         const std::lock_guard lock(mutex_);
@@ -128,10 +117,6 @@ void GrabStream::capture(const Done& started, bool& hasStarted) {
     takePictures(connection, *source);
 }
 
-// Slots between pictures that differ in the pointer alone. Such a picture costs the encoder almost as much as
-// a new one, and an export shows thirty a second.
-constexpr int slotsOfPointer = 2;
-
 void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) {
     FrameGrid grid(configuration_.minimumFrameInterval.seconds());
     while (!isStopping()) {
@@ -152,32 +137,15 @@ void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) 
             sleep(nullptr, true, grid.nextTime());
             continue;
         }
-        if (change == PictureSource::Change::pointer && now < grid.nextTime(slotsOfPointer)) {
-            sleep(&connection, false, grid.nextTime(slotsOfPointer));
+        if (change == PictureSource::Change::pointer && now < grid.nextTime(FrameGrid::slotsOfPointer)) {
+            sleep(&connection, false, grid.nextTime(FrameGrid::slotsOfPointer));
             continue;
         }
         grid.take(now);
         auto picture = source.grab();
-        if (picture && !deliver(*picture)) {
-            undelivered_ += 1 + picture->droppedBefore;
+        if (picture && !output_.deliver(picture->time, std::move(picture->picture), picture->droppedBefore))
             source.touch();
-        }
     }
-}
-
-bool GrabStream::deliver(const GrabbedPicture& picture) {
-    if (queue_ == nullptr) return true;
-    CapturedSample sample;
-    sample.buffer.presentationTime = picture.time;
-    sample.buffer.image = picture.picture;
-    sample.status = FrameStatus::complete;
-    sample.droppedBefore = undelivered_ + picture.droppedBefore;
-    const bool isDelivered = queue_->async([gate = gate_, sample = std::move(sample)] {
-        const std::lock_guard passing(gate->mutex);
-        if (gate->isOpen) gate->handler(sample);
-    });
-    if (isDelivered) undelivered_ = 0;
-    return isDelivered;
 }
 
 void GrabStream::sleep(const XcbConnection* connection, bool quietly, double until) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Capture/FrameOutput.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
@@ -30,17 +31,10 @@ class GrabStream final : public CaptureStream {
 
   private:
     using Done = std::function<void(std::optional<PlatformError>)>;
-    /// Between the thread and the output queue; closing it waits for a handler that is running.
-    struct Gate {
-        std::mutex mutex;
-        bool isOpen = true;
-        OutputHandler handler;
-    };
 
     void run(const Done& started);
     void capture(const Done& started, bool& hasStarted);
     void takePictures(XcbConnection& connection, PictureSource& source);
-    bool deliver(const GrabbedPicture& picture);
     bool isStopping();
     void requestStop();
     /// Sleeps until a stop is requested, the connection has something to say (unless `quietly`) or the
@@ -52,10 +46,7 @@ class GrabStream final : public CaptureStream {
     const StreamConfiguration configuration_;
     const SourceMaker makeSource_;
     const std::function<void(const PlatformError&)> onStopped_;
-    SerialQueue* queue_ = nullptr;
-    bool hasAudioOutput_ = false;
-    std::uint32_t undelivered_ = 0;  // pictures that the queue had no room for; the thread's
-    const std::shared_ptr<Gate> gate_ = std::make_shared<Gate>();
+    FrameOutput output_;
 
     std::mutex mutex_;
     bool isStarted_ = false;

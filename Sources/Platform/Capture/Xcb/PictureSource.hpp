@@ -8,12 +8,11 @@
 
 namespace platform {
 
-/// Codes of PlatformError("ScreenCapture") while capturing, beside `contentVanished`.
+/// Codes of PlatformError("ScreenCapture") while capturing, beside `contentVanished` and `badConfiguration`.
 enum ScreenCaptureError {
     noSuchContent = 3,
     serverLost = 5,
     serverLacks = 6,
-    badConfiguration = 7,
 };
 
 /// Something that pictures are taken of. Lives on its stream's thread.

@@ -5,21 +5,6 @@
 
 namespace platform {
 
-namespace {
-
-/// One premultiplied pixel over an opaque one.
-std::uint32_t over(std::uint32_t top, std::uint32_t below) {
-    const std::uint32_t rest = 255 - (top >> 24);
-    std::uint32_t result = 0xff000000;
-    for (int shift = 0; shift < 24; shift += 8) {
-        const std::uint32_t sum = (top >> shift & 0xff) + ((below >> shift & 0xff) * rest + 127) / 255;
-        result |= (sum > 255 ? 255 : sum) << shift;
-    }
-    return result;
-}
-
-}  // namespace
-
 PointerOverlay::PointerOverlay(const XcbConnection& connection) : connection_(connection) {
     xcb_connection_t* c = connection.get();
     if (const auto* fixes = connection.extension(xcb_xfixes_id)) {
@@ -84,27 +69,17 @@ void PointerOverlay::learnShape() {
     if (shapes_.size() >= mostShapes) shapes_.clear();
     const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(image.get());
     const std::size_t count = static_cast<std::size_t>(image->width) * image->height;
-    Shape shape{image->width, image->height, image->xhot, image->yhot, {pixels, pixels + count}};
+    CursorImage shape{image->width, image->height, image->xhot, image->yhot, {pixels, pixels + count}};
     shape_ = &shapes_.insert_or_assign(image->cursor_serial, std::move(shape)).first->second;
 }
 
 PixelRect PointerOverlay::bounds() const {
-    if (shape_ == nullptr) return {};
-    return {x_ - shape_->hotX, y_ - shape_->hotY, shape_->width, shape_->height};
+    return shape_ == nullptr ? PixelRect{} : shape_->boundsAt(x_, y_);
 }
 
-void PointerOverlay::draw(const Plane& picture, int originX, int originY) {
-    const PixelRect full = bounds();
-    const PixelRect seen = full.intersected({originX, originY, picture.width, picture.height});
-    drawn_ = seen;
-    for (int y = seen.y; y < seen.maxY(); ++y) {
-        const std::uint32_t* from =
-            shape_->pixels.data() + static_cast<std::ptrdiff_t>(y - full.y) * full.width + (seen.x - full.x);
-        auto* to = reinterpret_cast<std::uint32_t*>(picture.data + static_cast<std::ptrdiff_t>(y - originY) *
-                                                                       picture.stride) +
-                   (seen.x - originX);
-        for (int x = 0; x < seen.width; ++x) to[x] = over(from[x], to[x]);
-    }
+FrameMaker::Cursor PointerOverlay::cursorIn(const PixelRect& area) {
+    drawn_ = bounds().intersected(area);
+    return {shape_, x_ - area.x, y_ - area.y};
 }
 
 }  // namespace platform

@@ -1,17 +1,16 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/PixelRect.hpp"
+#include "Platform/Capture/Frames/FrameMaker.hpp"
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
 
 #include <cstdint>
 #include <map>
-#include <vector>
 
 namespace platform {
 
-/// The pointer's picture, drawn into grabbed frames. Learns of moves from raw motion (XInput 2) and of new
-/// shapes from XFixes, so a pointer at rest costs nothing.
+/// The pointer in grabbed frames: its picture and its place. Learns of moves from raw motion (XInput 2) and
+/// of new shapes from XFixes, so a pointer at rest costs nothing.
 class PointerOverlay {
   public:
     explicit PointerOverlay(const XcbConnection& connection);
@@ -30,25 +29,17 @@ class PointerOverlay {
     PixelRect bounds() const;
     PixelRect drawnBounds() const { return drawn_; }
 
-    /// Draws it into a bgra picture whose top left is at (`originX`, `originY`) of the root.
-    void draw(const Plane& picture, int originX, int originY);
+    /// What to draw of it into a picture of that part of the root.
+    FrameMaker::Cursor cursorIn(const PixelRect& area);
 
   private:
-    struct Shape {
-        int width = 0;
-        int height = 0;
-        int hotX = 0;
-        int hotY = 0;
-        std::vector<std::uint32_t> pixels;  // premultiplied, alpha in the highest byte
-    };
-
     void learnShape();
 
     const XcbConnection& connection_;
     int cursorEvent_ = -1;
     int inputOpcode_ = -1;
-    std::map<std::uint32_t, Shape> shapes_;  // by the server's serial number
-    const Shape* shape_ = nullptr;
+    std::map<std::uint32_t, CursorImage> shapes_;  // by the server's serial number
+    const CursorImage* shape_ = nullptr;
     bool hasChanged_ = true;
     bool isShapeStale_ = true;
     std::uint32_t announcedSerial_ = 0;  // 0: not known

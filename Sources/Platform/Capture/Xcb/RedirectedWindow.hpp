@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Platform/Capture/Frames/RectList.hpp"
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
-#include "Platform/Capture/Xcb/RectList.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Capture/Xcb/SharedFrames.hpp"
 #include "Platform/Capture/Xcb/WindowStack.hpp"

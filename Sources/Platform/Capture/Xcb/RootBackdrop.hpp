@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/Capture/Xcb/SharedFrames.hpp"
-#include "Platform/Desktop/Xcb/PixelRect.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Imaging/PixelRect.hpp"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Capture/Xcb/DirtyArea.hpp"
+#include "Platform/Capture/Frames/DirtyArea.hpp"
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/ScreenDamage.hpp"

@@ -37,7 +37,7 @@ struct SentCursor {
 /// How many pixels of a black picture the pointer covers.
 int drawnPixels(const CastPointer& pointer) {
     const PixelBuffer picture(PixelFormat::bgra, 100, 80);
-    pointer.draw(picture.plane(), 0, 0);
+    if (const auto at = pointer.position()) pointer.image().draw(picture.plane(), at->x, at->y);
     int count = 0;
     for (int y = 0; y < 80; ++y)
         for (int x = 0; x < 100; ++x)

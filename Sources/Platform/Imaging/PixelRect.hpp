@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// A rectangle of whole pixels of the root window, origin at its top left, y down.
+/// A rectangle of whole pixels, origin at the top left, y down.
 struct PixelRect {
     int x = 0;
     int y = 0;

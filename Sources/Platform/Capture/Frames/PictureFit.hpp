@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/PixelRect.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Imaging/PixelRect.hpp"
 
 namespace platform {
 

@@ -1,4 +1,4 @@
-#include "Platform/Capture/Xcb/FramePool.hpp"
+#include "Platform/Capture/Frames/FramePool.hpp"
 
 #include <algorithm>
 #include <atomic>

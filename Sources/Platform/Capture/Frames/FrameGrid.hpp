@@ -11,6 +11,10 @@ namespace platform {
 /// by whatever its jitter is.
 class FrameGrid {
   public:
+    /// Slots between pictures that differ in the pointer alone. Such a picture costs the encoder almost as
+    /// much as a new one, and an export shows thirty a second.
+    static constexpr int slotsOfPointer = 2;
+
     /// Seconds of one slot; 0 for no limit.
     explicit FrameGrid(double interval) : interval_(interval) {}
 

@@ -1,4 +1,4 @@
-#include "Platform/Capture/Xcb/PictureFit.hpp"
+#include "Platform/Capture/Frames/PictureFit.hpp"
 
 #include <algorithm>
 #include <cmath>

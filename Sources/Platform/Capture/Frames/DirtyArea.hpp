@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Capture/Xcb/RectList.hpp"
+#include "Platform/Capture/Frames/RectList.hpp"
 
 #include <cstddef>
 #include <limits>
