@@ -31,6 +31,7 @@ struct Options {
     int fillWidth = 0;  // 0: the whole desktop
     int fillHeight = 0;
     bool still = false;
+    bool counts = true;  // shows the counter
     double fps = 60;
     double seconds = 0;  // 0: until it is told to end
     std::string log;
@@ -54,6 +55,8 @@ Options parse(int argc, char** argv) {
                 fail("--fill-size takes WxH");
         } else if (word == "--still")
             options.still = true;
+        else if (word == "--no-counter")
+            options.counts = false;
         else if (word == "--fps")
             options.fps = std::atof(value());
         else if (word == "--seconds")
@@ -61,7 +64,9 @@ Options parse(int argc, char** argv) {
         else if (word == "--log")
             options.log = value();
         else
-            fail("usage: RigScene [--fill | --fill-size WxH | --still] [--fps N] [--seconds S] [--log FILE]");
+            fail(
+                "usage: RigScene [--fill | --fill-size WxH | --still] [--no-counter] [--fps N] [--seconds S] "
+                "[--log FILE]");
     }
     if (!(options.fps > 0)) fail("--fps must be positive");
     return options;
@@ -83,7 +88,7 @@ class Scene {
             makeFill();
         else
             makeDesktop();
-        makeCounter();
+        if (options_.counts) makeCounter();
         drawFrame(0);
         sync();
     }
@@ -97,7 +102,8 @@ class Scene {
     bool lost() const { return xcb_connection_has_error(c_) != 0; }
 
     void drawFrame(std::uint32_t counter) {
-        drawCounter(counter);
+        counter_ = counter;
+        if (options_.counts) drawCounter(counter);
         if (options_.fill) {
             const auto w = static_cast<std::uint16_t>(fillWidth()),
                        h = static_cast<std::uint16_t>(fillHeight());
@@ -218,7 +224,6 @@ class Scene {
     }
 
     void drawCounter(std::uint32_t counter) {
-        counter_ = counter;
         std::vector<xcb_rectangle_t> white;
         for (int i = 0; i < rig::counterCells; ++i)
             if (rig::counterCell(counter, i))
