@@ -1,5 +1,5 @@
 #include "CobaltreelCore/PersonSegmenter.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
 #include <utility>
@@ -28,7 +28,7 @@ Pixel pixelAt(const PixelBuffer& buffer, int x, int y) {
 TEST(PersonSegmenterPixels, TheEdgeOfTheMaskIsSoftAndItsSidesAreNot) {
     auto half = gray(64, 48, 0);  // the person fills the right half
     for (int y = 0; y < 48; ++y) std::memset(half->plane().data + y * half->plane().stride + 32, 255, 32);
-    auto vision = std::make_shared<ScriptedVision>();
+    auto vision = std::make_shared<FakeVision>();
     vision->script = {[half] { return Masks{half}; }};
     ConstPixelBufferRef small = std::make_shared<PixelBuffer>(PixelFormat::bgra, 128, 72);
     PersonSegmenter segmenter(PersonSegmenter::Quality::fast, vision);

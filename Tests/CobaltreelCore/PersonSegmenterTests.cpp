@@ -1,5 +1,5 @@
 #include "CobaltreelCore/PersonSegmenter.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
 
 #include <stdexcept>
 
@@ -15,7 +15,7 @@ using platform::Rect;
 using Request = platform::PersonSegmentationRequest;
 
 struct PersonSegmenterTest : ::testing::Test {
-    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    std::shared_ptr<FakeVision> vision = std::make_shared<FakeVision>();
     PersonSegmenter segmenter{PersonSegmenter::Quality::fast, vision};
     ConstPixelBufferRef frame = std::make_shared<PixelBuffer>(PixelFormat::bgra, 1280, 720);
 
@@ -45,7 +45,7 @@ TEST_F(PersonSegmenterTest, AFailureIsToldOnceAndKeepsTheLastMask) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reason);
-        auto service = std::make_shared<ScriptedVision>();
+        auto service = std::make_shared<FakeVision>();
         service->script = {c.failure, refuse, success, c.failure};
         PersonSegmenter fresh(PersonSegmenter::Quality::fast, service);
         ::testing::internal::CaptureStderr();

@@ -42,9 +42,9 @@ CLI::Validator oneOf(const std::map<std::string, Value>& choices) {
 
 /// What the chosen subcommand will do once the arguments have been understood.
 struct CommandBody {
-    /// Whether it needs a display, none (an event loop is enough), or paints where nobody looks. The
-    /// application needs a display and says so, the others leave that to what they use.
-    enum class Windows { none, onScreen, offscreen, application };
+    /// Whether it needs a display or none (an event loop is enough). The application needs a display and says
+    /// so, the others leave that to what they use.
+    enum class Windows { none, onScreen, application };
 
     std::function<ExitStatus()> run;
     Windows windows = Windows::none;
@@ -59,7 +59,6 @@ void addExportCommand(CLI::App& app, CommandBody& body);
 void addOpenCommand(CLI::App& app, CommandBody& body);
 void addToggleCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
-void addGalleryCommand(CLI::App& app, CommandBody& body);
 
 /// What happens when no subcommand was chosen: the application itself.
 void chooseApplication(CommandBody& body);

@@ -34,9 +34,6 @@ std::unique_ptr<QCoreApplication> makeObject(Windows windows, int& argc, char** 
             if (!qEnvironmentVariableIsSet("DISPLAY")) break;
             qputenv("QT_QPA_PLATFORM", "xcb");
             return std::make_unique<QGuiApplication>(argc, argv);
-        case Windows::offscreen:
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-            return std::make_unique<QGuiApplication>(argc, argv);
     }
     return std::make_unique<QCoreApplication>(argc, argv);
 }
@@ -91,7 +88,6 @@ int runCommandLine(int argc, char** argv) {
     addOpenCommand(app, body);
     addToggleCommand(app, body);
     addDoctorCommand(app, body);
-    addGalleryCommand(app, body);
 
     try {
         app.parse(argc, argv);

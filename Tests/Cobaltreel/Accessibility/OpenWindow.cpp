@@ -4,9 +4,9 @@
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
 #include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Desktop/ScriptedShellServices.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeShellServices.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <QApplication>
 #include <string_view>
@@ -18,13 +18,13 @@ int main(int argc, char** argv) {
     AppSettings::shared();
     AlertWindows alerts;
     const auto time = std::make_shared<platform::VirtualTime>();
-    const auto devices = std::make_shared<platform::ScriptedDeviceAccess>();
+    const auto devices = std::make_shared<platform::FakeDeviceAccess>();
     devices->camera = platform::AuthorizationStatus::authorized;
     devices->microphone = platform::AuthorizationStatus::denied;
-    const auto screen = std::make_shared<platform::ScriptedScreenAccess>();
+    const auto screen = std::make_shared<platform::FakeScreenAccess>();
     screen->granted = false;
-    Permissions permissions({time, screen, devices, std::make_shared<platform::ScriptedSystemSettings>(),
-                             std::make_shared<platform::ScriptedRelauncher>(), [] {}});
+    Permissions permissions({time, screen, devices, std::make_shared<platform::FakeSystemSettings>(),
+                             std::make_shared<platform::FakeRelauncher>(), [] {}});
     OnboardingWindow onboarding(permissions, time);
     if (argc > 1 && std::string_view(argv[1]) == "onboarding")
         onboarding.open();

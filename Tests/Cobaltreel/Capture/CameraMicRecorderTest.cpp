@@ -1,8 +1,8 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
+#include "Fakes/FakeCapture.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/Eventually.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
 
 #include <exception>
 #include <future>
@@ -34,7 +34,7 @@ class CameraMicRecorderTest : public testing::Test {
         recorder = std::make_unique<CameraMicRecorder>(capture, media, time);
         recorder->onDeviceEvent = [this](const CaptureEvent& event) { events.push_back(event); };
     }
-    platform::ScriptedSession& session() { return *capture->sessions.back(); }
+    platform::FakeSession& session() { return *capture->sessions.back(); }
     platform::WriterRecord& movie() { return *media->writers.back(); }
 
     template <typename Condition>
@@ -69,9 +69,8 @@ class CameraMicRecorderTest : public testing::Test {
         return kinds;
     }
 
-    std::shared_ptr<platform::ScriptedCaptureService> capture =
-        std::make_shared<platform::ScriptedCaptureService>();
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
     std::vector<CaptureEvent> events;
     std::unique_ptr<CameraMicRecorder> recorder;

@@ -3,21 +3,21 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
-#include "Cobaltreel/Capture/ScriptedSurroundings.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Cobaltreel/Support/ScriptedAlerts.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
-#include "Platform/Desktop/ScriptedDesktop.hpp"
+#include "Fakes/FakeAlerts.hpp"
+#include "Fakes/FakeCapture.hpp"
+#include "Fakes/FakeDesktop.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
+#include "Fakes/FakeSurroundings.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/DurableFiles.hpp"
 #include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
 
 #include <chrono>
 #include <cmath>
@@ -47,7 +47,7 @@ class CoordinatorTest : public TemporaryHome {
         screenCapture->content.windows = {window(101, {10, 20, 641, 481}), window(102, {0, 0, 900, 700})};
         screenCapture->content.applications = {{bundleIdentifier, "Cobaltreel", 1}};
         desktop->screenList = {{11, {0, 0, 1512, 982}, 2}, {22, {1512, -98, 1920, 1080}, 1}};
-        capture->scriptedDevices = {{camera}, {mic, otherMic}, otherMic};
+        capture->fakeDevices = {{camera}, {mic, otherMic}, otherMic};
         media->writing.createsFile = true;
         makeCoordinator();
     }
@@ -123,8 +123,8 @@ class CoordinatorTest : public TemporaryHome {
         ASSERT_TRUE(reaches(State::idle));
     }
 
-    platform::ScriptedSession& devices() { return *capture->sessions.back(); }
-    platform::ScriptedStream& stream() { return *screenCapture->streams.back(); }
+    platform::FakeSession& devices() { return *capture->sessions.back(); }
+    platform::FakeStream& stream() { return *screenCapture->streams.back(); }
     /// The session folders on disk.
     static std::vector<std::filesystem::path> folders() {
         std::vector<std::filesystem::path> found;
@@ -150,20 +150,18 @@ class CoordinatorTest : public TemporaryHome {
     const platform::CaptureDevice otherMic{"mic2", "Headset", platform::MediaType::audio};
 
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
-    std::shared_ptr<platform::ScriptedCaptureService> capture =
-        std::make_shared<platform::ScriptedCaptureService>();
-    std::shared_ptr<platform::ScriptedScreenCapture> screenCapture =
-        std::make_shared<platform::ScriptedScreenCapture>();
-    std::shared_ptr<platform::ScriptedDeviceAccess> access =
-        std::make_shared<platform::ScriptedDeviceAccess>();
-    std::shared_ptr<platform::ScriptedDesktop> desktop = std::make_shared<platform::ScriptedDesktop>();
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
+    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
+    std::shared_ptr<platform::FakeScreenCapture> screenCapture =
+        std::make_shared<platform::FakeScreenCapture>();
+    std::shared_ptr<platform::FakeDeviceAccess> access = std::make_shared<platform::FakeDeviceAccess>();
+    std::shared_ptr<platform::FakeDesktop> desktop = std::make_shared<platform::FakeDesktop>();
     std::shared_ptr<platform::InMemoryUserDefaults> defaults =
         std::make_shared<platform::InMemoryUserDefaults>();
-    std::shared_ptr<ScriptedBubble> bubble = std::make_shared<ScriptedBubble>();
-    std::shared_ptr<ScriptedCountdown> countdown = std::make_shared<ScriptedCountdown>();
-    std::shared_ptr<ScriptedWindows> windows = std::make_shared<ScriptedWindows>();
-    std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
+    std::shared_ptr<FakeBubble> bubble = std::make_shared<FakeBubble>();
+    std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
+    std::shared_ptr<FakeWindows> windows = std::make_shared<FakeWindows>();
+    std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
     std::int64_t freeBytes = 100'000'000'000;
     double wallClockShift = 0;  // seconds
     std::unique_ptr<RecordingCoordinator> coordinator;

@@ -2,10 +2,10 @@
 // Every device flashes or beeps at each half second of the host clock, so that any time can be checked.
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Capture/PipeWire/MediaHarness.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Rig/BeepFinder.hpp"
 
@@ -210,8 +210,8 @@ class DeviceLossTest : public rig::MediaTest {
     std::shared_ptr<platform::CaptureService> devices{std::shared_ptr<void>(), &service};
     std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
     std::shared_ptr<platform::VirtualTime> mainLoop = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedScreenCapture> screenCapture =
-        std::make_shared<platform::ScriptedScreenCapture>();
+    std::shared_ptr<platform::FakeScreenCapture> screenCapture =
+        std::make_shared<platform::FakeScreenCapture>();
     std::filesystem::path folder;
     std::vector<CaptureEvent> events;
     CameraMicRecorder recorder{devices, media, mainLoop};

@@ -1,6 +1,6 @@
 #include "Cobaltreel/Capture/MouseSampler.hpp"
-#include "Platform/Desktop/ScriptedDesktop.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/FakeDesktop.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace {
 class MouseSamplerTest : public testing::Test {
   protected:
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>(50);
-    std::shared_ptr<platform::ScriptedDesktop> desktop = std::make_shared<platform::ScriptedDesktop>();
+    std::shared_ptr<platform::FakeDesktop> desktop = std::make_shared<platform::FakeDesktop>();
     MouseSampler sampler{time, time, desktop};
 };
 

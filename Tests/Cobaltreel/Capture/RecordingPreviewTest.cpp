@@ -27,7 +27,7 @@ TEST_F(RecordingPreviewTest, OffersWhatIsWorthRecordingAndKeepsSelections) {
 
     // What was selected stays, also when it has gone; what cannot be had leaves the lists as they are.
     content = {};
-    capture->scriptedDevices = {};
+    capture->fakeDevices = {};
     choose();
     EXPECT_THAT(coordinator->windows(), IsEmpty());
     EXPECT_THAT(coordinator->mics(), IsEmpty());
@@ -40,7 +40,7 @@ TEST_F(RecordingPreviewTest, OffersWhatIsWorthRecordingAndKeepsSelections) {
     choose();
     EXPECT_THAT(coordinator->displays(), IsEmpty());
 
-    capture->scriptedDevices = {{}, {mic}, std::nullopt};
+    capture->fakeDevices = {{}, {mic}, std::nullopt};
     makeCoordinator();
     coordinator->refreshDevices();
     EXPECT_EQ(coordinator->selectedMicID(), "mic") << "the first where there is no default";
@@ -144,7 +144,7 @@ TEST_F(RecordingPreviewTest, RecordsWithTheDevicesThereAre) {
                                                      {"a microphone alone", {{}, {mic}, mic}, false, true},
                                                      {"none", {}, false, false}}) {
         SCOPED_TRACE(c.what);
-        capture->scriptedDevices = c.devices;
+        capture->fakeDevices = c.devices;
         choose();
         record();
         EXPECT_EQ(coordinator->previewActive(), c.preview);

@@ -1,7 +1,7 @@
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <thread>
 
@@ -46,13 +46,12 @@ class ScreenRecorderTest : public testing::Test {
         return finish(
             recorder.start({platform::DisplayContentFilter{display, {}}, 64, 48}, "screen.mov", sound));
     }
-    platform::ScriptedStream& stream() { return *capture->streams.back(); }
+    platform::FakeStream& stream() { return *capture->streams.back(); }
     platform::WriterRecord& record() { return *media->writers.back(); }
 
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedScreenCapture> capture =
-        std::make_shared<platform::ScriptedScreenCapture>();
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    std::shared_ptr<platform::FakeScreenCapture> capture = std::make_shared<platform::FakeScreenCapture>();
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
     ScreenRecorder recorder{capture, media, time};
     std::vector<std::string> streamErrors;
 };

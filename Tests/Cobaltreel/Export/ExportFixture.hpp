@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Cobaltreel/Export/ExportRenderer.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
+#include "Fakes/FakeMedia.hpp"
 
 #include <filesystem>
 #include <memory>
@@ -35,9 +35,9 @@ class TemporaryFolder {
 
 /// A session over scripted movies: 4 × 4 pixels, screen at 60 frames a second, the host clock of the
 /// first screen frame at 100 s.
-class ScriptedExport : public testing::Test {
+class FakeExport : public testing::Test {
   protected:
-    ScriptedExport() {
+    FakeExport() {
         meta.version = 1;
         meta.captureWidthPx = meta.captureHeightPx = 4;
         meta.displayFramePoints = {0, 0, 4, 4};
@@ -51,7 +51,7 @@ class ScriptedExport : public testing::Test {
         options.quality = ExportOptions::Quality::full;
         options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
         options.outputURL = temporary.path() / "out.mp4";
-        media->movies[folder.screenMovie()] = platform::ScriptedMovie::withFrames(60, 60);
+        media->movies[folder.screenMovie()] = platform::FakeMovie::withFrames(60, 60);
     }
 
     /// Runs the export; the writer's record is absent when it failed before there was one.
@@ -68,7 +68,7 @@ class ScriptedExport : public testing::Test {
     SessionFolder folder{temporary.path()};
     SessionMeta meta;
     ExportOptions options;
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
     std::vector<double> progress;
 };
 

@@ -8,19 +8,19 @@
 namespace cobaltreel {
 namespace {
 
+using platform::FakeMovie;
 using platform::MediaType;
 using platform::PlatformError;
-using platform::ScriptedMovie;
 using platform::TimeRange;
 using testing::ElementsAre;
 
-class ExportRendererTest : public ScriptedExport {
+class ExportRendererTest : public FakeExport {
   protected:
     void addCamera(double firstPTS, TimeRange sound) {
         meta.cameraEnabled = true;
         meta.cameraFirstPTS = firstPTS;
         options.bubble = true;
-        auto movie = ScriptedMovie::withFrames(60, 30);
+        auto movie = FakeMovie::withFrames(60, 30);
         movie.sound = sound;
         media->movies[folder.cameraMovie()] = movie;
     }
@@ -107,7 +107,7 @@ TEST_F(ExportRendererTest, CameraAndMicrophoneFollowTheirOffset) {
         media->readerRequests.clear();
         media->mixedCompositions.clear();
         addCamera(c.cameraFirst, {0, 3});
-        media->movies[folder.screenMovie()] = ScriptedMovie::withFrames(300, 60);
+        media->movies[folder.screenMovie()] = FakeMovie::withFrames(300, 60);
         options.trimStart = c.trimStart;
         options.trimEnd = c.trimEnd;
         run();
@@ -155,7 +155,7 @@ TEST_F(ExportRendererTest, SoundRunsHalfASecondAheadAndArrivesWhole) {
     addCamera(100, {0, 2});
     options.trimEnd = 2;
     options.bubble = false;
-    media->movies[folder.screenMovie()] = ScriptedMovie::withFrames(120, 60);
+    media->movies[folder.screenMovie()] = FakeMovie::withFrames(120, 60);
     for (const std::size_t refusals : {0, 7}) {
         media->writing.audioNotReadyAsks = refusals;
         const auto record = run();
@@ -317,7 +317,7 @@ TEST_F(ExportRendererTest, ClicksAreTakenFromTheKeptSpan) {
     writeClicks({100.4999, 100.5, 101.0, 101.5, 101.5001});
     options.trimStart = 0.5;
     options.trimEnd = 1.5;
-    media->movies[folder.screenMovie()] = ScriptedMovie::withFrames(120, 60);
+    media->movies[folder.screenMovie()] = FakeMovie::withFrames(120, 60);
     const auto clickTimes = [&](bool ripples, bool zoom) {
         options.clickRipples = ripples;
         options.autoZoom = zoom;

@@ -1,5 +1,5 @@
 #include "Cobaltreel/Export/FrameComposer.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
 #include <cmath>
@@ -69,7 +69,7 @@ class FrameComposerTest : public testing::Test {
     }
 
     FrameComposer::Plan plan;
-    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    std::shared_ptr<FakeVision> vision = std::make_shared<FakeVision>();
     platform::RenderContext context;
     platform::PixelBufferRef rendered;
 };
@@ -234,7 +234,7 @@ TEST_F(FrameComposerTest, TheCutoutShowsThePersonAlone) {
     EXPECT_EQ(asked, 3);
     composer.compose(plain(320, 180, red), third, 0.3);
     EXPECT_EQ(asked, 3) << "one camera frame is segmented once";
-    EXPECT_EQ(vision->levels, std::vector{ScriptedVision::QualityLevel::accurate});
+    EXPECT_EQ(vision->levels, std::vector{FakeVision::QualityLevel::accurate});
 }
 
 TEST_F(FrameComposerTest, ThePersonIsCutOutBeforeBeingMadeSmaller) {

@@ -1,15 +1,15 @@
 #include "Cobaltreel/Export/FrameSource.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
+#include "Fakes/FakeMedia.hpp"
 
 #include <gtest/gtest.h>
 
 namespace cobaltreel {
 namespace {
 
-using platform::ScriptedMovie;
+using platform::FakeMovie;
 
-FrameSource sourceOver(const ScriptedMovie& movie, double origin, platform::TimeRange range = {0, 100}) {
-    platform::ScriptedMedia media;
+FrameSource sourceOver(const FakeMovie& movie, double origin, platform::TimeRange range = {0, 100}) {
+    platform::FakeMedia media;
     media.movies["movie"] = movie;
     const auto asset = media.asset("movie");
     auto reader = media.makeTrackReader(asset, asset->loadTracks(platform::MediaType::video).front(), range,
@@ -21,7 +21,7 @@ FrameSource sourceOver(const ScriptedMovie& movie, double origin, platform::Time
 int shown(const FrameSource& source) { return source.current() ? source.current()->plane().data[0] : 0; }
 
 TEST(FrameSource, ShowsTheLatestFrameNotAfterTheTime) {
-    ScriptedMovie movie;
+    FakeMovie movie;
     movie.frames = {{1.0, 10}, {1.5, 20}, {1.5, 21}, {2.25, 30}, {2.3, 31}, {9.0, 90}};
     auto source = sourceOver(movie, 1.0);
     struct Step {
@@ -44,13 +44,13 @@ TEST(FrameSource, ShowsTheLatestFrameNotAfterTheTime) {
 }
 
 TEST(FrameSource, KeepsItsLastFrameWhenTheMovieBreaksOff) {
-    auto movie = ScriptedMovie::withFrames(10, 10);
+    auto movie = FakeMovie::withFrames(10, 10);
     movie.readerFailsAfter = 4;
     auto source = sourceOver(movie, 0);
     source.advance(0.9);
     EXPECT_EQ(shown(source), 4);
 
-    ScriptedMovie hole = ScriptedMovie::withFrames(10, 10);
+    FakeMovie hole = FakeMovie::withFrames(10, 10);
     hole.frames[5].withImage = false;
     auto broken = sourceOver(hole, 0);
     broken.advance(0.9);

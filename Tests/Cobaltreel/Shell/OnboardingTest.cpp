@@ -1,9 +1,9 @@
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Desktop/ScriptedShellServices.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeShellServices.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <QAccessible>
 #include <QTest>
@@ -46,14 +46,11 @@ class OnboardingTest : public LocalisedTest {
     }
 
     std::shared_ptr<platform::VirtualTime> time_ = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedScreenAccess> screen_ =
-        std::make_shared<platform::ScriptedScreenAccess>();
-    std::shared_ptr<platform::ScriptedDeviceAccess> devices_ =
-        std::make_shared<platform::ScriptedDeviceAccess>();
-    std::shared_ptr<platform::ScriptedSystemSettings> settings_ =
-        std::make_shared<platform::ScriptedSystemSettings>();
-    std::shared_ptr<platform::ScriptedRelauncher> relauncher_ =
-        std::make_shared<platform::ScriptedRelauncher>();
+    std::shared_ptr<platform::FakeScreenAccess> screen_ = std::make_shared<platform::FakeScreenAccess>();
+    std::shared_ptr<platform::FakeDeviceAccess> devices_ = std::make_shared<platform::FakeDeviceAccess>();
+    std::shared_ptr<platform::FakeSystemSettings> settings_ =
+        std::make_shared<platform::FakeSystemSettings>();
+    std::shared_ptr<platform::FakeRelauncher> relauncher_ = std::make_shared<platform::FakeRelauncher>();
     int quits_ = 0;
     Permissions permissions_{{time_, screen_, devices_, settings_, relauncher_, [this] { ++quits_; }}};
     OnboardingWindow window_{permissions_, time_};

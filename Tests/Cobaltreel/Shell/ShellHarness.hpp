@@ -1,20 +1,20 @@
 #pragma once
 
-#include "Cobaltreel/Capture/ScriptedSurroundings.hpp"
 #include "Cobaltreel/Shell/AppDelegate.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
-#include "Cobaltreel/Support/ScriptedAlerts.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
-#include "Platform/Desktop/ScriptedDesktop.hpp"
-#include "Platform/Desktop/ScriptedKeyGrabber.hpp"
-#include "Platform/Desktop/ScriptedShellServices.hpp"
+#include "Fakes/FakeAlerts.hpp"
+#include "Fakes/FakeCapture.hpp"
+#include "Fakes/FakeDesktop.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeKeyGrabber.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
+#include "Fakes/FakeShellServices.hpp"
+#include "Fakes/FakeSurroundings.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
 
 #include <chrono>
 #include <memory>
@@ -31,7 +31,7 @@ class ShellTest : public TemporaryHome {
         display.frame = {0, 0, 1280, 720};
         screenCapture->content.displays = {display};
         desktop->screenList = {{11, {0, 0, 1280, 720}, 1}};
-        capture->scriptedDevices.microphones = {{"mic", "Microphone", platform::MediaType::audio}};
+        capture->fakeDevices.microphones = {{"mic", "Microphone", platform::MediaType::audio}};
         media->writing.createsFile = true;
     }
     ~ShellTest() override {
@@ -63,7 +63,7 @@ class ShellTest : public TemporaryHome {
         recording.deviceAccess = deviceAccess;
         recording.desktop = desktop;
         recording.defaults = defaults;
-        recording.bubble = std::make_shared<ScriptedBubble>();
+        recording.bubble = std::make_shared<FakeBubble>();
         recording.countdown = countdown;
         recording.windows = windows;
         recording.alerts = alerts;
@@ -86,29 +86,25 @@ class ShellTest : public TemporaryHome {
     }
 
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
-    std::shared_ptr<platform::ScriptedCaptureService> capture =
-        std::make_shared<platform::ScriptedCaptureService>();
-    std::shared_ptr<platform::ScriptedScreenCapture> screenCapture =
-        std::make_shared<platform::ScriptedScreenCapture>();
-    std::shared_ptr<platform::ScriptedDesktop> desktop = std::make_shared<platform::ScriptedDesktop>();
-    std::shared_ptr<platform::ScriptedKeyGrabber> keys = std::make_shared<platform::ScriptedKeyGrabber>();
-    std::shared_ptr<platform::ScriptedDeviceAccess> deviceAccess =
-        std::make_shared<platform::ScriptedDeviceAccess>();
-    std::shared_ptr<platform::ScriptedScreenAccess> screenAccess =
-        std::make_shared<platform::ScriptedScreenAccess>();
-    std::shared_ptr<platform::ScriptedSystemSettings> systemSettings =
-        std::make_shared<platform::ScriptedSystemSettings>();
-    std::shared_ptr<platform::ScriptedRelauncher> relauncher =
-        std::make_shared<platform::ScriptedRelauncher>();
-    std::shared_ptr<platform::ScriptedStatusItems> tray = std::make_shared<platform::ScriptedStatusItems>();
-    std::shared_ptr<platform::ScriptedNotifications> notifications =
-        std::make_shared<platform::ScriptedNotifications>();
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
+    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
+    std::shared_ptr<platform::FakeScreenCapture> screenCapture =
+        std::make_shared<platform::FakeScreenCapture>();
+    std::shared_ptr<platform::FakeDesktop> desktop = std::make_shared<platform::FakeDesktop>();
+    std::shared_ptr<platform::FakeKeyGrabber> keys = std::make_shared<platform::FakeKeyGrabber>();
+    std::shared_ptr<platform::FakeDeviceAccess> deviceAccess = std::make_shared<platform::FakeDeviceAccess>();
+    std::shared_ptr<platform::FakeScreenAccess> screenAccess = std::make_shared<platform::FakeScreenAccess>();
+    std::shared_ptr<platform::FakeSystemSettings> systemSettings =
+        std::make_shared<platform::FakeSystemSettings>();
+    std::shared_ptr<platform::FakeRelauncher> relauncher = std::make_shared<platform::FakeRelauncher>();
+    std::shared_ptr<platform::FakeStatusItems> tray = std::make_shared<platform::FakeStatusItems>();
+    std::shared_ptr<platform::FakeNotifications> notifications =
+        std::make_shared<platform::FakeNotifications>();
     std::shared_ptr<platform::InMemoryUserDefaults> defaults =
         std::make_shared<platform::InMemoryUserDefaults>();
-    std::shared_ptr<ScriptedCountdown> countdown = std::make_shared<ScriptedCountdown>();
-    std::shared_ptr<ScriptedWindows> windows = std::make_shared<ScriptedWindows>();
-    std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
+    std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
+    std::shared_ptr<FakeWindows> windows = std::make_shared<FakeWindows>();
+    std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
     std::optional<AppDelegate> shell;
 };
 

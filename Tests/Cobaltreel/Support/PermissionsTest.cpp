@@ -1,9 +1,9 @@
 #include "Cobaltreel/Support/Hotkey.hpp"
 #include "Cobaltreel/Support/Permissions.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Desktop/ScriptedKeyGrabber.hpp"
-#include "Platform/Desktop/ScriptedShellServices.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeKeyGrabber.hpp"
+#include "Fakes/FakeShellServices.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <memory>
 #include <optional>
@@ -18,14 +18,11 @@ using platform::AuthorizationStatus;
 class PermissionsTest : public ::testing::Test {
   protected:
     std::shared_ptr<platform::VirtualTime> time_ = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedScreenAccess> screen_ =
-        std::make_shared<platform::ScriptedScreenAccess>();
-    std::shared_ptr<platform::ScriptedDeviceAccess> devices_ =
-        std::make_shared<platform::ScriptedDeviceAccess>();
-    std::shared_ptr<platform::ScriptedSystemSettings> settings_ =
-        std::make_shared<platform::ScriptedSystemSettings>();
-    std::shared_ptr<platform::ScriptedRelauncher> relauncher_ =
-        std::make_shared<platform::ScriptedRelauncher>();
+    std::shared_ptr<platform::FakeScreenAccess> screen_ = std::make_shared<platform::FakeScreenAccess>();
+    std::shared_ptr<platform::FakeDeviceAccess> devices_ = std::make_shared<platform::FakeDeviceAccess>();
+    std::shared_ptr<platform::FakeSystemSettings> settings_ =
+        std::make_shared<platform::FakeSystemSettings>();
+    std::shared_ptr<platform::FakeRelauncher> relauncher_ = std::make_shared<platform::FakeRelauncher>();
     int quits_ = 0;
     std::optional<Permissions> permissions_{
         PermissionServices{time_, screen_, devices_, settings_, relauncher_, [this] { ++quits_; }}};
@@ -83,7 +80,7 @@ TEST_F(PermissionsTest, RelaunchingEndsThisInstance) {
 }
 
 TEST(Hotkey, TakesOptionCommandTwoAndGoesOnWithoutIt) {
-    const auto keys = std::make_shared<platform::ScriptedKeyGrabber>();
+    const auto keys = std::make_shared<platform::FakeKeyGrabber>();
     int presses = 0;
     {
         HotkeyManager hotkey(keys);

@@ -1,7 +1,7 @@
 #include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
-#include "Platform/Desktop/ScriptedKeyGrabber.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/FakeKeyGrabber.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <memory>
 #include <string>
@@ -33,7 +33,7 @@ class CountdownTest : public ::testing::Test {
     }
 
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedKeyGrabber> keys = std::make_shared<platform::ScriptedKeyGrabber>();
+    std::shared_ptr<platform::FakeKeyGrabber> keys = std::make_shared<platform::FakeKeyGrabber>();
     double start = time->now();
     int shown = 0;
     std::vector<std::string> heard;

@@ -1,6 +1,6 @@
+#include "Fakes/FakePointerButtons.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Portal/CastDesktop.hpp"
-#include "Platform/Desktop/ScriptedPointerButtons.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +23,7 @@ class CastDesktopTest : public testing::Test {
 
     std::shared_ptr<VirtualTime> time = std::make_shared<VirtualTime>();
     std::shared_ptr<CastScreen> screen = std::make_shared<CastScreen>();
-    std::shared_ptr<ScriptedPointerButtons> buttons = std::make_shared<ScriptedPointerButtons>();
+    std::shared_ptr<FakePointerButtons> buttons = std::make_shared<FakePointerButtons>();
     CastDesktop desktop{screen, buttons, time};
 };
 

@@ -1,7 +1,7 @@
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 #include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 
 #include <filesystem>
 

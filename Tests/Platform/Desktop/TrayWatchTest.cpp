@@ -1,7 +1,7 @@
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 #include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
 #include "Platform/Foundation/Eventually.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <chrono>
 #include <thread>

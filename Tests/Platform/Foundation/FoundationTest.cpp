@@ -1,7 +1,7 @@
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/BoundedQueue.hpp"
 #include "Platform/Foundation/MediaTime.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 
 #include <atomic>
 #include <future>

@@ -4,7 +4,7 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
 #include "Cobaltreel/UI/WaitUntil.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
@@ -98,7 +98,7 @@ class BubbleDesktopTest : public ::testing::TestWithParam<Desktop> {
     std::shared_ptr<platform::QtMainLoop> loop = std::make_shared<platform::QtMainLoop>();
     std::shared_ptr<platform::HostClock> clock = std::make_shared<platform::HostClock>();
     std::shared_ptr<platform::XcbCompositor> compositor = std::make_shared<platform::XcbCompositor>();
-    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    std::shared_ptr<FakeVision> vision = std::make_shared<FakeVision>();
     BubbleWindowController bubble{clock, loop, vision, compositor};
     DesktopInput input;
     QProcess manager;

@@ -1,9 +1,9 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/Eventually.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -130,7 +130,7 @@ class CutoutFeederTest : public BubbleFeederTest {
         });
         listen(*feeder, {320, 180});
     }
-    std::shared_ptr<ScriptedVision> vision = std::make_shared<ScriptedVision>();
+    std::shared_ptr<FakeVision> vision = std::make_shared<FakeVision>();
     std::function<Masks()> answer = [] { return Masks{gray(16, 9, 255)}; };
     std::atomic<int> begun{0};
     std::atomic<bool> holds{false};
@@ -150,7 +150,7 @@ TEST_F(CutoutFeederTest, ShowsThePersonAloneAsLargeAsTheBubble) {
     EXPECT_EQ(picture.size(), QSize(320, 180));
     EXPECT_EQ(picture.pixel(20, 90), red);
     EXPECT_EQ(qAlpha(picture.pixel(300, 90)), 0);
-    EXPECT_EQ(vision->levels, std::vector{ScriptedVision::QualityLevel::fast});
+    EXPECT_EQ(vision->levels, std::vector{FakeVision::QualityLevel::fast});
 }
 
 TEST_F(CutoutFeederTest, TakesTwentyFramesASecondAtMost) {

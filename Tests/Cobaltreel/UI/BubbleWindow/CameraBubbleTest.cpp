@@ -3,9 +3,9 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
+#include "Fakes/FakeMedia.hpp"
 #include "Platform/Capture/PipeWire/MediaHarness.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
 
 #include <QTest>
 #include <algorithm>
@@ -32,7 +32,7 @@ class CameraBubbleTest : public rig::MediaTest {
     std::shared_ptr<platform::HostClock> clock = std::make_shared<platform::HostClock>();
     BubbleWindowController bubble{clock, loop, nullptr, nullptr};
     CameraMicRecorder recorder{std::shared_ptr<platform::CaptureService>(std::shared_ptr<void>(), &service),
-                               std::make_shared<platform::ScriptedMedia>(), loop};
+                               std::make_shared<platform::FakeMedia>(), loop};
     DesktopInput input;
 };
 

@@ -41,8 +41,8 @@ class PanelDesktopTest : public CoordinatorTest {
         platform::UserDefaults::setStandard(defaults);
         AppSettings::shared().setLanguage(Language::en);
         screenCapture->content.displays.pop_back();
-        capture->scriptedDevices.cameras[0].name = "HD Webcam C920";
-        capture->scriptedDevices.microphones[1].name = "Studio Microphone";
+        capture->fakeDevices.cameras[0].name = "HD Webcam C920";
+        capture->fakeDevices.microphones[1].name = "Studio Microphone";
     }
     ~PanelDesktopTest() override {
         panel.reset();

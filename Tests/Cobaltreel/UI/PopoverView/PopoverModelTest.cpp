@@ -45,7 +45,7 @@ TEST_F(PopoverModelTest, NamesWhatThereIsToChooseFrom) {
     content.windows = {window(1, {0, 0, 400, 400}), window(2, {0, 0, 400, 400}), window(3, {0, 0, 400, 400})};
     content.windows[1].title.clear();
     content.windows[2].owningApplication.reset();
-    capture->scriptedDevices.cameras.push_back({"cam2", "Other camera", platform::MediaType::video});
+    capture->fakeDevices.cameras.push_back({"cam2", "Other camera", platform::MediaType::video});
     choose();
     EXPECT_EQ(titles(model->display()), QStringList({"Built-in (1512×982)", "Display 2 — 1920×1080"}));
     EXPECT_EQ(titles(model->window()), QStringList({"Editor — Window 1", "Editor — ", "? — Window 3"}));
@@ -65,7 +65,7 @@ TEST_F(PopoverModelTest, NamesWhatThereIsToChooseFrom) {
     // What was chosen has gone.
     content.displays.pop_back();
     content.windows.erase(content.windows.begin() + 1);
-    capture->scriptedDevices = {{camera}, {otherMic}, otherMic};
+    capture->fakeDevices = {{camera}, {otherMic}, otherMic};
     choose();
     EXPECT_EQ(model->currentDisplayName(), "Built-in (1512×982)");
     EXPECT_EQ(model->currentWindowName(), "Window");
@@ -211,8 +211,8 @@ TEST_F(PopoverModelTest, APanelOpenedDuringARecordingHasAMeter) {
 
 TEST_F(PopoverModelTest, WhatIsMissingIsSaidAndADeviceThatComesLaterIsTakenUp) {
     L::current = Language::en;
-    const auto all = capture->scriptedDevices;
-    capture->scriptedDevices = {};
+    const auto all = capture->fakeDevices;
+    capture->fakeDevices = {};
     model->appear();
     ASSERT_TRUE(eventually([&] { return coordinator->devicesKnown(); }));
     EXPECT_EQ(model->notice(), S::cameraMissing() + '\n' + S::microphoneMissing());

@@ -11,7 +11,7 @@
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
-#include "Platform/Desktop/ScriptedFileBrowser.hpp"
+#include "Fakes/FakeFileBrowser.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
 
@@ -87,8 +87,7 @@ class PreviewDesktopTest : public LocalisedTest {
     rig::CounterSession session;
     SessionMeta meta;
     std::vector<DeviceAbsence> absences;
-    std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
-        std::make_shared<platform::ScriptedFileBrowser>();
+    std::shared_ptr<platform::FakeFileBrowser> fileBrowser = std::make_shared<platform::FakeFileBrowser>();
     std::shared_ptr<AlertWindows> alerts = std::make_shared<AlertWindows>();
     PreviewWindows windows = makeWindows();
     DesktopInput input;

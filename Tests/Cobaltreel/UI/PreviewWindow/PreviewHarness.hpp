@@ -1,14 +1,14 @@
 #pragma once
 
 #include "Cobaltreel/Export/ExportFixture.hpp"
-#include "Cobaltreel/Support/ScriptedAlerts.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
-#include "Platform/Desktop/ScriptedFileBrowser.hpp"
+#include "Fakes/FakeAlerts.hpp"
+#include "Fakes/FakeFileBrowser.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakePlayer.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/Eventually.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
-#include "Platform/Media/ScriptedPlayer.hpp"
 
 #include <atomic>
 #include <functional>
@@ -31,9 +31,9 @@ class PreviewTest : public TemporaryHome {
         meta.recordingEndHostTime = 110;
         meta.cameraEnabled = meta.systemAudioEnabled = true;
         meta.bubbleSizeFraction = 0.24;
-        auto& screen = media->movies[folder.screenMovie()] = platform::ScriptedMovie::withFrames(300, 30);
+        auto& screen = media->movies[folder.screenMovie()] = platform::FakeMovie::withFrames(300, 30);
         screen.sound = {0, 10};
-        auto& camera = media->movies[folder.cameraMovie()] = platform::ScriptedMovie::withFrames(270, 30);
+        auto& camera = media->movies[folder.cameraMovie()] = platform::FakeMovie::withFrames(270, 30);
         camera.sound = {0, 9};
         players->script.duration = 10;
     }
@@ -46,8 +46,8 @@ class PreviewTest : public TemporaryHome {
         time->advance(0.01);
         return *model;
     }
-    platform::ScriptedPlayer& main() { return *players->players.at(0); }
-    platform::ScriptedPlayer& camera() { return *players->players.at(1); }
+    platform::FakePlayer& main() { return *players->players.at(0); }
+    platform::FakePlayer& camera() { return *players->players.at(1); }
 
     /// Runs what other threads post until the condition holds.
     void settle(const std::function<bool()>& condition) {
@@ -65,7 +65,7 @@ class PreviewTest : public TemporaryHome {
     /// Holds the export's thread at its first frame.
     class Gate {
       public:
-        explicit Gate(platform::ScriptedMedia& scripted) {
+        explicit Gate(platform::FakeMedia& scripted) {
             scripted.writing.onVideoAsk = [this](std::size_t) {
                 if (!isReached.exchange(true)) opened_.wait();
             };
@@ -86,13 +86,12 @@ class PreviewTest : public TemporaryHome {
     SessionFolder folder{home / "session"};
     SessionMeta meta;
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedMedia> media = std::make_shared<platform::ScriptedMedia>();
-    std::shared_ptr<platform::ScriptedPlayerService> players =
-        std::make_shared<platform::ScriptedPlayerService>(*time, *time);
+    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
+    std::shared_ptr<platform::FakePlayerService> players =
+        std::make_shared<platform::FakePlayerService>(*time, *time);
     std::shared_ptr<platform::VisionService> vision;
-    std::shared_ptr<platform::ScriptedFileBrowser> fileBrowser =
-        std::make_shared<platform::ScriptedFileBrowser>();
-    std::shared_ptr<ScriptedAlerts> alerts = std::make_shared<ScriptedAlerts>();
+    std::shared_ptr<platform::FakeFileBrowser> fileBrowser = std::make_shared<platform::FakeFileBrowser>();
+    std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
     std::unique_ptr<PreviewModel> model;
 };
 

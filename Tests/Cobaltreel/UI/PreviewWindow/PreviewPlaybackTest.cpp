@@ -1,6 +1,6 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewComposition.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewHarness.hpp"
-#include "CobaltreelCore/ScriptedVision.hpp"
+#include "Fakes/FakeVision.hpp"
 
 #include <atomic>
 #include <cstring>
@@ -196,7 +196,7 @@ TEST_F(PreviewTest, PlayingKeepsToTheKeptSpan) {
 }
 
 TEST_F(PreviewTest, TheCutoutWorksOnOnePictureAtATimeAndKeepsTheLastPersonItSaw) {
-    const auto scripted = std::make_shared<ScriptedVision>();
+    const auto scripted = std::make_shared<FakeVision>();
     std::promise<void> release;
     std::atomic<int> asked{0};
     scripted->script = {[&asked] {

@@ -1,5 +1,5 @@
+#include "Fakes/FakeCapture.hpp"
 #include "Platform/Capture/PipeWire/PipeWireDeviceAccess.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
 
 #include <gtest/gtest.h>
 
@@ -20,8 +20,8 @@ TEST(DeviceAccess, IsDeniedOnlyWhereThereAreDevicesThatNobodyOffers) {
         {Hardware::forbidden, false, AuthorizationStatus::denied},
     };
     for (const Case& c : cases) {
-        const auto capture = std::make_shared<ScriptedCaptureService>();
-        if (c.offered) capture->scriptedDevices.cameras = {camera};
+        const auto capture = std::make_shared<FakeCaptureService>();
+        if (c.offered) capture->fakeDevices.cameras = {camera};
         PipeWireDeviceAccess access(capture, [&](MediaType) { return c.hardware; });
         EXPECT_EQ(access.authorizationStatus(MediaType::video), c.expected);
         int answers = 0;

@@ -1,6 +1,6 @@
+#include "Fakes/FakeCapture.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
 #include "Platform/Capture/SampleGate.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
 #include "Platform/Capture/SystemAudioCapture.hpp"
 
 #include <future>
@@ -31,10 +31,10 @@ class SystemAudioCaptureTest : public testing::Test {
         return stream;
     }
 
-    std::shared_ptr<ScriptedScreenCapture> screen = std::make_shared<ScriptedScreenCapture>();
-    ScriptedSystemAudio* sound = nullptr;
+    std::shared_ptr<FakeScreenCapture> screen = std::make_shared<FakeScreenCapture>();
+    FakeSystemAudio* sound = nullptr;
     SystemAudioCapture service{screen, [this] {
-                                   auto source = std::make_unique<ScriptedSystemAudio>();
+                                   auto source = std::make_unique<FakeSystemAudio>();
                                    sound = source.get();
                                    return source;
                                }};

@@ -1,4 +1,4 @@
-#include "Platform/Media/ScriptedPlayer.hpp"
+#include "Fakes/FakePlayer.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -6,12 +6,12 @@
 
 namespace platform {
 
-ScriptedPlayer::ScriptedPlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript)
+FakePlayer::FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript)
     : script(std::move(playerScript)), clock_(clock), loop_(loop) {}
 
-ScriptedPlayer::~ScriptedPlayer() { *alive_ = false; }
+FakePlayer::~FakePlayer() { *alive_ = false; }
 
-void ScriptedPlayer::replaceCurrentItem(PlayerItem item) {
+void FakePlayer::replaceCurrentItem(PlayerItem item) {
     items.push_back(std::move(item));
     open_ = false;
     seekTarget_.reset();
@@ -22,7 +22,7 @@ void ScriptedPlayer::replaceCurrentItem(PlayerItem item) {
     stop();
 }
 
-void ScriptedPlayer::opened() {
+void FakePlayer::opened() {
     if (script.failure) {
         fail(*script.failure);
         return;
@@ -33,7 +33,7 @@ void ScriptedPlayer::opened() {
     scheduleBeat();
 }
 
-void ScriptedPlayer::setRate(double rate) {
+void FakePlayer::setRate(double rate) {
     rates.push_back(rate);
     if (rate == rate_) return;
     const bool statusChanges = (rate == 0) != (rate_ == 0);
@@ -46,25 +46,25 @@ void ScriptedPlayer::setRate(double rate) {
     if (*alive) periodicObservers_.jump(currentTime());
 }
 
-double ScriptedPlayer::currentTime() const {
+double FakePlayer::currentTime() const {
     if (seekTarget_) return *seekTarget_;
     if (!isMoving()) return anchorTime_;
     const double played = (clock_.now() - anchorClock_) * rate_ * script.pace;
     return std::clamp(anchorTime_ + played, 0.0, script.duration);
 }
 
-std::optional<double> ScriptedPlayer::duration() const {
+std::optional<double> FakePlayer::duration() const {
     return open_ ? std::optional(script.duration) : std::nullopt;
 }
 
-void ScriptedPlayer::seek(double seconds, double tolerance) {
+void FakePlayer::seek(double seconds, double tolerance) {
     seeks.push_back({seconds, tolerance});
     if (!hasCurrentItem()) return;
     seekTarget_ = std::clamp(seconds, 0.0, script.duration);
     if (open_) seekTimer_ = loop_.scheduleOnce(script.seekDelay, [this] { arrive(); });
 }
 
-void ScriptedPlayer::arrive() {
+void FakePlayer::arrive() {
     settle(*std::exchange(seekTarget_, std::nullopt));
     scheduleBeat();
     const auto alive = alive_;
@@ -72,35 +72,35 @@ void ScriptedPlayer::arrive() {
     if (*alive) periodicObservers_.jump(currentTime());
 }
 
-std::unique_ptr<Observation> ScriptedPlayer::addPeriodicTimeObserver(double interval, TimeHandler handler) {
+std::unique_ptr<Observation> FakePlayer::addPeriodicTimeObserver(double interval, TimeHandler handler) {
     auto observation = periodicObservers_.add(interval, currentTime(), std::move(handler));
     scheduleBeat();
     return observation;
 }
 
-void ScriptedPlayer::drift(double seconds) {
+void FakePlayer::drift(double seconds) {
     settle(std::clamp(currentTime() + seconds, 0.0, script.duration));
     scheduleBeat();
 }
 
-void ScriptedPlayer::fail(const PlatformError& error) {
+void FakePlayer::fail(const PlatformError& error) {
     const auto alive = alive_;
     stop();
     if (*alive) failureObservers_.notify(error);
 }
 
-void ScriptedPlayer::showPicture(ConstPixelBufferRef picture) {
+void FakePlayer::showPicture(ConstPixelBufferRef picture) {
     picture_ = std::move(picture);
     pictureObservers_.notify();
 }
 
-void ScriptedPlayer::settle(double seconds) {
+void FakePlayer::settle(double seconds) {
     anchorTime_ = seconds;
     anchorClock_ = clock_.now();
 }
 
 /// Sets the timer for the next thing that happens while time goes on: somebody to be called, or the end.
-void ScriptedPlayer::scheduleBeat() {
+void FakePlayer::scheduleBeat() {
     beatTimer_.reset();
     const double speed = rate_ * script.pace;
     if (!isMoving() || speed <= 0) return;
@@ -108,7 +108,7 @@ void ScriptedPlayer::scheduleBeat() {
     beatTimer_ = loop_.scheduleOnce(std::max(0.0, (next - currentTime()) / speed), [this] { beat(); });
 }
 
-void ScriptedPlayer::beat() {
+void FakePlayer::beat() {
     const auto alive = alive_;
     if (currentTime() >= script.duration - 1e-9) {
         settle(script.duration);
@@ -120,7 +120,7 @@ void ScriptedPlayer::beat() {
 }
 
 /// Playback stops by itself.
-void ScriptedPlayer::stop() {
+void FakePlayer::stop() {
     if (rate_ == 0) return;
     settle(currentTime());
     rate_ = 0;
@@ -130,8 +130,8 @@ void ScriptedPlayer::stop() {
     if (*alive) periodicObservers_.jump(currentTime());
 }
 
-std::unique_ptr<Player> ScriptedPlayerService::makePlayer() {
-    auto player = std::make_unique<ScriptedPlayer>(clock_, loop_, script);
+std::unique_ptr<Player> FakePlayerService::makePlayer() {
+    auto player = std::make_unique<FakePlayer>(clock_, loop_, script);
     players.push_back(player.get());
     return player;
 }

@@ -11,7 +11,7 @@
 namespace platform {
 
 /// A keyboard on which a test presses Escape or the chord that was taken.
-class ScriptedKeyGrabber final : public KeyGrabber {
+class FakeKeyGrabber final : public KeyGrabber {
   public:
     /// When set, the key is refused with this error.
     std::optional<PlatformError> refusal;

@@ -12,9 +12,9 @@
 
 namespace platform {
 
-/// A scripted stream as its test sees it. Stays valid after the owner of the stream has let go of it.
+/// A fake stream as its test sees it. Stays valid after the owner of the stream has let go of it.
 /// Safe on any thread, but not inside an output handler.
-class ScriptedStream {
+class FakeStream {
   public:
     enum class State { created, starting, running, stopping, stopped };
 
@@ -43,8 +43,8 @@ class ScriptedStream {
     bool finishStop();
 
   private:
-    friend class ScriptedScreenCapture;
-    friend class ScriptedStreamHandle;
+    friend class FakeScreenCapture;
+    friend class FakeStreamHandle;
     using Done = std::function<void(std::optional<PlatformError>)>;
     struct Output {
         SerialQueue* queue = nullptr;
@@ -70,7 +70,7 @@ class ScriptedStream {
 
 /// A screen capture service whose content, streams and failures are scripted by a test. Deterministic: the
 /// `done` callbacks run before the call returns, on the calling thread, unless they are held back.
-class ScriptedScreenCapture final : public ScreenCaptureService {
+class FakeScreenCapture final : public ScreenCaptureService {
   public:
     // The script; each error, while present, is what the operation fails with.
     ShareableContent content;
@@ -80,11 +80,11 @@ class ScriptedScreenCapture final : public ScreenCaptureService {
     std::optional<PlatformError> makeStreamError;
     std::optional<PlatformError> startError;
     std::optional<PlatformError> stopError;
-    bool holdsStart = false;  ///< starts wait for `ScriptedStream::finishStart`
-    bool holdsStop = false;   ///< stops wait for `ScriptedStream::finishStop`
+    bool holdsStart = false;  ///< starts wait for `FakeStream::finishStart`
+    bool holdsStop = false;   ///< stops wait for `FakeStream::finishStop`
 
     /// Every stream made so far, the newest last.
-    std::vector<std::shared_ptr<ScriptedStream>> streams;
+    std::vector<std::shared_ptr<FakeStream>> streams;
     std::atomic<int> contentRequests{0};
 
     /// How often the user was asked, and what for.
@@ -98,7 +98,7 @@ class ScriptedScreenCapture final : public ScreenCaptureService {
     std::unique_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                               const StreamConfiguration& configuration,
                                               std::function<void(const PlatformError&)> onStopped) override;
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 };
 
 }  // namespace platform

@@ -1,16 +1,16 @@
-#include "Cobaltreel/UI/Gallery/GalleryPanel.hpp"
+#include "Gallery/GalleryPanel.hpp"
 
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
-#include "Cobaltreel/Capture/ScriptedSurroundings.hpp"
-#include "Cobaltreel/Support/ScriptedAlerts.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
-#include "Platform/Capture/ScriptedCapture.hpp"
-#include "Platform/Capture/ScriptedDeviceAccess.hpp"
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
-#include "Platform/Desktop/ScriptedDesktop.hpp"
+#include "Fakes/FakeAlerts.hpp"
+#include "Fakes/FakeCapture.hpp"
+#include "Fakes/FakeDesktop.hpp"
+#include "Fakes/FakeDeviceAccess.hpp"
+#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
+#include "Fakes/FakeSurroundings.hpp"
+#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
-#include "Platform/Foundation/VirtualTime.hpp"
-#include "Platform/Media/ScriptedMedia.hpp"
 
 #include <chrono>
 #include <stdexcept>
@@ -20,8 +20,7 @@ namespace cobaltreel {
 
 struct GalleryPanel::Parts {
     std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::ScriptedCaptureService> capture =
-        std::make_shared<platform::ScriptedCaptureService>();
+    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
     std::unique_ptr<RecordingCoordinator> coordinator;
     std::unique_ptr<PopoverModel> model;
 
@@ -44,24 +43,24 @@ GalleryPanel::GalleryPanel() : parts_(std::make_unique<Parts>()) {
     main.frame = {0, 0, 1512, 982};
     other.displayID = 2;
     other.frame = {1512, 0, 1920, 1080};
-    const auto screenCapture = std::make_shared<platform::ScriptedScreenCapture>();
+    const auto screenCapture = std::make_shared<platform::FakeScreenCapture>();
     screenCapture->content.displays = {main, other};
     const platform::CaptureDevice mic{"mic", "Studio Microphone", MediaType::audio};
-    parts_->capture->scriptedDevices = {{{"camera", "HD Webcam C920", MediaType::video}}, {mic}, mic};
+    parts_->capture->fakeDevices = {{{"camera", "HD Webcam C920", MediaType::video}}, {mic}, mic};
 
     RecordingServices services;
     services.clock = parts_->time;
     services.mainLoop = parts_->time;
-    services.media = std::make_shared<platform::ScriptedMedia>();
+    services.media = std::make_shared<platform::FakeMedia>();
     services.capture = parts_->capture;
     services.screenCapture = screenCapture;
-    services.deviceAccess = std::make_shared<platform::ScriptedDeviceAccess>();
-    services.desktop = std::make_shared<platform::ScriptedDesktop>();
+    services.deviceAccess = std::make_shared<platform::FakeDeviceAccess>();
+    services.desktop = std::make_shared<platform::FakeDesktop>();
     services.defaults = std::make_shared<platform::InMemoryUserDefaults>();
-    services.bubble = std::make_shared<ScriptedBubble>();
-    services.countdown = std::make_shared<ScriptedCountdown>();
-    services.windows = std::make_shared<ScriptedWindows>();
-    services.alerts = std::make_shared<ScriptedAlerts>();
+    services.bubble = std::make_shared<FakeBubble>();
+    services.countdown = std::make_shared<FakeCountdown>();
+    services.windows = std::make_shared<FakeWindows>();
+    services.alerts = std::make_shared<FakeAlerts>();
     parts_->coordinator = std::make_unique<RecordingCoordinator>(std::move(services));
     parts_->model = std::make_unique<PopoverModel>(*parts_->coordinator, parts_->time, parts_->time);
 

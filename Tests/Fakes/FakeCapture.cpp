@@ -1,4 +1,4 @@
-#include "Platform/Capture/ScriptedCapture.hpp"
+#include "Fakes/FakeCapture.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -12,17 +12,17 @@ std::size_t indexOf(MediaType type) { return type == MediaType::video ? 0 : 1; }
 
 }  // namespace
 
-std::vector<ScriptedSession::Configuration> ScriptedSession::commits() const {
+std::vector<FakeSession::Configuration> FakeSession::commits() const {
     const std::lock_guard lock(mutex_);
     return commits_;
 }
 
-bool ScriptedSession::isRunning() const {
+bool FakeSession::isRunning() const {
     const std::lock_guard lock(mutex_);
     return running_;
 }
 
-bool ScriptedSession::deliver(const SampleBuffer& sample) {
+bool FakeSession::deliver(const SampleBuffer& sample) {
     const std::lock_guard delivering(delivery_);
     Output output;
     {
@@ -34,7 +34,7 @@ bool ScriptedSession::deliver(const SampleBuffer& sample) {
     return true;
 }
 
-bool ScriptedSession::deliverPicture(double seconds) {
+bool FakeSession::deliverPicture(double seconds) {
     const CaptureSession::Preset preset =
         commits().empty() ? CaptureSession::Preset{} : commits().back().preset;
     const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, preset.width, preset.height);
@@ -46,7 +46,7 @@ bool ScriptedSession::deliverPicture(double seconds) {
     return deliver({MediaTime::fromSeconds(seconds, nanosecondTimescale), picture, nullptr});
 }
 
-bool ScriptedSession::deliverSound(double seconds, float level, std::size_t frames) {
+bool FakeSession::deliverSound(double seconds, float level, std::size_t frames) {
     auto sound = std::make_shared<AudioBuffer>();
     sound->format = {48000, 1, true};
     sound->bytes.resize(frames * sound->format.bytesPerFrame());
@@ -54,7 +54,7 @@ bool ScriptedSession::deliverSound(double seconds, float level, std::size_t fram
     return deliver({MediaTime::fromSeconds(seconds, nanosecondTimescale), nullptr, std::move(sound)});
 }
 
-void ScriptedSession::tell(const CaptureEvent& event) {
+void FakeSession::tell(const CaptureEvent& event) {
     std::function<void(const CaptureEvent&)> handler;
     {
         const std::lock_guard lock(mutex_);
@@ -64,10 +64,10 @@ void ScriptedSession::tell(const CaptureEvent& event) {
 }
 
 /// What the owner of the session holds.
-class ScriptedSessionHandle final : public CaptureSession {
+class FakeSessionHandle final : public CaptureSession {
   public:
-    explicit ScriptedSessionHandle(std::shared_ptr<ScriptedSession> session) : session_(std::move(session)) {}
-    ~ScriptedSessionHandle() override {
+    explicit FakeSessionHandle(std::shared_ptr<FakeSession> session) : session_(std::move(session)) {}
+    ~FakeSessionHandle() override {
         stopRunning();
         const std::lock_guard lock(session_->mutex_);
         session_->outputs_ = {};
@@ -124,29 +124,29 @@ class ScriptedSessionHandle final : public CaptureSession {
     }
 
   private:
-    std::shared_ptr<ScriptedSession> session_;
-    ScriptedSession::Configuration pending_;
-    std::array<ScriptedSession::Output, 2> pendingOutputs_;
+    std::shared_ptr<FakeSession> session_;
+    FakeSession::Configuration pending_;
+    std::array<FakeSession::Output, 2> pendingOutputs_;
 };
 
-std::unique_ptr<CaptureSession> ScriptedCaptureService::makeSession() {
-    auto session = std::make_shared<ScriptedSession>();
+std::unique_ptr<CaptureSession> FakeCaptureService::makeSession() {
+    auto session = std::make_shared<FakeSession>();
     session->inputErrors_ = inputErrors;
     sessions.push_back(session);
-    return std::make_unique<ScriptedSessionHandle>(std::move(session));
+    return std::make_unique<FakeSessionHandle>(std::move(session));
 }
 
-void ScriptedCaptureService::changeDevices(CaptureDevices devices) {
-    scriptedDevices = std::move(devices);
+void FakeCaptureService::changeDevices(CaptureDevices devices) {
+    fakeDevices = std::move(devices);
     if (changed_) changed_();
 }
 
-void ScriptedSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
+void FakeSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
     queue_ = &queue;
     handler_ = std::move(handler);
 }
 
-bool ScriptedSystemAudio::deliver(const SampleBuffer& sample) {
+bool FakeSystemAudio::deliver(const SampleBuffer& sample) {
     if (queue_ == nullptr) return false;
     queue_->sync([&] { handler_(sample); });
     return true;

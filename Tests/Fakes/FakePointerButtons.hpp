@@ -5,7 +5,7 @@
 namespace platform {
 
 /// Buttons that a test presses.
-class ScriptedPointerButtons final : public PointerButtons {
+class FakePointerButtons final : public PointerButtons {
   public:
     std::int64_t down = 0;
     std::optional<PlatformError> reason;

@@ -26,28 +26,28 @@ inline std::shared_ptr<platform::PixelBuffer> gray(int width, int height, int va
 }
 
 /// Answers one frame after the other with what the script says; the last answer stays.
-struct ScriptedVision : platform::VisionService {
+struct FakeVision : platform::VisionService {
     using Request = platform::PersonSegmentationRequest;
     using QualityLevel = Request::QualityLevel;
 
     std::deque<std::function<Masks()>> script;
     std::vector<QualityLevel> levels;
 
-    struct ScriptedRequest : Request {
-        explicit ScriptedRequest(ScriptedVision& owner) : vision(owner) {}
+    struct FakeRequest : Request {
+        explicit FakeRequest(FakeVision& owner) : vision(owner) {}
         Masks perform(const platform::PixelBuffer&) override {
             const auto answer = vision.script.front();
             if (vision.script.size() > 1) vision.script.pop_front();
             return answer();
         }
-        ScriptedVision& vision;
+        FakeVision& vision;
     };
     std::unique_ptr<Request> makePersonSegmentationRequest(QualityLevel level) override {
         levels.push_back(level);
-        return std::make_unique<ScriptedRequest>(*this);
+        return std::make_unique<FakeRequest>(*this);
     }
     std::optional<platform::PlatformError> unavailable() override { return std::nullopt; }
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 };
 
 }  // namespace cobaltreel

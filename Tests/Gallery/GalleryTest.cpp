@@ -1,5 +1,5 @@
-#include "Cobaltreel/UI/Gallery/Gallery.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
+#include "Gallery/Gallery.hpp"
 
 #include <QDir>
 #include <QImage>

@@ -11,7 +11,7 @@
 namespace platform {
 
 /// A desktop whose answers are set by a test.
-class ScriptedDesktop final : public Desktop {
+class FakeDesktop final : public Desktop {
   public:
     /// The pointer's states, one a call; the last one stays.
     std::vector<PointerState> pointerStates{PointerState{}};
@@ -25,7 +25,7 @@ class ScriptedDesktop final : public Desktop {
     PointerState pointer() override;
     std::vector<Screen> screens() override { return screenList; }
     std::optional<Rect> windowBounds(std::uint32_t windowID) override;
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 
   private:
     std::map<std::uint32_t, std::size_t> windowSteps_;

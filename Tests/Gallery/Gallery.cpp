@@ -1,10 +1,10 @@
-#include "Cobaltreel/UI/Gallery/Gallery.hpp"
+#include "Gallery/Gallery.hpp"
 
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/UI/Gallery/GalleryPanel.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Gallery/GalleryPanel.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
 #include <QDeadlineTimer>

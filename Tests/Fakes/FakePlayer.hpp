@@ -11,7 +11,7 @@
 
 namespace platform {
 
-/// How a scripted player behaves.
+/// How a fake player behaves.
 struct PlayerScript {
     double duration = 60;                  ///< of every item, seconds
     double openDelay = 0;                  ///< seconds of the clock until an item is open
@@ -20,7 +20,7 @@ struct PlayerScript {
     double pace = 1;                       ///< seconds played in a second of the clock at rate 1
 };
 
-/// What a scripted player was asked for.
+/// What a fake player was asked for.
 struct SeekRequest {
     double seconds = 0;
     double tolerance = 0;
@@ -29,10 +29,10 @@ struct SeekRequest {
 
 /// A player that plays nothing: its time goes on with the clock, its records tell what it was asked.
 /// Deterministic with VirtualTime, which is both the clock and the main loop. Main thread.
-class ScriptedPlayer final : public Player {
+class FakePlayer final : public Player {
   public:
-    ScriptedPlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
-    ~ScriptedPlayer() override;
+    FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
+    ~FakePlayer() override;
 
     PlayerScript script;  ///< may be changed at any time
 
@@ -106,18 +106,18 @@ class ScriptedPlayer final : public Player {
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
-/// Makes scripted players and remembers them. Main thread.
-class ScriptedPlayerService final : public PlayerService {
+/// Makes fake players and remembers them. Main thread.
+class FakePlayerService final : public PlayerService {
   public:
-    ScriptedPlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
+    FakePlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
 
-    PlayerScript script;                   ///< what the next players begin with
-    std::vector<ScriptedPlayer*> players;  ///< in the order made; whoever asked for one owns it
-    std::optional<PlatformError> reason;   ///< why nothing can be played
+    PlayerScript script;                  ///< what the next players begin with
+    std::vector<FakePlayer*> players;     ///< in the order made; whoever asked for one owns it
+    std::optional<PlatformError> reason;  ///< why nothing can be played
 
     std::unique_ptr<Player> makePlayer() override;
     std::optional<PlatformError> unavailable() override { return reason; }
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 
   private:
     const Clock& clock_;

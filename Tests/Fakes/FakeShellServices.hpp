@@ -14,7 +14,7 @@
 namespace platform {
 
 /// A screen that may be captured when a test says so.
-class ScriptedScreenAccess final : public ScreenAccess {
+class FakeScreenAccess final : public ScreenAccess {
   public:
     bool granted = true;
     int requests = 0;
@@ -24,7 +24,7 @@ class ScriptedScreenAccess final : public ScreenAccess {
 };
 
 /// Remembers the pages that were opened.
-class ScriptedSystemSettings final : public SystemSettings {
+class FakeSystemSettings final : public SystemSettings {
   public:
     std::vector<std::string> opened;
 
@@ -37,7 +37,7 @@ class ScriptedSystemSettings final : public SystemSettings {
 };
 
 /// Remembers what was shown.
-class ScriptedNotifications final : public Notifications {
+class FakeNotifications final : public Notifications {
   public:
     std::vector<std::string> shown;
 
@@ -45,7 +45,7 @@ class ScriptedNotifications final : public Notifications {
 };
 
 /// Counts.
-class ScriptedRelauncher final : public Relauncher {
+class FakeRelauncher final : public Relauncher {
   public:
     int relaunches = 0;
 
@@ -53,7 +53,7 @@ class ScriptedRelauncher final : public Relauncher {
 };
 
 /// A tray that a test puts up, takes away and clicks. One item.
-class ScriptedStatusItems final : public StatusItemService {
+class FakeStatusItems final : public StatusItemService {
   public:
     std::vector<StatusLabel> labels;  ///< every label set so far
     bool hasTray = true;
@@ -73,14 +73,14 @@ class ScriptedStatusItems final : public StatusItemService {
   private:
     class Item final : public StatusItem {
       public:
-        explicit Item(ScriptedStatusItems& tray) : tray_(tray) {}
+        explicit Item(FakeStatusItems& tray) : tray_(tray) {}
         void setLabel(const StatusLabel& label) override { tray_.labels.push_back(label); }
         bool isShown() const override { return tray_.hasTray; }
         std::optional<Rect> frame() const override { return tray_.frame; }
         bool isDrawnByDesktop() const override { return tray_.isDrawnByDesktop; }
 
       private:
-        ScriptedStatusItems& tray_;
+        FakeStatusItems& tray_;
     };
 };
 

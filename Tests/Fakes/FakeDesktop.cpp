@@ -1,16 +1,16 @@
-#include "Platform/Desktop/ScriptedDesktop.hpp"
+#include "Fakes/FakeDesktop.hpp"
 
 #include <algorithm>
 
 namespace platform {
 
-PointerState ScriptedDesktop::pointer() {
+PointerState FakeDesktop::pointer() {
     const std::size_t call = static_cast<std::size_t>(pointerCalls++);
     if (pointerStates.empty()) return {};
     return pointerStates[std::min(call, pointerStates.size() - 1)];
 }
 
-std::optional<Rect> ScriptedDesktop::windowBounds(std::uint32_t windowID) {
+std::optional<Rect> FakeDesktop::windowBounds(std::uint32_t windowID) {
     ++windowCalls;
     const auto found = windowFrames.find(windowID);
     if (found == windowFrames.end() || found->second.empty()) return std::nullopt;

@@ -8,7 +8,7 @@
 namespace platform {
 
 /// A user who answers as a test says. One thread.
-class ScriptedDeviceAccess final : public DeviceAccess {
+class FakeDeviceAccess final : public DeviceAccess {
   public:
     AuthorizationStatus camera = AuthorizationStatus::authorized;
     AuthorizationStatus microphone = AuthorizationStatus::authorized;

@@ -1,4 +1,4 @@
-#include "Platform/Capture/ScriptedScreenCapture.hpp"
+#include "Fakes/FakeScreenCapture.hpp"
 
 #include <cstring>
 #include <utility>
@@ -11,22 +11,22 @@ std::size_t indexOf(StreamOutputType type) { return type == StreamOutputType::sc
 
 }  // namespace
 
-ScriptedStream::State ScriptedStream::state() const {
+FakeStream::State FakeStream::state() const {
     const std::lock_guard lock(mutex_);
     return state_;
 }
 
-bool ScriptedStream::hasOutput(StreamOutputType type) const {
+bool FakeStream::hasOutput(StreamOutputType type) const {
     const std::lock_guard lock(mutex_);
     return outputs_[indexOf(type)].queue != nullptr;
 }
 
-int ScriptedStream::stopRequests() const {
+int FakeStream::stopRequests() const {
     const std::lock_guard lock(mutex_);
     return stopRequests_;
 }
 
-bool ScriptedStream::deliver(StreamOutputType type, const CapturedSample& sample) {
+bool FakeStream::deliver(StreamOutputType type, const CapturedSample& sample) {
     const std::lock_guard delivering(delivery_);
     Output output;
     {
@@ -38,8 +38,8 @@ bool ScriptedStream::deliver(StreamOutputType type, const CapturedSample& sample
     return true;
 }
 
-bool ScriptedStream::deliverFrame(double seconds, std::optional<FrameStatus> status,
-                                  ConstPixelBufferRef picture) {
+bool FakeStream::deliverFrame(double seconds, std::optional<FrameStatus> status,
+                              ConstPixelBufferRef picture) {
     if (!picture) {
         const auto plain =
             std::make_shared<PixelBuffer>(PixelFormat::bgra, configuration.width, configuration.height);
@@ -54,7 +54,7 @@ bool ScriptedStream::deliverFrame(double seconds, std::optional<FrameStatus> sta
     return deliver(StreamOutputType::screen, sample);
 }
 
-bool ScriptedStream::deliverAudio(double seconds, std::size_t frames) {
+bool FakeStream::deliverAudio(double seconds, std::size_t frames) {
     auto sound = std::make_shared<AudioBuffer>();
     sound->format = {configuration.sampleRate, configuration.channelCount, true};
     sound->bytes.resize(frames * sound->format.bytesPerFrame());
@@ -64,7 +64,7 @@ bool ScriptedStream::deliverAudio(double seconds, std::size_t frames) {
     return deliver(StreamOutputType::audio, sample);
 }
 
-void ScriptedStream::stopByItself(const PlatformError& error) {
+void FakeStream::stopByItself(const PlatformError& error) {
     std::function<void(const PlatformError&)> onStopped;
     {
         const std::lock_guard delivering(delivery_);
@@ -76,7 +76,7 @@ void ScriptedStream::stopByItself(const PlatformError& error) {
     if (onStopped) onStopped(error);
 }
 
-bool ScriptedStream::finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error) {
+bool FakeStream::finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error) {
     Done done;
     {
         const std::lock_guard lock(mutex_);
@@ -88,15 +88,13 @@ bool ScriptedStream::finish(State from, State to, Done& waiting, const std::opti
     return true;
 }
 
-bool ScriptedStream::finishStart() {
+bool FakeStream::finishStart() {
     return finish(State::starting, startError_ ? State::stopped : State::running, waitingStart_, startError_);
 }
 
-bool ScriptedStream::finishStop() {
-    return finish(State::stopping, State::stopped, waitingStop_, stopError_);
-}
+bool FakeStream::finishStop() { return finish(State::stopping, State::stopped, waitingStop_, stopError_); }
 
-bool ScriptedStream::isOnOutputQueue() const {
+bool FakeStream::isOnOutputQueue() const {
     const std::lock_guard lock(mutex_);
     for (const Output& output : outputs_)
         if (output.queue != nullptr && output.queue->isCurrent()) return true;
@@ -104,20 +102,20 @@ bool ScriptedStream::isOnOutputQueue() const {
 }
 
 /// What the owner of the stream holds.
-class ScriptedStreamHandle final : public CaptureStream {
+class FakeStreamHandle final : public CaptureStream {
   public:
-    explicit ScriptedStreamHandle(std::shared_ptr<ScriptedStream> stream) : stream_(std::move(stream)) {}
-    ~ScriptedStreamHandle() override {
+    explicit FakeStreamHandle(std::shared_ptr<FakeStream> stream) : stream_(std::move(stream)) {}
+    ~FakeStreamHandle() override {
         waitForHandlers();
         const std::lock_guard lock(stream_->mutex_);
-        stream_->state_ = ScriptedStream::State::stopped;
+        stream_->state_ = FakeStream::State::stopped;
         stream_->outputs_ = {};
         stream_->onStopped_ = nullptr;
     }
 
     void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override {
         const std::lock_guard lock(stream_->mutex_);
-        ScriptedStream::Output& output = stream_->outputs_[indexOf(type)];
+        FakeStream::Output& output = stream_->outputs_[indexOf(type)];
         if (output.queue != nullptr)
             throw PlatformError("ScreenCapture", 1, "This output of the stream is already taken.");
         output = {&queue, std::move(handler)};
@@ -126,7 +124,7 @@ class ScriptedStreamHandle final : public CaptureStream {
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override {
         {
             const std::lock_guard lock(stream_->mutex_);
-            stream_->state_ = ScriptedStream::State::starting;
+            stream_->state_ = FakeStream::State::starting;
             stream_->waitingStart_ = std::move(done);
             if (stream_->holdsStart_) return;
         }
@@ -137,7 +135,7 @@ class ScriptedStreamHandle final : public CaptureStream {
         {
             const std::lock_guard lock(stream_->mutex_);
             ++stream_->stopRequests_;
-            stream_->state_ = ScriptedStream::State::stopping;
+            stream_->state_ = FakeStream::State::stopping;
             stream_->waitingStop_ = std::move(done);
         }
         waitForHandlers();
@@ -149,10 +147,10 @@ class ScriptedStreamHandle final : public CaptureStream {
         if (!stream_->isOnOutputQueue()) const std::lock_guard none(stream_->delivery_);
     }
 
-    std::shared_ptr<ScriptedStream> stream_;
+    std::shared_ptr<FakeStream> stream_;
 };
 
-void ScriptedScreenCapture::requestContent(ContentKind kind, std::uint32_t, Granted done) {
+void FakeScreenCapture::requestContent(ContentKind kind, std::uint32_t, Granted done) {
     if (!hostTraits.asksUser) return done(std::nullopt, nullptr);
     grantRequests.push_back(kind);
     if (grantError) return done(grantError, nullptr);
@@ -161,17 +159,17 @@ void ScriptedScreenCapture::requestContent(ContentKind kind, std::uint32_t, Gran
     done(std::nullopt, given);
 }
 
-ShareableContent ScriptedScreenCapture::shareableContent() {
+ShareableContent FakeScreenCapture::shareableContent() {
     ++contentRequests;
     if (contentError) throw *contentError;
     return content;
 }
 
-std::unique_ptr<CaptureStream> ScriptedScreenCapture::makeStream(
+std::unique_ptr<CaptureStream> FakeScreenCapture::makeStream(
     const ContentFilter& filter, const StreamConfiguration& configuration,
     std::function<void(const PlatformError&)> onStopped) {
     if (makeStreamError) throw *makeStreamError;
-    auto stream = std::make_shared<ScriptedStream>();
+    auto stream = std::make_shared<FakeStream>();
     stream->filter = filter;
     stream->configuration = configuration;
     stream->onStopped_ = std::move(onStopped);
@@ -180,7 +178,7 @@ std::unique_ptr<CaptureStream> ScriptedScreenCapture::makeStream(
     stream->holdsStart_ = holdsStart;
     stream->holdsStop_ = holdsStop;
     streams.push_back(stream);
-    return std::make_unique<ScriptedStreamHandle>(std::move(stream));
+    return std::make_unique<FakeStreamHandle>(std::move(stream));
 }
 
 }  // namespace platform

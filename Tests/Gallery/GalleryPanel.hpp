@@ -6,7 +6,7 @@ namespace cobaltreel {
 
 class PopoverModel;
 
-/// A panel's model over a coordinator among scripted services: two displays, a camera, a microphone that
+/// A panel's model over a coordinator among fake services: two displays, a camera, a microphone that
 /// hears something.
 class GalleryPanel {
   public:

@@ -1,4 +1,4 @@
-#include "Platform/Media/ScriptedMedia.hpp"
+#include "Fakes/FakeMedia.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -15,18 +15,17 @@ constexpr std::int32_t scriptTimescale = 90000;
 
 MediaTime scriptTime(double seconds) { return MediaTime::fromSeconds(seconds, scriptTimescale); }
 
-class ScriptedAsset final : public Asset {
+class FakeAsset final : public Asset {
   public:
-    ScriptedAsset(std::filesystem::path path, std::optional<ScriptedMovie> movie)
+    FakeAsset(std::filesystem::path path, std::optional<FakeMovie> movie)
         : path_(std::move(path)), movie_(std::move(movie)) {}
 
     const std::filesystem::path& path() const override { return path_; }
-    const ScriptedMovie& movie() const { return *movie_; }
+    const FakeMovie& movie() const { return *movie_; }
 
     std::optional<double> sessionStart() override { return std::nullopt; }
     std::vector<AssetTrack> loadTracks(MediaType type) override {
-        if (!movie_)
-            throw PlatformError("ScriptedMedia", 1, path_.string() + " cannot be opened: no such file.");
+        if (!movie_) throw PlatformError("FakeMedia", 1, path_.string() + " cannot be opened: no such file.");
         const auto& loadError = type == MediaType::video ? movie_->videoLoadError : movie_->audioLoadError;
         if (loadError) throw PlatformError(*loadError);
         if (type == MediaType::video && !movie_->frames.empty()) return {videoTrack()};
@@ -55,13 +54,13 @@ class ScriptedAsset final : public Asset {
     }
 
     std::filesystem::path path_;
-    std::optional<ScriptedMovie> movie_;
+    std::optional<FakeMovie> movie_;
 };
 
-/// The part of a reader that every scripted reader shares: its states.
-class ScriptedReader : public AssetReader {
+/// The part of a reader that every fake reader shares: its states.
+class FakeReader : public AssetReader {
   public:
-    ScriptedReader(bool starts, std::optional<PlatformError> failure)
+    FakeReader(bool starts, std::optional<PlatformError> failure)
         : starts_(starts), failure_(std::move(failure)) {}
 
     bool startReading() override {
@@ -86,10 +85,10 @@ class ScriptedReader : public AssetReader {
     Status status_ = Status::unknown;
 };
 
-class ScriptedTrackReader final : public ScriptedReader {
+class FakeTrackReader final : public FakeReader {
   public:
-    ScriptedTrackReader(const ScriptedMovie& movie, const TimeRange& range, PixelFormat format)
-        : ScriptedReader(movie.readerStarts, movie.readerError), movie_(movie), format_(format) {
+    FakeTrackReader(const FakeMovie& movie, const TimeRange& range, PixelFormat format)
+        : FakeReader(movie.readerStarts, movie.readerError), movie_(movie), format_(format) {
         const auto& frames = movie_.frames;
         next_ = 0;
         while (next_ + 1 < frames.size() && frames[next_ + 1].time <= range.start) ++next_;
@@ -101,7 +100,7 @@ class ScriptedTrackReader final : public ScriptedReader {
         if (status() != Status::reading) return std::nullopt;
         if (movie_.readerFailsAfter && delivered_ >= *movie_.readerFailsAfter) return end(Status::failed);
         if (next_ >= end_) return end(Status::completed);
-        const ScriptedFrame& frame = movie_.frames[next_++];
+        const FakeFrame& frame = movie_.frames[next_++];
         ++delivered_;
         SampleBuffer sample{scriptTime(frame.time), nullptr, nullptr};
         if (frame.withImage) {
@@ -117,7 +116,7 @@ class ScriptedTrackReader final : public ScriptedReader {
     }
 
   private:
-    ScriptedMovie movie_;
+    FakeMovie movie_;
     PixelFormat format_;
     std::size_t next_ = 0;
     std::size_t end_ = 0;
@@ -131,13 +130,13 @@ float mixedLevel(const Composition& composition, double time) {
         for (const auto& segment : track.segments())
             if (track.type() == MediaType::audio && time >= segment.start &&
                 time < segment.start + segment.source.duration())
-                sum += static_cast<const ScriptedAsset&>(*segment.asset).movie().soundLevel;
+                sum += static_cast<const FakeAsset&>(*segment.asset).movie().soundLevel;
     return std::clamp(sum, -1.0F, 1.0F);
 }
 
-class ScriptedAudioMix final : public AudioMix {
+class FakeAudioMix final : public AudioMix {
   public:
-    explicit ScriptedAudioMix(Composition composition) : composition_(std::move(composition)) {}
+    explicit FakeAudioMix(Composition composition) : composition_(std::move(composition)) {}
 
     std::int64_t frameCount() const override { return std::llround(composition_.duration() * sampleRate); }
     void read(std::int64_t position, std::span<float> target) override {
@@ -152,10 +151,10 @@ class ScriptedAudioMix final : public AudioMix {
     Composition composition_;
 };
 
-class ScriptedMixReader final : public ScriptedReader {
+class FakeMixReader final : public FakeReader {
   public:
-    ScriptedMixReader(const ScriptedMix& mix, Composition composition)
-        : ScriptedReader(mix.starts, mix.error), mix_(mix), composition_(std::move(composition)) {}
+    FakeMixReader(const FakeMix& mix, Composition composition)
+        : FakeReader(mix.starts, mix.error), mix_(mix), composition_(std::move(composition)) {}
 
     std::optional<SampleBuffer> copyNextSampleBuffer() override {
         constexpr std::int64_t runLength = 1024;
@@ -180,16 +179,16 @@ class ScriptedMixReader final : public ScriptedReader {
     }
 
   private:
-    ScriptedMix mix_;
+    FakeMix mix_;
     Composition composition_;
     std::int64_t position_ = 0;
 };
 
-class ScriptedWriter;
+class FakeWriter;
 
-class ScriptedInput final : public AssetWriterInput {
+class FakeInput final : public AssetWriterInput {
   public:
-    ScriptedInput(ScriptedWriter& writer, MediaType type) : writer_(writer), type_(type) {}
+    FakeInput(FakeWriter& writer, MediaType type) : writer_(writer), type_(type) {}
 
     bool isReadyForMoreMediaData() const override;
     bool waitUntilReady(double) override { return isReadyForMoreMediaData(); }
@@ -198,14 +197,14 @@ class ScriptedInput final : public AssetWriterInput {
     PixelBufferPool* pixelBufferPool() override;
 
   private:
-    ScriptedWriter& writer_;
+    FakeWriter& writer_;
     MediaType type_;
     std::optional<PixelBufferPool> pool_;
 };
 
-class ScriptedWriter final : public AssetWriter {
+class FakeWriter final : public AssetWriter {
   public:
-    ScriptedWriter(ScriptedWriting writing, std::shared_ptr<WriterRecord> writerRecord)
+    FakeWriter(FakeWriting writing, std::shared_ptr<WriterRecord> writerRecord)
         : script(std::move(writing)), record(std::move(writerRecord)) {}
 
     AssetWriterInput& addVideoInput(const VideoSettings& settings) override {
@@ -243,18 +242,18 @@ class ScriptedWriter final : public AssetWriter {
         state = Status::cancelled;
     }
 
-    ScriptedWriting script;
+    FakeWriting script;
     std::shared_ptr<WriterRecord> record;
     std::atomic<Status> state{Status::unknown};
     std::mutex mutex;                 // `flush` comes on a thread of its own
     std::optional<MediaTime> latest;  // of the samples taken
 
   private:
-    ScriptedInput video_{*this, MediaType::video};
-    ScriptedInput audio_{*this, MediaType::audio};
+    FakeInput video_{*this, MediaType::video};
+    FakeInput audio_{*this, MediaType::audio};
 };
 
-bool ScriptedInput::isReadyForMoreMediaData() const {
+bool FakeInput::isReadyForMoreMediaData() const {
     WriterRecord& record = *writer_.record;
     const bool video = type_ == MediaType::video;
     const std::size_t asks = ++(video ? record.videoAsks : record.audioAsks);
@@ -263,7 +262,7 @@ bool ScriptedInput::isReadyForMoreMediaData() const {
     return writer_.state == AssetWriter::Status::writing && asks > refused;
 }
 
-bool ScriptedInput::append(const SampleBuffer& sample) {
+bool FakeInput::append(const SampleBuffer& sample) {
     WriterRecord& record = *writer_.record;
     const bool video = type_ == MediaType::video;
     const bool finished = video ? record.videoFinished : record.audioFinished;
@@ -283,11 +282,11 @@ bool ScriptedInput::append(const SampleBuffer& sample) {
     return true;
 }
 
-void ScriptedInput::markAsFinished() {
+void FakeInput::markAsFinished() {
     (type_ == MediaType::video ? writer_.record->videoFinished : writer_.record->audioFinished) = true;
 }
 
-PixelBufferPool* ScriptedInput::pixelBufferPool() {
+PixelBufferPool* FakeInput::pixelBufferPool() {
     const auto& settings = writer_.record->videoSettings;
     if (type_ == MediaType::audio || !writer_.script.hasPool || !settings) return nullptr;
     if (!pool_) pool_.emplace(PixelFormat::i420, settings->width, settings->height, writer_.script.poolLimit);
@@ -296,47 +295,47 @@ PixelBufferPool* ScriptedInput::pixelBufferPool() {
 
 }  // namespace
 
-ScriptedMovie ScriptedMovie::withFrames(std::size_t count, double framesPerSecond) {
-    ScriptedMovie movie;
+FakeMovie FakeMovie::withFrames(std::size_t count, double framesPerSecond) {
+    FakeMovie movie;
     for (std::size_t i = 0; i < count; ++i)
         movie.frames.push_back(
             {static_cast<double>(i) / framesPerSecond, static_cast<std::uint8_t>(i + 1), true});
     return movie;
 }
 
-std::shared_ptr<Asset> ScriptedMedia::asset(const std::filesystem::path& path) {
+std::shared_ptr<Asset> FakeMedia::asset(const std::filesystem::path& path) {
     const auto found = movies.find(path);
-    if (found == movies.end()) return std::make_shared<ScriptedAsset>(path, std::nullopt);
-    return std::make_shared<ScriptedAsset>(path, found->second);
+    if (found == movies.end()) return std::make_shared<FakeAsset>(path, std::nullopt);
+    return std::make_shared<FakeAsset>(path, found->second);
 }
 
-std::unique_ptr<AssetReader> ScriptedMedia::makeTrackReader(const std::shared_ptr<Asset>& asset,
-                                                            const AssetTrack& track, const TimeRange& range,
-                                                            PixelFormat format) {
-    const ScriptedMovie& movie = static_cast<const ScriptedAsset&>(*asset).movie();
+std::unique_ptr<AssetReader> FakeMedia::makeTrackReader(const std::shared_ptr<Asset>& asset,
+                                                        const AssetTrack& track, const TimeRange& range,
+                                                        PixelFormat format) {
+    const FakeMovie& movie = static_cast<const FakeAsset&>(*asset).movie();
     readerRequests.push_back({asset->path(), track.type, range, format});
     if (movie.readerCreationError) throw PlatformError(*movie.readerCreationError);
-    return std::make_unique<ScriptedTrackReader>(movie, range, format);
+    return std::make_unique<FakeTrackReader>(movie, range, format);
 }
 
-std::unique_ptr<AssetReader> ScriptedMedia::makeAudioMixReader(const Composition& composition) {
+std::unique_ptr<AssetReader> FakeMedia::makeAudioMixReader(const Composition& composition) {
     mixedCompositions.push_back(composition);
-    return std::make_unique<ScriptedMixReader>(mix, composition);
+    return std::make_unique<FakeMixReader>(mix, composition);
 }
 
-std::unique_ptr<AudioMix> ScriptedMedia::makeAudioMix(const Composition& composition) {
+std::unique_ptr<AudioMix> FakeMedia::makeAudioMix(const Composition& composition) {
     mixedCompositions.push_back(composition);
     if (mix.creationError) throw PlatformError(*mix.creationError);
-    return std::make_unique<ScriptedAudioMix>(composition);
+    return std::make_unique<FakeAudioMix>(composition);
 }
 
-std::unique_ptr<AssetWriter> ScriptedMedia::makeWriter(const std::filesystem::path& path, FileType type) {
+std::unique_ptr<AssetWriter> FakeMedia::makeWriter(const std::filesystem::path& path, FileType type) {
     if (writing.creationError) throw PlatformError(*writing.creationError);
     auto record = std::make_shared<WriterRecord>();
     record->path = path;
     record->type = type;
     writers.push_back(record);
-    return std::make_unique<ScriptedWriter>(writing, std::move(record));
+    return std::make_unique<FakeWriter>(writing, std::move(record));
 }
 
 }  // namespace platform

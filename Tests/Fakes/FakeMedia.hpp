@@ -11,20 +11,20 @@
 
 namespace platform {
 
-/// One picture of a scripted movie, every byte of it `value`.
-struct ScriptedFrame {
+/// One picture of a fake movie, every byte of it `value`.
+struct FakeFrame {
     double time = 0;  ///< seconds; kept in 1/90000
     std::uint8_t value = 0;
     bool withImage = true;  ///< false: the reader delivers a sample without a picture
 };
 
 /// What a movie file holds and how reading it goes.
-struct ScriptedMovie {
+struct FakeMovie {
     int width = 4;
     int height = 4;
-    std::vector<ScriptedFrame> frames;  ///< in time order; empty: the movie has no video track
-    std::optional<TimeRange> sound;     ///< absent: the movie has no audio track
-    float soundLevel = 0.25F;           ///< every sample of its sound
+    std::vector<FakeFrame> frames;   ///< in time order; empty: the movie has no video track
+    std::optional<TimeRange> sound;  ///< absent: the movie has no audio track
+    float soundLevel = 0.25F;        ///< every sample of its sound
 
     std::optional<PlatformError> videoLoadError;  ///< thrown by loadTracks(video)
     std::optional<PlatformError> audioLoadError;
@@ -34,11 +34,11 @@ struct ScriptedMovie {
     std::optional<PlatformError> readerError;     ///< what a failed reader reports
 
     /// Pictures at `count` equal steps of a rate, their values 1, 2, 3 …
-    static ScriptedMovie withFrames(std::size_t count, double framesPerSecond);
+    static FakeMovie withFrames(std::size_t count, double framesPerSecond);
 };
 
 /// How the audio mix goes.
-struct ScriptedMix {
+struct FakeMix {
     bool starts = true;
     std::optional<double> failsAt;  ///< seconds of sound delivered before the reader fails
     std::optional<PlatformError> error;
@@ -46,7 +46,7 @@ struct ScriptedMix {
 };
 
 /// How writing goes.
-struct ScriptedWriting {
+struct FakeWriting {
     std::optional<PlatformError> creationError;  ///< thrown by makeWriter
     bool starts = true;
     bool createsFile = false;  ///< an empty file stands at the path from startWriting on
@@ -93,13 +93,13 @@ struct ReaderRequest {
     PixelFormat format = PixelFormat::bgra;
 };
 
-/// A media service of scripted movies, deterministic and without threads. Set the script, run the code
+/// A media service of fake movies, deterministic and without threads. Set the script, run the code
 /// under test, look at the records. One thread.
-class ScriptedMedia final : public MediaService {
+class FakeMedia final : public MediaService {
   public:
-    std::map<std::filesystem::path, ScriptedMovie> movies;  ///< a path not listed is "no such file"
-    ScriptedMix mix;
-    ScriptedWriting writing;
+    std::map<std::filesystem::path, FakeMovie> movies;  ///< a path not listed is "no such file"
+    FakeMix mix;
+    FakeWriting writing;
 
     std::vector<ReaderRequest> readerRequests;
     std::vector<Composition> mixedCompositions;
@@ -112,7 +112,7 @@ class ScriptedMedia final : public MediaService {
     std::unique_ptr<AudioMix> makeAudioMix(const Composition& composition) override;
     std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override;
     std::vector<EncoderReport> encoders() override { return {}; }
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 };
 
 }  // namespace platform

@@ -7,7 +7,7 @@
 namespace platform {
 
 /// A file browser that remembers what it was to show, and fails when told to.
-class ScriptedFileBrowser final : public FileBrowser {
+class FakeFileBrowser final : public FileBrowser {
   public:
     std::optional<PlatformError> error;
     std::vector<std::filesystem::path> revealed;

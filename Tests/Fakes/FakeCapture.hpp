@@ -13,9 +13,9 @@
 
 namespace platform {
 
-/// A scripted session as its test sees it. Stays valid after the owner of the session has let go of it.
+/// A fake session as its test sees it. Stays valid after the owner of the session has let go of it.
 /// Safe on any thread, but not inside a sample handler.
-class ScriptedSession {
+class FakeSession {
   public:
     /// What one configuration transaction left behind.
     struct Configuration {
@@ -42,8 +42,8 @@ class ScriptedSession {
     void tell(const CaptureEvent& event);
 
   private:
-    friend class ScriptedCaptureService;
-    friend class ScriptedSessionHandle;
+    friend class FakeCaptureService;
+    friend class FakeSessionHandle;
     struct Output {
         SerialQueue* queue = nullptr;
         CaptureSession::SampleHandler handler;
@@ -60,21 +60,21 @@ class ScriptedSession {
 };
 
 /// A capture service whose devices, sessions and failures are scripted by a test.
-class ScriptedCaptureService final : public CaptureService {
+class FakeCaptureService final : public CaptureService {
   public:
     // The script.
-    CaptureDevices scriptedDevices;
+    CaptureDevices fakeDevices;
     std::map<std::string, PlatformError> inputErrors;  ///< by identifier: what adding the input fails with
     std::optional<PlatformError> unavailableError;
 
     /// Every session made so far, the newest last.
-    std::vector<std::shared_ptr<ScriptedSession>> sessions;
+    std::vector<std::shared_ptr<FakeSession>> sessions;
 
-    CaptureDevices devices() override { return scriptedDevices; }
+    CaptureDevices devices() override { return fakeDevices; }
     void setDevicesChangedHandler(std::function<void()> changed) override { changed_ = std::move(changed); }
     std::unique_ptr<CaptureSession> makeSession() override;
     std::optional<PlatformError> unavailable() override { return unavailableError; }
-    std::string implementation() const override { return "scripted"; }
+    std::string implementation() const override { return "fake"; }
 
     /// Replaces the devices and tells the handler.
     void changeDevices(CaptureDevices devices);
@@ -84,7 +84,7 @@ class ScriptedCaptureService final : public CaptureService {
 };
 
 /// System audio that a test delivers.
-class ScriptedSystemAudio final : public SystemAudioSource {
+class FakeSystemAudio final : public SystemAudioSource {
   public:
     void start(SerialQueue& queue, SampleHandler handler) override;
     void stop() override { queue_ = nullptr; }

@@ -1,4 +1,4 @@
-#include "Platform/Foundation/VirtualTime.hpp"
+#include "Fakes/VirtualTime.hpp"
 
 #include <algorithm>
 #include <cmath>

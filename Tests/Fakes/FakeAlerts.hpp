@@ -9,7 +9,7 @@
 namespace cobaltreel {
 
 /// A user who answers alerts as a test says.
-class ScriptedAlerts final : public AlertPresenter {
+class FakeAlerts final : public AlertPresenter {
   public:
     /// Alerts wait for `answer`; otherwise the first button is chosen at once.
     bool holdsAnswers = false;

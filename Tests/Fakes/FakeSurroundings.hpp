@@ -11,7 +11,7 @@
 namespace cobaltreel {
 
 /// A bubble that remembers what was asked of it.
-class ScriptedBubble final : public CameraBubble {
+class FakeBubble final : public CameraBubble {
   public:
     bool isShown = false;
     CameraCorner corner = CameraCorner::bottomLeft;
@@ -44,7 +44,7 @@ class ScriptedBubble final : public CameraBubble {
 };
 
 /// A countdown that ends when a test says so.
-class ScriptedCountdown final : public RecordingCountdown {
+class FakeCountdown final : public RecordingCountdown {
   public:
     int runs = 0;
 
@@ -70,7 +70,7 @@ class ScriptedCountdown final : public RecordingCountdown {
 };
 
 /// Windows that open nowhere.
-class ScriptedWindows final : public RecordingWindows {
+class FakeWindows final : public RecordingWindows {
   public:
     struct Preview {
         SessionFolder folder;
