@@ -14,7 +14,6 @@ pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(EVDEV REQUIRED IMPORTED_TARGET libevdev)
-pkg_check_modules(MPV REQUIRED IMPORTED_TARGET mpv)
 
 # libyuv ships neither a pkg-config file nor a CMake package.
 find_library(LIBYUV_LIBRARY yuv REQUIRED)

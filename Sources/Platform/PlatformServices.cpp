@@ -28,7 +28,8 @@
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
-#include "Platform/Media/Mpv/MpvPlayerService.hpp"
+#include "Platform/Media/MoviePlayer.hpp"
+#include "Platform/Media/PipeWire/PipeWireAudioOutput.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 
 #include <utility>
@@ -107,9 +108,10 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();
-    services.players = makeMpvPlayerService(services.mainLoop, services.clock, services.media);
     const auto pipeWire = std::make_shared<PipeWireCaptureService>();
     services.capture = pipeWire;
+    services.players = makeMoviePlayerService(services.mainLoop, services.clock, services.media,
+                                              makePipeWireAudioOutputs(pipeWire->connection()));
     const auto screenCapture = services.session.type == SessionType::wayland
                                    ? chooseWayland(services)
                                    : chooseX11(services, ownBundleIdentifier);

@@ -26,7 +26,6 @@ std::string family(const std::string& header) {
         {std::regex("CLI/.*"), "cli"},
         {std::regex("opencv2/.*"), "opencv"},
         {std::regex("pipewire/.*|spa/.*"), "pipewire"},
-        {std::regex("mpv/.*"), "mpv"},
         {std::regex("libevdev/.*"), "evdev"},
         {std::regex("QCoro.*"), "qcoro"},
         {std::regex("QDBus\\w*|QtDBus/.*"), "qt-dbus"},

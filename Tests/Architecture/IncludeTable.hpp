@@ -37,10 +37,10 @@ inline const std::vector<IncludeRule> includeTable{
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
      {"std", "os", "ffmpeg", "x265", "yuv"}},
 
-    {"Platform/Media/Mpv/",
+    {"Platform/Media/PipeWire/",
      false,
-     {"Platform/Foundation/", "Platform/Imaging/", "Platform/Media/"},
-     {"std", "os", "mpv"}},
+     {"Platform/Foundation/", "Platform/Media/", "Platform/Capture/PipeWire/"},
+     {"std", "pipewire"}},
 
     {"Platform/Capture/", false, {"Platform/Foundation/", "Platform/Imaging/", "Platform/Capture/"}, {"std"}},
     {"Platform/Capture/Frames/",
@@ -139,7 +139,7 @@ inline const std::vector<IncludeRule> includeTable{
 inline const std::vector<std::string_view> libraryFolders{
     "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",   "Platform/Imaging/QtRaster/",
     "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",
-    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",   "Platform/Media/Mpv/",
+    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",   "Platform/Media/PipeWire/",
     "Platform/Desktop/Qt/",       "Platform/Desktop/Posix/", "Platform/Capture/Portal/",
     "Platform/Desktop/Portal/",   "Platform/Desktop/Evdev/",
 };

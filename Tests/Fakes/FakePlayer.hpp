@@ -112,12 +112,9 @@ class FakePlayerService final : public PlayerService {
     FakePlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
 
     PlayerScript script;                  ///< what the next players begin with
-    std::vector<FakePlayer*> players;     ///< in the order made; whoever asked for one owns it
-    std::optional<PlatformError> reason;  ///< why nothing can be played
+    std::vector<FakePlayer*> players;  ///< in the order made; whoever asked for one owns it
 
     std::unique_ptr<Player> makePlayer() override;
-    std::optional<PlatformError> unavailable() override { return reason; }
-    std::string implementation() const override { return "fake"; }
 
   private:
     const Clock& clock_;

@@ -69,12 +69,6 @@ Finding findDevices(const platform::PlatformServices& services) {
             ""};
 }
 
-Finding findPlayer(const platform::PlatformServices& services) {
-    if (const auto reason = services.players->unavailable())
-        return {"player", false, "", reason->description()};
-    return {"player", true, services.players->implementation(), ""};
-}
-
 Finding findVision(const platform::PlatformServices& services) {
     if (const auto reason = services.vision->unavailable())
         return {"person segmentation", false, "", reason->description()};
@@ -101,7 +95,6 @@ std::vector<Finding> examine() {
                             works ? encoder.explanation : ""});
     }
     findings.push_back({"movies", true, services.media->implementation(), ""});
-    findings.push_back(findPlayer(services));
     findings.push_back(findVision(services));
     findings.push_back(findRecordingsFolder());
     return findings;

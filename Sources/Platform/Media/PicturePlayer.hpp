@@ -4,6 +4,7 @@
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 #include "Platform/Media/AssetReader.hpp"
+#include "Platform/Media/Motion.hpp"
 #include "Platform/Media/PlayableItem.hpp"
 
 #include <condition_variable>
@@ -14,15 +15,6 @@
 #include <optional>
 
 namespace platform {
-
-/// How an item's time goes on: it stood at `time` when the clock read `at`, and moves by `rate`.
-struct Motion {
-    double time = 0;
-    double at = 0;
-    double rate = 0;
-
-    double timeAt(double now) const { return time + (now - at) * rate; }
-};
 
 /// The pictures of a player: opens items, decodes, and draws each frame when its time has come, on a thread
 /// of its own. Frames that come too late are left out. Requests return at once; any thread, one at a time.

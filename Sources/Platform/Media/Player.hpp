@@ -74,9 +74,6 @@ class PlayerService {
   public:
     virtual ~PlayerService() = default;
     virtual std::unique_ptr<Player> makePlayer() = 0;
-    /// Why nothing can be played; absent when players work.
-    virtual std::optional<PlatformError> unavailable() = 0;
-    virtual std::string implementation() const = 0;
 };
 
 }  // namespace platform

@@ -44,7 +44,7 @@ PreviewModel::PreviewModel(SessionFolder folder, SessionMeta meta, PreviewServic
     duration_ = std::max(meta_.recordingEndHostTime.value_or(0) - screenFirst, shortestRecording);
     trimEnd_ = duration_;
     makePlayers();
-    if (player_) postWhileAlive([this] { setUpPlayback(); });
+    postWhileAlive([this] { setUpPlayback(); });
 }
 
 PreviewModel::~PreviewModel() {
@@ -59,15 +59,8 @@ void PreviewModel::postWhileAlive(std::function<void()> work) {
 }
 
 void PreviewModel::makePlayers() {
-    try {
-        if (const auto reason = services_.players->unavailable()) throw *reason;
-        player_ = services_.players->makePlayer();
-        if (meta_.cameraEnabled) cameraPlayer_ = services_.players->makePlayer();
-    } catch (const PlatformError& error) {
-        player_ = nullptr;
-        playbackProblem_ = QString::fromStdString(error.description());
-        return;
-    }
+    player_ = services_.players->makePlayer();
+    if (meta_.cameraEnabled) cameraPlayer_ = services_.players->makePlayer();
     screenPictures_ = std::make_unique<PlayerPictures>(*player_);
     positionObserver_ =
         player_->addPeriodicTimeObserver(positionInterval, [this](double time) { followTime(time); });
@@ -143,7 +136,7 @@ void PreviewModel::followRate() {
 }
 
 void PreviewModel::resyncBubble(double mainSeconds, bool force) {
-    if (!player_ || !cameraPlayer_) return;
+    if (!cameraPlayer_) return;
     const double target = std::max(mainSeconds + cameraOffset_, 0.0);
     followRate();
     if (!force && std::abs(cameraPlayer_->currentTime() - target) <= bubbleDriftTolerance) return;
@@ -161,7 +154,6 @@ void PreviewModel::followTime(double seconds) {
 }
 
 void PreviewModel::seekTo(double seconds) {
-    if (!player_) return;
     const double time = std::max(onTimescale(seconds), 0.0);
     player_->seek(time, 0);
     change(position_, time, &PreviewModel::positionChanged);
@@ -170,7 +162,7 @@ void PreviewModel::seekTo(double seconds) {
 }
 
 void PreviewModel::togglePlay() {
-    if (!player_ || !player_->hasCurrentItem()) return;
+    if (!player_->hasCurrentItem()) return;
     if (player_->timeControlStatus() == Status::playing) {
         pause();
         return;
@@ -182,18 +174,15 @@ void PreviewModel::togglePlay() {
     player_->setRate(1);
 }
 
-void PreviewModel::pause() {
-    if (player_) player_->setRate(0);
-}
+void PreviewModel::pause() { player_->setRate(0); }
 
 void PreviewModel::step(double seconds) {
-    if (!player_) return;
     pause();
     goTo(player_->currentTime() + seconds);
 }
 
 void PreviewModel::goTo(double seconds) {
-    if (player_ && std::isfinite(seconds)) seekTo(std::clamp(seconds, 0.0, duration_));
+    if (std::isfinite(seconds)) seekTo(std::clamp(seconds, 0.0, duration_));
 }
 
 std::unique_ptr<PictureSource> PreviewModel::makeCutoutPictures() {

@@ -198,7 +198,7 @@ class PreviewModel : public QObject {
     double cameraOffset_;
     double duration_;
 
-    std::unique_ptr<platform::Player> player_;        // null when nothing can be played at all
+    std::unique_ptr<platform::Player> player_;
     std::unique_ptr<platform::Player> cameraPlayer_;  // only with a camera
     std::unique_ptr<PlayerPictures> screenPictures_;
     std::unique_ptr<PlayerPictures> cameraPictures_;

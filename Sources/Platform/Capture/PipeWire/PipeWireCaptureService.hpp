@@ -29,6 +29,8 @@ class PipeWireCaptureService final : public CaptureService {
     std::string implementation() const override { return "PipeWire"; }
 
     std::unique_ptr<SystemAudioSource> makeSystemAudio();
+    /// For others that talk to the same server.
+    const std::shared_ptr<pipewire::Connection>& connection() const { return connection_; }
 
   private:
     class DeviceWatch;

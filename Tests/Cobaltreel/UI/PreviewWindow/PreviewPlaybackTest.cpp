@@ -81,16 +81,6 @@ TEST_F(PreviewTest, PlaybackFallsBackToTheScreenMovieAndThenSaysWhatIsWrong) {
     media->movies.erase(folder.cameraMovie());
     open();
     EXPECT_EQ(std::get<std::filesystem::path>(main().items.back()), folder.screenMovie());
-
-    // Without any player everything but playing still works.
-    players->players.clear();
-    players->reason = PlatformError("Player", 1, "install libmpv");
-    open();
-    EXPECT_EQ(model->playbackProblem(), "install libmpv");
-    model->togglePlay();
-    model->step(1);
-    model->setTrimStart(2);
-    EXPECT_EQ(model->trimStart(), 2);
 }
 
 TEST_F(PreviewTest, ANewItemIsShownWhereTheUserHasGone) {

@@ -3,29 +3,30 @@
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
-#include "Platform/Media/Mpv/MpvHandle.hpp"
-#include "Platform/Media/Mpv/SoundStream.hpp"
+#include "Platform/Media/AudioOutput.hpp"
+#include "Platform/Media/MediaService.hpp"
 #include "Platform/Media/PicturePlayer.hpp"
 #include "Platform/Media/Player.hpp"
 #include "Platform/Media/PlayerObservers.hpp"
+#include "Platform/Media/SoundFeed.hpp"
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
 
-namespace platform::mpv {
+namespace platform {
 
-/// A player whose sound is the library's, which also sets the pace, and whose pictures follow that pace.
-/// The library does not show the pictures itself: it takes the next frame for the one on screen at a time,
-/// and a recording of a screen that stands still for seconds would jump there with its sound.
-class MpvPlayer final : public Player {
+/// A player whose clock is what the speaker plays. Where nothing is played (muted, no speaker, no server),
+/// the host's clock goes on in its place.
+class MoviePlayer final : public Player {
   public:
-    /// What is left of a player is destroyed on `endings`, because closing a sound device takes time.
-    MpvPlayer(std::shared_ptr<MainLoop> loop, std::shared_ptr<Clock> clock,
-              std::shared_ptr<MediaService> media, std::shared_ptr<SerialQueue> endings);
-    ~MpvPlayer() override;
+    /// What is left of a player is destroyed on `endings`, because that waits for its threads. `outputs` may
+    /// be null: then there is no sound.
+    MoviePlayer(std::shared_ptr<MainLoop> loop, std::shared_ptr<Clock> clock,
+                std::shared_ptr<MediaService> media, std::shared_ptr<AudioOutputService> outputs,
+                std::shared_ptr<SerialQueue> endings);
+    ~MoviePlayer() override;
 
     void replaceCurrentItem(PlayerItem item) override;
     bool hasCurrentItem() const override { return item_ != 0; }
@@ -58,64 +59,51 @@ class MpvPlayer final : public Player {
   private:
     /// What threads other than the main one work with.
     struct Machinery {
-        std::shared_ptr<MainLoop> loop;
-        SoundStream stream;
-        std::atomic<bool> wakeupPosted{false};
-        std::function<void()> wakeup;
-        HandlePtr handle;
         std::unique_ptr<PicturePlayer> pictures;
+        std::unique_ptr<SoundFeed> feed;
+        std::unique_ptr<AudioOutput> output;  // made when there is something to hear; ends before the feed
     };
-    /// A seek that both the sound and the pictures have been sent on.
+    /// A seek that the pictures have been sent on.
     struct Flight {
         std::uint64_t number;
         double target;
-        bool soundLeft = false;
-        bool soundArrived = false;
-        bool pictureArrived = false;
     };
 
     PicturePlayer& pictures() { return *machinery_->pictures; }
-    mpv_handle* handle() { return machinery_->handle.get(); }
+    SoundFeed& feed() { return *machinery_->feed; }
     PicturePlayer::Events pictureEvents();
-    std::function<void()> onMain(void (MpvPlayer::*method)());
-
-    void drainEvents();
-    void handleEvent(const mpv_event& event);
-    void handleReply(const mpv_event& event);
-    void handleProperty(const mpv_event_property& property);
-    void handleSoundEnd(const mpv_event_end_file& end);
 
     void opened(std::uint64_t item, double duration, std::shared_ptr<AudioMix> sound);
     void failed(std::uint64_t item, const PlatformError& error);
     void takePicture();
-    void soundLoaded();
     void launch();
-    void checkArrival();
+    void arrived(std::uint64_t flight);
+    bool canMove() const { return duration_ && !flight_ && rate_ != 0; }
     void startMoving();
-    void soundMoves(bool moves);
-    void followSound(double seconds);
+    void startSound();
+    void silence();
+    void followSound();
     void stop();
     void holdTime();
     void statusChanged();
-    void setMotion(double time, double rate);
-    void setPaused(bool paused);
+    void setMotion(const Motion& motion);
+    void standAt(double time) { setMotion({time, clock_->now(), 0}); }
     void scheduleBeat();
     void beat();
 
     std::shared_ptr<MainLoop> loop_;
     std::shared_ptr<Clock> clock_;
+    std::shared_ptr<AudioOutputService> outputs_;
     std::shared_ptr<SerialQueue> endings_;
     std::unique_ptr<Machinery> machinery_;
 
-    std::uint64_t item_ = 0;  // counts items; 0 before the first
-    std::string itemName_;
-    std::optional<double> duration_;
-    std::int64_t soundEntry_ = 0;    // the library's number of the item's sound; 0 until it is known
-    std::int64_t startedEntry_ = 0;  // the one that the library began last
-    bool soundLoaded_ = false;
+    std::uint64_t item_ = 0;          // counts items; 0 before the first
+    std::optional<double> duration_;  // absent until the item is open
+    bool muted_ = false;
     bool broken_ = false;  // the item could not be opened; it does not play
     double rate_ = 0;      // as asked for; time moves when `motion_` does
     Motion motion_;
+    double movedFrom_ = 0;  // where motion began: sound that is heard later does not turn time back
     std::optional<double> seekTarget_;
     std::optional<Flight> flight_;
     std::uint64_t flights_ = 0;
@@ -127,8 +115,16 @@ class MpvPlayer final : public Player {
     ObserverList<> pictureObservers_;
     PeriodicObservers periodicObservers_;
     std::unique_ptr<Timer> beatTimer_;
+    std::unique_ptr<Timer> patienceTimer_;
+    std::unique_ptr<Timer> soundTimer_;
     // What other threads post asks this before it touches the player; so does what goes on after a callback.
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
-}  // namespace platform::mpv
+/// Players of the media service's pictures and sound. Main thread.
+std::shared_ptr<PlayerService> makeMoviePlayerService(std::shared_ptr<MainLoop> loop,
+                                                      std::shared_ptr<Clock> clock,
+                                                      std::shared_ptr<MediaService> media,
+                                                      std::shared_ptr<AudioOutputService> outputs);
+
+}  // namespace platform

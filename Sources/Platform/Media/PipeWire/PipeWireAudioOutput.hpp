@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Platform/Media/AudioOutput.hpp"
+
+#include <memory>
+
+namespace platform {
+
+namespace pipewire {
+class Connection;
+}
+
+/// Outputs on the desktop's PipeWire server, over the program's one connection to it.
+std::shared_ptr<AudioOutputService> makePipeWireAudioOutputs(
+    std::shared_ptr<pipewire::Connection> connection);
+
+}  // namespace platform
