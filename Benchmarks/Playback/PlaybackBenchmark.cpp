@@ -8,6 +8,7 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Ear.hpp"
 #include "Measuring.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
@@ -18,6 +19,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -157,8 +159,11 @@ struct Figures {
     double longestOwnStallMs = 0;
     double stallPlayingMs = 0, stallScrubbingMs = 0, stallExportingMs = 0, stallCutoutMs = 0;
     double drawnShare = 0;
-    std::size_t looks = 0, unread = 0;
+    std::optional<Spread> soundOffMs;
+    double soundWithinShare = 0;
+    std::size_t looks = 0, unread = 0, soundHeard = 0;
 };
+constexpr double soundTolerance = 40;  // milliseconds
 
 class Measurement {
   public:
@@ -179,6 +184,7 @@ class Measurement {
         openOnce();  // the first window of a process also starts the toolkit
         firstPicture();
         drawnFrames();
+        sound();
         camera();
         exporting();
         windows_.reset();
@@ -232,6 +238,74 @@ class Measurement {
         figures_.drawnShare =
             static_cast<double>(screen_->drawnCount() - before) / (elapsed * session_.screenRate);
         note(stalls, figures_.stallPlayingMs);
+    }
+
+    /// How far what is heard is from what is seen, after starts, pauses, jumps and a change of the speaker.
+    void sound() {
+        if (!std::getenv("COBALTREEL_RIG_MEDIA")) return;
+        platform::pipewire::Connection connection;
+        connection.waitForGraph(2);
+        const Ear speaker(connection, "rig.speaker"), headphones(connection, "rig.headphones");
+        struct Look {
+            double at;       // host clock
+            double seconds;  // in the movie, by the picture
+        };
+        std::vector<Look> looks;
+        bool counts = false;
+        const auto looking = QObject::connect(model_->screenPictures(), &PictureSource::pictureChanged, [&] {
+            const auto shown = counts ? counterOf(model_->screenPictures()) : std::nullopt;
+            if (shown) looks.push_back({services_.clock->now(), *shown / double(session_.screenRate)});
+        });
+        std::mt19937 chance(11);
+        const auto anywhere = [&] {
+            return (session_.seconds - 8) * static_cast<double>(chance() % 1000) / 1000;
+        };
+        constexpr int rounds = 12;
+        for (int i = 0; i < rounds; ++i) {
+            switch (i % 4) {
+                case 0:
+                    model_->goTo(anywhere());
+                    break;
+                case 1:
+                    model_->pause();
+                    runEvents(0.3);
+                    break;
+                case 2:
+                    model_->goTo(anywhere());
+                    runEvents(0.05);
+                    model_->goTo(anywhere());
+                    break;
+                default:
+                    useSpeaker(i % 8 == 3 ? "rig.headphones" : "rig.speaker");
+            }
+            if (!model_->isPlaying()) model_->togglePlay();
+            constexpr double arriving = 0.7, measured = 1.3;
+            runEvents(arriving);
+            counts = true;
+            runEvents(measured);
+            counts = false;
+        }
+        model_->pause();
+        runEvents(0.5);  // what was played last is heard
+        QObject::disconnect(looking);
+        std::vector<double> off;
+        for (const Look& look : looks) {
+            auto hertz = speaker.frequencyAt(look.at);
+            if (!hertz) hertz = headphones.frequencyAt(look.at);
+            if (!hertz) continue;
+            const double heard = (*hertz - rig::CounterSession::toneStart) / rig::CounterSession::toneRise;
+            off.push_back(1000 * std::abs(heard - look.seconds));
+        }
+        figures_.soundHeard = off.size();
+        if (off.empty()) return;
+        figures_.soundOffMs = spreadOf(off);
+        const auto within = std::ranges::count_if(off, [](double ms) { return ms <= soundTolerance; });
+        figures_.soundWithinShare = static_cast<double>(within) / static_cast<double>(off.size());
+    }
+    static void useSpeaker(const std::string& name) {
+        const std::string command = "pw-metadata 0 default.configured.audio.sink '{ \"name\": \"" + name +
+                                    "\" }' Spa:String:JSON > /dev/null";
+        if (std::system(command.c_str()) != 0) throw std::runtime_error("the speaker could not be changed");
     }
 
     /// Plays, pauses, jumps and drags by chance but the same in every run; what is shown is compared at every
@@ -342,6 +416,9 @@ void print(const Figures& figures, bool json) {
                                               {"scrubbing", figures.stallScrubbingMs},
                                               {"exporting", figures.stallExportingMs},
                                               {"cutout", figures.stallCutoutMs}}},
+                                            {"soundOffMs",
+                                             figures.soundOffMs ? figures.soundOffMs->most : -1},
+                                            {"soundWithinShare", figures.soundWithinShare},
                                             {"picturesCompared", figures.looks},
                                             {"picturesNotRead", figures.unread}}
                          .dump(2)
@@ -360,6 +437,14 @@ void print(const Figures& figures, bool json) {
         figures.stallCutoutMs);
     std::printf("  less other programs   %.0f ms at most\n", figures.longestOwnStallMs);
     std::printf("frames drawn            %.1f %% of 60 a second\n", 100 * figures.drawnShare);
+    if (figures.soundOffMs)
+        std::printf(
+            "sound off the picture   %.0f ms at most, %.0f mostly   (%.1f %% of %zu pictures within %.0f "
+            "ms)\n",
+            figures.soundOffMs->most, figures.soundOffMs->median, 100 * figures.soundWithinShare,
+            figures.soundHeard, soundTolerance);
+    else
+        std::printf("sound off the picture   not heard\n");
 }
 
 Options parse(const std::vector<std::string>& words) {

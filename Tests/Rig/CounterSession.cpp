@@ -53,15 +53,17 @@ std::shared_ptr<PixelBuffer> draw(int width, int height, int frame, int hue) {
     return picture;
 }
 
-std::shared_ptr<platform::AudioBuffer> tone(std::int64_t from, std::size_t frames, double hertz) {
+/// A tone that rises, so that its height tells the time; silence where it is not wanted.
+std::shared_ptr<platform::AudioBuffer> tone(std::int64_t from, std::size_t frames, bool isWanted) {
     auto sound = std::make_shared<platform::AudioBuffer>();
     sound->format = {soundRate, 1, true};
     sound->bytes.resize(frames * sound->format.bytesPerFrame());
     auto samples = sound->floats();
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] =
-            static_cast<float>(0.1 * std::sin(2 * std::numbers::pi * hertz *
-                                              static_cast<double>(from + static_cast<int>(i)) / soundRate));
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const double t = static_cast<double>(from + static_cast<int>(i)) / soundRate;
+        const double turns = (CounterSession::toneStart + CounterSession::toneRise * t / 2) * t;
+        samples[i] = isWanted ? static_cast<float>(0.1 * std::sin(2 * std::numbers::pi * turns)) : 0;
+    }
     return sound;
 }
 
@@ -74,7 +76,7 @@ void append(AssetWriter& writer, AssetWriterInput& input, const platform::Sample
 }
 
 void writeMovie(platform::MediaService& media, const std::filesystem::path& path,
-                platform::VideoSettings video, double first, double seconds, double hertz,
+                platform::VideoSettings video, double first, double seconds, bool sounds,
                 const std::function<std::shared_ptr<PixelBuffer>(int)>& picture) {
     auto writer = media.makeWriter(path, platform::FileType::quickTimeMovie);
     video.expectsMediaDataInRealTime = true;
@@ -88,7 +90,7 @@ void writeMovie(platform::MediaService& media, const std::filesystem::path& path
         const auto time = MediaTime::fromSeconds(first + static_cast<double>(i) / rate, 90000);
         append(*writer, pictures, {time, picture(i), nullptr});
         append(*writer, sound,
-               {time, nullptr, tone(static_cast<std::int64_t>(soundPerFrame) * i, soundPerFrame, hertz)});
+               {time, nullptr, tone(static_cast<std::int64_t>(soundPerFrame) * i, soundPerFrame, sounds)});
     }
     const auto finished = std::make_shared<std::promise<void>>();
     writer->finishWriting([finished] { finished->set_value(); });
@@ -124,14 +126,14 @@ cobaltreel::SessionMeta CounterSession::prepare(const cobaltreel::SessionFolder&
                 .height = height,
                 .averageBitRate = 8LL * width * height,
                 .expectedFrameRate = static_cast<double>(screenRate)},
-               screenFirst, seconds, 440, [this](int i) { return draw(width, height, i, 120); });
+               screenFirst, seconds, true, [this](int i) { return draw(width, height, i, 120); });
     writeMovie(media, folder.cameraMovie(),
                {.codec = platform::VideoCodec::h264,
                 .width = 1280,
                 .height = 720,
                 .averageBitRate = 4'000'000,
                 .expectedFrameRate = cameraRate},
-               screenFirst - cameraLead, seconds + cameraLead, 880,
+               screenFirst - cameraLead, seconds + cameraLead, false,
                [](int i) { return draw(1280, 720, i, 90); });
     cobaltreel::EventLog log;
     for (int i = 0; i < 3; ++i) {
