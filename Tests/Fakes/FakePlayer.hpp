@@ -111,7 +111,7 @@ class FakePlayerService final : public PlayerService {
   public:
     FakePlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
 
-    PlayerScript script;                  ///< what the next players begin with
+    PlayerScript script;               ///< what the next players begin with
     std::vector<FakePlayer*> players;  ///< in the order made; whoever asked for one owns it
 
     std::unique_ptr<Player> makePlayer() override;
