@@ -1,27 +1,22 @@
 // What a person sees of our windows beside another program's, on whatever desktop the rig has started.
-#include "Cobaltreel/Capture/CoordinatorHarness.hpp"
-#include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
-#include "Cobaltreel/UI/DesktopInput.hpp"
-#include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
-#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+#include "Cobaltreel/UI/PopoverView/PanelHarness.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
-#include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
-#include "Platform/Desktop/Xcb/XcbCompositor.hpp"
-#include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
+#include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
 #include "Platform/Desktop/Xcb/XcbWindowManager.hpp"
-#include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Rig/ChildProcess.hpp"
-
-#include <QProcess>
-#include <QTest>
 
 namespace cobaltreel {
 namespace {
 
-/// On the terminal's title or first letter; under a busy fluxbox it may be no larger.
-constexpr QPoint onTerminal(46, 152);
+/// On the terminal's title or first letter; under a busy fluxbox it may be no larger. Where windows are tiled
+/// it fills the main display.
+QPoint onTerminal() {
+    const bool isTiled = qgetenv("COBALTREEL_RIG_WM") == "i3";
+    return QPoint(46, 152) + (isTiled ? QGuiApplication::primaryScreen()->geometry().topLeft() : QPoint());
+}
 
 /// A terminal: a program that takes the keyboard when it is clicked, and knows nothing of ours.
 class Terminal {
@@ -39,86 +34,49 @@ class Terminal {
         3};
 };
 
-class DesktopManners : public CoordinatorTest {
+class DesktopManners : public PanelHarness {
   protected:
-    DesktopManners() {
-        AppWindows::setWindowManager(manager);
-        platform::UserDefaults::setStandard(defaults);
-    }
+    DesktopManners() { AppWindows::setWindowManager(manager); }
     ~DesktopManners() override {
         panel.reset();
         AppWindows::setWindowManager(nullptr);
-        AppSettings::shared().setLanguage(Language::he);
     }
 
-    bool waitUntil(const std::function<bool()>& condition) {
-        return QTest::qWaitFor(
-            [&] {
-                time->drain();
-                return condition();
-            },
-            10000);
-    }
     /// The user works in the terminal, and the time of that is newer than anything that our program knows.
     void workElsewhere() {
         ASSERT_TRUE(waitUntil([&] {
-            input.click(onTerminal);
+            input.click(onTerminal());
             QTest::qWait(100);
             return !QGuiApplication::focusWindow();
         }));
         input.key('a');
     }
-    void openPanel(std::optional<QRect> at = {}) {
-        panel = std::make_unique<PanelWindow>(*model, PanelWindow::Look::popover, time, compositor, pointer);
-        panel->open(at);
-        EXPECT_TRUE(QTest::qWaitForWindowActive(panel.get(), 10000)) << "the panel has the keyboard";
-    }
-    void save(const char* name) {
-        QTest::qWait(300);
-        const QByteArray folder = qgetenv("COBALTREEL_PICTURES");
-        if (folder.isEmpty()) return;
-        const QString file =
-            QStringLiteral("%1/%2-%3-%4.png")
-                .arg(QString::fromLocal8Bit(folder), QString::fromLocal8Bit(qgetenv("COBALTREEL_RIG_WM")),
-                     QLatin1String(name),
-                     QString::fromStdString(std::string(rawValue(AppSettings::shared().language()))));
-        // All of what is seen, whatever the window's visual.
-        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "x11grab", "-i", qgetenv("DISPLAY"),
-                                     "-frames:v", "1", file});
-    }
     /// In the toolkit's points, as its windows are.
     QRect room() const { return AppWindows::room(*QGuiApplication::primaryScreen()); }
 
-    std::shared_ptr<platform::QtMainLoop> loop = std::make_shared<platform::QtMainLoop>();
     std::shared_ptr<platform::XcbWindowManager> manager = std::make_shared<platform::XcbWindowManager>();
-    std::shared_ptr<platform::XcbPointerWatcher> pointer =
-        std::make_shared<platform::XcbPointerWatcher>(loop);
-    std::shared_ptr<platform::XcbCompositor> compositor = std::make_shared<platform::XcbCompositor>();
-    std::unique_ptr<PopoverModel> model = std::make_unique<PopoverModel>(*coordinator, time, time);
-    std::unique_ptr<PanelWindow> panel;
     Terminal terminal;
-    DesktopInput input;
 };
 
 TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
     for (const Language language : allCases<Language>) {
         AppSettings::shared().setLanguage(language);
         workElsewhere();
-        openPanel();
+        open({});
         EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
             << "beside bars and docks, and on the main display";
         save("panel");
-        input.click(onTerminal);
+        input.click(onTerminal());
         EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
 
         // Somebody else keeps the keyboard, as full-screen programs and some window managers do.
         workElsewhere();
-        openPanel();
+        open({});
         platform::XcbConnection& other = input.connection();
         xcb_set_input_focus(other.get(), XCB_INPUT_FOCUS_POINTER_ROOT, XCB_INPUT_FOCUS_POINTER_ROOT,
                             XCB_CURRENT_TIME);
         xcb_flush(other.get());
-        if (panel->isOpen()) input.click(onTerminal);
+        if (panel->isOpen()) input.click(onTerminal());
         EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
         panel.reset();
         time->advance(1);
@@ -129,7 +87,7 @@ TEST_F(DesktopManners, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
     const QRect inner = room();
     for (const int x : {inner.left() + 30, inner.center().x(), inner.right() - 30}) {
         const QPoint at(x, inner.bottom() + 4);
-        openPanel(QRect(at, QSize(1, 1)));
+        open(QRect(at, QSize(1, 1)));
         EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
             << panel->x() << " " << panel->y() << " " << panel->height() << " in " << room().y() << " "
             << room().height();
@@ -154,7 +112,7 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
         settings.window()->close();
 
         workElsewhere();
-        openPanel();
+        open({});
         AlertWindows shown;
         int answers = 0;
         shown.present({S::microphoneRequired(), {}, {}}, [&](int) { ++answers; });
@@ -170,8 +128,34 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
     }
 }
 
+TEST_F(DesktopManners, WhereverTheUserWorkedLastAWindowIsWholeAndTheOthersAreOffered) {
+    platform::XcbScreenCaptureService service;
+    const auto terminalIsOffered = [&] {
+        return std::ranges::any_of(service.shareableContent().windows, [](const platform::Window& window) {
+            return window.isOnScreen && window.owningApplication && window.owningApplication->name == "XTerm";
+        });
+    };
+    for (const QScreen* const screen : QGuiApplication::screens()) {
+        const QRect there = screen->geometry();
+        input.click(there.topLeft() * screen->devicePixelRatio() +
+                    QPoint(there.width(), there.height()) * screen->devicePixelRatio() / 2);
+        QTest::qWait(100);
+        EXPECT_TRUE(terminalIsOffered());
+        const auto window =
+            AppWindows::present(View::ofModule("Cobaltreel.SettingsWindow", "SettingsView",
+                                               {{"settings", QVariant::fromValue(&AppWindows::settings())}}),
+                                "Wide", QSize(600, 200));
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+        EXPECT_TRUE(waitUntil([&] {
+            return std::ranges::any_of(QGuiApplication::screens(), [&](const QScreen* each) {
+                return each->geometry().contains(window->geometry());
+            });
+        })) << there.x();
+    }
+}
+
 TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
-    openPanel(QRect(room().bottomRight(), QSize(1, 1)));
+    open(QRect(room().bottomRight(), QSize(1, 1)));
     BubbleWindowController floating(time, time, nullptr, compositor, manager);
     floating.show(CameraCorner::topLeft, 200, CameraStyle::bubble);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(floating.panel()));

@@ -1,20 +1,11 @@
 // The panel on a real X server, driven by its keyboard and pointer and read through its accessibility.
-#include "Cobaltreel/Capture/CoordinatorHarness.hpp"
-#include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/UI/DesktopInput.hpp"
-#include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
-#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
-#include "Platform/Desktop/Xcb/XcbCompositor.hpp"
+#include "Cobaltreel/UI/PopoverView/PanelHarness.hpp"
 
-#include <QAccessible>
 #include <QPainter>
-#include <QProcess>
 #include <QQuickItem>
 #include <QRasterWindow>
-#include <QTest>
 #include <ctime>
 #include <iostream>
-#include <utility>
 
 namespace cobaltreel {
 namespace {
@@ -34,72 +25,17 @@ class OtherApplication final : public QRasterWindow {
     void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), Qt::darkCyan); }
 };
 
-class PanelDesktopTest : public CoordinatorTest {
+class PanelDesktopTest : public PanelHarness {
   protected:
     PanelDesktopTest() {
-        QAccessible::setActive(true);
-        platform::UserDefaults::setStandard(defaults);
-        AppSettings::shared().setLanguage(Language::en);
         screenCapture->content.displays.pop_back();
         capture->fakeDevices.cameras[0].name = "HD Webcam C920";
         capture->fakeDevices.microphones[1].name = "Studio Microphone";
     }
-    ~PanelDesktopTest() override {
-        panel.reset();
-        model.reset();
-        AppSettings::shared().setLanguage(Language::he);
-    }
-
-    /// Waits with the events of the screen and the virtual time's work going on.
-    bool waitUntil(const std::function<bool()>& condition) {
-        return QTest::qWaitFor(
-            [&] {
-                time->drain();
-                return condition();
-            },
-            5000);
-    }
     void open(PanelWindow::Look look = PanelWindow::Look::popover) {
-        panel = std::make_unique<PanelWindow>(*model, look, time, compositor);
-        panel->open(tray);
-        ASSERT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+        PanelHarness::open(tray, look);
         ASSERT_TRUE(
             waitUntil([&] { return !coordinator->displays().empty() && !coordinator->mics().empty(); }));
-    }
-
-    /// The control of this name that a person can see, as assistive technology finds it.
-    QAccessibleInterface* control(const QString& name, QAccessible::Role role = QAccessible::NoRole) {
-        return find(QAccessible::queryAccessibleInterface(panel.get()), name, role);
-    }
-    static QAccessibleInterface* find(QAccessibleInterface* in, const QString& name, QAccessible::Role role) {
-        if (!in) return nullptr;
-        if (in->text(QAccessible::Name) == name && !in->state().invisible &&
-            in->role() != QAccessible::Window && (role == QAccessible::NoRole || in->role() == role))
-            return in;
-        for (int i = 0; i < in->childCount(); ++i)
-            if (QAccessibleInterface* found = find(in->child(i), name, role)) return found;
-        return nullptr;
-    }
-    void click(const QString& name, QAccessible::Role role = QAccessible::NoRole) {
-        QRect place;
-        const auto isAtRest = [&] {
-            QTest::qWait(10);
-            // A window manager that is busy shows it later than the toolkit believes.
-            if (!panel->isExposed() || !panel->isActive()) return false;
-            QAccessibleInterface* found = control(name, role);
-            const QRect before = std::exchange(place, found ? found->rect() : QRect());
-            return !place.isEmpty() && place == before;
-        };
-        ASSERT_TRUE(waitUntil(isAtRest)) << name.toStdString();
-        input.click(place.center());
-    }
-    void save(const char* name) {
-        QTest::qWait(250);
-        if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
-            screenPart(panel->frameGeometry().adjusted(-12, -12, 12, 12))
-                .save(QString::fromLocal8Bit(folder) + '/' + QLatin1String(name) + '-' +
-                      QString::fromStdString(std::string(rawValue(AppSettings::shared().language()))) +
-                      ".png");
     }
     /// Texts that do not fit into their place.
     static QStringList shortened(const QQuickItem* item) {
@@ -109,11 +45,6 @@ class PanelDesktopTest : public CoordinatorTest {
         for (const QQuickItem* child : item->childItems()) texts += shortened(child);
         return texts;
     }
-
-    std::unique_ptr<PopoverModel> model = std::make_unique<PopoverModel>(*coordinator, time, time);
-    std::shared_ptr<platform::XcbCompositor> compositor = std::make_shared<platform::XcbCompositor>();
-    std::unique_ptr<PanelWindow> panel;
-    DesktopInput input;
 };
 
 TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
