@@ -42,11 +42,16 @@ QPoint besideOthers(QPoint place, const QWindow& window) {
     return place;
 }
 
+bool isWholeOnAScreen(const QRect& frame) {
+    return std::ranges::any_of(QGuiApplication::screens(),
+                               [&](const QScreen* screen) { return screen->geometry().contains(frame); });
+}
+
 /// Once the window is on the screen, when its manager knows it: a request that came before was lost.
 class ActivateOnceShown final : public QObject {
   public:
     ActivateOnceShown(QWindow& window, std::shared_ptr<platform::WindowManager> manager)
-        : QObject(&window), window_(window), manager_(std::move(manager)) {
+        : QObject(&window), window_(window), place_(window.geometry()), manager_(std::move(manager)) {
         window.installEventFilter(this);
     }
 
@@ -54,6 +59,9 @@ class ActivateOnceShown final : public QObject {
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() != QEvent::Expose || !window_.isExposed())
             return QObject::eventFilter(watched, event);
+        // Tiling window managers take it to the display that was used last, however small that is.
+        if (isWholeOnAScreen(place_) && !isWholeOnAScreen(window_.geometry()))
+            window_.setPosition(place_.topLeft());
         const auto number = static_cast<std::uint32_t>(window_.winId());
         if (!window_.isActive()) manager_->activate(number);
         if (window_.type() == Qt::Tool) manager_->keepOffTaskBar(number);
@@ -64,6 +72,7 @@ class ActivateOnceShown final : public QObject {
 
   private:
     QWindow& window_;
+    QRect place_;
     std::shared_ptr<platform::WindowManager> manager_;
 };
 

@@ -31,7 +31,7 @@ class ContentReader {
         readDisplays();
         topLevels_ = childrenOf(connection_, connection_.root());
         const auto current = property(connection_.root(), "_NET_CURRENT_DESKTOP");
-        if (!current.empty()) currentDesktop_ = current.front();
+        if (!current.empty() && !showsSeveralDesktops()) currentDesktop_ = current.front();
         for (const xcb_window_t client : clientsFrontToBack()) readWindow(client);
         for (const xcb_window_t window : topLevels_)
             if (!frames_.contains(window)) readOwnerOf(window);
@@ -69,6 +69,15 @@ class ContentReader {
                          });
         std::reverse(clients.begin(), clients.end());
         return clients;
+    }
+
+    /// Tiling window managers give each display a desktop of its own; they lie side by side, then, and only
+    /// what is not mapped is not seen.
+    bool showsSeveralDesktops() {
+        const auto places = property(connection_.root(), "_NET_DESKTOP_VIEWPORT");
+        for (std::size_t i = 2; i + 1 < places.size(); i += 2)
+            if (places[i] != places[0] || places[i + 1] != places[1]) return true;
+        return false;
     }
 
     /// Panels and the desktop's icons are no windows to record.
