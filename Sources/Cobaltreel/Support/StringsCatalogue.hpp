@@ -123,7 +123,7 @@
     ENTRY(showPanel, u"פתח את החלונית", u"Open the Panel")                                                   \
     ENTRY(showFileMeaning, u"מציג את הסרטון בתיקייה שלו, בסייר הקבצים",                                      \
           u"Shows the movie in its folder, in the file browser")                                             \
-    ENTRY(exportedTo, u"הסרטון נשמר: \u2068%1\u2069", u"Saved: %1")                                         \
+    ENTRY(exportedTo, u"הסרטון נשמר: \u2066%1\u2069", u"Saved: %1")                                         \
     ENTRY(screenHint, u"אי אפשר לקרוא את המסך. פתח את התוכנית בתוך שולחן העבודה שאתה רוצה להקליט",            \
           u"The screen cannot be read. Start the program inside the desktop that you want to record")        \
     ENTRY(devicesHint, u"אסור למשתמש הזה לפתוח מצלמה או מיקרופון. הפעל את \u2068PipeWire\u2069, שמחלק אותם, "\

@@ -68,7 +68,8 @@ FocusScope {
                     anchors.left: parent.left
                     anchors.right: parent.right
                     horizontalAlignment: Text.AlignLeft
-                    text: TextDirection.laidOut(view.alert.informativeText, view.LayoutMirroring.enabled)
+                    // A path or a library's sentence runs its own way whatever letters are in it.
+                    text: view.alert.informativeText
                     textFormat: Text.PlainText
                     wrapMode: Text.Wrap
                     // A path without a blank in it breaks anywhere; a very long error stays a window.

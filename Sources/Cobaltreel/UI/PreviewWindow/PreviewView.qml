@@ -286,6 +286,8 @@ FocusScope {
                 width: Math.min(implicitWidth, choices.width)
                 label: view.model.exportedTo !== "" ? view.model.exportedTo : S.exportNote
                 objectName: "note"
+                // Of a long path the end is the file's name.
+                elide: Text.ElideMiddle
                 font.pixelSize: TextSize.caption
                 color: Color.secondaryText
             }

@@ -122,6 +122,9 @@ class QtStatusItem final : public StatusItem {
     void writeMenu() {
         if (!menu_) return;
         const auto lines = actions_.menu();
+        const bool rightToLeft =
+            !lines.empty() && QString::fromStdString(lines.front().title).isRightToLeft();
+        menu_->setLayoutDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
         for (std::size_t line = 0; line < lines.size(); ++line)
             menu_->actions()
                 .at(static_cast<qsizetype>(line))
