@@ -89,6 +89,11 @@ class RecordingChoices : public QObject {
     /// is none.
     std::optional<platform::CaptureDevice> selectedMic() const;
 
+    /// Takes over what can be recorded. A selection that is there stays, even when what it names has gone,
+    /// but for a window whose number now is that of another program's.
+    void offer(const platform::ShareableContent& content, const std::string& ownBundleIdentifier);
+    void offer(const platform::CaptureDevices& devices);
+
   Q_SIGNALS:
     void willChange();
     void modeChanged();
@@ -109,11 +114,6 @@ class RecordingChoices : public QObject {
     void cameraStyleChanged();
 
   protected:
-    /// Takes over what can be recorded. A selection that is there stays, even when what it names has gone,
-    /// but for a window whose number now is that of another program's.
-    void offer(const platform::ShareableContent& content, const std::string& ownBundleIdentifier);
-    void offer(const platform::CaptureDevices& devices);
-
     /// Changes a field and tells the observers, unless it has that value already.
     template <typename Owner, typename Field>
     void assign(Field& field, Field value, void (Owner::*changed)()) {

@@ -4,8 +4,10 @@
 #include "Cobaltreel/Capture/ContentChoice.hpp"
 #include "Cobaltreel/Capture/InterruptedTake.hpp"
 #include "Cobaltreel/Capture/LivePreview.hpp"
+#include "Cobaltreel/Capture/MicrophoneMeter.hpp"
 #include "Cobaltreel/Capture/RecordingEngine.hpp"
 #include "Cobaltreel/Capture/RecordingFiles.hpp"
+#include "Cobaltreel/Capture/SourceLists.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
@@ -25,9 +27,6 @@ namespace {
 
 constexpr double tickInterval = 1.0;  // seconds
 constexpr std::int64_t secondsBetweenDiskChecks = 5;
-constexpr double meterInterval = 0.05;  // seconds
-/// Half a second; runs of sound are shorter.
-constexpr int ticksUntilUnheard = 10;
 
 Alert warning(QString message, QString informativeText = {}) {
     return {std::move(message), std::move(informativeText), {}};
@@ -72,7 +71,11 @@ QCoro::Task<void> stopDevices(std::shared_ptr<RecordingEngine> engine) { co_awai
 RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* parent)
     : RecordingChoices(services.defaults, parent),
       engine_(std::make_shared<RecordingEngine>(std::move(services))),
-      preview_(std::make_unique<LivePreview>(engine_, *this)) {
+      preview_(std::make_unique<LivePreview>(engine_, *this)),
+      meter_(std::make_unique<MicrophoneMeter>(
+          engine_, [this] { return preview_->isActive(); },
+          [this](float level) { assign(micLevel_, level, &RecordingCoordinator::micLevelChanged); })),
+      lists_(std::make_unique<SourceLists>(engine_, *this)) {
     const QPointer<RecordingCoordinator> self(this);
     engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
         if (self) self->tellOf(event);
@@ -80,47 +83,50 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
     engine_->screen.onError = [self](const PlatformError& error) {
         if (self) self->streamFailed(error);
     };
-    followDevices();
 }
 
 RecordingCoordinator::~RecordingCoordinator() {
-    engine_->services.capture->setDevicesChangedHandler({});
-    // Whoever waits for the countdown or for a change of the state goes on, and sees that this has gone.
+    // Whoever waits for the countdown or for a change of the phase goes on, and sees that this has gone.
     abandonCountdown();
-    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state_);
+    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase_);
 }
 
 void RecordingCoordinator::tellOf(const platform::CaptureEvent& event) {
-    if (state_ == State::recording || beginning_) absences_.note(event, engine_->services.clock->now());
+    if (phase_ >= Phase::beginning) absences_.note(event, engine_->services.clock->now());
     Q_EMIT deviceMessage(noticeOf(event), QString::fromStdString(event.message),
                          QString::fromStdString(event.device.uniqueID));
-}
-
-void RecordingCoordinator::followDevices() {
-    const auto refresh = [self = QPointer(this)] {
-        if (self) self->devicesChanged();
-    };
-    engine_->services.capture->setDevicesChangedHandler(
-        [refresh, loop = engine_->services.mainLoop] { loop->post(refresh); });
 }
 
 bool RecordingCoordinator::previewActive() const { return preview_->isActive(); }
 const ScreenRecorder& RecordingCoordinator::screen() const { return engine_->screen; }
 const CameraMicRecorder& RecordingCoordinator::cameraMic() const { return engine_->cameraMic; }
 
+bool RecordingCoordinator::devicesKnown() const { return lists_->devicesKnown(); }
+bool RecordingCoordinator::mediaServerMissing() const { return lists_->mediaServerMissing(); }
+QCoro::Task<void> RecordingCoordinator::refreshContent() { return lists_->refreshContent(); }
+void RecordingCoordinator::refreshDevices() { lists_->refreshDevices(); }
+
 bool RecordingCoordinator::recordsOwnWindows() const {
     return mode() == CaptureMode::display && !engine_->services.screenCapture->traits().excludesWindows;
 }
 
-void RecordingCoordinator::setState(State state) {
-    assign(state_, state, &RecordingCoordinator::stateChanged);
-    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(state);
+RecordingCoordinator::State RecordingCoordinator::stateOf(Phase phase) {
+    if (phase == Phase::idle) return State::idle;
+    return phase < Phase::recording ? State::countdown : State::recording;
+}
+
+void RecordingCoordinator::setPhase(Phase phase) {
+    const bool isSeen = stateOf(phase) != state();
+    if (isSeen) Q_EMIT willChange();
+    phase_ = phase;
+    if (isSeen) Q_EMIT stateChanged();
+    for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase);
 }
 
 void RecordingCoordinator::toggle() {
-    if (state_ == State::idle)
+    if (phase_ == Phase::idle)
         start();
-    else if (state_ == State::recording)
+    else if (phase_ == Phase::recording)
         stopRecording();
 }
 
@@ -142,23 +148,28 @@ QCoro::Task<void> RecordingCoordinator::start() {
     const auto isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
     endReason_.clear();
     endedByFailure_ = false;
-    setState(State::countdown);
+    setPhase(Phase::asking);
 
     const bool authorized = co_await ensureAuthorized(cameraEnabled());
     if (isOver()) co_return;
     if (!authorized) {
-        setState(State::idle);
+        setPhase(Phase::idle);
         co_return;
     }
 
-    try {
-        platform::makePrivateFolders(Paths::sessionsRoot());
-    } catch (const PlatformError&) {
-        // What follows says it.
-    }
-    if (engine->services.freeBytes(Paths::sessionsRoot()) < leastFreeAtStart) {
+    std::int64_t freeBytes = 0;
+    co_await engine->offMainThread([&] {
+        try {
+            platform::makePrivateFolders(Paths::sessionsRoot());
+        } catch (const PlatformError&) {
+            // What follows says it.
+        }
+        freeBytes = engine->services.freeBytes(Paths::sessionsRoot());
+    });
+    if (isOver()) co_return;
+    if (freeBytes < leastFreeAtStart) {
         co_await engine->answerTo(warning(S::notEnoughDiskSpace()));
-        if (!isOver()) setState(State::idle);
+        if (!isOver()) setPhase(Phase::idle);
         co_return;
     }
 
@@ -168,11 +179,12 @@ QCoro::Task<void> RecordingCoordinator::start() {
             warning(S::recordingFailed(), QString::fromStdString(choice.failure->description())));
     if (isOver()) co_return;
     if (!choice.mayRecord) {
-        setState(State::idle);
+        setPhase(Phase::idle);
         co_return;
     }
     if (choice.grant) ContentChoice::select(*this, engine->services.screenCapture->shareableContent());
 
+    setPhase(Phase::counting);
     const bool counted = co_await AwaitAnswer<bool>(*engine->services.mainLoop, [&](auto ended) {
         countdownEnded_ = std::move(ended);
         const auto end = [self](bool done) {
@@ -185,7 +197,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
     if (counted)
         co_await beginCapture();
     else
-        setState(State::idle);
+        setPhase(Phase::idle);
 }
 
 QCoro::Task<void> RecordingCoordinator::beginCapture() {
@@ -194,7 +206,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
     std::optional<SessionFolder> folder;
     bool atCamera = false;
     std::exception_ptr failure;
-    beginning_ = true;
+    setPhase(Phase::beginning);
     absences_.clear();
     try {
         platform::ShareableContent content;
@@ -211,8 +223,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
         auto chosen =
             CaptureTarget::choose(*this, content, engine->services.desktop->screens(), bundleIdentifier);
         if (!chosen) {
-            beginning_ = false;
-            setState(State::idle);
+            setPhase(Phase::idle);
             co_return;
         }
         if (!preview_->isActive()) preview_->start();
@@ -246,8 +257,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
     startedAt_ = engine->services.clock->now();
     assign(elapsed_, 0.0, &RecordingCoordinator::elapsedChanged);
     timer_ = engine->services.mainLoop->scheduleRepeating(tickInterval, [this] { tick(); });
-    beginning_ = false;
-    setState(State::recording);
+    setPhase(Phase::recording);
 }
 
 /// Leaves nothing of a recording that could not begin. What came before it, the folder of an earlier
@@ -266,43 +276,57 @@ QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolde
     if (!self) co_return;
     session_.reset();
     meta_.reset();
-    beginning_ = false;
-    setState(State::idle);
+    setPhase(Phase::idle);
     const QString message = atCamera ? S::cameraBusy() : S::recordingFailed();
     const Alert alert = warning(message, QString::fromStdString(descriptionOf(failure)));
     co_await engine->answerTo(alert);
 }
 
 QCoro::Task<void> RecordingCoordinator::tick() {
-    if (!startedAt_ || stopping_) co_return;
+    if (phase_ != Phase::recording) co_return;
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
-    const double elapsed = engine->services.clock->now() - *startedAt_;
+    const double elapsed = engine->services.clock->now() - startedAt_;
     assign(elapsed_, elapsed, &RecordingCoordinator::elapsedChanged);
-
-    const auto isDiskFull = [&] {
-        return static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0 &&
-               engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
-    };
-    // A folder that somebody has removed has no room either, which is not what happened to it.
-    std::error_code unknown;
-    const bool isGone = session_ && !std::filesystem::exists(session_->dir, unknown) && !unknown;
-    QString reason;
-    if (elapsed >= engine->services.longestRecording)
-        reason = S::stoppedTimeLimit();
-    else if (!isGone && isDiskFull())
-        reason = S::stoppedDiskFull();
-    else if (!isGone && !engine->writingError())
+    if (elapsed >= engine->services.longestRecording) {
+        co_await endByItself(S::stoppedTimeLimit());
         co_return;
+    }
+    looksAtRoom_ = looksAtRoom_ || static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0;
+    if (std::exchange(looking_, true)) co_return;  // a disk that does not answer is not asked twice
+
+    bool isGone = false, isFull = false;
+    const auto folder = session_->dir;
+    do {
+        const bool looksAtRoom = std::exchange(looksAtRoom_, false);
+        co_await engine->offMainThread([&] {
+            std::error_code unknown;
+            isGone = !std::filesystem::exists(folder, unknown) && !unknown;
+            isFull =
+                looksAtRoom && engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
+        });
+        if (!self) co_return;
+    } while (looksAtRoom_ && !isGone && !isFull);
+    looking_ = looksAtRoom_ = false;
+    if (phase_ != Phase::recording) co_return;
+    // A folder that somebody has removed has no room either, which is not what happened to it.
+    if (isFull && !isGone)
+        co_await endByItself(S::stoppedDiskFull());
+    else if (isGone || engine->writingError())
+        co_await endByItself({});  // the stop tells of what cannot be written
+}
+
+QCoro::Task<void> RecordingCoordinator::endByItself(QString reason) {
+    const QPointer<RecordingCoordinator> self(this);
+    const auto engine = engine_;
     endReason_ = reason.toStdString();
-    // The stop tells of what cannot be written.
     co_await stopRecording();
     if (self && !reason.isEmpty()) co_await engine->answerTo(warning(reason));
 }
 
 QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     // What a stream says that is being stopped is of no interest any more.
-    if (state_ != State::recording || stopping_) co_return;
+    if (phase_ != Phase::recording) co_return;
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     const auto attempt = attempt_;
@@ -313,7 +337,7 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     timer_.reset();
     co_await engine->cameraMic.stop();
     co_await engine->keeper.stop();
-    if (!self || self->attempt_ != attempt || state_ != State::recording) co_return;
+    if (!self || self->attempt_ != attempt || phase_ != Phase::recording) co_return;
     endPreview();
     if (error.code() == platform::sharingEnded) {
         // The user's own way of stopping, where the desktop offers one.
@@ -326,8 +350,8 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
 }
 
 QCoro::Task<void> RecordingCoordinator::stopRecording() {
-    if (state_ != State::recording || stopping_) co_return;
-    stopping_ = true;
+    if (phase_ != Phase::recording) co_return;
+    setPhase(Phase::stopping);
     timer_.reset();
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
@@ -361,8 +385,7 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     endedByFailure_ = endedByFailure_ || error;
     if (meta && folder && !quitting_)
         openPreview(*folder, *meta, absences_.since(meta->screenFirstPTS.value_or(0)));
-    stopping_ = false;
-    setState(State::idle);
+    setPhase(Phase::idle);
     if (error && !quitting_)
         co_await engine->answerTo(
             warning(S::recordingFailed(), QString::fromStdString(error->description())));
@@ -372,12 +395,12 @@ QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     quitting_ = true;
-    if (state_ == State::countdown && !beginning_) abandonStart();
-    if (state_ == State::recording) co_await stopRecording();
+    if (phase_ == Phase::asking || phase_ == Phase::counting) abandonStart();
+    co_await stopRecording();
     // A recording that is just beginning, or being stopped already.
-    while (self && state_ != State::idle) {
-        co_await untilStateChanges();
-        if (self && state_ == State::recording) co_await stopRecording();
+    while (self && phase_ != Phase::idle) {
+        co_await untilPhaseChanges();
+        if (self) co_await stopRecording();
     }
     co_await engine->offMainThread([] {});
     if (self) quitting_ = false;
@@ -385,19 +408,19 @@ QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {
 
 QCoro::Task<void> RecordingCoordinator::untilIdle() {
     const QPointer<RecordingCoordinator> self(this);
-    while (self && state_ != State::idle) co_await untilStateChanges();
+    while (self && phase_ != Phase::idle) co_await untilPhaseChanges();
 }
 
-QCoro::Task<void> RecordingCoordinator::untilStateChanges() {
+QCoro::Task<void> RecordingCoordinator::untilPhaseChanges() {
     const auto engine = engine_;
-    co_await AwaitAnswer<State>(*engine->services.mainLoop,
+    co_await AwaitAnswer<Phase>(*engine->services.mainLoop,
                                 [this](auto changed) { awaitingChange_.push_back(std::move(changed)); });
 }
 
 void RecordingCoordinator::abandonStart() {
     ++attempt_;
     abandonCountdown();
-    setState(State::idle);
+    setPhase(Phase::idle);
 }
 
 void RecordingCoordinator::abandonCountdown() {
@@ -407,63 +430,15 @@ void RecordingCoordinator::abandonCountdown() {
     tell(false);
 }
 
-QCoro::Task<void> RecordingCoordinator::refreshContent() {
-    const QPointer<RecordingCoordinator> self(this);
-    const auto engine = engine_;
-    std::optional<platform::ShareableContent> content;
-    std::optional<PlatformError> serverMissing;
-    try {
-        co_await engine->offMainThread([&] {
-            // The first question to the media server may wait for it: here, not on the main thread.
-            engine->services.capture->devices();
-            serverMissing = engine->services.capture->unavailable();
-            content = engine->services.screenCapture->shareableContent();
-        });
-    } catch (const std::exception&) {
-        co_return;
-    }
-    if (!self) co_return;
-    devicesKnown_ = true;
-    mediaServerMissing_ = serverMissing.has_value();
-    offer(*content, bundleIdentifier);
-}
-
-QCoro::Task<void> RecordingCoordinator::devicesChanged() {
-    const QPointer<RecordingCoordinator> self(this);
-    const auto engine = engine_;
-    platform::CaptureDevices devices;
-    bool serverMissing = false;
-    // A media server that has just come back may not have told all yet.
-    co_await engine->offMainThread([&] {
-        devices = engine->services.capture->devices();
-        serverMissing = engine->services.capture->unavailable().has_value();
-    });
-    if (!self) co_return;
-    mediaServerMissing_ = serverMissing;
-    offer(devices);
-}
-
-void RecordingCoordinator::refreshDevices() { offer(engine_->services.capture->devices()); }
-
 void RecordingCoordinator::startCameraPreview() {
-    if (state_ == State::idle && !preview_->start()) return stopCameraPreview();
+    if (phase_ == Phase::idle && !preview_->start()) return stopCameraPreview();
     // A recording keeps its devices; whoever looks sees their level.
-    micLevelTimer_ = engine_->services.mainLoop->scheduleRepeating(meterInterval, [this] { measureMic(); });
-}
-
-void RecordingCoordinator::measureMic() {
-    // Nothing is left running once a recording has ended with its panel closed.
-    if (!preview_->isActive()) return micLevelTimer_.reset();
-    // A meter that stands still would look alive.
-    const std::uint64_t heard = engine_->cameraMic.soundsSeen();
-    unheardTicks_ = std::exchange(heard_, heard) == heard ? unheardTicks_ + 1 : 0;
-    assign(micLevel_, unheardTicks_ < ticksUntilUnheard ? engine_->cameraMic.currentMicLevel() : 0.0F,
-           &RecordingCoordinator::micLevelChanged);
+    meter_->start();
 }
 
 void RecordingCoordinator::stopCameraPreview() {
-    if (state_ != State::idle) return;
-    micLevelTimer_.reset();
+    if (phase_ != Phase::idle) return;
+    meter_->stop();
     if (!preview_->isActive()) return;
     stopDevices(engine_);
     endPreview();
@@ -475,7 +450,7 @@ void RecordingCoordinator::endPreview() {
 }
 
 void RecordingCoordinator::updateBubble() {
-    if (state_ != State::recording) preview_->updateBubble();
+    if (state() != State::recording) preview_->updateBubble();
 }
 
 void RecordingCoordinator::openSettings() { engine_->services.windows->openSettings(); }

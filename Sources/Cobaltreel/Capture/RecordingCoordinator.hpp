@@ -20,7 +20,9 @@ namespace cobaltreel {
 
 class CameraMicRecorder;
 class LivePreview;
+class MicrophoneMeter;
 class ScreenRecorder;
+class SourceLists;
 struct RecordingEngine;
 
 /// Drives a recording from the press of a button to the finished session, and keeps the choices for it. One
@@ -44,7 +46,7 @@ class RecordingCoordinator final : public RecordingChoices {
     explicit RecordingCoordinator(RecordingServices services, QObject* parent = nullptr);
     ~RecordingCoordinator() override;
 
-    State state() const { return state_; }
+    State state() const { return stateOf(phase_); }
     /// Seconds since capture began, updated once a second; stays after the end.
     double elapsed() const { return elapsed_; }
     /// 0…1, for the meter; alive while a preview that `startCameraPreview` began runs.
@@ -78,8 +80,8 @@ class RecordingCoordinator final : public RecordingChoices {
     void refreshDevices();
     /// Whether cameras and microphones have been looked for, and whether the media server then did not
     /// answer.
-    bool devicesKnown() const { return devicesKnown_; }
-    bool mediaServerMissing() const { return mediaServerMissing_; }
+    bool devicesKnown() const;
+    bool mediaServerMissing() const;
     /// Asks for the microphone (and the camera); false, after an alert, when there is no recording without.
     QCoro::Task<bool> ensureAuthorized(bool needCamera);
 
@@ -107,50 +109,55 @@ class RecordingCoordinator final : public RecordingChoices {
     void deviceMessage(const QString& notice, const QString& details, const QString& topic);
 
   private:
+    enum class Phase {
+        idle,
+        asking,     ///< for access, for room on the disk, for what to record
+        counting,   ///< down
+        beginning,  ///< not given up halfway
+        recording,
+        stopping,
+    };
+    static State stateOf(Phase phase);
+
     QCoro::Task<void> start();
     QCoro::Task<void> beginCapture();
     QCoro::Task<void> captureFailed(std::optional<SessionFolder> folder, std::exception_ptr failure,
                                     bool atCamera);
     QCoro::Task<void> streamFailed(platform::PlatformError error);
     QCoro::Task<void> tick();
+    QCoro::Task<void> endByItself(QString reason);
     QCoro::Task<void> previewClosed(SessionFolder folder, bool hasExported);
-    QCoro::Task<void> untilStateChanges();
-    void followDevices();
-    QCoro::Task<void> devicesChanged();
+    QCoro::Task<void> untilPhaseChanges();
     void abandonStart();
     void abandonCountdown();
     void endPreview();
-    void measureMic();
     void tellOf(const platform::CaptureEvent& event);
-    void setState(State state);
+    void setPhase(Phase phase);
 
     std::shared_ptr<RecordingEngine> engine_;
     std::unique_ptr<LivePreview> preview_;
-    std::unique_ptr<platform::Timer> micLevelTimer_;
+    std::unique_ptr<MicrophoneMeter> meter_;
+    std::unique_ptr<SourceLists> lists_;
 
-    State state_ = State::idle;
+    Phase phase_ = Phase::idle;
     double elapsed_ = 0;
     float micLevel_ = 0;
-    std::uint64_t heard_ = 0;  // runs of sound, when the level was measured last
-    int unheardTicks_ = 0;
     DeviceAbsences absences_;  // of the recording that runs
     std::optional<SessionFolder> session_;
     std::optional<SessionMeta> meta_;
     std::string endReason_;
     bool endedByFailure_ = false;
     std::unique_ptr<platform::Timer> timer_;
-    std::optional<double> startedAt_;  // host clock
+    double startedAt_ = 0;  // host clock
 
-    std::uint64_t attempt_ =
-        0;                    // counts starts, and starts given up: an operation sees that its time is over
-    bool beginning_ = false;  // the countdown is over; what begins now is not given up halfway
-    bool stopping_ = false;
+    // Counts starts, and starts given up: an operation sees that its time is over.
+    std::uint64_t attempt_ = 0;
     bool quitting_ = false;
-    std::optional<double> pictureEndedAt_;  // by itself; host clock
-    bool devicesKnown_ = false;
-    bool mediaServerMissing_ = false;
+    bool looking_ = false;  // at the disk
+    bool looksAtRoom_ = false;
+    std::optional<double> pictureEndedAt_;                    // by itself; host clock
     std::function<void(bool done)> countdownEnded_;           // while the countdown is awaited
-    std::vector<std::function<void(State)>> awaitingChange_;  // of the state
+    std::vector<std::function<void(Phase)>> awaitingChange_;  // of the phase
 };
 
 }  // namespace cobaltreel

@@ -1,0 +1,60 @@
+#include "Cobaltreel/Capture/SourceLists.hpp"
+
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
+
+#include <exception>
+#include <optional>
+#include <utility>
+
+namespace cobaltreel {
+
+SourceLists::SourceLists(std::shared_ptr<RecordingEngine> engine, RecordingChoices& choices)
+    : engine_(std::move(engine)), choices_(choices) {
+    const auto refresh = [this, alive = std::weak_ptr<bool>(alive_)] {
+        if (!alive.expired()) devicesChanged();
+    };
+    engine_->services.capture->setDevicesChangedHandler(
+        [refresh, loop = engine_->services.mainLoop] { loop->post(refresh); });
+}
+
+SourceLists::~SourceLists() { engine_->services.capture->setDevicesChangedHandler({}); }
+
+QCoro::Task<void> SourceLists::refreshContent() {
+    const std::weak_ptr<bool> alive = alive_;
+    const auto engine = engine_;
+    std::optional<platform::ShareableContent> content;
+    bool serverMissing = false;
+    try {
+        co_await engine->offMainThread([&] {
+            // The first question to the media server may wait for it: here, not on the main thread.
+            engine->services.capture->devices();
+            serverMissing = engine->services.capture->unavailable().has_value();
+            content = engine->services.screenCapture->shareableContent();
+        });
+    } catch (const std::exception&) {
+        co_return;
+    }
+    if (alive.expired()) co_return;
+    devicesKnown_ = true;
+    mediaServerMissing_ = serverMissing;
+    choices_.offer(*content, bundleIdentifier);
+}
+
+QCoro::Task<void> SourceLists::devicesChanged() {
+    const std::weak_ptr<bool> alive = alive_;
+    const auto engine = engine_;
+    platform::CaptureDevices devices;
+    bool serverMissing = false;
+    // A media server that has just come back may not have told all yet.
+    co_await engine->offMainThread([&] {
+        devices = engine->services.capture->devices();
+        serverMissing = engine->services.capture->unavailable().has_value();
+    });
+    if (alive.expired()) co_return;
+    mediaServerMissing_ = serverMissing;
+    choices_.offer(devices);
+}
+
+void SourceLists::refreshDevices() { choices_.offer(engine_->services.capture->devices()); }
+
+}  // namespace cobaltreel
