@@ -4,7 +4,14 @@
 #include <cmath>
 #include <utility>
 
+#include <poll.h>
+
 namespace platform {
+
+struct VirtualTime::Watched {
+    int descriptor;
+    std::function<void()> ready;
+};
 
 struct VirtualTime::Scheduled {
     double due;
@@ -48,7 +55,28 @@ std::unique_ptr<Timer> VirtualTime::scheduleOnce(double delay, std::function<voi
     return schedule(delay, 0, std::move(fire));
 }
 
+std::unique_ptr<Watch> VirtualTime::watchReadable(int descriptor, std::function<void()> ready) {
+    struct Held final : Watch {
+        explicit Held(std::shared_ptr<Watched> what) : watched(std::move(what)) {}
+        std::shared_ptr<Watched> watched;
+    };
+    auto watched = std::make_shared<Watched>(Watched{descriptor, std::move(ready)});
+    watched_.push_back(watched);
+    return std::make_unique<Held>(std::move(watched));
+}
+
+void VirtualTime::lookAtDescriptors() {
+    watched_.remove_if([](const auto& watched) { return watched.expired(); });
+    const auto all = watched_;  // callbacks may watch more
+    for (const auto& each : all) {
+        const auto watched = each.lock();
+        pollfd waiting{watched ? watched->descriptor : -1, POLLIN, 0};
+        if (poll(&waiting, 1, 0) > 0) watched->ready();
+    }
+}
+
 void VirtualTime::drain() {
+    lookAtDescriptors();
     for (;;) {
         std::function<void()> work;
         {

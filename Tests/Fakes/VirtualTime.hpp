@@ -23,10 +23,11 @@ class VirtualTime final : public Clock, public MainLoop {
     void post(std::function<void()> work) override;
     std::unique_ptr<Timer> scheduleRepeating(double interval, std::function<void()> tick) override;
     std::unique_ptr<Timer> scheduleOnce(double delay, std::function<void()> fire) override;
+    std::unique_ptr<Watch> watchReadable(int descriptor, std::function<void()> ready) override;
 
     /// Runs all posted work, then every timer that falls due within `seconds`, in time order.
     void advance(double seconds);
-    /// Runs all posted work, without moving time.
+    /// Runs all posted work and what waits for descriptors, without moving time.
     void drain();
     /// Moves time without running anything: a main thread that is busy for `seconds`.
     void stall(double seconds);
@@ -34,12 +35,15 @@ class VirtualTime final : public Clock, public MainLoop {
   private:
     struct Scheduled;
     class Handle;
+    struct Watched;
+    void lookAtDescriptors();
     std::unique_ptr<Timer> schedule(double delay, double interval, std::function<void()> action);
 
     mutable std::mutex mutex_;
     double now_;
     std::deque<std::function<void()>> posted_;
     std::list<std::shared_ptr<Scheduled>> timers_;
+    std::list<std::weak_ptr<Watched>> watched_;
 };
 
 }  // namespace platform

@@ -11,6 +11,12 @@ class Timer {
     virtual ~Timer() = default;
 };
 
+/// A watched descriptor; destroying it ends the watch, and its callback is never called again.
+class Watch {
+  public:
+    virtual ~Watch() = default;
+};
+
 /// The main thread's event loop.
 class MainLoop {
   public:
@@ -25,6 +31,10 @@ class MainLoop {
 
     /// Calls `fire` once on the main thread after `delay` seconds. Main thread only.
     virtual std::unique_ptr<Timer> scheduleOnce(double delay, std::function<void()> fire) = 0;
+
+    /// Calls `ready` on the main thread whenever the descriptor has something to read, again and again until
+    /// it was read. The descriptor outlives the watch. Main thread only.
+    virtual std::unique_ptr<Watch> watchReadable(int descriptor, std::function<void()> ready) = 0;
 };
 
 }  // namespace platform

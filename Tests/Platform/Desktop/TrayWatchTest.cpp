@@ -12,7 +12,7 @@ namespace platform::test {
 TEST(TrayWatch, TellsWhenATrayComesAndGoes) {
     const auto loop = std::make_shared<VirtualTime>();
     int changes = 0;
-    XcbTrayWatch watch(loop, [&] { ++changes; });
+    XcbTrayWatch watch(*loop, [&] { ++changes; });
     EXPECT_FALSE(watch.hasTray());
     const auto changesBecome = [&](int count) { return eventually(*loop, [&] { return changes == count; }); };
 

@@ -1,6 +1,5 @@
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 
-#include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
 
@@ -14,7 +13,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -88,65 +86,37 @@ std::optional<UniqueFd> lock(const fs::path& file) {
 
 class Claim final : public InstanceClaim {
   public:
-    Claim(UniqueFd lock, fs::path file, std::shared_ptr<MainLoop> mainLoop,
-          std::function<void(InstanceRequest)> asked)
-        : lock_(std::move(lock)),
-          file_(std::move(file)),
-          mainLoop_(std::move(mainLoop)),
-          asked_(std::make_shared<std::function<void(InstanceRequest)>>(std::move(asked))),
-          socket_(makeSocket()),
-          wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    Claim(UniqueFd lock, fs::path file, MainLoop& mainLoop, std::function<void(InstanceRequest)> asked)
+        : lock_(std::move(lock)), file_(std::move(file)), socket_(makeSocket()), asked_(std::move(asked)) {
         const sockaddr_un address = addressOf(file_);
         // Whoever holds the lock owns the socket: one that is still there is of an instance that has ended.
         unlink(file_.c_str());
-        if (!wake_ || bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
             fail(file_, errno, "cannot be listened at");
         chmod(file_.c_str(), 0600);
-        thread_ = NamedThread("cobaltreel.instance", [this] { listen(); });
+        watch_ = mainLoop.watchReadable(socket_.get(), [this] { listen(); });
     }
-    ~Claim() override {
-        asked_.reset();
-        const std::uint64_t one = 1;
-        [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
-        thread_.join();
-        unlink(file_.c_str());
-    }
+    ~Claim() override { unlink(file_.c_str()); }
     Claim(const Claim&) = delete;
     Claim& operator=(const Claim&) = delete;
 
   private:
     void listen() {
-        pollfd waiting[2]{{socket_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
-        for (;;) {
-            if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
-            if (waiting[1].revents != 0) return;
-            char word = 0;
-            // However often: what was asked last is what is wanted now.
-            std::optional<InstanceRequest> last;
-            while (recv(socket_.get(), &word, sizeof word, 0) >= 0)
-                last = word == static_cast<char>(InstanceRequest::toggle) ? InstanceRequest::toggle
-                                                                          : InstanceRequest::show;
-            if (last) report(*last);
-        }
-    }
-    void report(InstanceRequest request) {
-        try {
-            mainLoop_->post([weak = alive_, request] {
-                if (const auto asked = weak.lock()) (*asked)(request);
-            });
-        } catch (const std::exception&) {
-            // Out of memory for one word: whoever starts the program once more may get through.
-        }
+        char word = 0;
+        // However often: what was asked last is what is wanted now.
+        std::optional<InstanceRequest> last;
+        while (recv(socket_.get(), &word, sizeof word, 0) >= 0)
+            last = word == static_cast<char>(InstanceRequest::toggle) ? InstanceRequest::toggle
+                                                                      : InstanceRequest::show;
+        const auto asked = asked_;  // outlives this claim if the callback gives it up
+        if (last) asked(*last);
     }
 
     UniqueFd lock_;
     fs::path file_;
-    std::shared_ptr<MainLoop> mainLoop_;
-    std::shared_ptr<std::function<void(InstanceRequest)>> asked_;
-    const std::weak_ptr<std::function<void(InstanceRequest)>> alive_{asked_};
     UniqueFd socket_;
-    UniqueFd wake_;
-    NamedThread thread_;
+    std::function<void(InstanceRequest)> asked_;
+    std::unique_ptr<Watch> watch_;
 };
 
 }  // namespace
@@ -164,7 +134,7 @@ std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(Ins
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         if (auto held = lock(lockFile))
-            return std::make_unique<Claim>(std::move(*held), socketFile, mainLoop_, std::move(asked));
+            return std::make_unique<Claim>(std::move(*held), socketFile, *mainLoop_, std::move(asked));
         if (tell(socketFile, InstanceRequest::show)) return nullptr;
         if (std::chrono::steady_clock::now() > deadline)
             fail(socketFile, ETIMEDOUT, "belongs to an instance that does not listen");

@@ -59,7 +59,7 @@ class QtStatusItem final : public StatusItem {
           actions_(std::move(actions)),
           notifierTray_([this] { follow(); }) {
         try {
-            embeddingTray_ = std::make_unique<XcbTrayWatch>(std::move(mainLoop), [this] { follow(); });
+            embeddingTray_ = std::make_unique<XcbTrayWatch>(*mainLoop, [this] { follow(); });
         } catch (const PlatformError&) {
             // Without an X server there is only the bus.
         }

@@ -1,7 +1,7 @@
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbEventThread.hpp"
+#include "Platform/Desktop/Xcb/XcbEventWatch.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
 #include "Platform/Desktop/Xcb/XcbRawInput.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
@@ -17,13 +17,12 @@ namespace {
 
 class XcbKeyGrab final : public KeyGrab {
   public:
-    XcbKeyGrab(XcbConnection connection, XcbEventThread::Filter isPress, std::shared_ptr<MainLoop> mainLoop,
+    XcbKeyGrab(XcbConnection connection, XcbEventWatch::Filter isPress, MainLoop& mainLoop,
                std::function<void()> pressed)
-        : events_(std::move(connection), "cobaltreel.keys", std::move(isPress), std::move(mainLoop),
-                  std::move(pressed)) {}
+        : events_(std::move(connection), std::move(isPress), mainLoop, std::move(pressed)) {}
 
   private:
-    XcbEventThread events_;
+    XcbEventWatch events_;
 };
 
 bool grabKey(const XcbConnection& connection, xcb_keycode_t keycode, std::uint16_t modifiers) {
@@ -135,7 +134,7 @@ std::unique_ptr<KeyGrab> XcbKeyGrabber::grabEscape(std::function<void()> pressed
                             "The Escape key of display " + connection.name() +
                                 " is taken by another program; close that program's shortcut for it.");
     return std::make_unique<XcbKeyGrab>(std::move(connection),
-                                        PressOfKey(std::move(keycodes), watchesRawKeys), mainLoop_,
+                                        PressOfKey(std::move(keycodes), watchesRawKeys), *mainLoop_,
                                         std::move(pressed));
 }
 
@@ -163,7 +162,7 @@ std::unique_ptr<KeyGrab> XcbKeyGrabber::grabChord(const KeyChord& chord, std::fu
                                        {static_cast<std::uint16_t>(XCB_MOD_MASK_CONTROL), false}})
         held.emplace_back(keycodesOfModifier(connection, mask), wanted);
     return std::make_unique<XcbKeyGrab>(std::move(connection), PressOfChord(keycode, std::move(held)),
-                                        mainLoop_, std::move(pressed));
+                                        *mainLoop_, std::move(pressed));
 }
 
 }  // namespace platform

@@ -1,49 +1,78 @@
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbEventThread.hpp"
 #include "Platform/Desktop/Xcb/XcbRawInput.hpp"
+#include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Foundation/UniqueFd.hpp"
 
-#include <atomic>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <xcb/xinput.h>
 
 namespace platform {
 namespace {
 
+/// A raw press does not say where: that is asked at once, on a thread of its own, because the pointer moves
+/// on while the main thread is busy.
 class XcbPointerWatch final : public PointerWatch {
   public:
     XcbPointerWatch(XcbConnection connection, std::shared_ptr<MainLoop> mainLoop,
                     PointerWatcher::Pressed pressed)
-        : events_(
-              std::move(connection), "cobaltreel.pointer",
-              [latest = latest_](XcbConnection& from, const xcb_generic_event_t& event) {
-                  if ((event.response_type & 0x7f) != XCB_GE_GENERIC ||
-                      reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type !=
-                          XCB_INPUT_RAW_BUTTON_PRESS)
-                      return false;
-                  const auto now =
-                      from.reply(xcb_query_pointer_reply, xcb_query_pointer(from.get(), from.root()));
-                  if (now) *latest = Place{now->root_x, now->root_y};
-                  return now != nullptr;
-              },
-              std::move(mainLoop),
-              [latest = latest_, pressed = std::move(pressed)] {
-                  const Place place = latest->load();
-                  pressed(place.x, place.y);
-              }) {}
+        : connection_(std::move(connection)),
+          mainLoop_(std::move(mainLoop)),
+          pressed_(std::make_shared<PointerWatcher::Pressed>(std::move(pressed))),
+          wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+        if (!wake_)
+            throw PlatformError("Desktop", errno, std::string("no wake-up call: ") + std::strerror(errno));
+        thread_ = NamedThread("cobaltreel.pointer", [this, weak = std::weak_ptr(pressed_)] { watch(weak); });
+    }
+    ~XcbPointerWatch() override {
+        pressed_.reset();
+        const std::uint64_t one = 1;
+        // An event counter at zero takes one write.
+        [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
+        thread_.join();
+    }
+    XcbPointerWatch(const XcbPointerWatch&) = delete;
+    XcbPointerWatch& operator=(const XcbPointerWatch&) = delete;
 
   private:
-    struct Place {
-        std::int16_t x = 0;
-        std::int16_t y = 0;
-    };
+    void watch(const std::weak_ptr<PointerWatcher::Pressed>& pressed) {
+        pollfd waiting[2]{{xcb_get_file_descriptor(connection_.get()), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
+        for (;;) {
+            while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
+                if (isPress(*event)) report(pressed);
+            if (connection_.isBroken()) return;
+            if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
+            if (waiting[1].revents != 0) return;
+        }
+    }
+    static bool isPress(const xcb_generic_event_t& event) {
+        return (event.response_type & 0x7f) == XCB_GE_GENERIC &&
+               reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type ==
+                   XCB_INPUT_RAW_BUTTON_PRESS;
+    }
+    void report(const std::weak_ptr<PointerWatcher::Pressed>& pressed) {
+        const auto now = connection_.reply(xcb_query_pointer_reply,
+                                           xcb_query_pointer(connection_.get(), connection_.root()));
+        if (!now) return;
+        mainLoop_->post([pressed, x = now->root_x, y = now->root_y] {
+            // Held while it runs: the callback may destroy the watch.
+            if (const auto handler = pressed.lock()) (*handler)(x, y);
+        });
+    }
 
-    std::shared_ptr<std::atomic<Place>> latest_ = std::make_shared<std::atomic<Place>>();  // of the presses
-    XcbEventThread events_;
+    XcbConnection connection_;
+    std::shared_ptr<MainLoop> mainLoop_;
+    std::shared_ptr<PointerWatcher::Pressed> pressed_;
+    UniqueFd wake_;
+    NamedThread thread_;
 };
 
 }  // namespace

@@ -33,11 +33,9 @@ bool isTrayChange(const XcbConnection& connection, const xcb_generic_event_t& ev
 
 }  // namespace
 
-XcbTrayWatch::XcbTrayWatch(std::shared_ptr<MainLoop> mainLoop, std::function<void()> changed,
-                           const std::string& displayName)
+XcbTrayWatch::XcbTrayWatch(MainLoop& mainLoop, std::function<void()> changed, const std::string& displayName)
     : connection_(displayName),
-      events_(watchingConnection(displayName), "cobaltreel.tray", isTrayChange, std::move(mainLoop),
-              std::move(changed)) {}
+      events_(watchingConnection(displayName), isTrayChange, mainLoop, std::move(changed)) {}
 
 bool XcbTrayWatch::hasTray() { return selectionOwner(connection_, traySelection(connection_)) != XCB_NONE; }
 

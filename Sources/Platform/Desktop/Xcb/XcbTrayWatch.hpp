@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbEventThread.hpp"
+#include "Platform/Desktop/Xcb/XcbEventWatch.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <cstdint>
@@ -16,8 +16,7 @@ class XcbTrayWatch {
   public:
     /// `changed` is called on the main thread when a tray came or went. An empty name means $DISPLAY. Throws
     /// PlatformError when there is no such server.
-    XcbTrayWatch(std::shared_ptr<MainLoop> mainLoop, std::function<void()> changed,
-                 const std::string& displayName = {});
+    XcbTrayWatch(MainLoop& mainLoop, std::function<void()> changed, const std::string& displayName = {});
     /// One short round trip.
     bool hasTray();
     /// Whether a tray has taken this window in. A few short round trips.
@@ -25,7 +24,7 @@ class XcbTrayWatch {
 
   private:
     XcbConnection connection_;
-    XcbEventThread events_;
+    XcbEventWatch events_;
 };
 
 }  // namespace platform

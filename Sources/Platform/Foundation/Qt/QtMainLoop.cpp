@@ -43,6 +43,22 @@ class TimerFd final : public Timer {
     std::shared_ptr<std::function<void()>> action_;
 };
 
+class DescriptorWatch final : public Watch {
+  public:
+    DescriptorWatch(int descriptor, std::function<void()> ready)
+        : notifier_(descriptor, QSocketNotifier::Read),
+          ready_(std::make_shared<std::function<void()>>(std::move(ready))) {
+        QObject::connect(&notifier_, &QSocketNotifier::activated, [this] {
+            const auto running = ready_;  // outlives this watch if the callback destroys it
+            (*running)();
+        });
+    }
+
+  private:
+    QSocketNotifier notifier_;
+    std::shared_ptr<std::function<void()>> ready_;
+};
+
 }  // namespace
 
 void QtMainLoop::post(std::function<void()> work) {
@@ -55,6 +71,10 @@ std::unique_ptr<Timer> QtMainLoop::scheduleRepeating(double interval, std::funct
 
 std::unique_ptr<Timer> QtMainLoop::scheduleOnce(double delay, std::function<void()> fire) {
     return std::make_unique<TimerFd>(delay, 0, std::move(fire));
+}
+
+std::unique_ptr<Watch> QtMainLoop::watchReadable(int descriptor, std::function<void()> ready) {
+    return std::make_unique<DescriptorWatch>(descriptor, std::move(ready));
 }
 
 }  // namespace platform

@@ -13,6 +13,7 @@ class QtMainLoop final : public MainLoop {
     void post(std::function<void()> work) override;
     std::unique_ptr<Timer> scheduleRepeating(double interval, std::function<void()> tick) override;
     std::unique_ptr<Timer> scheduleOnce(double delay, std::function<void()> fire) override;
+    std::unique_ptr<Watch> watchReadable(int descriptor, std::function<void()> ready) override;
 
   private:
     QObject context_;

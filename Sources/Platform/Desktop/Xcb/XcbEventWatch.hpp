@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Foundation/MainLoop.hpp"
+
+#include <functional>
+#include <memory>
+
+namespace platform {
+
+/// Waits in the main loop for events of a connection, which is its alone from then on, and reports those
+/// that matter. After it has been destroyed nothing is reported any more. Main thread.
+class XcbEventWatch {
+  public:
+    using Filter = std::function<bool(XcbConnection&, const xcb_generic_event_t&)>;
+
+    /// `report` may destroy this object.
+    XcbEventWatch(XcbConnection connection, Filter matters, MainLoop& mainLoop, std::function<void()> report);
+    XcbEventWatch(const XcbEventWatch&) = delete;
+    XcbEventWatch& operator=(const XcbEventWatch&) = delete;
+
+  private:
+    void takeEvents();
+
+    XcbConnection connection_;
+    Filter matters_;
+    std::shared_ptr<std::function<void()>> report_;
+    std::unique_ptr<Watch> watch_;
+    std::unique_ptr<Timer> first_;
+};
+
+}  // namespace platform
