@@ -128,12 +128,15 @@ TEST_F(DropdownTest, AMenuLongerThanTheWindowScrollsInsideIt) {
     scene.item("many")->forceActiveFocus(Qt::TabFocusReason);
     scene.press(Qt::Key_Return);
     ASSERT_TRUE(opens(scene, "many"));
-    const QObject* popup = nullptr;
-    for (const QObject* child : scene.item("many")->findChildren<QObject*>())
+    const QObject *popup = nullptr, *list = nullptr;
+    for (const QObject* child : scene.item("many")->findChildren<QObject*>()) {
         if (child->inherits("QQuickPopup")) popup = child;
-    ASSERT_TRUE(popup);
+        if (child->inherits("QQuickListView")) list = child;
+    }
+    ASSERT_TRUE(popup && list);
     EXPECT_LE(popup->property("height").toDouble(), 300 - 2 * 6);
     scene.press(Qt::Key_End);
+    EXPECT_TRUE(list->property("atYEnd").toBool()) << "what the keyboard has come to is seen";
     scene.press(Qt::Key_Return);
     EXPECT_EQ(scene.get("many", "last").toInt(), 59);
 }

@@ -108,6 +108,7 @@ Item {
             focus: true
             boundsBehavior: Flickable.StopAtBounds
             keyNavigationEnabled: true
+            highlightMoveDuration: 0
             model: control.content
             T.ScrollBar.vertical: ThinScrollBar {}
             Keys.onReturnPressed: control.choose(currentIndex)
@@ -115,8 +116,10 @@ Item {
             Keys.onSpacePressed: control.choose(currentIndex)
             Keys.onPressed: event => {
                 event.accepted = event.key === Qt.Key_Home || event.key === Qt.Key_End;
-                if (event.accepted)
-                    currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
+                if (!event.accepted)
+                    return;
+                currentIndex = event.key === Qt.Key_Home ? 0 : count - 1;
+                positionViewAtIndex(currentIndex, ListView.Contain);
             }
 
             delegate: Rectangle {
