@@ -76,6 +76,10 @@ class HeldModifier {
 /// a menu, our grab stays silent and the raw events tell.
 class PressOfChord {
   public:
+    /// Between two presses of a key held down. Its release may be lost to a window manager that has taken the
+    /// keyboard.
+    static constexpr xcb_timestamp_t longestRepeat = 1000;  // milliseconds
+
     PressOfChord(xcb_keycode_t key, std::vector<HeldModifier> modifiers)
         : key_(key), modifiers_(std::move(modifiers)) {}
 
@@ -101,8 +105,9 @@ class PressOfChord {
         return press && time != releasedAt_ && isFirst(time);
     }
     bool isRawPress(bool press, xcb_timestamp_t time) {
-        const bool repeats = std::exchange(isDown_, press) && press;
-        return press && !repeats &&
+        const bool wasDown = std::exchange(isDown_, press);
+        const xcb_timestamp_t before = std::exchange(rawAt_, time);
+        return press && !(wasDown && time - before < longestRepeat) &&
                std::ranges::all_of(modifiers_, [](const auto& each) { return each.isAsWanted(); }) &&
                isFirst(time);
     }
@@ -112,6 +117,7 @@ class PressOfChord {
     xcb_keycode_t key_;
     std::vector<HeldModifier> modifiers_;
     bool isDown_ = false;
+    xcb_timestamp_t rawAt_ = 0;
     xcb_timestamp_t toldOf_ = 0;
     xcb_timestamp_t releasedAt_ = 0;
 };
