@@ -73,6 +73,7 @@
           u"צריך הרשאת מיקרופון כדי להקליט. אשר בהגדרות המערכת ← פרטיות ואבטחה ← מיקרופון, והפעל מחדש",        \
           u"Microphone permission is required to record. Allow it in System Settings → Privacy & Security → " \
           u"Microphone, then relaunch")                                                                      \
+    ENTRY(unavailable, u"לא זמין עכשיו", u"Not available now")                                                \
     ENTRY(ok, u"אישור", u"OK")                                                                                \
     ENTRY(sharingEnded, u"השיתוף הופסק בשולחן העבודה. מה שהוקלט נשמר",                                        \
           u"The desktop stopped sharing. What was recorded is kept")                                         \

@@ -31,6 +31,7 @@ T.AbstractButton {
 
     Accessible.role: Accessible.Button
     Accessible.name: text === "" ? tip : meaning === "" ? text : text + ": " + meaning
+    Accessible.description: enabled ? "" : Words.unavailable
     Accessible.onPressAction: control.clicked()
     Keys.onReturnPressed: event => answerReturn(event)
     Keys.onEnterPressed: event => answerReturn(event)

@@ -28,6 +28,7 @@ Item {
 
     Accessible.role: Accessible.ButtonMenu
     Accessible.name: name === "" || name === text ? text : name + ": " + text
+    Accessible.description: enabled ? "" : Words.unavailable
     Accessible.onPressAction: control.open()
     Keys.onReturnPressed: event => answerReturn(event)
     Keys.onEnterPressed: event => answerReturn(event)

@@ -29,6 +29,7 @@ Item {
     activeFocusOnTab: true
 
     Accessible.role: Accessible.PageTabList
+    Accessible.description: enabled ? "" : Words.unavailable
 
     function select(index: int) {
         if (index >= 0)

@@ -30,6 +30,7 @@ Item {
         usedByPointer = false
 
     Accessible.role: Accessible.Slider
+    Accessible.description: enabled ? "" : Words.unavailable
     Accessible.onIncreaseAction: control.nudge(1)
     Accessible.onDecreaseAction: control.nudge(-1)
 

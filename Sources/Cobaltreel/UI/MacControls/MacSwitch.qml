@@ -22,6 +22,7 @@ T.CheckBox {
     checked: isOn
     nextCheckState: () => checkState
 
+    Accessible.description: enabled ? "" : Words.unavailable
     Accessible.onToggleAction: control.edited(!control.isOn)
     Accessible.onPressAction: control.edited(!control.isOn)
     onClicked: edited(!isOn)

@@ -26,6 +26,11 @@ Rectangle {
         loader.setSource(content, contentProperties);
     }
 
+    Binding {
+        target: Words
+        property: "unavailable"
+        value: S.unavailable
+    }
     Connections {
         target: root.settings
         function onLanguageChanged() {
