@@ -132,7 +132,8 @@ QString PopoverModel::notice() const {
 }
 
 void PopoverModel::noteWhatIsMissing() {
-    if (!coordinator_.devicesKnown()) return;
+    // What a recording loses is told in words of its own.
+    if (!coordinator_.devicesKnown() || isRecording()) return;
     const bool noServer = coordinator_.mediaServerMissing();
     const bool noCamera = coordinator_.cameraEnabled() && coordinator_.cameras().empty();
     setNotice(cameraTopic, noServer ? S::mediaServerMissing() : noCamera ? S::cameraMissing() : QString());

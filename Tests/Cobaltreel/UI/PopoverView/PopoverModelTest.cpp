@@ -244,6 +244,10 @@ TEST_F(PopoverModelTest, EachTopicHasALineOfItsOwn) {
     EXPECT_EQ(model->notice(), "The keys are taken.\nThe camera is gone.\nThe microphone is back.");
     record();
     EXPECT_EQ(model->notice(), "The keys are taken.");
+    capture->changeDevices({});
+    model->turnTo();
+    time->drain();
+    EXPECT_FALSE(model->notice().contains(S::microphoneMissing())) << "it is of recordings to come";
     stop();
 }
 
