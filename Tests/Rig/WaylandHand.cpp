@@ -38,10 +38,7 @@ class WaylandHand final : public Hand {
     WaylandHand(const WaylandHand&) = delete;
     WaylandHand& operator=(const WaylandHand&) = delete;
 
-    void place(int x, int y) override {
-        last_ = {x, y};
-        call("Move", {static_cast<double>(x), static_cast<double>(y)});
-    }
+    void place(int x, int y) override { call("Move", {static_cast<double>(x), static_cast<double>(y)}); }
     void press(int button, bool down) override {
         call("Button", {codeOf(button), down});
         std::array<input_event, 2> events{};
@@ -52,26 +49,26 @@ class WaylandHand final : public Hand {
         if (mouse_ >= 0 && write(mouse_, events.data(), sizeof events) < 0)
             std::perror("RigPointer: the mouse's pipe");
     }
-    Place where() override { return last_; }
-    Place contentOf(unsigned) override {
-        std::fputs("RigPointer: a Wayland desktop does not tell where windows are\n", stderr);
-        std::exit(1);
+    Place where() override {
+        const QVariantList answer = call("Where");
+        return {answer.value(0).toInt(), answer.value(1).toInt()};
     }
+    /// Of the windows of XWayland: others do not tell.
+    Place contentOf(unsigned window) override { return makeX11Hand()->contentOf(window); }
 
   private:
-    static void call(const char* what, const QVariantList& arguments) {
+    static QVariantList call(const char* what, const QVariantList& arguments = {}) {
         auto message = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.impl.portal.desktop.rig"), QStringLiteral("/rig"),
             QStringLiteral("com.pellanor.cobaltreel.Rig"), QString::fromLatin1(what));
         message.setArguments(arguments);
         const auto reply = QDBusConnection::sessionBus().call(message);
-        if (reply.type() != QDBusMessage::ErrorMessage) return;
+        if (reply.type() != QDBusMessage::ErrorMessage) return reply.arguments();
         std::fprintf(stderr, "RigPointer: %s\n", qPrintable(reply.errorMessage()));
         std::exit(1);
     }
 
     int mouse_ = -1;
-    Place last_;
 };
 
 }  // namespace

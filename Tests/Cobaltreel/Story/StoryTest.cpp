@@ -1,4 +1,5 @@
-// A take by a person's hands, from the click in the tray to the closed preview; and what the movie shows.
+// A take by a person's hands, from the click in the tray to the closed preview; and what the movie shows. On
+// a Wayland desktop it begins with the panel, in Hebrew.
 #include "Rig/ChildProcess.hpp"
 #include "Rig/FrameCounter.hpp"
 
@@ -81,9 +82,10 @@ double durationOf(const fs::path& movie) {
 TEST(Story, FromTheTrayToTheMovie) {
     const fs::path root = std::getenv("COBALTREEL_RIG_ROOT"), folder = root / "story";
     const fs::path recordedScreen = root / "screen.mov";
+    const bool isWayland = std::getenv("WAYLAND_DISPLAY") != nullptr;
     double recorded = 0;
     {
-        rig::ChildProcess story({STORY, COBALTREEL_PROGRAM, folder.string()});
+        rig::ChildProcess story({STORY, COBALTREEL_PROGRAM, folder.string(), isWayland ? "he" : "en"});
         const std::string prefix = "The recording: ";
         const std::string line = story.readLine(120'000);
         ASSERT_TRUE(line.starts_with(prefix)) << line;
@@ -125,7 +127,9 @@ TEST(Story, FromTheTrayToTheMovie) {
 
     // The windows that a person saw are not in what was recorded.
     EXPECT_GT(pictures(folder / "panel.png").at(0).count(startButton), 1000);
-    EXPECT_GT(pictures(folder / "bubble.png").at(0).count(bubbleRing), 300);
+    // A compositor cannot leave the bubble out, so it hides.
+    const int ring = pictures(folder / "bubble.png").at(0).count(bubbleRing);
+    EXPECT_TRUE(isWayland ? ring < 30 : ring > 300) << ring;
     const auto screen = pictures(recordedScreen, 4);
     ASSERT_GE(screen.size(), 20U);
     for (std::size_t index = 0; index < screen.size(); ++index)

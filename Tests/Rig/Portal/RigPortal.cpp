@@ -10,7 +10,7 @@
 //   Asked() -> i      how often a person would have seen the chooser
 //   EndSharing()      the desktop's own "stop sharing"
 //   Press(s)          the keys of a bound shortcut
-//   Move(dd), Button(ib)
+//   Move(dd), Button(ib), Where() -> dd
 
 #include "Rig/Portal/Compositor.hpp"
 #include "Rig/Portal/PortalTypes.hpp"
@@ -237,7 +237,15 @@ class Control final : public QObject {
     Q_SCRIPTABLE void Press(const QString& shortcut) {
         if (shortcuts_ != nullptr) shortcuts_->press(shortcut);
     }
-    Q_SCRIPTABLE void Move(double x, double y) { compositor_.movePointer(x, y); }
+    Q_SCRIPTABLE void Move(double x, double y) {
+        x_ = x;
+        y_ = y;
+        compositor_.movePointer(x, y);
+    }
+    Q_SCRIPTABLE double Where(double& y) {
+        y = y_;
+        return x_;
+    }
     Q_SCRIPTABLE void Button(int code, bool down) { compositor_.pressButton(code, down); }
 
   private:
@@ -245,6 +253,8 @@ class Control final : public QObject {
     Sessions& sessions_;
     Person& person_;
     GlobalShortcuts* shortcuts_;
+    double x_ = 0;
+    double y_ = 0;
 };
 
 }  // namespace rig
