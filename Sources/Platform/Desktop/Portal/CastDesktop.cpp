@@ -38,7 +38,7 @@ std::vector<Screen> CastDesktop::screens() {
     if (!place) return {};
     const Rect& frame = place->frame;
     // Upwards from the bottom left of a main screen as high as this one.
-    return {{place->displayID, {frame.x, -frame.y, frame.w, frame.h}, place->scale}};
+    return {{place->displayID, {frame.x, 0.0 - frame.y, frame.w, frame.h}, place->scale}};
 }
 
 std::optional<Rect> CastDesktop::windowBounds(std::uint32_t) {
