@@ -3,7 +3,7 @@
 //
 //   RecordingBenchmark SECONDS
 
-#include "Cobaltreel/Capture/Awaiting.hpp"
+#include "ChosenDisplay.hpp"
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
@@ -90,19 +90,8 @@ struct Recording {
 
 QCoro::Task<Recording> record(const platform::PlatformServices& services, std::filesystem::path movie,
                               double seconds) {
-    // Where the desktop lets the user choose, that comes first.
-    std::shared_ptr<platform::ContentGrant> grant;
-    const auto refusal = co_await AwaitCompletion(*services.mainLoop, [&](auto done) {
-        services.screenCapture->requestContent(
-            platform::ContentKind::display, 1,
-            [&grant, done](std::optional<platform::PlatformError> error, auto given) {
-                grant = std::move(given);
-                done(std::move(error));
-            });
-    });
-    if (refusal) throw *refusal;
-    const auto content = services.screenCapture->shareableContent();
-    if (content.displays.empty()) throw std::runtime_error("there is no display to record");
+    const ChosenDisplay chosen = co_await chooseDisplay(services);
+    const auto& content = chosen.content;
     ScreenRecorder screen(services.screenCapture, services.media, services.mainLoop);
     MouseSampler mouse(services.clock, services.mainLoop, services.desktop);
     co_await screen.start(

@@ -4,6 +4,7 @@
 //
 //   SyncBenchmark --programs FOLDER --work FOLDER [--seconds S] [--json] [--limit MS]
 
+#include "ChosenDisplay.hpp"
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/MouseSampler.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
@@ -111,7 +112,8 @@ QCoro::Task<Recording> record(Options options, platform::PlatformServices servic
     camera.startPreview(devices.cameras.front(), devices.microphones.front(), true);
     co_await until(*services.clock, first - 2.5);
 
-    const auto content = services.screenCapture->shareableContent();
+    const ChosenDisplay chosen = co_await chooseDisplay(services);
+    const auto& content = chosen.content;
     const auto target = ScreenRecorder::displayTarget(content.displays.front(), 1, "", content);
     co_await camera.beginWriting(result.folder.cameraMovie());
     co_await screen.start(target, result.folder.screenMovie(), true);

@@ -25,5 +25,7 @@ class Hand {
 /// stands for the mouse). Both end the program when there is no such desktop.
 std::unique_ptr<Hand> makeX11Hand();
 std::unique_ptr<Hand> makeWaylandHand();
+/// That of the desktop that the program runs on.
+std::unique_ptr<Hand> makeHand();
 
 }  // namespace rig

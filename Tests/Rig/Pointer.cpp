@@ -16,7 +16,6 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -78,9 +77,7 @@ int main(int argc, char** argv) {
         return isNumber() ? std::atoi(words[next++].c_str()) : otherwise;
     };
 
-    const char* const session = std::getenv("XDG_SESSION_TYPE");
-    const bool isWayland = session != nullptr && std::string_view(session) == "wayland";
-    Pointer pointer(isWayland ? rig::makeWaylandHand() : rig::makeX11Hand());
+    Pointer pointer(rig::makeHand());
     while (next < words.size()) {
         const std::string verb = words[next++];
         if (verb == "move") {

@@ -3,6 +3,7 @@
 // screens. Prints a line when it can be seen; runs until a signal ends it.
 //
 //   RigFlash --at T[,T...]
+#include "Rig/Hand.hpp"
 #include "Rig/HostTime.hpp"
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
@@ -13,7 +14,6 @@
 #include <memory>
 
 #include <xcb/xcb.h>
-#include <xcb/xtest.h>
 
 namespace {
 
@@ -53,11 +53,15 @@ int run(const RigEvents& events) {
         xcb_poly_fill_rectangle(c.get(), window, gc, 1, &square);
         xcb_flush(c.get());
     };
-    const auto show = [&](std::uint32_t pixel, std::uint8_t button) {
+    const auto hand = rig::makeHand();
+    // A Wayland desktop tells where the pointer is once it has moved.
+    hand->place(200, 200);
+    hand->place(201, 200);
+    const auto show = [&](std::uint32_t pixel, bool isPressed) {
         xcb_change_window_attributes(c.get(), window, XCB_CW_BACK_PIXEL, &pixel);
         xcb_clear_area(c.get(), 0, window, 0, 0, 0, 0);
-        xcb_test_fake_input(c.get(), button, 1, XCB_CURRENT_TIME, screen->root, 0, 0, 0);
         xcb_flush(c.get());
+        hand->press(1, isPressed);
     };
     const auto blinkUntil = [&](double time) {
         constexpr double step = 1.0 / 30;
@@ -69,9 +73,9 @@ int run(const RigEvents& events) {
     };
     for (const double instant : events.instants) {
         blinkUntil(instant);
-        show(screen->white_pixel, XCB_BUTTON_PRESS);
+        show(screen->white_pixel, true);
         blinkUntil(instant + RigEvents::length);
-        show(screen->black_pixel, XCB_BUTTON_RELEASE);
+        show(screen->black_pixel, false);
     }
     for (;;) blinkUntil(hostTime() + 3600);
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include <fcntl.h>
 #include <linux/input.h>
@@ -40,7 +41,6 @@ class WaylandHand final : public Hand {
 
     void place(int x, int y) override { call("Move", {static_cast<double>(x), static_cast<double>(y)}); }
     void press(int button, bool down) override {
-        call("Button", {codeOf(button), down});
         std::array<input_event, 2> events{};
         events[0].type = EV_KEY;
         events[0].code = static_cast<std::uint16_t>(codeOf(button));
@@ -48,6 +48,7 @@ class WaylandHand final : public Hand {
         events[1].type = EV_SYN;
         if (mouse_ >= 0 && write(mouse_, events.data(), sizeof events) < 0)
             std::perror("RigPointer: the mouse's pipe");
+        call("Button", {codeOf(button), down});
     }
     Place where() override {
         const QVariantList answer = call("Where");
@@ -74,5 +75,11 @@ class WaylandHand final : public Hand {
 }  // namespace
 
 std::unique_ptr<Hand> makeWaylandHand() { return std::make_unique<WaylandHand>(); }
+
+std::unique_ptr<Hand> makeHand() {
+    const char* const session = std::getenv("XDG_SESSION_TYPE");
+    const bool isWayland = session != nullptr && std::string_view(session) == "wayland";
+    return isWayland ? makeWaylandHand() : makeX11Hand();
+}
 
 }  // namespace rig

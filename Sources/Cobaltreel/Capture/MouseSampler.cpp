@@ -15,13 +15,15 @@ void MouseSampler::start(CaptureMode mode, std::uint32_t windowID) {
     windowFrames_.clear();
     mode_ = mode;
     windowID_ = windowID;
+    started_ = clock_->now();
     // The timer ends with the sampler, so the callback never outlives it.
     timer_ = mainLoop_->scheduleRepeating(interval, [this] { takeSample(); });
 }
 
 void MouseSampler::takeSample() {
-    const double t = clock_->now();
     const platform::PointerState pointer = desktop_->pointer();
+    const double t = clock_->now() - pointer.delay;
+    if (t < started_) return;
     samples_.push_back({t, pointer.x, pointer.y, pointer.buttons});
     if (mode_ != CaptureMode::window) return;
     if (const auto bounds = desktop_->windowBounds(windowID_))

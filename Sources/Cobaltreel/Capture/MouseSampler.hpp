@@ -41,6 +41,7 @@ class MouseSampler {
     std::vector<WindowFrameSample> windowFrames_;
     CaptureMode mode_ = CaptureMode::display;
     std::uint32_t windowID_ = 0;
+    double started_ = 0;  // of the host clock
 };
 
 }  // namespace cobaltreel

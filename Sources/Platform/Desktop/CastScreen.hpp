@@ -2,7 +2,9 @@
 
 #include "Platform/Desktop/Desktop.hpp"
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <optional>
 
@@ -29,26 +31,36 @@ class CastScreen {
     void setPlace(const std::optional<Place>& place) {
         const std::lock_guard lock(mutex_);
         place_ = place;
-        pointer_.reset();
+        pointers_.clear();
     }
-    /// Absent: the pointer is elsewhere, or nobody tells where.
-    void setPointer(const std::optional<Spot>& pointer) {
+    /// Where the pointer was at a time of the host clock, seconds, not before the one told last. Absent: it
+    /// is elsewhere, or nobody tells where.
+    void setPointer(const std::optional<Spot>& pointer, double time) {
+        constexpr std::size_t mostRemembered = 64;
         const std::lock_guard lock(mutex_);
-        pointer_ = pointer;
+        pointers_.push_back({time, pointer});
+        if (pointers_.size() > mostRemembered) pointers_.pop_front();
     }
     std::optional<Place> place() const {
         const std::lock_guard lock(mutex_);
         return place_;
     }
-    std::optional<Spot> pointer() const {
+    /// Where the pointer was at that time, as far as it is known by now.
+    std::optional<Spot> pointer(double time) const {
         const std::lock_guard lock(mutex_);
-        return pointer_;
+        for (auto known = pointers_.rbegin(); known != pointers_.rend(); ++known)
+            if (known->time <= time) return known->spot;
+        return pointers_.empty() ? std::nullopt : pointers_.front().spot;
     }
 
   private:
+    struct Known {
+        double time = 0;
+        std::optional<Spot> spot;
+    };
     mutable std::mutex mutex_;
     std::optional<Place> place_;
-    std::optional<Spot> pointer_;
+    std::deque<Known> pointers_;
 };
 
 }  // namespace platform

@@ -29,7 +29,7 @@ class CastDesktopTest : public testing::Test {
 
 TEST_F(CastDesktopTest, PlacesThePointerOnAScaledDisplayThatIsNotTheFirst) {
     screen->setPlace(CastScreen::Place{1, {1920, 200, 1280, 720}, 1.5, false});
-    screen->setPointer(CastScreen::Spot{150, 300});
+    screen->setPointer(CastScreen::Spot{150, 300}, 0);
     const Screen only = desktop.screens().at(0);
     const PointerState state = desktop.pointer();
     // As the export reads it: pixels from the display's left and top edges.
@@ -40,7 +40,7 @@ TEST_F(CastDesktopTest, PlacesThePointerOnAScaledDisplayThatIsNotTheFirst) {
 
 TEST_F(CastDesktopTest, AWindowStandsAtTheOrigin) {
     screen->setPlace(CastScreen::Place{1, {0, 0, 800, 600}, 1, true});
-    screen->setPointer(CastScreen::Spot{10, 20});
+    screen->setPointer(CastScreen::Spot{10, 20}, 0);
     const auto bounds = desktop.windowBounds(7);
     ASSERT_TRUE(bounds);
     const PointerState state = desktop.pointer();
@@ -50,14 +50,23 @@ TEST_F(CastDesktopTest, AWindowStandsAtTheOrigin) {
 
 TEST_F(CastDesktopTest, AButtonMeetsThePlaceThatThePictureTellsLater) {
     screen->setPlace(CastScreen::Place{1, {0, 0, 800, 600}, 1, false});
-    screen->setPointer(CastScreen::Spot{10, 20});
+    screen->setPointer(CastScreen::Spot{10, 20}, 0);
     buttons->down = 1;
     EXPECT_EQ(after(tick).buttons, 0);
+    const double pressed = time->now();
     buttons->down = 0;  // a click of one tick
-    std::int64_t seen = 0;
-    for (int i = 0; i < 10; ++i) seen |= after(tick).buttons;
-    EXPECT_EQ(seen, 1) << "however short";
-    EXPECT_EQ(after(tick).buttons, 0);
+    // The picture that tells that it has moved on meanwhile comes three ticks later.
+    screen->setPointer(CastScreen::Spot{90, 20}, pressed + tick);
+    PointerState seen;
+    for (int i = 0; i < 10; ++i)
+        if (const PointerState state = after(tick); state.buttons != 0) {
+            EXPECT_EQ(seen.buttons, 0) << "a single one";
+            seen = state;
+            EXPECT_NEAR(time->now() - state.delay, pressed, tick + 1e-9);
+        }
+    EXPECT_EQ(seen.buttons, 1) << "however short";
+    EXPECT_EQ(seen.x, 10) << "where it was pressed";
+    EXPECT_EQ(desktop.pointer().x, 90);
 }
 
 TEST_F(CastDesktopTest, WithoutAKnownPlaceThereIsNoClick) {

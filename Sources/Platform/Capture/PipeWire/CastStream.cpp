@@ -84,7 +84,7 @@ CastStream::~CastStream() {
     patience_.reset();
     due_.reset();
     context_.reset();
-    if (screen_) screen_->setPointer(std::nullopt);
+    if (screen_) screen_->setPointer(std::nullopt, HostClock().now());
 }
 
 void CastStream::connect(UniqueFd remote, std::uint32_t node) {
@@ -193,7 +193,7 @@ void CastStream::onBuffers() {
         pictureTime_ = timeOf(*buffer->buffer);
         if (frames_) frames_->show(*picture_);
         isPictureNew_ = true;
-        publishPointer();
+        publishPointer(pictureTime_);
         if (!std::exchange(isReady_, true)) events_.ready(std::nullopt);
     }
     deliverIfDue();
@@ -215,17 +215,19 @@ void CastStream::takePointer(const spa_buffer& buffer) {
     if (meta == nullptr || meta->data == nullptr || meta->size < sizeof(spa_meta_cursor)) return;
     if (!pointer_.update(*static_cast<const spa_meta_cursor*>(meta->data), meta->size)) return;
     isPointerNew_ = true;
-    publishPointer();
+    publishPointer(timeOf(buffer));
 }
 
-void CastStream::publishPointer() {
+void CastStream::publishPointer(std::int64_t time) {
+    const double seconds = static_cast<double>(time) / perSecond;
     if (!screen_) return;
     const auto position = pointer_.position();
-    if (!position) return screen_->setPointer(std::nullopt);
+    if (!position) return screen_->setPointer(std::nullopt, seconds);
     if (!picture_) return;
     const int x = position->x - picture_->x, y = position->y - picture_->y;
-    screen_->setPointer(frames_ ? frames_->spotOf(x, y)
-                                : CastScreen::Spot{static_cast<double>(x), static_cast<double>(y)});
+    screen_->setPointer(
+        frames_ ? frames_->spotOf(x, y) : CastScreen::Spot{static_cast<double>(x), static_cast<double>(y)},
+        seconds);
 }
 
 Size CastStream::size() const {
@@ -249,7 +251,7 @@ void CastStream::start(const StreamConfiguration& configuration, FrameOutput& ou
     notBefore_ = HostClock().now() + settling;
     pictureTime_ = 0;
     isPictureNew_ = true;
-    publishPointer();
+    publishPointer(now());
     due_->signalAfter(settling);
 }
 

@@ -51,7 +51,8 @@ class CastStream {
     void onBuffers();
     void onRemoved(const pw_buffer* buffer);
     void takePointer(const spa_buffer& buffer);
-    void publishPointer();
+    /// Tells where the pointer was at that time, nanoseconds.
+    void publishPointer(std::int64_t time);
     void deliverIfDue();
     void deliver();
 

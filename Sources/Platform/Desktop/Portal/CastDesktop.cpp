@@ -8,29 +8,29 @@ CastDesktop::CastDesktop(std::shared_ptr<CastScreen> screen, std::shared_ptr<Poi
                          std::shared_ptr<Clock> clock)
     : screen_(std::move(screen)), buttons_(std::move(buttons)), clock_(std::move(clock)) {}
 
-std::int64_t CastDesktop::buttonsOfThePicture() {
-    const double now = clock_->now();
-    recent_.push_back({now, buttons_->take()});
+CastDesktop::Buttons CastDesktop::buttonsOf(double time) {
+    recent_.push_back({clock_->now(), buttons_->take()});
     // One state a call, so that a short click is not passed over; more only when nobody has asked for long.
     constexpr std::size_t mostWaiting = 16;
-    if (recent_.front().time <= now - pictureDelay) {
-        told_ = recent_.front().down;
-        recent_.pop_front();
-    }
     while (recent_.size() > mostWaiting) recent_.pop_front();
-    return told_;
+    if (recent_.front().time > time) return {time, told_};
+    const Buttons due = recent_.front();
+    recent_.pop_front();
+    told_ = due.down;
+    return due;
 }
 
 PointerState CastDesktop::pointer() {
+    const double now = clock_->now();
     // In any case, so that an old press is not told with a place of now.
-    const std::int64_t down = buttonsOfThePicture();
+    const auto [time, down] = buttonsOf(now - pictureDelay);
     const auto place = screen_->place();
-    const auto spot = screen_->pointer();
-    if (!place || !spot) return {-1, -1, 0};
+    const auto spot = screen_->pointer(time);
+    if (!place || !spot) return {-1, -1, 0, now - time};
     // Upwards, a screen ends before its top edge: the pointer on its uppermost row is told a hair below it.
     constexpr double hair = 1.0 / 1024;
     return {place->frame.x + spot->x / place->scale,
-            place->frame.h - (place->frame.y + spot->y / place->scale) - hair, down};
+            place->frame.h - (place->frame.y + spot->y / place->scale) - hair, down, now - time};
 }
 
 std::vector<Screen> CastDesktop::screens() {

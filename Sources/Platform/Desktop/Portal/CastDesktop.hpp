@@ -14,8 +14,8 @@ namespace platform {
 /// Main thread, but never waits for anybody.
 class CastDesktop final : public Desktop {
   public:
-    /// A compositor tells where the pointer is with its next picture, the kernel at once of a button: buttons
-    /// are told so much later, seconds, that they meet the place where they were pressed.
+    /// A compositor tells where the pointer was with its next picture, the kernel at once of a button: both
+    /// are told for a time about so many seconds ago, when both are known.
     static constexpr double pictureDelay = 0.06;
 
     CastDesktop(std::shared_ptr<CastScreen> screen, std::shared_ptr<PointerButtons> buttons,
@@ -32,7 +32,8 @@ class CastDesktop final : public Desktop {
         double time = 0;
         std::int64_t down = 0;
     };
-    std::int64_t buttonsOfThePicture();
+    /// What was down then, or, once that is due, at the next moment when it was asked for.
+    Buttons buttonsOf(double time);
 
     std::shared_ptr<CastScreen> screen_;
     std::shared_ptr<PointerButtons> buttons_;

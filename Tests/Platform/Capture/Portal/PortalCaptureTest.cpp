@@ -165,7 +165,7 @@ TEST_F(PortalCapture, AFrameOfAnotherSizeHoldsTheWholeDisplay) {
                colourAt(picture, 320, 200) != 0;
     }));
     EXPECT_TRUE(runUntil([&] {
-        const auto spot = services.screen->pointer();
+        const auto spot = services.screen->pointer(HostClock().now());
         return spot && spot->x == 320 && spot->y == 200;
     }));
 }

@@ -35,7 +35,7 @@ TEST(EmbeddedPointer, LeavesItsPlaceUnknown) {
         const std::uint32_t body = colourAt(picture, 644, 308);
         return (body & 0xff) == (body >> 16);
     })) << "it is in the picture all the same";
-    EXPECT_FALSE(services.screen->pointer());
+    EXPECT_FALSE(services.screen->pointer(HostClock().now()));
     const PointerState state = services.desktop.pointer();
     EXPECT_LT(state.x, 0);
     EXPECT_EQ(state.buttons, 0);
