@@ -15,6 +15,8 @@
 namespace cobaltreel::benchmarks {
 namespace {
 
+using rendered::Scene;
+
 constexpr int tileHeight = 360, largestTileWidth = 640, columns = 2;
 const cv::Vec3b green(40, 180, 40);
 
@@ -88,31 +90,92 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
     composited::writePictureFile(sheet, whole);
 }
 
+namespace {
+
+/// What happens before a camera sees a room without anybody.
+enum class Before { nothing, cut, walkedOut };
+
+constexpr double liveStep = 0.05;
+constexpr int framesAtOnce = 3, framesAfterwards = 40;
+/// What the masks are made from; larger pictures only take longer.
+const cv::Size roomSize(640, 360);
+
+/// Somebody who sits for a moment and walks out of the picture, to the left or to the right.
+std::vector<Scene::Frame> walkOut(unsigned seed) {
+    const Scene scene({.seed = seed,
+                       .room = rendered::Room::Kind::plain,
+                       .motion = Scene::Motion::leaveAndReturn,
+                       .noise = 2});
+    std::vector<Scene::Frame> walk;
+    for (double t = 1; t < 2.8; t += liveStep) {
+        const auto frame = scene.at(t);
+        if (cv::countNonZero(frame.truth) == 0) break;
+        Scene::Frame small;
+        cv::resize(frame.picture, small.picture, roomSize, 0, 0, cv::INTER_AREA);
+        cv::resize(frame.truth, small.truth, roomSize, 0, 0, cv::INTER_NEAREST);
+        walk.push_back(small);
+    }
+    return walk;
+}
+
+/// The camera's noise, another in each frame.
+cv::Mat3b noisy(const cv::Mat3b& picture, cv::RNG& random) {
+    static const cv::Mat3s noise = [] {
+        cv::Mat3s values(roomSize.height + 64, roomSize.width + 64);
+        cv::RNG(3).fill(values, cv::RNG::NORMAL, 0, 2);
+        return values;
+    }();
+    cv::Mat3b shown;
+    cv::add(picture, noise(cv::Rect({random.uniform(0, 64), random.uniform(0, 64)}, roomSize)), shown,
+            cv::noArray(), CV_8U);
+    return shown;
+}
+
+}  // namespace
+
 void searchRooms(const std::filesystem::path& folder, platform::VisionService& vision) {
     using Quality = platform::PersonSegmentationRequest::QualityLevel;
-    using rendered::Scene;
-    constexpr int framesBefore = 2, frames = 3;
+    struct Case {
+        const char* name;
+        Before before;
+        int frames;
+    };
     const auto somebody = rendered::asBgra(
         Scene({.seed = 21, .room = rendered::Room::Kind::office, .motion = Scene::Motion::still})
             .at(0)
             .picture);
+    std::vector<std::vector<Scene::Frame>> walks;
+    for (const unsigned seed : {21U, 22U, 23U, 24U, 25U}) walks.push_back(walkOut(seed));
     const auto files = pictureFiles(folder);
-    for (const bool seen : {false, true})
+    for (const Case& c : {Case{"at once", Before::nothing, framesAtOnce},
+                          {"somebody is gone from one frame to the next", Before::cut, framesAtOnce},
+                          {"somebody walked out 2 s ago", Before::walkedOut, framesAfterwards}})
         for (const auto quality : {Quality::fast, Quality::accurate}) {
             int found = 0;
-            for (const auto& file : files) {
-                const auto room = rendered::asBgra(composited::readPictureFile(file));
+            cv::RNG random(3);
+            for (std::size_t f = 0; f < files.size(); ++f) {
+                const auto& file = files[f];
+                cv::Mat3b room;
+                cv::resize(composited::readPictureFile(file), room, roomSize, 0, 0, cv::INTER_AREA);
                 const auto request = vision.makePersonSegmentationRequest(quality);
-                for (int i = 0; seen && i < framesBefore; ++i) request->perform(*somebody);
+                for (int i = 0; c.before == Before::cut && i < 2; ++i) request->perform(*somebody);
+                if (c.before == Before::walkedOut)
+                    for (const auto& frame : walks[f % walks.size()]) {
+                        cv::Mat3b shown = room.clone();
+                        frame.picture.copyTo(shown, frame.truth);
+                        request->perform(*rendered::asBgra(noisy(shown, random)));
+                    }
                 cv::Mat1b mask;
-                for (int i = 0; i < frames; ++i) mask = cut(*request, *room).mask;
+                for (int i = 0; i < c.frames; ++i)
+                    mask = cut(*request, *rendered::asBgra(noisy(room, random))).mask;
                 if (mask.empty() || cv::countNonZero(mask > 127) == 0) continue;
                 ++found;
                 std::printf("  %s\n", file.filename().c_str());
             }
-            std::printf("%s, %s: somebody in %d of %zu rooms (%.1f %%)\n",
-                        seen ? "after somebody" : "at once", quality == Quality::fast ? "fast" : "accurate",
-                        found, files.size(), 100.0 * found / static_cast<double>(files.size()));
+            std::printf("%s, %s: somebody in %d of %zu rooms (%.1f %%)\n", c.name,
+                        quality == Quality::fast ? "fast" : "accurate", found, files.size(),
+                        100.0 * found / static_cast<double>(files.size()));
+            std::fflush(stdout);
         }
 }
 

@@ -17,18 +17,26 @@ PersonPieces found(const cv::Rect& place, double confidence) {
 }
 
 cv::Mat1b changed(const cv::Rect& place) {
-    cv::Mat1b newness(answer, uchar(0));
-    newness(place).setTo(255);
-    return newness;
+    cv::Mat1b differs(answer, uchar(0));
+    differs(place).setTo(255);
+    return differs;
 }
 
 const cv::Mat1b nothing(answer, uchar(0)), everything(answer, uchar(255));
+const cv::Mat3b gray(answer, cv::Vec3b::all(120));
+
+/// The gray room with something bright in it.
+cv::Mat3b showing(const cv::Rect& place) {
+    cv::Mat3b picture = gray.clone();
+    picture(place).setTo(cv::Scalar::all(220));
+    return picture;
+}
 
 TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
     struct Case {
         const char* what;
         double confidence;
-        cv::Mat1b newness;
+        cv::Mat1b differs;
         bool somebody;
     };
     for (const auto& c : {Case{"beyond doubt", 0.95, nothing, true},
@@ -39,7 +47,7 @@ TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
                           {"too doubtful", 0.65, changed({100, 60, 20, 20}), false}}) {
         PersonPresence presence;
         bool somebody = false;
-        for (int i = 0; i < 6; ++i) somebody = presence.judge(found(body, c.confidence), c.newness);
+        for (int i = 0; i < 6; ++i) somebody = presence.judge(found(body, c.confidence), gray, c.differs);
         EXPECT_EQ(somebody, c.somebody) << c.what;
         EXPECT_EQ(presence.wasSeen(), c.somebody) << c.what;
     }
@@ -48,21 +56,46 @@ TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
 TEST(PersonPresence, AThingThatIsLeftWhenSomebodyGoesIsNobody) {
     for (const auto& thing : {plant, elsewhere}) {
         PersonPresence presence;
-        EXPECT_TRUE(presence.judge(found(body, 0.98), {}));
-        EXPECT_TRUE(presence.judge(found(body, 0.7), nothing));  // the light went out
-        EXPECT_FALSE(presence.judge(found(thing, 0.85), changed(body)));
-        EXPECT_FALSE(presence.judge(found(thing, 0.85), nothing));
+        EXPECT_TRUE(presence.judge(found(body, 0.98), gray, {}));
+        EXPECT_TRUE(presence.judge(found(body, 0.7), gray, nothing));  // the light went out
+        EXPECT_FALSE(presence.judge(found(thing, 0.85), gray, changed(body)));
+        EXPECT_FALSE(presence.judge(found(thing, 0.85), gray, nothing));
         EXPECT_TRUE(presence.wasSeen());
-        EXPECT_TRUE(presence.judge(found(body, 0.98), changed(body)));
+        EXPECT_TRUE(presence.judge(found(body, 0.98), gray, changed(body)));
+    }
+}
+
+TEST(PersonPresence, WhatIsDoubtfulAndStandsStillIsNobodyAfterAWhile) {
+    for (const bool stirs : {false, true}) {
+        PersonPresence presence;
+        EXPECT_TRUE(presence.judge(found(body, 0.98), showing(body), {}));
+        bool always = true;
+        // Too slow to be seen from one frame to the next.
+        for (int i = 0; i < 100; ++i)
+            always =
+                presence.judge(found(body, 0.8), showing(body + cv::Point(stirs ? i / 10 : 0, 0)), nothing) &&
+                always;
+        EXPECT_EQ(always, stirs);
+    }
+}
+
+TEST(PersonPresence, AnotherSceneIsJudgedAfreshButNotAnotherLight) {
+    cv::Mat3b room(answer), other(answer);
+    cv::RNG(1).fill(room, cv::RNG::UNIFORM, 0, 160);
+    cv::RNG(2).fill(other, cv::RNG::UNIFORM, 0, 160);
+    for (const bool light : {false, true}) {
+        PersonPresence presence;
+        EXPECT_TRUE(presence.judge(found(body, 0.98), room, {}));
+        EXPECT_EQ(presence.judge(found(body, 0.8), light ? cv::Mat3b(room * 1.5) : other, everything), light);
     }
 }
 
 TEST(PersonPresence, SomebodyOnTheirWayInIsThereAtOnce) {
     PersonPresence presence;
     const cv::Rect side(0, 30, 40, 114);
-    EXPECT_FALSE(presence.judge(found(side, 0.8), nothing));
+    EXPECT_FALSE(presence.judge(found(side, 0.8), gray, nothing));
     PersonPresence other;
-    EXPECT_TRUE(other.judge(found(side, 0.8), changed(side)));
+    EXPECT_TRUE(other.judge(found(side, 0.8), gray, changed(side)));
 }
 
 }  // namespace

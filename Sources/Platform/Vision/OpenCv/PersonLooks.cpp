@@ -40,6 +40,12 @@ cv::Mat1f byChange(const cv::Mat1f& now, const cv::Mat1f& both, const cv::Mat1b&
     return result;
 }
 
+/// Whether where somebody was says nothing any more.
+bool isAllNew(const cv::Mat1b& changed) {
+    constexpr double mostOfIt = 0.5;
+    return cv::countNonZero(changed > 127) > mostOfIt * static_cast<double>(changed.total());
+}
+
 /// Whether something moves where a close look at `place` would not see it, a hand perhaps.
 bool movesOutside(const cv::Mat1b& changed, const cv::Rect& place) {
     constexpr double leastMoving = 0.001;
@@ -89,7 +95,7 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
                             const cv::Mat1b& changed, Effort effort) {
     const cv::Size size = view.size();
     const cv::Mat1b lift = liftFor(view);
-    const bool known = last_.size() == size && changed.size() == size;
+    const bool known = last_.size() == size && changed.size() == size && !isAllNew(changed);
     if (effort == Effort::inTurn && known) {
         closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
         const cv::Mat1f now =
@@ -100,8 +106,7 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
     }
     last_ = network.ask(lifted(view, lift));
     closer_ = false;
-    if ((place_ & cv::Rect({}, size)) != place_) place_ = {};
-    if (place_.empty()) place_ = around(findPerson(last_).solid);
+    if (!known || place_.empty()) place_ = around(findPerson(last_).solid);
     if (place_.empty()) place_ = cv::Rect({}, size);
     return agreed(last_, lookCloser(network, frame, lift, last_));
 }

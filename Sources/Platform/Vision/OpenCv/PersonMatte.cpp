@@ -70,7 +70,7 @@ cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& vie
 
     const PersonPieces pieces = findPerson(person);
     solid_ = pieces.solid;
-    if (!presence_.judge(pieces, changed)) {
+    if (!presence_.judge(pieces, view, changed)) {
         heldFine_.release();
         return presence_.wasSeen() ? cv::Mat1b(fine.size(), uchar(0)) : cv::Mat1b();
     }

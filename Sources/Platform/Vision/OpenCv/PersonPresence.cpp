@@ -1,5 +1,7 @@
 #include "Platform/Vision/OpenCv/PersonPresence.hpp"
 
+#include "Platform/Vision/OpenCv/FrameChange.hpp"
+
 #include <algorithm>
 
 namespace platform {
@@ -21,6 +23,13 @@ constexpr double leastMoving = 0.005, roomsShare = 0.5;
 /// Two frames of movement are enough, if there are less than ten without between them.
 constexpr int oneMovement = 10, enough = 2 * oneMovement - 9;
 
+/// Nobody sits quite still for long: frames from which on a movement shows, however slow it is; and how many
+/// of them may go by without any until a doubtful thing is nobody.
+constexpr int slowMovement = 10, patience = 3 * slowMovement;
+
+/// From this part of the frame on, all of it is another one.
+constexpr double mostOfIt = 0.5;
+
 /// Which part of what was found has changed, and of the room around it.
 struct Change {
     double person = 0, room = 0;
@@ -29,10 +38,27 @@ struct Change {
 Change changeIn(const cv::Mat1b& solid, const cv::Mat1b& changed) {
     const int person = cv::countNonZero(solid), room = static_cast<int>(solid.total()) - person;
     if (changed.size() != solid.size()) return {};
-    const cv::Mat1b moving = changed > 127;
-    const int both = cv::countNonZero(moving), within = cv::countNonZero(moving & solid);
+    const cv::Mat1b moves = changed > 127;
+    const int both = cv::countNonZero(moves), within = cv::countNonZero(moves & solid);
     return {static_cast<double>(within) / std::max(1, person),
             static_cast<double>(both - within) / std::max(1, room)};
+}
+
+bool movesByItself(const Change& change) {
+    return change.person >= leastMoving && change.room <= roomsShare * change.person;
+}
+
+/// Whether `now` shows something else altogether, and not the same in another light.
+bool isAnotherScene(const cv::Mat3b& before, const cv::Mat3b& now, const cv::Mat1b& changed) {
+    const auto most = [&](const cv::Mat1b& change) {
+        return cv::countNonZero(change > 127) > mostOfIt * static_cast<double>(change.total());
+    };
+    if (before.size() != now.size() || changed.empty() || !most(changed)) return false;
+    const cv::Scalar was = cv::mean(before), is = cv::mean(now);
+    cv::Mat3b inThisLight;
+    cv::multiply(before, cv::Scalar(is[0] / (was[0] + 1), is[1] / (was[1] + 1), is[2] / (was[2] + 1)),
+                 inThisLight);
+    return most(changeBetween(inThisLight, now));
 }
 
 bool touchesSide(const cv::Mat1b& solid) {
@@ -41,29 +67,41 @@ bool touchesSide(const cv::Mat1b& solid) {
 
 }  // namespace
 
-bool PersonPresence::judge(const PersonPieces& found, const cv::Mat1b& changed) {
+bool PersonPresence::stirs(const PersonPieces& found, const cv::Mat3b& view) {
+    if (++stillFrames_ < slowMovement && !stillView_.empty()) return false;
+    const cv::Mat1b changed = changeBetween(stillView_, view);
+    stillView_ = view;
+    stillFrames_ = 0;
+    return movesByItself(changeIn(found.solid, changed));
+}
+
+bool PersonPresence::judge(const PersonPieces& found, const cv::Mat3b& view, const cv::Mat1b& changed) {
     const Change change = changeIn(found.solid, changed);
     const double before = last_.size() == found.solid.size() ? cv::countNonZero(last_) : 0;
     const double common = before > 0 ? cv::countNonZero(last_ & found.solid) : 0;
     const bool replaced = common > mostInPlace * cv::countNonZero(found.solid) && change.person > mostNew &&
                           change.room < mostNewInRoom;
-    const bool continues = before > 0 && common >= leastCommon * before && !replaced;
-    const bool moves = change.person >= leastMoving && change.room <= roomsShare * change.person;
+    const bool continues = before > 0 && common >= leastCommon * before && !replaced &&
+                           !isAnotherScene(lastView_, view, changed);
+    const bool moves = movesByItself(change);
     if (!continues) moved_ = 0;
     // Somebody on their way in or out is all new, at the picture's side.
     const bool passes = moves && !replaced && change.person > mostNew && touchesSide(found.solid);
     moved_ = passes  ? 2 * oneMovement
              : moves ? std::min(moved_ + oneMovement, 2 * oneMovement)
                      : std::max(0, moved_ - 1);
+    const bool sure = found.area >= areaToAppear && found.confidence >= beyondDoubt;
+    doubtfulFrames_ = stirs(found, view) || sure ? 0 : doubtfulFrames_ + 1;
     if (present_ && continues)
-        present_ = found.area >= areaToStay && found.confidence >= confidenceToStay;
-    else
         present_ =
-            found.area >= areaToAppear &&
-            (found.confidence >= beyondDoubt || (found.confidence >= confidenceToAppear && moved_ >= enough));
+            found.area >= areaToStay && found.confidence >= confidenceToStay && doubtfulFrames_ < patience;
+    else
+        present_ = sure ||
+                   (found.area >= areaToAppear && found.confidence >= confidenceToAppear && moved_ >= enough);
     sure_ = present_ && found.confidence >= beyondDoubt;
     seen_ = seen_ || present_;
     last_ = found.area > 0 ? found.solid : cv::Mat1b();
+    lastView_ = view;
     return present_;
 }
 
