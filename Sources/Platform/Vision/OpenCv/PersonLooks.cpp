@@ -15,15 +15,14 @@ namespace {
 constexpr double besides = 0.1, aboveAndBelow = 0.06;
 /// It shows at least this part of the frame's sides, or it makes somebody of every scrap.
 constexpr double leastSide = 0.3;
+/// How much wider the network may see somebody than they are: more, and it loses hats.
+constexpr double mostStretch = 1.5;
 /// It stays where it is until an edge of it is off by this part of the frame's sides, so that the border of
 /// somebody still does not flicker.
 constexpr double slack = 0.04;
 
-cv::Mat mirrored(const cv::Mat& picture) {
-    cv::Mat result;
-    cv::flip(picture, result, 1);
-    return result;
-}
+/// Of a picture that the network sees at the size `input`.
+double leastAspect(cv::Size input) { return static_cast<double>(input.width) / input.height / mostStretch; }
 
 /// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
 cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {
@@ -65,27 +64,48 @@ void widen(int& low, int& high, int margin, int least, int all) {
     high = std::min(all, high);
 }
 
-cv::Rect around(const cv::Mat1b& person) {
+/// Where a close look at `person` goes in a frame of the size `frame`.
+cv::Rect around(const cv::Mat1b& person, cv::Size frame) {
     const cv::Rect box = cv::boundingRect(person);
     if (box.empty()) return {};
     int left = box.x, right = box.br().x, top = box.y, bottom = box.br().y;
-    widen(left, right, cvRound(besides * box.width), cvRound(leastSide * person.cols), person.cols);
     widen(top, bottom, cvRound(aboveAndBelow * person.rows), cvRound(leastSide * person.rows), person.rows);
+    const double narrowest =
+        leastAspect(person.size()) * (bottom - top) * frame.height / person.rows * person.cols / frame.width;
+    widen(left, right, cvRound(besides * box.width), cvRound(std::max(narrowest, leastSide * person.cols)),
+          person.cols);
     return {left, top, right - left, bottom - top};
+}
+
+/// The network's answer to `picture`, as stretched or mirrored as the person in it may be.
+cv::Mat1f ask(NeuralSegmentation& network, const cv::Mat3b& picture, const cv::Mat1b& lift, bool mirror) {
+    const int width = std::max(picture.cols, cvRound(leastAspect(network.input()) * picture.rows));
+    const int left = (width - picture.cols) / 2;
+    cv::Mat3b wide = picture, view;
+    if (width > picture.cols)
+        cv::copyMakeBorder(picture, wide, 0, 0, left, width - picture.cols - left, cv::BORDER_REPLICATE);
+    cv::resize(wide, view, network.input(), 0, 0, cv::INTER_AREA);
+    view = lifted(view, lift);
+    if (mirror) cv::flip(view, view, 1);
+    cv::Mat1f answer = network.ask(view);
+    if (mirror) cv::flip(answer, answer, 1);
+    if (width == picture.cols) return answer;
+    const double scale = static_cast<double>(answer.cols) / width;
+    const int from = cvFloor(left * scale), to = cvCeil((left + picture.cols) * scale);
+    cv::resize(answer.colRange(from, to), answer, network.input(), 0, 0, cv::INTER_LINEAR);
+    return answer;
 }
 
 }  // namespace
 
 cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,
-                                  const cv::Mat1f& around) const {
-    const double right = static_cast<double>(frame.cols) / around.cols,
-                 down = static_cast<double>(frame.rows) / around.rows;
+                                  const cv::Mat1f& elsewhere) const {
+    const double right = static_cast<double>(frame.cols) / elsewhere.cols,
+                 down = static_cast<double>(frame.rows) / elsewhere.rows;
     const cv::Rect part(cv::Point(cvFloor(place_.x * right), cvFloor(place_.y * down)),
                         cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
-    cv::Mat3b view;
-    cv::resize(frame(part & cv::Rect({}, frame.size())), view, network.input(), 0, 0, cv::INTER_AREA);
-    cv::Mat1f there, result = around.clone();
-    cv::resize(mirrored(network.ask(mirrored(lifted(view, lift)))), there, place_.size(), 0, 0,
+    cv::Mat1f there, result = elsewhere.clone();
+    cv::resize(ask(network, frame(part & cv::Rect({}, frame.size())), lift, true), there, place_.size(), 0, 0,
                cv::INTER_AREA);
     there.copyTo(result(place_));
     return result;
@@ -95,24 +115,25 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
                             const cv::Mat1b& changed, Effort effort) {
     const cv::Size size = view.size();
     const cv::Mat1b lift = liftFor(view);
+    const bool slim = frame.cols < leastAspect(size) * frame.rows;
+    const auto lookAtAll = [&] { return ask(network, slim ? frame : view, lift, false); };
     const bool known = last_.size() == size && changed.size() == size && !isAllNew(changed);
     if (effort == Effort::inTurn && known) {
         closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
-        const cv::Mat1f now =
-            closer_ ? lookCloser(network, frame, lift, last_) : network.ask(lifted(view, lift));
+        const cv::Mat1f now = closer_ ? lookCloser(network, frame, lift, last_) : lookAtAll();
         const cv::Mat1f result = byChange(now, agreed(now, last_), changed);
         last_ = now;
         return result;
     }
-    last_ = network.ask(lifted(view, lift));
+    last_ = lookAtAll();
     closer_ = false;
-    if (!known || place_.empty()) place_ = around(findPerson(last_).solid);
+    if (!known || place_.empty()) place_ = around(findPerson(last_).solid, frame.size());
     if (place_.empty()) place_ = cv::Rect({}, size);
     return agreed(last_, lookCloser(network, frame, lift, last_));
 }
 
-void PersonLooks::follow(const cv::Mat1b& person) {
-    const cv::Rect now = around(person);
+void PersonLooks::follow(const cv::Mat1b& person, cv::Size frame) {
+    const cv::Rect now = around(person, frame);
     const double aside = slack * person.cols, up = slack * person.rows;
     const bool near = std::abs(now.x - place_.x) <= aside && std::abs(now.br().x - place_.br().x) <= aside &&
                       std::abs(now.y - place_.y) <= up && std::abs(now.br().y - place_.br().y) <= up;

@@ -18,12 +18,12 @@ class PersonLooks {
     cv::Mat1f look(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat3b& view,
                    const cv::Mat1b& changed, Effort effort);
 
-    /// The person that was found in it, 255, at the same size; the next close look goes there.
-    void follow(const cv::Mat1b& person);
+    /// The person that was found, 255, in a frame of this size; the next close look goes there.
+    void follow(const cv::Mat1b& person, cv::Size frame);
 
   private:
     cv::Mat1f lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,
-                         const cv::Mat1f& around) const;
+                         const cv::Mat1f& elsewhere) const;
 
     cv::Rect place_;  ///< of the close look, at the size of the answers; empty: nobody to look at
     cv::Mat1f last_;  ///< the look at the frame before
