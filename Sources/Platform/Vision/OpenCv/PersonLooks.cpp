@@ -77,36 +77,28 @@ cv::Rect around(const cv::Mat1b& person, cv::Size frame) {
     return {left, top, right - left, bottom - top};
 }
 
-/// The network's answer to `picture`, as stretched or mirrored as the person in it may be.
-cv::Mat1f ask(NeuralSegmentation& network, const cv::Mat3b& picture, const cv::Mat1b& lift, bool mirror) {
-    const int width = std::max(picture.cols, cvRound(leastAspect(network.input()) * picture.rows));
-    const int left = (width - picture.cols) / 2;
-    cv::Mat3b wide = picture, view;
-    if (width > picture.cols)
-        cv::copyMakeBorder(picture, wide, 0, 0, left, width - picture.cols - left, cv::BORDER_REPLICATE);
-    cv::resize(wide, view, network.input(), 0, 0, cv::INTER_AREA);
-    view = lifted(view, lift);
-    if (mirror) cv::flip(view, view, 1);
-    cv::Mat1f answer = network.ask(view);
-    if (mirror) cv::flip(answer, answer, 1);
-    if (width == picture.cols) return answer;
-    const double scale = static_cast<double>(answer.cols) / width;
-    const int from = cvFloor(left * scale), to = cvCeil((left + picture.cols) * scale);
-    cv::resize(answer.colRange(from, to), answer, network.input(), 0, 0, cv::INTER_LINEAR);
-    return answer;
-}
-
 }  // namespace
 
 cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,
                                   const cv::Mat1f& elsewhere) const {
     const double right = static_cast<double>(frame.cols) / elsewhere.cols,
                  down = static_cast<double>(frame.rows) / elsewhere.rows;
-    const cv::Rect part(cv::Point(cvFloor(place_.x * right), cvFloor(place_.y * down)),
-                        cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
-    cv::Mat1f there, result = elsewhere.clone();
-    cv::resize(ask(network, frame(part & cv::Rect({}, frame.size())), lift, true), there, place_.size(), 0, 0,
-               cv::INTER_AREA);
+    const cv::Rect place(cv::Point(cvFloor(place_.x * right), cvFloor(place_.y * down)),
+                         cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
+    cv::Mat3b part = frame(place & cv::Rect({}, frame.size()));
+    // An upright frame has no room beside the person.
+    const int cols = part.cols, width = std::max(cols, cvRound(leastAspect(network.input()) * part.rows));
+    const int left = (width - cols) / 2;
+    if (width > cols) cv::copyMakeBorder(part, part, 0, 0, left, width - cols - left, cv::BORDER_REPLICATE);
+
+    cv::Mat3b view;
+    cv::resize(part, view, network.input(), 0, 0, cv::INTER_AREA);
+    cv::flip(lifted(view, lift), view, 1);
+    cv::Mat1f answer = network.ask(view), there, result = elsewhere.clone();
+    cv::flip(answer, answer, 1);
+    const double scale = static_cast<double>(answer.cols) / width;
+    cv::resize(answer.colRange(cvFloor(left * scale), cvCeil((left + cols) * scale)), there, place_.size(), 0,
+               0, cv::INTER_AREA);
     there.copyTo(result(place_));
     return result;
 }
@@ -115,17 +107,16 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
                             const cv::Mat1b& changed, Effort effort) {
     const cv::Size size = view.size();
     const cv::Mat1b lift = liftFor(view);
-    const bool slim = frame.cols < leastAspect(size) * frame.rows;
-    const auto lookAtAll = [&] { return ask(network, slim ? frame : view, lift, false); };
     const bool known = last_.size() == size && changed.size() == size && !isAllNew(changed);
     if (effort == Effort::inTurn && known) {
         closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
-        const cv::Mat1f now = closer_ ? lookCloser(network, frame, lift, last_) : lookAtAll();
+        const cv::Mat1f now =
+            closer_ ? lookCloser(network, frame, lift, last_) : network.ask(lifted(view, lift));
         const cv::Mat1f result = byChange(now, agreed(now, last_), changed);
         last_ = now;
         return result;
     }
-    last_ = lookAtAll();
+    last_ = network.ask(lifted(view, lift));
     closer_ = false;
     if (!known || place_.empty()) place_ = around(findPerson(last_).solid, frame.size());
     if (place_.empty()) place_ = cv::Rect({}, size);
