@@ -24,6 +24,8 @@ TEST(PersonPieces, ScrapsGoHandsAndGapsStay) {
         {"a speck the network is sure of", {{{165, 60, 6, 6}, 1, false}}},
         {"a hand held up", {{{166, 80, 12, 30}, 0.95F, true}}},
         {"somebody far behind", {{{10, 60, 20, 30}, 0.95F, false}}},
+        {"somebody behind, close by in the picture", {{{168, 70, 30, 50}, 0.95F, false}}},
+        {"what a cable parts", {{{163, 80, 20, 64}, 0.95F, true}}},
         {"a poster the network wonders about", {{{200, 20, 50, 60}, 0.55F, false}}},
         {"somebody at the same table", {{{190, 70, 50, 70}, 0.9F, true}}},
         {"a doubt within the shirt", {{{120, 100, 6, 8}, 0.3F, true}}},

@@ -96,6 +96,11 @@ TEST(PersonPresence, SomebodyOnTheirWayInIsThereAtOnce) {
     EXPECT_FALSE(presence.judge(found(side, 0.8), gray, nothing));
     PersonPresence other;
     EXPECT_TRUE(other.judge(found(side, 0.8), gray, changed(side)));
+    // And stays there, however long nobody was.
+    PersonPresence empty;
+    for (int i = 0; i < 100; ++i) EXPECT_FALSE(empty.judge(found({}, 0), gray, nothing));
+    EXPECT_TRUE(empty.judge(found(side, 0.8), gray, changed(side)));
+    for (int i = 0; i < 5; ++i) EXPECT_TRUE(empty.judge(found(side, 0.8), gray, changed({0, 60, 20, 20})));
 }
 
 }  // namespace

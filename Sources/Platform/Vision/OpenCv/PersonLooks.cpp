@@ -15,14 +15,11 @@ namespace {
 constexpr double besides = 0.1, aboveAndBelow = 0.06;
 /// It shows at least this part of the frame's sides, or it makes somebody of every scrap.
 constexpr double leastSide = 0.3;
-/// How much wider the network may see somebody than they are: more, and it loses hats.
+/// The network sees frames wider than they are; from this on it loses hats.
 constexpr double mostStretch = 1.5;
 /// It stays where it is until an edge of it is off by this part of the frame's sides, so that the border of
 /// somebody still does not flicker.
 constexpr double slack = 0.04;
-
-/// Of a picture that the network sees at the size `input`.
-double leastAspect(cv::Size input) { return static_cast<double>(input.width) / input.height / mostStretch; }
 
 /// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
 cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {
@@ -64,16 +61,13 @@ void widen(int& low, int& high, int margin, int least, int all) {
     high = std::min(all, high);
 }
 
-/// Where a close look at `person` goes in a frame of the size `frame`.
-cv::Rect around(const cv::Mat1b& person, cv::Size frame) {
+/// Where a close look at `person` goes.
+cv::Rect around(const cv::Mat1b& person) {
     const cv::Rect box = cv::boundingRect(person);
     if (box.empty()) return {};
     int left = box.x, right = box.br().x, top = box.y, bottom = box.br().y;
+    widen(left, right, cvRound(besides * box.width), cvRound(leastSide * person.cols), person.cols);
     widen(top, bottom, cvRound(aboveAndBelow * person.rows), cvRound(leastSide * person.rows), person.rows);
-    const double narrowest =
-        leastAspect(person.size()) * (bottom - top) * frame.height / person.rows * person.cols / frame.width;
-    widen(left, right, cvRound(besides * box.width), cvRound(std::max(narrowest, leastSide * person.cols)),
-          person.cols);
     return {left, top, right - left, bottom - top};
 }
 
@@ -86,8 +80,10 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
     const cv::Rect place(cv::Point(cvFloor(place_.x * right), cvFloor(place_.y * down)),
                          cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
     cv::Mat3b part = frame(place & cv::Rect({}, frame.size()));
-    // An upright frame has no room beside the person.
-    const int cols = part.cols, width = std::max(cols, cvRound(leastAspect(network.input()) * part.rows));
+    // Beside somebody in an upright frame there is nothing to be seen.
+    const double leastAspect = network.input().aspectRatio() / mostStretch;
+    const bool upright = frame.cols < leastAspect * frame.rows;
+    const int cols = part.cols, width = upright ? std::max(cols, cvRound(leastAspect * part.rows)) : cols;
     const int left = (width - cols) / 2;
     if (width > cols) cv::copyMakeBorder(part, part, 0, 0, left, width - cols - left, cv::BORDER_REPLICATE);
 
@@ -118,13 +114,13 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
     }
     last_ = network.ask(lifted(view, lift));
     closer_ = false;
-    if (!known || place_.empty()) place_ = around(findPerson(last_).solid, frame.size());
+    if (!known || place_.empty()) place_ = around(findPerson(last_).solid);
     if (place_.empty()) place_ = cv::Rect({}, size);
     return agreed(last_, lookCloser(network, frame, lift, last_));
 }
 
-void PersonLooks::follow(const cv::Mat1b& person, cv::Size frame) {
-    const cv::Rect now = around(person, frame);
+void PersonLooks::follow(const cv::Mat1b& person) {
+    const cv::Rect now = around(person);
     const double aside = slack * person.cols, up = slack * person.rows;
     const bool near = std::abs(now.x - place_.x) <= aside && std::abs(now.br().x - place_.br().x) <= aside &&
                       std::abs(now.y - place_.y) <= up && std::abs(now.br().y - place_.br().y) <= up;

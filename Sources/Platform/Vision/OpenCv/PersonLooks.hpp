@@ -18,8 +18,8 @@ class PersonLooks {
     cv::Mat1f look(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat3b& view,
                    const cv::Mat1b& changed, Effort effort);
 
-    /// The person that was found, 255, in a frame of this size; the next close look goes there.
-    void follow(const cv::Mat1b& person, cv::Size frame);
+    /// The person that was found in it, 255, at that size; the next close look goes there.
+    void follow(const cv::Mat1b& person);
 
   private:
     cv::Mat1f lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,

@@ -13,11 +13,11 @@ namespace {
 constexpr float somebody = 0.55F;
 /// From this part of the largest piece on another one is somebody of its own; a smaller one is a scrap,
 /// or somebody in the background.
-constexpr double leastOwnPiece = 0.25;
+constexpr double leastOwnPiece = 0.5;
 constexpr double ownConfidence = 0.6;
 /// Or else a hand, which the network is sure of: its part of the largest piece, and the width of the gap
-/// to it in parts of the picture's width.
-constexpr double leastHand = 0.02, handConfidence = 0.8, handReach = 0.08;
+/// to it in parts of the picture's width. A larger one is somebody behind, unless hardly anything parts it.
+constexpr double leastHand = 0.02, largestHand = 0.15, handConfidence = 0.8, handReach = 0.08, crack = 0.02;
 /// Holes up to this part of the frame are the network's doubts, not gaps between arm and body.
 constexpr double largestHole = 0.003;
 
@@ -77,7 +77,7 @@ PersonPieces findPerson(const cv::Mat1f& probability) {
         if (!counts && piece.confidence >= handConfidence) {
             double gap = 0;
             cv::minMaxLoc(distance, &gap, nullptr, nullptr, nullptr, labels == i);
-            counts = gap <= handReach * probability.cols;
+            counts = gap <= (part <= largestHand ? handReach : crack) * probability.cols;
         }
         if (counts) person.solid.setTo(255, labels == i);
     }

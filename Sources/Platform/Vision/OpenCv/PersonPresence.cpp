@@ -91,7 +91,7 @@ bool PersonPresence::judge(const PersonPieces& found, const cv::Mat3b& view, con
              : moves ? std::min(moved_ + oneMovement, 2 * oneMovement)
                      : std::max(0, moved_ - 1);
     const bool sure = found.area >= areaToAppear && found.confidence >= beyondDoubt;
-    doubtfulFrames_ = stirs(found, view) || sure ? 0 : doubtfulFrames_ + 1;
+    doubtfulFrames_ = stirs(found, view) || moves || sure ? 0 : doubtfulFrames_ + 1;
     if (present_ && continues)
         present_ =
             found.area >= areaToStay && found.confidence >= confidenceToStay && doubtfulFrames_ < patience;
