@@ -18,8 +18,9 @@ std::vector<std::filesystem::path> pictureFiles(const std::filesystem::path& fol
 void cutPictures(const std::filesystem::path& folder, const std::filesystem::path& sheet,
                  platform::VisionService& vision);
 
-/// Prints in which of the pictures in `folder`, which show nobody, somebody is found: at once, and after
-/// somebody was there. Throws std::runtime_error that names the folder or file.
+/// Prints in which of the pictures in `folder`, which show nobody, somebody is found: at once, after somebody
+/// is gone from one frame to the next, and two seconds after somebody has walked out. Throws
+/// std::runtime_error that names the folder or file.
 void searchRooms(const std::filesystem::path& folder, platform::VisionService& vision);
 
 }  // namespace cobaltreel::benchmarks

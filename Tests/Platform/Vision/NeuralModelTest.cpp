@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
+#include <sys/stat.h>
 
 namespace platform::testing {
 namespace {
@@ -190,6 +191,17 @@ TEST(CrashTrial, ACrashStaysInItsOwnProcess) {
     EXPECT_TRUE(survivesTrial([] { throw PlatformError("Vision", 3, "refused"); }));
     EXPECT_FALSE(survivesTrial([] { std::abort(); }));
     EXPECT_FALSE(survivesTrial([] { raise(SIGSEGV); }));
+}
+
+TEST_F(NeuralModelTest, WhatIsNoFileIsRefusedByName) {
+    const auto pipe = folder / "pipe.onnx";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);  // would never end
+    for (const auto& file : {folder, pipe, std::filesystem::path("/dev/zero")}) {
+        setenv("COBALTREEL_SEGMENTATION_MODEL", file.c_str(), 1);
+        EXPECT_NE(OpenCvVisionService(folder).implementation().find(file.string() + " can't be used"),
+                  std::string::npos)
+            << file;
+    }
 }
 
 TEST_F(NeuralModelTest, TheEnvironmentNamesTheModelBeforeTheFolder) {

@@ -18,6 +18,8 @@ namespace {
 constexpr int usualSide = 256;
 /// Larger inputs are mistakes in a file, not pictures.
 constexpr std::int64_t largestSide = 4096;
+/// And larger files no networks for a camera.
+constexpr std::uintmax_t largestFile = 1'000'000'000;
 
 PlatformError broken(const std::filesystem::path& file, const std::string& reason, int code = 3) {
     return {"Vision", code, "The segmentation model " + file.string() + " can't be used: " + reason + "."};
@@ -116,8 +118,12 @@ bool isProbability(const cv::Mat1f& x) {
 }  // namespace
 
 NeuralModel NeuralModel::describe(const std::filesystem::path& file) {
+    std::error_code error;
+    if (std::filesystem::exists(file, error) && !std::filesystem::is_regular_file(file, error))
+        throw broken(file, "it is not a file");
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw broken(file, "the file can't be opened");
+    if (std::filesystem::file_size(file, error) > largestFile) throw broken(file, "it is too large");
     const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
     NeuralModel model;
     model.file = file;

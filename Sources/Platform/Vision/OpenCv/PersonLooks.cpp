@@ -15,11 +15,11 @@ namespace {
 constexpr double besides = 0.1, aboveAndBelow = 0.06;
 /// It shows at least this part of the frame's sides, or it makes somebody of every scrap.
 constexpr double leastSide = 0.3;
-/// The network sees frames wider than they are; from this on it loses hats.
-constexpr double mostStretch = 1.5;
 /// It stays where it is until an edge of it is off by this part of the frame's sides, so that the border of
 /// somebody still does not flicker.
 constexpr double slack = 0.04;
+/// How much wider than they are the network may see things in it: beyond that it loses hats.
+constexpr double mostStretch = 1.5;
 
 /// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
 cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {

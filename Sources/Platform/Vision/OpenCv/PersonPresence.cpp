@@ -9,9 +9,9 @@ namespace {
 
 /// What somebody has at least, to be believed and to stay: part of the frame, the network's confidence.
 constexpr double areaToAppear = 0.015, confidenceToAppear = 0.72, areaToStay = 0.004, confidenceToStay = 0.6;
-/// From here on nothing else is asked. Between the two are people in the dark or half hidden, and plants,
-/// chairs and books: those do not move.
-constexpr double beyondDoubt = 0.93;
+/// From here on nothing else is asked, of somebody new and of somebody who is there. Below are people in the
+/// dark or half hidden, and plants, chairs and books: those do not move.
+constexpr double beyondDoubt = 0.94, stillBeyondDoubt = 0.93;
 
 /// The part of somebody that is still theirs a frame later.
 constexpr double leastCommon = 0.4;
@@ -90,7 +90,8 @@ bool PersonPresence::judge(const PersonPieces& found, const cv::Mat3b& view, con
     moved_ = passes  ? 2 * oneMovement
              : moves ? std::min(moved_ + oneMovement, 2 * oneMovement)
                      : std::max(0, moved_ - 1);
-    const bool sure = found.area >= areaToAppear && found.confidence >= beyondDoubt;
+    const bool sure = found.area >= areaToAppear &&
+                      found.confidence >= (present_ && continues ? stillBeyondDoubt : beyondDoubt);
     doubtfulFrames_ = stirs(found, view) || moves || sure ? 0 : doubtfulFrames_ + 1;
     if (present_ && continues)
         present_ =
@@ -98,7 +99,7 @@ bool PersonPresence::judge(const PersonPieces& found, const cv::Mat3b& view, con
     else
         present_ = sure ||
                    (found.area >= areaToAppear && found.confidence >= confidenceToAppear && moved_ >= enough);
-    sure_ = present_ && found.confidence >= beyondDoubt;
+    sure_ = present_ && sure;
     seen_ = seen_ || present_;
     last_ = found.area > 0 ? found.solid : cv::Mat1b();
     lastView_ = view;
