@@ -21,6 +21,7 @@
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
+#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 #include "Platform/Desktop/Xcb/XcbWindowManager.hpp"
@@ -37,6 +38,28 @@
 namespace platform {
 
 namespace {
+
+bool isServerXwayland() {
+    try {
+        XcbConnection connection;
+        return isXwayland(connection);
+    } catch (const PlatformError&) {
+        return false;  // no display, which whoever needs one says
+    }
+}
+
+/// What the session is by its variables; but an X server that is XWayland outweighs them. Throws
+/// PlatformError when one of them forces what then would record nothing but black.
+Session findSession() {
+    const Session session = decideSession();
+    if (session.type == SessionType::wayland || !isServerXwayland()) return session;
+    if (session.isForced)
+        throw PlatformError("Desktop", 1,
+                            session.reason +
+                                ", but this is a Wayland session: its X server, XWayland, has no picture "
+                                "of the screen. Unset the variable.");
+    return {SessionType::wayland, "XWayland", false};
+}
 
 /// Stands where there is no display server.
 class UnavailableDesktop final : public Desktop {
@@ -104,7 +127,7 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
                                                const std::filesystem::path& modelsFolder) {
     UserDefaults::setStandard(std::make_shared<QtUserDefaults>());
     PlatformServices services;
-    services.session = decideSession();
+    services.session = findSession();
     services.clock = std::make_shared<HostClock>();
     services.mainLoop = std::make_shared<QtMainLoop>();
     services.media = makeFFmpegMediaService();

@@ -7,11 +7,11 @@
 namespace platform {
 
 Session decideSession(const std::function<std::optional<std::string>(const char*)>& variable) {
+    static constexpr const char* forced = "COBALTREEL_PLATFORM";
     const auto valueOf = [&](const char* name) { return variable(name).value_or(""); };
     const auto because = [&](SessionType type, const char* name) {
-        return Session{type, std::string(name) + "=" + valueOf(name)};
+        return Session{type, std::string(name) + "=" + valueOf(name), name == forced};
     };
-    constexpr const char* forced = "COBALTREEL_PLATFORM";
     if (const std::string wish = valueOf(forced); !wish.empty()) {
         if (wish == "x11") return because(SessionType::x11, forced);
         if (wish == "wayland") return because(SessionType::wayland, forced);

@@ -12,7 +12,8 @@ enum class SessionType { x11, wayland };
 /// What the session is and what told so.
 struct Session {
     SessionType type = SessionType::x11;
-    std::string reason;  ///< the variable that decided, with its value
+    std::string reason;     ///< what decided: a variable with its value
+    bool isForced = false;  ///< by COBALTREEL_PLATFORM
 };
 
 /// Decides by what the session says of itself, never by which servers answer: a Wayland desktop serves X11

@@ -72,6 +72,18 @@ std::vector<XcbMonitor> readMonitors(XcbConnection& connection) {
     return monitors;
 }
 
+bool isXwayland(XcbConnection& connection) {
+    // Newer ones say so by an extension, older ones by the names of their outputs.
+    static constexpr std::string_view extension = "XWAYLAND", output = "XWAYLAND";
+    const auto found =
+        connection.reply(xcb_query_extension_reply,
+                         xcb_query_extension(connection.get(), static_cast<std::uint16_t>(extension.size()),
+                                             extension.data()));
+    if (found && found->present != 0) return true;
+    return std::ranges::any_of(readMonitors(connection),
+                               [](const XcbMonitor& monitor) { return monitor.name.starts_with(output); });
+}
+
 void watchMonitors(XcbConnection& connection) {
     if (!hasMonitors(connection)) return;
     xcb_randr_select_input(connection.get(), connection.root(),

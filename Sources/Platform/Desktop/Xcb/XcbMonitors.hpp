@@ -20,6 +20,9 @@ struct XcbMonitor {
 /// window counts as one when the server knows no monitors. Empty when the server is gone.
 std::vector<XcbMonitor> readMonitors(XcbConnection& connection);
 
+/// Whether the server shows its windows in a Wayland session, whose picture it does not have.
+bool isXwayland(XcbConnection& connection);
+
 /// Asks for an event whenever monitors come, go, move or change size.
 void watchMonitors(XcbConnection& connection);
 /// True for such an event.
