@@ -2,20 +2,17 @@
 
 #include "Cobaltreel/Capture/CaptureTarget.hpp"
 #include "Cobaltreel/Capture/ContentChoice.hpp"
-#include "Cobaltreel/Capture/InterruptedTake.hpp"
+#include "Cobaltreel/Capture/DeviceNotice.hpp"
 #include "Cobaltreel/Capture/LivePreview.hpp"
 #include "Cobaltreel/Capture/MicrophoneMeter.hpp"
 #include "Cobaltreel/Capture/RecordingEngine.hpp"
 #include "Cobaltreel/Capture/RecordingFiles.hpp"
 #include "Cobaltreel/Capture/SourceLists.hpp"
+#include "Cobaltreel/Capture/StartConditions.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
-#include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
-#include "Platform/Foundation/DurableFiles.hpp"
 
 #include <QPointer>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace cobaltreel {
@@ -27,32 +24,6 @@ namespace {
 
 constexpr double tickInterval = 1.0;  // seconds
 constexpr std::int64_t secondsBetweenDiskChecks = 5;
-
-Alert warning(QString message, QString informativeText = {}) {
-    return {std::move(message), std::move(informativeText), {}};
-}
-
-QString noticeOf(const platform::CaptureEvent& event) {
-    using Kind = platform::CaptureEvent::Kind;
-    const auto text = [&] {
-        switch (event.kind) {
-            case Kind::lost:
-                return S::deviceLost();
-            case Kind::returned:
-                return S::deviceReturned();
-            case Kind::failed:
-                return S::deviceFailed();
-            case Kind::unreadable:
-                return S::pictureUnreadable();
-            case Kind::stalled:
-                return event.device.type == MediaType::video ? S::pictureMissing() : S::soundMissing();
-            case Kind::silent:
-                return S::microphoneSilent();
-        }
-        return QString();
-    };
-    return text().arg(QString::fromStdString(event.device.name));
-}
 
 std::string descriptionOf(const std::exception_ptr& failure) {
     try {
@@ -131,14 +102,7 @@ void RecordingCoordinator::toggle() {
 }
 
 QCoro::Task<bool> RecordingCoordinator::ensureAuthorized(bool needCamera) {
-    const auto engine = engine_;
-    if (!co_await engine->accessTo(MediaType::audio)) {
-        co_await engine->answerTo(warning(S::microphoneRequired()));
-        co_return false;
-    }
-    // A refused camera leaves a recording without its picture.
-    if (needCamera) co_await engine->accessTo(MediaType::video);
-    co_return true;
+    return StartConditions::authorize(engine_, needCamera);
 }
 
 QCoro::Task<void> RecordingCoordinator::start() {
@@ -150,39 +114,13 @@ QCoro::Task<void> RecordingCoordinator::start() {
     endedByFailure_ = false;
     setPhase(Phase::asking);
 
-    const bool authorized = co_await ensureAuthorized(cameraEnabled());
+    const auto start = co_await StartConditions::check(engine, *this, leastFreeAtStart, isOver);
     if (isOver()) co_return;
-    if (!authorized) {
+    if (!start.areMet) {
         setPhase(Phase::idle);
         co_return;
     }
-
-    std::int64_t freeBytes = 0;
-    co_await engine->offMainThread([&] {
-        try {
-            platform::makePrivateFolders(Paths::sessionsRoot());
-        } catch (const PlatformError&) {
-            // What follows says it.
-        }
-        freeBytes = engine->services.freeBytes(Paths::sessionsRoot());
-    });
-    if (isOver()) co_return;
-    if (freeBytes < leastFreeAtStart) {
-        co_await engine->answerTo(warning(S::notEnoughDiskSpace()));
-        if (!isOver()) setPhase(Phase::idle);
-        co_return;
-    }
-
-    const auto choice = co_await ContentChoice::ask(engine, *this);
-    if (choice.failure)
-        co_await engine->answerTo(
-            warning(S::recordingFailed(), QString::fromStdString(choice.failure->description())));
-    if (isOver()) co_return;
-    if (!choice.mayRecord) {
-        setPhase(Phase::idle);
-        co_return;
-    }
-    if (choice.grant) ContentChoice::select(*this, engine->services.screenCapture->shareableContent());
+    if (start.grant) ContentChoice::select(*this, engine->services.screenCapture->shareableContent());
 
     setPhase(Phase::counting);
     const bool counted = co_await AwaitAnswer<bool>(*engine->services.mainLoop, [&](auto ended) {
@@ -295,24 +233,21 @@ QCoro::Task<void> RecordingCoordinator::tick() {
     looksAtRoom_ = looksAtRoom_ || static_cast<std::int64_t>(elapsed) % secondsBetweenDiskChecks == 0;
     if (std::exchange(looking_, true)) co_return;  // a disk that does not answer is not asked twice
 
-    bool isGone = false, isFull = false;
     const auto folder = session_->dir;
+    bool isFull = false;
+    DiskState disk;
     do {
         const bool looksAtRoom = std::exchange(looksAtRoom_, false);
-        co_await engine->offMainThread([&] {
-            std::error_code unknown;
-            isGone = !std::filesystem::exists(folder, unknown) && !unknown;
-            isFull =
-                looksAtRoom && engine->services.freeBytes(Paths::sessionsRoot()) <= leastFreeWhileRecording;
-        });
+        disk = co_await engine->lookAtDisk(folder);
+        isFull = looksAtRoom && disk.freeBytes <= leastFreeWhileRecording;
         if (!self) co_return;
-    } while (looksAtRoom_ && !isGone && !isFull);
+    } while (looksAtRoom_ && !disk.isFolderGone && !isFull);
     looking_ = looksAtRoom_ = false;
     if (phase_ != Phase::recording) co_return;
     // A folder that somebody has removed has no room either, which is not what happened to it.
-    if (isFull && !isGone)
+    if (isFull && !disk.isFolderGone)
         co_await endByItself(S::stoppedDiskFull());
-    else if (isGone || engine->writingError())
+    else if (disk.isFolderGone || engine->writingError())
         co_await endByItself({});  // the stop tells of what cannot be written
 }
 
@@ -359,26 +294,10 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
     const auto pictureEndedAt = std::exchange(pictureEndedAt_, std::nullopt);
     auto meta = meta_;
 
-    // From here to the documents all goes on without the coordinator, too.
     co_await engine->screen.stop();
     co_await engine->cameraMic.stop();
     if (self) endPreview();
-    const EventLog events = engine->mouse.stop();
-    co_await engine->keeper.stop();
-    auto error = engine->writingError();
-    if (meta && folder) {
-        meta->screenFirstPTS = engine->screen.firstPTS();
-        meta->cameraFirstPTS = engine->cameraMic.firstPTS();
-        co_await engine->offMainThread([&] {
-            // A take without a picture is no take, whatever the screen gave.
-            if (error && InterruptedTake::isSurelyEmpty(folder->screenMovie(), *engine->services.media))
-                meta->screenFirstPTS.reset();
-            meta->recordingEndHostTime = pictureEndedAt.value_or(engine->services.clock->now());
-            const auto unwritten = engine->files->complete(events, *meta);
-            if (!error) error = unwritten;
-        });
-    }
-    engine->files.reset();
+    const auto error = co_await engine->completeTake(*folder, *meta, pictureEndedAt);
     if (!self) co_return;
     meta_ = meta;
     if (error && endReason_.empty()) endReason_ = error->description();

@@ -6,13 +6,23 @@
 #include "Cobaltreel/Capture/RecordingServices.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Cobaltreel/Capture/SessionKeeper.hpp"
+#include "Cobaltreel/Support/SessionFolder.hpp"
 
+#include <QCoroTask>
+#include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
 
 namespace cobaltreel {
+
+/// What became of the place that a recording is written to.
+struct DiskState {
+    bool isFolderGone = false;
+    std::int64_t freeBytes = 0;
+};
 
 /// What records. Shared by the coordinator and by each of its operations under way, so that an operation
 /// comes to its end, and a recording to complete files, whatever becomes of the coordinator. Main thread.
@@ -46,6 +56,13 @@ struct RecordingEngine {
         const auto error = screen.writingError();
         return error ? error : cameraMic.writingError();
     }
+
+    /// Writes what is left of a recording whose streams have ended: its pointer, its times (into `meta`,
+    /// too), its documents. Returns why something could not be written; absent when all was. The engine is
+    /// kept by the caller until then.
+    QCoro::Task<std::optional<platform::PlatformError>> completeTake(SessionFolder folder, SessionMeta& meta,
+                                                                     std::optional<double> pictureEndedAt);
+    QCoro::Task<DiskState> lookAtDisk(std::filesystem::path folder);
 
     const RecordingServices services;
     ScreenRecorder screen;

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
+#include <utility>
 
 namespace cobaltreel {
 
@@ -13,6 +14,11 @@ struct Alert {
     /// The first is the default; none: the platform's single default button.
     QStringList buttons;
 };
+
+/// An alert that is only read.
+inline Alert warning(QString message, QString informativeText = {}) {
+    return {std::move(message), std::move(informativeText), {}};
+}
 
 /// Shows alerts, one at a time in the order asked for. Main thread.
 class AlertPresenter {

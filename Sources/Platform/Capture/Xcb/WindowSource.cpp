@@ -1,6 +1,7 @@
 #include "Platform/Capture/Xcb/WindowSource.hpp"
 
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
+#include "Platform/Capture/Xcb/WindowPainting.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <algorithm>
@@ -103,7 +104,7 @@ void WindowSource::followFrame() {
     RectList shape, painted;
     if (isFirst) shape = boundingShape(connection_, {frame_, bounds_, border_, true});
     // What the screen shows of a window whose contents nobody has kept is the window's own.
-    if (isFirst && !isKept) painted = without(shape, coveredParts());
+    if (isFirst && !isKept) painted = without(shape, coveredParts(connection_, frame_, bounds_));
     damageFrom_ = xcb_composite_redirect_window(c, frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC).sequence;
     xcb_ungrab_server(c);
 
@@ -119,9 +120,9 @@ void WindowSource::followFrame() {
     dirty_.add(wholeOf(bounds_));
     if (isFirst && isKept) {
         presumedPainted_ = std::move(shape);
-        damageFrom_ = askToPaint(frame_, false);
+        damageFrom_ = askToPaint(connection_, frame_, false);
     } else if (!isFirst || pixelCount(painted) < pixelCount(shape)) {
-        damageFrom_ = askToPaint(frame_, true);
+        damageFrom_ = askToPaint(connection_, frame_, true);
     }
 }
 
@@ -130,28 +131,6 @@ void WindowSource::beginContents(const RectList& painted) {
     presumedPainted_.clear();
     unpainted_.begin(wholeOf(bounds_), painted);
     isLayoutStale_ = isPictureDue_ = true;
-}
-
-RectList WindowSource::coveredParts() const {
-    RectList covered = without(RectList{wholeOf(bounds_)},
-                               PixelRect{-bounds_.x, -bounds_.y, connection_.screen().width_in_pixels,
-                                         connection_.screen().height_in_pixels});
-    const auto stack = childrenOf(connection_, connection_.root());
-    for (auto above = std::find(stack.begin(), stack.end(), frame_); above != stack.end(); ++above) {
-        const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
-                                                  xcb_get_window_attributes(connection_.get(), *above));
-        if (*above == frame_ || !attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
-            attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT)
-            continue;
-        const auto geometry =
-            connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(connection_.get(), *above));
-        if (!geometry) continue;
-        const PixelRect bounds = outerBounds(*geometry);
-        for (const PixelRect& part :
-             boundingShape(connection_, {*above, bounds, geometry->border_width, true}))
-            covered.push_back(part.translated(bounds.x - bounds_.x, bounds.y - bounds_.y));
-    }
-    return covered;
 }
 
 void WindowSource::learnShape() {
@@ -165,26 +144,6 @@ void WindowSource::learnShape() {
         unpainted_.setShape(boundingShape(connection_, {frame_, bounds_, border_, true}));
     else
         unpainted_.setShape({everywhere});
-}
-
-std::uint32_t WindowSource::askToPaint(xcb_window_t window, bool withBackgrounds) const {
-    xcb_connection_t* c = connection_.get();
-    const auto geometry = xcb_get_geometry(c, window);
-    if (withBackgrounds) xcb_clear_area(c, 1, window, 0, 0, 0, 0);
-    const auto size = connection_.reply(xcb_get_geometry_reply, geometry);
-    if (!withBackgrounds && size) {
-        // An event of our own making, so that the server itself paints nothing and nothing flickers.
-        xcb_expose_event_t expose{};
-        expose.response_type = XCB_EXPOSE;
-        expose.window = window;
-        expose.width = size->width;
-        expose.height = size->height;
-        char event[32] = {};
-        std::memcpy(event, &expose, sizeof expose);
-        xcb_send_event(c, 0, window, XCB_EVENT_MASK_EXPOSURE, event);
-    }
-    for (const xcb_window_t child : childrenOf(connection_, window)) askToPaint(child, withBackgrounds);
-    return geometry.sequence;
 }
 
 void WindowSource::learnClient() {
@@ -276,7 +235,7 @@ void WindowSource::handleStructure(const xcb_generic_event_t& event) {
             if (notify.window == frame_) {
                 isFrameShown_ = isShown;
                 beginContents({});
-                if (isShown) damageFrom_ = askToPaint(frame_, true);
+                if (isShown) damageFrom_ = askToPaint(connection_, frame_, true);
             }
             if (notify.window == window_) {
                 isClientShown_ = isShown;
@@ -379,7 +338,7 @@ bool WindowSource::isWaitingForPaint(const RectList& unpainted) {
     }
     if (presumedPainted_.empty() && now > *incompleteSince_ + paintPatience / 2 &&
         !std::exchange(isAskedAgain_, true))
-        askToPaint(frame_, true);
+        askToPaint(connection_, frame_, true);
     return now < *incompleteSince_ + (presumedPainted_.empty() ? paintPatience : firstPatience);
 }
 
@@ -398,7 +357,7 @@ std::optional<GrabbedPicture> WindowSource::grab() {
         handleWaitingEvents();
         unpainted_.settle();
         // What was painted meanwhile may not have counted.
-        if (!unpainted_.rects().empty()) askToPaint(frame_, true);
+        if (!unpainted_.rects().empty()) askToPaint(connection_, frame_, true);
     }
     if (!contents_ || isLayoutStale_ || !isReadable() || seen_.isEmpty()) return std::nullopt;
 

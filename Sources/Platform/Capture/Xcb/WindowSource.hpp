@@ -37,11 +37,6 @@ class WindowSource final : public PictureSource {
     void followFrame();
     void leaveFrame();
     void beginContents(const RectList& painted);
-    /// Asks the window's program, and those of the windows inside; `withBackgrounds` has the server paint the
-    /// backgrounds first. The sequence number of the first request: all that was painted before it is asked
-    /// for again.
-    std::uint32_t askToPaint(xcb_window_t window, bool withBackgrounds) const;
-    RectList coveredParts() const;
     void learnShape();
     void learnClient();
     void learnLayout();
