@@ -109,7 +109,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
     const QPointer<RecordingCoordinator> self(this);
     const auto engine = engine_;
     const auto attempt = ++attempt_;
-    const auto isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
+    const std::function<bool()> isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
     endReason_.clear();
     endedByFailure_ = false;
     setPhase(Phase::asking);

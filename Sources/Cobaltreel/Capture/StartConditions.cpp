@@ -10,7 +10,8 @@ namespace cobaltreel::StartConditions {
 using platform::MediaType;
 
 QCoro::Task<bool> authorize(std::shared_ptr<RecordingEngine> engine, bool needCamera) {
-    if (!co_await engine->accessTo(MediaType::audio)) {
+    const bool hears = co_await engine->accessTo(MediaType::audio);
+    if (!hears) {
         co_await engine->answerTo(warning(S::microphoneRequired()));
         co_return false;
     }
@@ -20,7 +21,7 @@ QCoro::Task<bool> authorize(std::shared_ptr<RecordingEngine> engine, bool needCa
 }
 
 QCoro::Task<Outcome> check(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices,
-                           std::int64_t leastFree, std::function<bool()> isOver) {
+                           std::int64_t leastFree, const std::function<bool()>& isOver) {
     const bool isAuthorized = co_await authorize(engine, choices.cameraEnabled());
     if (!isAuthorized || isOver()) co_return Outcome{};
 
