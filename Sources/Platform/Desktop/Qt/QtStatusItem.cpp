@@ -12,6 +12,8 @@
 #include <QMenu>
 #include <QPainter>
 #include <QPixmap>
+#include <QProxyStyle>
+#include <QStyleOption>
 #include <QSystemTrayIcon>
 #include <QWindow>
 #include <algorithm>
@@ -50,6 +52,16 @@ class LabelIcon final : public QIconEngine {
   private:
     Draw draw_;
     StatusLabel label_;
+};
+
+/// Texts run the menu's way; painters know only the application's.
+class DirectedStyle final : public QProxyStyle {
+  public:
+    void drawControl(ControlElement element, const QStyleOption* option, QPainter* painter,
+                     const QWidget* widget) const override {
+        painter->setLayoutDirection(option->direction);
+        QProxyStyle::drawControl(element, option, painter, widget);
+    }
 };
 
 class QtStatusItem final : public StatusItem {
@@ -113,6 +125,7 @@ class QtStatusItem final : public StatusItem {
     }
     void makeMenu() {
         menu_ = std::make_unique<QMenu>();
+        menu_->setStyle(&menuStyle_);
         for (std::size_t line = 0; line < actions_.menu().size(); ++line)
             QObject::connect(menu_->addAction(QString()), &QAction::triggered, menu_.get(),
                              [this, line] { actions_.menu().at(line).chosen(); });
@@ -153,6 +166,7 @@ class QtStatusItem final : public StatusItem {
     StatusLabel label_;
     NotifierTray notifierTray_;
     std::unique_ptr<XcbTrayWatch> embeddingTray_;
+    DirectedStyle menuStyle_;
     std::unique_ptr<QMenu> menu_;
     std::unique_ptr<QSystemTrayIcon> icon_;  // shows the menu
 };
