@@ -9,7 +9,7 @@
 namespace platform::imaging {
 
 /// Whole pixels [left, right) × [top, bottom), y downwards.
-struct PixelRect {
+struct PixelBox {
     int left = 0;
     int top = 0;
     int right = 0;
@@ -18,19 +18,19 @@ struct PixelRect {
     int width() const { return right - left; }
     int height() const { return bottom - top; }
     bool isEmpty() const { return right <= left || bottom <= top; }
-    bool contains(const PixelRect& o) const {
+    bool contains(const PixelBox& o) const {
         return o.left >= left && o.top >= top && o.right <= right && o.bottom <= bottom;
     }
-    PixelRect intersected(const PixelRect& o) const {
-        const PixelRect r{std::max(left, o.left), std::max(top, o.top), std::min(right, o.right),
-                          std::min(bottom, o.bottom)};
-        return r.isEmpty() ? PixelRect{} : r;
+    PixelBox intersected(const PixelBox& o) const {
+        const PixelBox r{std::max(left, o.left), std::max(top, o.top), std::min(right, o.right),
+                         std::min(bottom, o.bottom)};
+        return r.isEmpty() ? PixelBox{} : r;
     }
-    PixelRect united(const PixelRect& o) const {
+    PixelBox united(const PixelBox& o) const {
         return {std::min(left, o.left), std::min(top, o.top), std::max(right, o.right),
                 std::max(bottom, o.bottom)};
     }
-    friend bool operator==(const PixelRect&, const PixelRect&) = default;
+    friend bool operator==(const PixelBox&, const PixelBox&) = default;
 };
 
 /// The whole plane. Half of the largest number on each side, so that `maxX` stays finite.
@@ -95,16 +95,16 @@ struct AxisMap {
 
 /// The pixels of `within` whose centres `r` covers. Adjacent rectangles never share a pixel; the small
 /// tolerance keeps a rounding error from moving an edge that was meant to lie on a centre.
-inline PixelRect coveredPixels(const Rect& r, const PixelRect& within) {
+inline PixelBox coveredPixels(const Rect& r, const PixelBox& within) {
     if (r.isEmpty()) return {};
     const auto edge = [](double value, int low, int high) {
         return static_cast<int>(
             std::clamp(std::ceil(value - 0.5 - 1e-6), static_cast<double>(low), static_cast<double>(high)));
     };
-    const PixelRect covered{edge(r.x, within.left, within.right), edge(r.y, within.top, within.bottom),
-                            edge(r.maxX(), within.left, within.right),
-                            edge(r.maxY(), within.top, within.bottom)};
-    return covered.isEmpty() ? PixelRect{} : covered;
+    const PixelBox covered{edge(r.x, within.left, within.right), edge(r.y, within.top, within.bottom),
+                           edge(r.maxX(), within.left, within.right),
+                           edge(r.maxY(), within.top, within.bottom)};
+    return covered.isEmpty() ? PixelBox{} : covered;
 }
 
 }  // namespace platform::imaging

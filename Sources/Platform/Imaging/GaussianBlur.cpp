@@ -50,7 +50,7 @@ void gaussianBlur(const Tile& from, Tile& to, double sigmaX, double sigmaY, Rend
     // A line reaches over everything that `to` gathers from; only the part that `from` covers is ever filled.
     const int lineLeft = to.rect.left - across.reach;
     const int lineValues = (to.rect.width() + 2 * across.reach) * channels;
-    const PixelRect source = from.rect.intersected(
+    const PixelBox source = from.rect.intersected(
         {lineLeft, to.rect.top - down.reach, to.rect.right + across.reach, to.rect.bottom + down.reach});
     if (source.isEmpty()) {
         to.clearOutside({});

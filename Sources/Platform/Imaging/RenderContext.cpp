@@ -16,19 +16,19 @@ using namespace imaging;
 struct Layer {
     const ImageNode* node;
     View view;
-    PixelRect shown;
+    PixelBox shown;
 };
 
 /// Layers that overlap, composed together; `area` has even edges except at the target's own end.
 struct LayerGroup {
-    PixelRect area;
+    PixelBox area;
     std::vector<const Layer*> layers;
 };
 
 /// Takes a stack of pictures apart, as far as it consists of nothing but pictures on each other.
-void collectLayers(const ImageNode& node, const View& view, const PixelRect& target,
+void collectLayers(const ImageNode& node, const View& view, const PixelBox& target,
                    std::vector<Layer>& layers) {
-    const PixelRect shown = shownPixels(node, view, target);
+    const PixelBox shown = shownPixels(node, view, target);
     if (shown.isEmpty()) return;
     if (const auto* over = std::get_if<OverNode>(&node.content)) {
         collectLayers(*over->below, view, target, layers);
@@ -42,13 +42,13 @@ void collectLayers(const ImageNode& node, const View& view, const PixelRect& tar
     }
 }
 
-PixelRect grownToEven(const PixelRect& r, const PixelRect& target) {
-    return PixelRect{r.left & ~1, r.top & ~1, (r.right + 1) & ~1, (r.bottom + 1) & ~1}.intersected(target);
+PixelBox grownToEven(const PixelBox& r, const PixelBox& target) {
+    return PixelBox{r.left & ~1, r.top & ~1, (r.right + 1) & ~1, (r.bottom + 1) & ~1}.intersected(target);
 }
 
 /// Joins layers whose areas meet, so that each pixel of the target is composed once.
 std::vector<LayerGroup> groupLayers(std::vector<Layer>::const_iterator begin,
-                                    std::vector<Layer>::const_iterator end, const PixelRect& target) {
+                                    std::vector<Layer>::const_iterator end, const PixelBox& target) {
     std::vector<LayerGroup> groups;
     for (auto layer = begin; layer != end; ++layer) {
         LayerGroup joined{grownToEven(layer->shown, target), {}};
@@ -72,14 +72,14 @@ std::vector<LayerGroup> groupLayers(std::vector<Layer>::const_iterator begin,
 
 /// The buffer of a layer that can be resampled plane by plane: i420, ending where the target's chroma
 /// samples end.
-const PixelBuffer* planarBuffer(const Layer& layer, const PixelRect& target) {
+const PixelBuffer* planarBuffer(const Layer& layer, const PixelBox& target) {
     const auto* node = std::get_if<BufferNode>(&layer.node->content);
     if (!node || node->buffer->format() != PixelFormat::i420) return nullptr;
     return grownToEven(layer.shown, target) == layer.shown ? node->buffer.get() : nullptr;
 }
 
 void drawPlanes(const PixelBuffer& buffer, const Layer& layer, PixelBuffer& target, Resampler& resampler) {
-    const PixelRect rect = layer.shown;
+    const PixelBox rect = layer.shown;
     const PlacedBuffer placed(buffer, layer.view);
     const I420View to = viewOf(target, rect.left, rect.top, rect.width(), rect.height());
     for (int i = 0; i < 3; ++i) {
@@ -94,7 +94,7 @@ void drawPlanes(const PixelBuffer& buffer, const Layer& layer, PixelBuffer& targ
 }
 
 void renderPlanar(const ImageNode& root, const View& view, PixelBuffer& target, RenderMemory& memory) {
-    const PixelRect whole{0, 0, target.width(), target.height()};
+    const PixelBox whole{0, 0, target.width(), target.height()};
     std::vector<Layer> layers;
     collectLayers(root, view, whole, layers);
 
@@ -129,7 +129,7 @@ bool isGray(const ImageNode& node) {
 }
 
 void renderGray(const ImageNode& root, const View& view, PixelBuffer& target, RenderMemory& memory) {
-    const PixelRect whole{0, 0, target.width(), target.height()};
+    const PixelBox whole{0, 0, target.width(), target.height()};
     const Plane& plane = target.plane();
     TilePainter painter(memory);
     if (isGray(root)) {

@@ -42,7 +42,7 @@ void RenderMemory::giveBack(Block block) noexcept {
     idle_.push_back(std::move(block));
 }
 
-ScratchTile::ScratchTile(RenderMemory& memory, const PixelRect& rect, int channels)
+ScratchTile::ScratchTile(RenderMemory& memory, const PixelBox& rect, int channels)
     : lease(memory.take(static_cast<std::size_t>(rect.width()) * static_cast<std::size_t>(rect.height()) *
                         static_cast<std::size_t>(channels))),
       tile{rect, lease.data(), rect.width() * channels, channels} {}

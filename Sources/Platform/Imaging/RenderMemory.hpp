@@ -48,7 +48,7 @@ class RenderMemory {
 
 /// A blank tile over borrowed memory.
 struct ScratchTile {
-    ScratchTile(RenderMemory& memory, const PixelRect& rect, int channels);
+    ScratchTile(RenderMemory& memory, const PixelBox& rect, int channels);
 
     RenderMemory::Lease lease;
     Tile tile;

@@ -4,7 +4,7 @@
 
 namespace platform::imaging {
 
-void Tile::clearOutside(const PixelRect& kept) {
+void Tile::clearOutside(const PixelBox& kept) {
     const auto clear = [this](int x0, int x1, int y) {
         if (x1 > x0)
             std::memset(at(x0, y), 0, static_cast<std::size_t>(x1 - x0) * static_cast<std::size_t>(channels));

@@ -9,7 +9,7 @@ namespace platform::imaging {
 
 /// A piece of the output, y downwards: premultiplied bgra with four channels, or one channel.
 struct Tile {
-    PixelRect rect;
+    PixelBox rect;
     std::uint8_t* data = nullptr;
     int stride = 0;
     int channels = 4;
@@ -21,10 +21,10 @@ struct Tile {
                static_cast<std::ptrdiff_t>(x - rect.left) * channels;
     }
     /// The same memory, a part of it; blank.
-    Tile part(const PixelRect& r) const { return {r, at(r.left, r.top), stride, channels}; }
+    Tile part(const PixelBox& r) const { return {r, at(r.left, r.top), stride, channels}; }
 
     /// Makes everything outside `kept` transparent in memory; the tile is no longer blank.
-    void clearOutside(const PixelRect& kept);
+    void clearOutside(const PixelBox& kept);
     /// Makes a blank tile transparent in memory.
     void settle() {
         if (blank) clearOutside({});

@@ -54,7 +54,7 @@ void resample(Resampler& resampler, const Plane& plane, const AxisSampling& x, c
     tile.blank = false;
 }
 
-void blendRows(const std::uint8_t* top, int topStride, Tile& tile, const PixelRect& rect) {
+void blendRows(const std::uint8_t* top, int topStride, Tile& tile, const PixelBox& rect) {
     for (int y = rect.top; y < rect.bottom; ++y)
         pixelKernels().blendOver(top + static_cast<std::ptrdiff_t>(y - rect.top) * topStride,
                                  tile.at(rect.left, y), rect.width());
@@ -70,7 +70,7 @@ struct TilePainter::Tint {
 };
 
 template <typename Draw>
-void TilePainter::compose(Tile& tile, const PixelRect& rect, bool opaque, Draw draw) {
+void TilePainter::compose(Tile& tile, const PixelBox& rect, bool opaque, Draw draw) {
     if (tile.blank || opaque) {
         if (tile.blank) tile.clearOutside(rect);
         Tile part = tile.part(rect);
@@ -84,7 +84,7 @@ void TilePainter::compose(Tile& tile, const PixelRect& rect, bool opaque, Draw d
 }
 
 void TilePainter::paint(const ImageNode& node, const View& view, Tile& tile) {
-    const PixelRect rect = shownPixels(node, view, tile.rect);
+    const PixelBox rect = shownPixels(node, view, tile.rect);
     if (rect.isEmpty()) return;
     std::visit(Overloaded{
                    [](const std::monostate&) {},
@@ -116,7 +116,7 @@ void TilePainter::paint(const ImageNode& node, const View& view, Tile& tile) {
 }
 
 void TilePainter::paintGreen(const ImageNode& node, const View& view, Tile& tile) {
-    const PixelRect rect = shownPixels(node, view, tile.rect);
+    const PixelBox rect = shownPixels(node, view, tile.rect);
     tile.clearOutside(rect);
     if (rect.isEmpty()) return;
     Tile part = tile.part(rect);
@@ -149,8 +149,7 @@ void TilePainter::paintGreen(const ImageNode& node, const View& view, Tile& tile
                node.content);
 }
 
-void TilePainter::paintBuffer(const PixelBuffer& buffer, const View& view, const PixelRect& rect,
-                              Tile& tile) {
+void TilePainter::paintBuffer(const PixelBuffer& buffer, const View& view, const PixelBox& rect, Tile& tile) {
     const PlacedBuffer placed(buffer, view);
     if (buffer.format() == PixelFormat::bgra && !tile.blank) {
         const AxisSampling x = placed.alongX(rect), y = placed.alongY(rect);
@@ -167,7 +166,7 @@ void TilePainter::paintBuffer(const PixelBuffer& buffer, const View& view, const
 
 void TilePainter::fillFromPlanes(const PlacedBuffer& placed, Tile& tile) {
     const PixelBuffer& buffer = placed.buffer;
-    const PixelRect rect = tile.rect;
+    const PixelBox rect = tile.rect;
     const AxisSampling x = placed.alongX(rect), y = placed.alongY(rect);
     Resampler& resampler = memory_.resampler();
     if (buffer.format() == PixelFormat::bgra) return resample(resampler, buffer.plane(), x, y, tile);
@@ -197,7 +196,7 @@ void TilePainter::fillFromPlanes(const PlacedBuffer& placed, Tile& tile) {
     i444ToBgra(planes, buffer.matrix(), pixels, tile.stride);
 }
 
-void TilePainter::paintConstant(const Colour& colour, const PixelRect& rect, Tile& tile) {
+void TilePainter::paintConstant(const Colour& colour, const PixelBox& rect, Tile& tile) {
     const auto channels = premultiplied(colour);
     const std::uint32_t pixel = pixelOf(channels, 1);
     compose(tile, rect, pixel >> 24 == 255, [&](Tile& part) { fillTile(part, pixel); });
@@ -224,10 +223,10 @@ void TilePainter::fillBlurred(const BlurNode& node, const View& view, Tile& tile
     View small = view;
     small.map = AxisMap{factor, factor, 0, 0}.after(view.map);
     const auto scaledEdge = [factor](int v) { return v * factor; };
-    const PixelRect rect{static_cast<int>(std::floor(scaledEdge(tile.rect.left))) - 1,
-                         static_cast<int>(std::floor(scaledEdge(tile.rect.top))) - 1,
-                         static_cast<int>(std::ceil(scaledEdge(tile.rect.right))) + 1,
-                         static_cast<int>(std::ceil(scaledEdge(tile.rect.bottom))) + 1};
+    const PixelBox rect{static_cast<int>(std::floor(scaledEdge(tile.rect.left))) - 1,
+                        static_cast<int>(std::floor(scaledEdge(tile.rect.top))) - 1,
+                        static_cast<int>(std::ceil(scaledEdge(tile.rect.right))) + 1,
+                        static_cast<int>(std::ceil(scaledEdge(tile.rect.bottom))) + 1};
     ScratchTile reduced(memory_, rect, tile.channels);
     fillBlurredPixels(node, small, sigmaX * factor, sigmaY * factor, reduced.tile);
     const auto axis = [factor](int first, int count, int smallFirst, int smallCount) {
@@ -242,9 +241,9 @@ void TilePainter::fillBlurredPixels(const BlurNode& node, const View& view, doub
                                     Tile& tile) {
     const int reachX = blurReach(sigmaX), reachY = blurReach(sigmaY);
     const View whole{view.map};
-    const PixelRect wanted{tile.rect.left - reachX, tile.rect.top - reachY, tile.rect.right + reachX,
-                           tile.rect.bottom + reachY};
-    const PixelRect source = shownPixels(*node.child, whole, wanted);
+    const PixelBox wanted{tile.rect.left - reachX, tile.rect.top - reachY, tile.rect.right + reachX,
+                          tile.rect.bottom + reachY};
+    const PixelBox source = shownPixels(*node.child, whole, wanted);
     if (source.isEmpty()) {
         tile.clearOutside({});
         return;

@@ -24,10 +24,10 @@ class TilePainter {
 
     /// Calls `draw` with a blank tile for `rect` and composes what it fills over `tile`.
     template <typename Draw>
-    void compose(Tile& tile, const PixelRect& rect, bool opaque, Draw draw);
-    void paintBuffer(const PixelBuffer& buffer, const View& view, const PixelRect& rect, Tile& tile);
+    void compose(Tile& tile, const PixelBox& rect, bool opaque, Draw draw);
+    void paintBuffer(const PixelBuffer& buffer, const View& view, const PixelBox& rect, Tile& tile);
     void fillFromPlanes(const PlacedBuffer& placed, Tile& tile);
-    void paintConstant(const Colour& colour, const PixelRect& rect, Tile& tile);
+    void paintConstant(const Colour& colour, const PixelBox& rect, Tile& tile);
     void fillMasked(const MaskNode& node, const View& view, Tile& tile);
     void fillBlurred(const BlurNode& node, const View& view, Tile& tile);
     void fillBlurredPixels(const BlurNode& node, const View& view, double sigmaX, double sigmaY, Tile& tile);

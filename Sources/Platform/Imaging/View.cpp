@@ -26,7 +26,7 @@ AxisSampling samplingOf(double scale, double shift, int first, int count, double
     return sampling;
 }
 
-PixelRect shownPixels(const ImageNode& node, const View& view, const PixelRect& rect) {
+PixelBox shownPixels(const ImageNode& node, const View& view, const PixelBox& rect) {
     if (!view.map.isUsable()) return {};
     return coveredPixels(view.map(node.visible).intersected(view.clip), rect);
 }
@@ -37,19 +37,19 @@ PlacedBuffer::PlacedBuffer(const PixelBuffer& placed, const View& view) : buffer
     limit = upsideDown(view.limit);
 }
 
-AxisSampling PlacedBuffer::alongX(const PixelRect& rect) const {
+AxisSampling PlacedBuffer::alongX(const PixelBox& rect) const {
     return samplingOf(map.sx, map.tx, rect.left, rect.width(), limit.x, limit.maxX(), buffer.width());
 }
-AxisSampling PlacedBuffer::alongY(const PixelRect& rect) const {
+AxisSampling PlacedBuffer::alongY(const PixelBox& rect) const {
     return samplingOf(map.sy, map.ty, rect.top, rect.height(), limit.y, limit.maxY(), buffer.height());
 }
 // Chroma samples lie in the middle of their two by two pixels: in units measured from the picture's edge
 // they are simply half as many. The output's own chroma, at half resolution, is seen the same way.
-AxisSampling PlacedBuffer::chromaAlongX(const PixelRect& rect, int step) const {
+AxisSampling PlacedBuffer::chromaAlongX(const PixelBox& rect, int step) const {
     return samplingOf(map.sx * 2 / step, map.tx / step, rect.left / step, (rect.width() + step - 1) / step,
                       limit.x / 2, limit.maxX() / 2, buffer.plane(1).width);
 }
-AxisSampling PlacedBuffer::chromaAlongY(const PixelRect& rect, int step) const {
+AxisSampling PlacedBuffer::chromaAlongY(const PixelBox& rect, int step) const {
     return samplingOf(map.sy * 2 / step, map.ty / step, rect.top / step, (rect.height() + step - 1) / step,
                       limit.y / 2, limit.maxY() / 2, buffer.plane(1).height);
 }

@@ -25,7 +25,7 @@ AxisSampling samplingOf(double scale, double shift, int first, int count, double
                         int size);
 
 /// The part of `rect` in which the node may show.
-PixelRect shownPixels(const ImageNode& node, const View& view, const PixelRect& rect);
+PixelBox shownPixels(const ImageNode& node, const View& view, const PixelBox& rect);
 
 /// A buffer, seen with the view of its image: the map of its pixels (y downwards on both sides) and
 /// the samples that may be used.
@@ -33,11 +33,11 @@ struct PlacedBuffer {
     PlacedBuffer(const PixelBuffer& placed, const View& view);
 
     /// Samplings of a rectangle of the output, in whole pixels of the buffer.
-    AxisSampling alongX(const PixelRect& rect) const;
-    AxisSampling alongY(const PixelRect& rect) const;
+    AxisSampling alongX(const PixelBox& rect) const;
+    AxisSampling alongY(const PixelBox& rect) const;
     /// The same in the samples of a chroma plane, for an output of full or half (`step` 2) resolution.
-    AxisSampling chromaAlongX(const PixelRect& rect, int step) const;
-    AxisSampling chromaAlongY(const PixelRect& rect, int step) const;
+    AxisSampling chromaAlongX(const PixelBox& rect, int step) const;
+    AxisSampling chromaAlongY(const PixelBox& rect, int step) const;
 
     const PixelBuffer& buffer;
     AxisMap map;

@@ -34,7 +34,7 @@ QPainterPath outlineOf(const CanvasNode::Shape& shape) {
 }  // namespace
 
 void rasteriseCanvas(const CanvasNode& canvas, const AxisMap& map, const Tile& tile) {
-    const PixelRect area = tile.rect;
+    const PixelBox area = tile.rect;
     QImage surface(tile.data, area.width(), area.height(), tile.stride, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&surface);
     painter.setRenderHint(QPainter::Antialiasing);
