@@ -9,8 +9,6 @@ namespace platform {
 FakePlayer::FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript)
     : script(std::move(playerScript)), clock_(clock), loop_(loop) {}
 
-FakePlayer::~FakePlayer() { *alive_ = false; }
-
 void FakePlayer::replaceCurrentItem(PlayerItem item) {
     items.push_back(std::move(item));
     open_ = false;
@@ -41,9 +39,9 @@ void FakePlayer::setRate(double rate) {
     rate_ = rate;
     scheduleBeat();
     if (!statusChanges) return;
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     statusObservers_.notify(timeControlStatus());
-    if (*alive) periodicObservers_.jump(currentTime());
+    if (alive) periodicObservers_.jump(currentTime());
 }
 
 double FakePlayer::currentTime() const {
@@ -67,9 +65,9 @@ void FakePlayer::seek(double seconds, double tolerance) {
 void FakePlayer::arrive() {
     settle(*std::exchange(seekTarget_, std::nullopt));
     scheduleBeat();
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     jumpObservers_.notify(currentTime());
-    if (*alive) periodicObservers_.jump(currentTime());
+    if (alive) periodicObservers_.jump(currentTime());
 }
 
 std::unique_ptr<Observation> FakePlayer::addPeriodicTimeObserver(double interval, TimeHandler handler) {
@@ -84,9 +82,9 @@ void FakePlayer::drift(double seconds) {
 }
 
 void FakePlayer::fail(const PlatformError& error) {
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     stop();
-    if (*alive) failureObservers_.notify(error);
+    if (alive) failureObservers_.notify(error);
 }
 
 void FakePlayer::showPicture(ConstPixelBufferRef picture) {
@@ -109,14 +107,14 @@ void FakePlayer::scheduleBeat() {
 }
 
 void FakePlayer::beat() {
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     if (currentTime() >= script.duration - 1e-9) {
         settle(script.duration);
         stop();
         return;
     }
     periodicObservers_.advance(currentTime());
-    if (*alive) scheduleBeat();
+    if (alive) scheduleBeat();
 }
 
 /// Playback stops by itself.
@@ -125,9 +123,9 @@ void FakePlayer::stop() {
     settle(currentTime());
     rate_ = 0;
     beatTimer_.reset();
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     statusObservers_.notify(timeControlStatus());
-    if (*alive) periodicObservers_.jump(currentTime());
+    if (alive) periodicObservers_.jump(currentTime());
 }
 
 std::unique_ptr<Player> FakePlayerService::makePlayer() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Media/Player.hpp"
 #include "Platform/Media/PlayerObservers.hpp"
@@ -32,7 +33,6 @@ struct SeekRequest {
 class FakePlayer final : public Player {
   public:
     FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
-    ~FakePlayer() override;
 
     PlayerScript script;  ///< may be changed at any time
 
@@ -102,8 +102,7 @@ class FakePlayer final : public Player {
     std::unique_ptr<Timer> openTimer_;
     std::unique_ptr<Timer> seekTimer_;
     std::unique_ptr<Timer> beatTimer_;
-    // Callbacks may destroy the player; whoever goes on after one asks this first.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;  // callbacks may destroy the player
 };
 
 /// Makes fake players and remembers them. Main thread.

@@ -10,9 +10,7 @@ namespace cobaltreel {
 
 SourceLists::SourceLists(std::shared_ptr<RecordingEngine> engine, RecordingChoices& choices)
     : engine_(std::move(engine)), choices_(choices) {
-    const auto refresh = [this, alive = std::weak_ptr<bool>(alive_)] {
-        if (!alive.expired()) devicesChanged();
-    };
+    const auto refresh = lifetime_.guard([this] { devicesChanged(); });
     engine_->services.capture->setDevicesChangedHandler(
         [refresh, loop = engine_->services.mainLoop] { loop->post(refresh); });
 }
@@ -20,7 +18,7 @@ SourceLists::SourceLists(std::shared_ptr<RecordingEngine> engine, RecordingChoic
 SourceLists::~SourceLists() { engine_->services.capture->setDevicesChangedHandler({}); }
 
 QCoro::Task<void> SourceLists::refreshContent() {
-    const std::weak_ptr<bool> alive = alive_;
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     std::optional<platform::ShareableContent> content;
     bool serverMissing = false;
@@ -34,14 +32,14 @@ QCoro::Task<void> SourceLists::refreshContent() {
     } catch (const std::exception&) {
         co_return;
     }
-    if (alive.expired()) co_return;
+    if (!alive) co_return;
     devicesKnown_ = true;
     mediaServerMissing_ = serverMissing;
     choices_.offer(*content, bundleIdentifier);
 }
 
 QCoro::Task<void> SourceLists::devicesChanged() {
-    const std::weak_ptr<bool> alive = alive_;
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     platform::CaptureDevices devices;
     bool serverMissing = false;
@@ -50,7 +48,7 @@ QCoro::Task<void> SourceLists::devicesChanged() {
         devices = engine->services.capture->devices();
         serverMissing = engine->services.capture->unavailable().has_value();
     });
-    if (alive.expired()) co_return;
+    if (!alive) co_return;
     mediaServerMissing_ = serverMissing;
     choices_.offer(devices);
 }

@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/Capture/RecordingChoices.hpp"
 #include "Cobaltreel/Capture/RecordingEngine.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 
 #include <QCoroTask>
 #include <memory>
@@ -32,7 +33,7 @@ class SourceLists {
     RecordingChoices& choices_;
     bool devicesKnown_ = false;
     bool mediaServerMissing_ = false;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

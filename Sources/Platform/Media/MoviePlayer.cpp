@@ -29,7 +29,6 @@ MoviePlayer::MoviePlayer(std::shared_ptr<MainLoop> loop, std::shared_ptr<Clock> 
 }
 
 MoviePlayer::~MoviePlayer() {
-    *alive_ = false;
     pictures().stop();
     // Copyable, as a queue's work must be; without room there the destruction happens here.
     std::shared_ptr<Machinery> rest = std::move(machinery_);
@@ -37,9 +36,9 @@ MoviePlayer::~MoviePlayer() {
 }
 
 PicturePlayer::Events MoviePlayer::pictureEvents() {
-    const auto onMain = [this, loop = loop_, alive = alive_](auto handler) {
+    const auto onMain = [this, loop = loop_, alive = lifetime_.watch()](auto handler) {
         loop->post([this, alive, handler = std::move(handler)] {
-            if (*alive) handler(*this);
+            if (alive) handler(*this);
         });
     };
     using Self = MoviePlayer;
@@ -87,9 +86,9 @@ void MoviePlayer::opened(std::uint64_t item, double duration, std::shared_ptr<Au
 void MoviePlayer::failed(std::uint64_t item, const PlatformError& error) {
     if (item != item_) return;
     if (!duration_) broken_ = true;
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     stop();
-    if (*alive) failureObservers_.notify(error);
+    if (alive) failureObservers_.notify(error);
 }
 
 void MoviePlayer::takePicture() {
@@ -151,9 +150,9 @@ void MoviePlayer::arrived(std::uint64_t flight) {
     seekTarget_.reset();
     standAt(reached);
     startMoving();
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     jumpObservers_.notify(reached);
-    if (*alive) periodicObservers_.jump(currentTime());
+    if (alive) periodicObservers_.jump(currentTime());
 }
 
 /// Lets time go on from where it stands: with the sound, once it is heard, or with the host's clock.
@@ -218,9 +217,9 @@ void MoviePlayer::holdTime() {
 }
 
 void MoviePlayer::statusChanged() {
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     statusObservers_.notify(timeControlStatus());
-    if (*alive) periodicObservers_.jump(currentTime());
+    if (alive) periodicObservers_.jump(currentTime());
 }
 
 void MoviePlayer::setMotion(const Motion& motion) {
@@ -251,9 +250,9 @@ void MoviePlayer::beat() {
         stop();
         return;
     }
-    const auto alive = alive_;
+    const auto alive = lifetime_.watch();
     periodicObservers_.advance(currentTime());
-    if (*alive) scheduleBeat();
+    if (alive) scheduleBeat();
 }
 
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Media/AudioOutput.hpp"
@@ -117,8 +118,7 @@ class MoviePlayer final : public Player {
     std::unique_ptr<Timer> beatTimer_;
     std::unique_ptr<Timer> patienceTimer_;
     std::unique_ptr<Timer> soundTimer_;
-    // What other threads post asks this before it touches the player; so does what goes on after a callback.
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    Lifetime lifetime_;
 };
 
 /// Players of the media service's pictures and sound. Main thread.

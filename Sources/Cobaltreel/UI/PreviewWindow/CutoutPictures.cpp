@@ -57,11 +57,11 @@ void CutoutPictures::tick() {
     const auto buffer = player_.picture();
     if (!buffer || buffer == latest_) return;
     latest_ = buffer;
-    busy_ = queue_.async(
-        [this, buffer, work = work_, mainLoop = mainLoop_, alive = std::weak_ptr<bool>(alive_)]() mutable {
+    busy_ =
+        queue_.async([this, buffer, work = work_, mainLoop = mainLoop_, alive = lifetime_.watch()]() mutable {
             auto person = work->cutOut(buffer);
             mainLoop->post([this, person = std::move(person), alive] {
-                if (alive.expired()) return;
+                if (!alive) return;
                 busy_ = false;
                 if (!person) return;
                 picture_ = imageOver(person, QImage::Format_ARGB32_Premultiplied);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
@@ -32,7 +33,7 @@ class CutoutPictures final : public PictureSource {
     platform::ConstPixelBufferRef latest_;
     QImage picture_;
     bool busy_ = false;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // looked at on the main thread only
+    platform::Lifetime lifetime_;
     std::unique_ptr<platform::Timer> timer_;
     platform::SerialQueue queue_{"cobaltreel.editor.cutout", 1};
 };

@@ -53,9 +53,7 @@ PreviewModel::~PreviewModel() {
 }
 
 void PreviewModel::postWhileAlive(std::function<void()> work) {
-    services_.mainLoop->post([alive = std::weak_ptr<bool>(alive_), work = std::move(work)] {
-        if (!alive.expired()) work();
-    });
+    services_.mainLoop->post(lifetime_.guard(std::move(work)));
 }
 
 void PreviewModel::makePlayers() {

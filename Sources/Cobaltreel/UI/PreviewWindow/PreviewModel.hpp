@@ -6,6 +6,7 @@
 #include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewServices.hpp"
 #include "CobaltreelCore/Models.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 
@@ -230,8 +231,8 @@ class PreviewModel : public QObject {
     QString playbackProblem_;
 
     double exportStart_ = 0;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // looked at on the main thread only
-    std::shared_ptr<ExportRun> run_;                              // the export in progress, or the last one
+    platform::Lifetime lifetime_;
+    std::shared_ptr<ExportRun> run_;  // the export in progress, or the last one
     platform::SerialQueue opening_{"cobaltreel.editor.open"};
     platform::NamedThread exportThread_;
 };

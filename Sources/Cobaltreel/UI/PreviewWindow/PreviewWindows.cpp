@@ -54,15 +54,15 @@ bool PreviewWindows::mayClose(Preview* preview) {
     if (!preview->model.exporting()) return true;
     if (std::exchange(preview->asks, true)) return false;
     const Alert alert{S::exportRunning(), S::exportRunningNote(), {S::stopExporting(), S::keepExporting()}};
-    services_.alerts->present(alert, [this, preview, alive = std::weak_ptr<bool>(alive_)](int button) {
-        if (alive.expired() || !isOpen(preview)) return;
+    services_.alerts->present(alert, lifetime_.guard([this, preview](int button) {
+        if (!isOpen(preview)) return;
         preview->asks = false;
         // What has been completed meanwhile is there to be looked at.
         if (button != 0 || !preview->model.exporting()) return;
         preview->isLeft = true;
         preview->window->hide();
         preview->model.cancel();
-    });
+    }));
     return false;
 }
 
@@ -71,9 +71,7 @@ void PreviewWindows::leave(Preview* preview) {
     preview->isLeft = true;
     preview->model.pause();
     // Neither the window nor the model is taken away inside an event of its own.
-    services_.mainLoop->post([this, preview, alive = std::weak_ptr<bool>(alive_)] {
-        if (!alive.expired()) finish(preview);
-    });
+    services_.mainLoop->post(lifetime_.guard([this, preview] { finish(preview); }));
 }
 
 void PreviewWindows::finish(Preview* preview) {

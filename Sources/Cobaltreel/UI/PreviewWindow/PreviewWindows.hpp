@@ -3,6 +3,7 @@
 #include "Cobaltreel/Capture/RecordingSurroundings.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewServices.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 
 #include <functional>
 #include <memory>
@@ -45,7 +46,7 @@ class PreviewWindows final : public RecordingWindows {
     std::vector<std::unique_ptr<Preview>> previews_;
     std::function<void()> ended_;  // while the application ends
     std::unique_ptr<platform::Timer> patience_;
-    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

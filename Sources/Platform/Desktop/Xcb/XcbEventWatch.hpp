@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <functional>
@@ -24,9 +25,10 @@ class XcbEventWatch {
 
     XcbConnection connection_;
     Filter matters_;
-    std::shared_ptr<std::function<void()>> report_;
+    std::function<void()> report_;
     std::unique_ptr<Watch> watch_;
     std::unique_ptr<Timer> first_;
+    Lifetime lifetime_;
 };
 
 }  // namespace platform
