@@ -12,7 +12,8 @@ struct spa_pod_builder;
 
 namespace platform::pipewire {
 
-/// The pixel formats (SPA_VIDEO_FORMAT_*) that `readPicture` reads, the best first.
+/// The pixel formats (SPA_VIDEO_FORMAT_*) that `readPicture` reads, the best first: with alpha, which shows
+/// where a window ends.
 inline constexpr std::size_t castFormatCount = 10;
 extern const std::array<std::uint32_t, castFormatCount> castFormats;
 

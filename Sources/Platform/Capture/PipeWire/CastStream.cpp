@@ -47,8 +47,9 @@ PlatformError castError(int code, const std::string& sentence) { return {"Screen
 
 }  // namespace
 
-CastStream::CastStream(UniqueFd remote, std::uint32_t node, std::shared_ptr<CastScreen> screen, Events events)
-    : screen_(std::move(screen)), events_(std::move(events)) {
+CastStream::CastStream(UniqueFd remote, std::uint32_t node, ContentKind kind,
+                       std::shared_ptr<CastScreen> screen, Events events)
+    : kind_(kind), screen_(std::move(screen)), events_(std::move(events)) {
     initialiseLibrary();
     loop_.reset(pw_thread_loop_new("cobaltreel.cast", nullptr));
     if (!loop_) throw std::bad_alloc();
@@ -186,6 +187,7 @@ void CastStream::onBuffers() {
             pw_stream_queue_buffer(stream_.get(), buffer);
             continue;
         }
+        if (kind_ == ContentKind::window) shadow_.cutOff(*picture);
         letGoOfPicture();
         if (std::exchange(areChangesLost_, false)) picture->changes.reset();
         held_ = buffer;

@@ -5,6 +5,7 @@
 #include "Platform/Capture/PipeWire/CastFrames.hpp"
 #include "Platform/Capture/PipeWire/CastPicture.hpp"
 #include "Platform/Capture/PipeWire/CastPointer.hpp"
+#include "Platform/Capture/PipeWire/CastShadow.hpp"
 #include "Platform/Capture/PipeWire/Handles.hpp"
 #include "Platform/Desktop/CastScreen.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
@@ -27,9 +28,11 @@ class CastStream {
         std::function<void(const PlatformError&)> ended;
     };
 
-    /// `remote` is the connection that the desktop opened for us, `node` the stream's number there. `screen`
-    /// is told where the pointer is, in pixels of the pictures that are delivered. Throws PlatformError.
-    CastStream(UniqueFd remote, std::uint32_t node, std::shared_ptr<CastScreen> screen, Events events);
+    /// `remote` is the connection that the desktop opened for us, `node` the stream's number there, of a
+    /// display or a window. `screen` is told where the pointer is, in pixels of the pictures that are
+    /// delivered. Throws PlatformError.
+    CastStream(UniqueFd remote, std::uint32_t node, ContentKind kind, std::shared_ptr<CastScreen> screen,
+               Events events);
     ~CastStream();
     CastStream(const CastStream&) = delete;
     CastStream& operator=(const CastStream&) = delete;
@@ -59,6 +62,7 @@ class CastStream {
     void fail(const PlatformError& error);
     void letGoOfPicture();
 
+    const ContentKind kind_;
     const std::shared_ptr<CastScreen> screen_;
     Events events_;
 
@@ -82,6 +86,7 @@ class CastStream {
     std::optional<CastPicture> picture_;
     bool areChangesLost_ = false;   // of a picture that could not be used
     std::int64_t pictureTime_ = 0;  // nanoseconds; 0 once delivered
+    CastShadow shadow_;
     CastPointer pointer_;
 
     // While frames are delivered.

@@ -144,7 +144,7 @@ void PortalCast::receive(const PortalAnswer& answer) {
         }
         try {
             cast.stream_ = std::make_unique<pipewire::CastStream>(
-                std::move(remote), node, cast.screen_,
+                std::move(remote), node, cast.wish_.kind, cast.screen_,
                 pipewire::CastStream::Events{
                     [weak, loop = cast.mainLoop_](const std::optional<PlatformError>& error) {
                         loop->post([weak, error] {
