@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <spa/buffer/buffer.h>
 #include <spa/buffer/meta.h>
 #include <spa/param/buffers.h>
 #include <spa/param/video/format-utils.h>
