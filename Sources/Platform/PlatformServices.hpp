@@ -1,10 +1,6 @@
 #pragma once
 
-#include "Platform/Capture/CaptureSession.hpp"
-#include "Platform/Capture/CaptureStream.hpp"
-#include "Platform/Capture/DeviceAccess.hpp"
 #include "Platform/Desktop/Compositor.hpp"
-#include "Platform/Desktop/Desktop.hpp"
 #include "Platform/Desktop/FileBrowser.hpp"
 #include "Platform/Desktop/KeyGrab.hpp"
 #include "Platform/Desktop/Notifications.hpp"
@@ -17,10 +13,8 @@
 #include "Platform/Desktop/StatusItem.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
 #include "Platform/Desktop/WindowManager.hpp"
-#include "Platform/Foundation/Clock.hpp"
-#include "Platform/Foundation/MainLoop.hpp"
-#include "Platform/Media/MediaService.hpp"
 #include "Platform/Media/Player.hpp"
+#include "Platform/RecordingHost.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
 
 #include <filesystem>
@@ -32,15 +26,9 @@ namespace platform {
 
 /// The host's services, chosen in one place and handed to whoever needs them. A service that the
 /// machine lacks is still there and fails with a sentence that says what is missing.
-struct PlatformServices {
+struct PlatformServices : RecordingHost {
     Session session;  ///< decided once; the rest follows from it
-    std::shared_ptr<Clock> clock;
-    std::shared_ptr<MainLoop> mainLoop;
-    std::shared_ptr<MediaService> media;
     std::shared_ptr<PlayerService> players;
-    std::shared_ptr<CaptureService> capture;              ///< cameras and microphones
-    std::shared_ptr<ScreenCaptureService> screenCapture;  ///< with the system's sound where that can be had
-    std::shared_ptr<Desktop> desktop;
     std::shared_ptr<PointerButtons> buttons;         ///< null where the desktop itself tells of the buttons
     std::shared_ptr<KeyGrabber> keys;                ///< null without a display server
     std::shared_ptr<Compositor> compositor;          ///< null without a display server
@@ -48,7 +36,6 @@ struct PlatformServices {
     std::shared_ptr<PointerWatcher> pointerWatcher;  ///< null without a display server
     std::shared_ptr<FileBrowser> fileBrowser;
     std::shared_ptr<Notifications> notifications;
-    std::shared_ptr<DeviceAccess> deviceAccess;
     std::shared_ptr<ScreenAccess> screenAccess;
     std::shared_ptr<SystemSettings> systemSettings;
     std::shared_ptr<Relauncher> relauncher;

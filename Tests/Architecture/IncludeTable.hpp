@@ -87,12 +87,16 @@ inline const std::vector<IncludeRule> includeTable{
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Desktop/"},
      {"std", "os"}},
 
+    {"Platform/RecordingHost",
+     false,
+     {"Platform/Foundation/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/"},
+     {"std"}},
     // The one place that chooses implementations.
     {"Platform/PlatformServices", false, {"Platform/"}, {"std", "os"}},
     {"Platform/PlatformServices",
      true,
      {"Platform/Foundation/", "Platform/Imaging/", "Platform/Vision/", "Platform/Media/", "Platform/Capture/",
-      "Platform/Desktop/"},
+      "Platform/Desktop/", "Platform/RecordingHost.hpp"},
      {"std"}},
 
     {"CobaltreelCore/", true, {"CobaltreelCore/", "Platform/Imaging/", "Platform/Vision/"}, {"std"}},
@@ -106,7 +110,8 @@ inline const std::vector<IncludeRule> includeTable{
     {"Cobaltreel/Capture/",
      false,
      {"Cobaltreel/Capture/", "Cobaltreel/Support/", "CobaltreelCore/", "Platform/Foundation/",
-      "Platform/Imaging/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/", "Platform/Vision/"},
+      "Platform/Imaging/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/", "Platform/Vision/",
+      "Platform/RecordingHost.hpp"},
      {"std", "qt-core", "qcoro"}},
     {"Cobaltreel/Export/",
      false,

@@ -3,14 +3,8 @@
 #include "Cobaltreel/Capture/RecordingSurroundings.hpp"
 #include "Cobaltreel/Support/Alerts.hpp"
 #include "Cobaltreel/Support/DiskSpace.hpp"
-#include "Platform/Capture/CaptureSession.hpp"
-#include "Platform/Capture/CaptureStream.hpp"
-#include "Platform/Capture/DeviceAccess.hpp"
-#include "Platform/Desktop/Desktop.hpp"
-#include "Platform/Foundation/Clock.hpp"
-#include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
-#include "Platform/Media/MediaService.hpp"
+#include "Platform/RecordingHost.hpp"
 
 #include <chrono>
 #include <cstdint>
@@ -21,14 +15,10 @@
 namespace cobaltreel {
 
 /// All that the recording coordinator works with. Every pointer is set.
-struct RecordingServices {
-    std::shared_ptr<platform::Clock> clock;
-    std::shared_ptr<platform::MainLoop> mainLoop;
-    std::shared_ptr<platform::MediaService> media;
-    std::shared_ptr<platform::CaptureService> capture;
-    std::shared_ptr<platform::ScreenCaptureService> screenCapture;
-    std::shared_ptr<platform::DeviceAccess> deviceAccess;
-    std::shared_ptr<platform::Desktop> desktop;
+struct RecordingServices : platform::RecordingHost {
+    RecordingServices() = default;
+    explicit RecordingServices(const RecordingHost& host) : RecordingHost(host) {}
+
     std::shared_ptr<platform::UserDefaults> defaults;
 
     std::shared_ptr<CameraBubble> bubble;

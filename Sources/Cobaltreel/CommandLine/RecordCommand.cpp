@@ -85,14 +85,9 @@ void requireContent(const RecordArguments& arguments, platform::ScreenCaptureSer
 
 RecordingServices servicesFor(const RecordArguments& arguments, const platform::PlatformServices& host,
                               std::shared_ptr<TerminalAlerts> alerts) {
-    RecordingServices services;
-    services.clock = host.clock;
-    services.mainLoop = host.mainLoop;
-    services.media = host.media;
+    RecordingServices services(host);
     services.capture = chooseDevices(arguments, host);
-    services.screenCapture = host.screenCapture;
     services.deviceAccess = std::make_shared<ConsentByCommand>();
-    services.desktop = host.desktop;
     // What is said on the command line is meant for this once.
     services.defaults = std::make_shared<platform::InMemoryUserDefaults>();
     services.bubble = std::make_shared<NoBubble>();

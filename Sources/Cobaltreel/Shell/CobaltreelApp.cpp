@@ -25,14 +25,7 @@ constexpr double patienceAtEnd = 60;  // seconds
 
 RecordingServices recordingServices(const platform::PlatformServices& host) {
     const auto alerts = std::make_shared<AlertWindows>();
-    RecordingServices services;
-    services.clock = host.clock;
-    services.mainLoop = host.mainLoop;
-    services.media = host.media;
-    services.capture = host.capture;
-    services.screenCapture = host.screenCapture;
-    services.deviceAccess = host.deviceAccess;
-    services.desktop = host.desktop;
+    RecordingServices services(host);
     services.defaults = platform::UserDefaults::standard();
     services.bubble = std::make_shared<BubbleWindowController>(host.clock, host.mainLoop, host.vision,
                                                                host.compositor, host.windowManager);
