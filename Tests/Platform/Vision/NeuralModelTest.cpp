@@ -123,6 +123,22 @@ TEST_F(NeuralModelTest, ACloseLookFindsThePersonWhereTheyAre) {
         }
 }
 
+TEST_F(NeuralModelTest, ACloseLookAtSomebodyOfAnyWidthFitsANetworkOfAnyWidth) {
+    for (const int width : {192, 224}) {
+        SCOPED_TRACE(width);
+        write("a.onnx",
+              onnxBytes({.input = {1, 3, 144, width}, .weights = {12, 0, -12}, .activation = "Sigmoid"}));
+        OpenCvVisionService service(folder);
+        for (int part = 80; part < 600; part += 10) {
+            SCOPED_TRACE(part);
+            cv::Mat3b picture(360, 640, cv::Vec3b(250, 20, 10));
+            picture(cv::Rect(20, 100, part, 260)).setTo(cv::Scalar(10, 20, 250));
+            const auto request = service.makePersonSegmentationRequest(Quality::accurate);
+            EXPECT_EQ(request->perform(*cobaltreel::rendered::asBgra(picture)).size(), 1U);
+        }
+    }
+}
+
 TEST_F(NeuralModelTest, NobodyInThePictureGivesNoMask) {
     write("a.onnx", onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"}));
     OpenCvVisionService service(folder);

@@ -93,8 +93,9 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
     cv::Mat1f answer = network.ask(view), there, result = elsewhere.clone();
     cv::flip(answer, answer, 1);
     const double scale = static_cast<double>(answer.cols) / width;
-    cv::resize(answer.colRange(cvFloor(left * scale), cvCeil((left + cols) * scale)), there, place_.size(), 0,
-               0, cv::INTER_AREA);
+    // Rounding may end it a hair beyond the last column.
+    const int end = std::min(answer.cols, cvCeil((left + cols) * scale));
+    cv::resize(answer.colRange(cvFloor(left * scale), end), there, place_.size(), 0, 0, cv::INTER_AREA);
     there.copyTo(result(place_));
     return result;
 }
