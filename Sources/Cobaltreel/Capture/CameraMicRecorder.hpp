@@ -57,7 +57,7 @@ class CameraMicRecorder {
     /// Never fails.
     QCoro::Task<void> stop();
 
-    /// Told on the main thread what befalls a device in use.
+    /// Called on the main thread when something happens to a device in use.
     std::function<void(const platform::CaptureEvent&)> onDeviceEvent;
 
     /// The latest level of the microphone, 0…1; it stays when nothing is heard any more. Any thread.

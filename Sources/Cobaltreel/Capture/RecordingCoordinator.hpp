@@ -103,9 +103,9 @@ class RecordingCoordinator final : public RecordingChoices {
     void stateChanged();
     void elapsedChanged();
     void micLevelChanged();
-    /// What befalls a camera or microphone in use: in short in the interface language for a window, and with
-    /// the reason in English for a terminal.
-    /// Messages of one topic, the device's identifier if it is about one, take the place of each other.
+    /// Something happened to a camera or microphone in use. `notice` is short and in the interface language,
+    /// for a window; `details` gives the reason in English, for a terminal. A message replaces an earlier one
+    /// of the same `topic`: the device's identifier, if it is about one.
     void deviceMessage(const QString& notice, const QString& details, const QString& topic);
 
   private:

@@ -23,8 +23,8 @@ class RecordingFiles {
     /// Adds pointer samples to what was kept before, and replaces session.json. What cannot be written now is
     /// tried again the next time.
     void keep(EventLog events, const SessionMeta& meta);
-    /// Adds the last samples, writes both documents as they stay, and lets go of the folder. The movies are
-    /// there: a document that cannot be written does not cost them, nor what was kept before. Returns why
+    /// Adds the last samples, writes both documents in their final form, and releases the folder. The movies
+    /// are there: a document that cannot be written does not cost them, nor what was kept before. Returns why
     /// something could not be written.
     std::optional<platform::PlatformError> complete(EventLog events, const SessionMeta& meta);
 

@@ -17,7 +17,7 @@ class CameraBubble {
 
     virtual ~CameraBubble() = default;
     /// Shows it, in place of the one before. `diameter` is its height in points. The pictures handed to
-    /// `frameHandler` are mirrored already when they shall be.
+    /// `frameHandler` are already mirrored if that is wanted.
     virtual void show(CameraCorner corner, double diameter, CameraStyle style) = 0;
     /// Moves and resizes it; nothing while it is hidden.
     virtual void update(CameraCorner corner, double diameter) = 0;

@@ -78,7 +78,7 @@ class ScreenRecorder {
     std::shared_ptr<platform::AssetWriter> writer_;  // shared with a `flush` under way
     platform::AssetWriterInput* input_ = nullptr;
     platform::AssetWriterInput* audioInput_ = nullptr;
-    std::optional<platform::PlatformError> failedWriting_;  // of the writer that `stop` let go of
+    std::optional<platform::PlatformError> failedWriting_;  // of the writer that `stop` released
     std::optional<double> firstPTS_;
     double lastWritten_ = 0;        // host-clock seconds of the youngest frame that the writer took
     mutable std::mutex startLock_;  // the writer's session starts in one step as seen from other threads

@@ -64,7 +64,7 @@ std::shared_ptr<platform::CaptureService> chooseDevices(const RecordArguments& a
     return std::make_shared<ChosenDevices>(host.capture, camera, microphone);
 }
 
-/// Throws when what shall be recorded is not there.
+/// Throws when what is to be recorded is not there.
 void requireContent(const RecordArguments& arguments, platform::ScreenCaptureService& screenCapture) {
     const auto content = screenCapture.shareableContent();
     if (arguments.windowID) {

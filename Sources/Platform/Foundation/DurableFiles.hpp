@@ -88,7 +88,7 @@ class PendingFile {
 };
 
 /// Some room on a disk, set aside for what must still be written when the disk is full. It has no name, so
-/// that nothing of it is left behind; letting go of it gives the room back.
+/// that nothing of it is left behind; destroying it frees the space.
 class DiskReserve {
   public:
     DiskReserve() = default;

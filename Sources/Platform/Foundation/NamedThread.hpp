@@ -7,7 +7,7 @@
 namespace platform {
 
 /// A thread with a name (cut to the kernel's 15 characters, its last ones kept) that is joined when
-/// its owner lets go of it. The body must not throw.
+/// its owner destroys it. The body must not throw.
 class NamedThread {
   public:
     NamedThread() = default;

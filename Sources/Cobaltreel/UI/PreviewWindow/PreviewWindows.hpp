@@ -14,7 +14,7 @@ namespace cobaltreel {
 class AppWindow;
 class PreviewModel;
 
-/// The windows that recordings and settings are shown in. A preview that shall be closed during an export
+/// The windows that recordings and settings are shown in. A preview that is asked to close during an export
 /// asks whether to give that up, and then counts as closed when it has. Previews still open when this ends
 /// are never reported. Main thread.
 class PreviewWindows final : public RecordingWindows {

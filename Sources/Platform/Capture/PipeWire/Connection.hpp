@@ -22,7 +22,7 @@ class GraphListener {
     virtual ~GraphListener() = default;
     /// Something in the graph is new, gone or different.
     virtual void graphChanged() = 0;
-    /// The server is gone: everything made on this connection must be let go of before this returns.
+    /// The server is gone: everything made on this connection must be destroyed before this returns.
     virtual void disconnected() = 0;
 };
 

@@ -41,7 +41,7 @@ void PipeWireCaptureSession::beginConfiguration() {
 }
 
 void PipeWireCaptureSession::commitConfiguration() {
-    Gates closing;  // let go of without the lock, because closing waits for the handler
+    Gates closing;  // destroyed without the lock: closing waits for the handler
     const LoopLock lock(connection_->threadLoop());
     const bool sameSize =
         pending_.preset.width == current_.preset.width && pending_.preset.height == current_.preset.height;

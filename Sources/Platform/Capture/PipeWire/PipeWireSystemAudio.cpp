@@ -68,7 +68,7 @@ void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
 }
 
 void PipeWireSystemAudio::stop() {
-    std::unique_ptr<SampleGate> closing;  // let go of without the lock, because closing waits for the handler
+    std::unique_ptr<SampleGate> closing;  // destroyed without the lock: closing waits for the handler
     const LoopLock lock(connection_->threadLoop());
     running_ = false;
     disconnected();

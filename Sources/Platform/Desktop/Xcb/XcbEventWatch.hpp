@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// Waits in the main loop for events of a connection, which is its alone from then on, and reports those
-/// that matter. After it has been destroyed nothing is reported any more. Main thread.
+/// Waits in the main loop for events of a connection, which it owns, and reports those that matter. Reports
+/// nothing once destroyed. Main thread.
 class XcbEventWatch {
   public:
     using Filter = std::function<bool(XcbConnection&, const xcb_generic_event_t&)>;
