@@ -48,8 +48,7 @@ void RecordingChoices::setSelectedDisplayID(std::optional<std::uint32_t> display
 void RecordingChoices::setSelectedWindowID(std::optional<std::uint32_t> windowID) {
     const auto listed = std::ranges::find_if(
         windows_, [&](const platform::Window& each) { return each.windowID == windowID; });
-    selectedWindowOwner_.reset();
-    if (listed != windows_.end()) selectedWindowOwner_ = listed->owningApplication;
+    selectedWindowOwner_ = listed != windows_.end() ? listed->owningApplication : std::nullopt;
     assign(selectedWindowID_, windowID, &RecordingChoices::selectedWindowIDChanged);
 }
 
