@@ -57,7 +57,8 @@ class Tone {
         unsigned flags = PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
         if (options_.isMicrophone) {
             pw_properties_set(props, PW_KEY_MEDIA_CLASS, "Audio/Source");
-            pw_properties_set(props, "priority.session", "1000");
+            // As hardware has: before any speaker's own sound, which session managers offer as a source too.
+            pw_properties_set(props, "priority.session", "2000");
         } else {
             pw_properties_set(props, PW_KEY_MEDIA_TYPE, "Audio");
             pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Playback");
