@@ -29,7 +29,8 @@ T.AbstractButton {
     hoverEnabled: true
     font.pixelSize: TextSize.small
 
-    Accessible.role: Accessible.Button
+    // From Qt 6.8 on a role that is given holds for buttons that can be checked too.
+    Accessible.role: checkable ? Accessible.CheckBox : Accessible.Button
     Accessible.name: text === "" ? tip : meaning === "" ? text : text + ": " + meaning
     Accessible.description: enabled ? "" : Words.unavailable
     Accessible.onPressAction: control.clicked()
