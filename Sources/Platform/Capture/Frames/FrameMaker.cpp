@@ -1,6 +1,6 @@
 #include "Platform/Capture/Frames/FrameMaker.hpp"
 
-#include "Platform/Capture/Frames/PictureFit.hpp"
+#include "Platform/Capture/Frames/Letterbox.hpp"
 #include "Platform/Imaging/RenderContext.hpp"
 
 #include <algorithm>
@@ -85,7 +85,7 @@ void FrameMaker::setSize(int width, int height) {
     frames_.change({0, 0, frameWidth_, frameHeight_});
 }
 
-PixelRect FrameMaker::place() const { return fittedRect(width_, height_, frameWidth_, frameHeight_); }
+PixelRect FrameMaker::place() const { return letterboxed(width_, height_, frameWidth_, frameHeight_); }
 
 bool FrameMaker::isFitted() const { return place() != PixelRect{0, 0, width_, height_}; }
 
@@ -119,14 +119,14 @@ ConstPixelBufferRef FrameMaker::make(const Plane& picture, const Cursor& cursor)
 void FrameMaker::drawFitted(const Plane& picture, const Cursor& cursor) {
     if (!fitted_) fitted_ = std::make_unique<PixelBuffer>(PixelFormat::bgra, frameWidth_, frameHeight_);
     if (cursorPlace_.isEmpty()) {
-        fitPicture(picture, *fitted_);
+        drawLetterboxed(picture, *fitted_);
         return;
     }
     if (!whole_ || whole_->width() != width_ || whole_->height() != height_)
         whole_ = std::make_unique<PixelBuffer>(PixelFormat::bgra, width_, height_);
     copyPixels(picture, whole_->plane());
     cursor.image->draw(whole_->plane(), cursor.x, cursor.y);
-    fitPicture(whole_->plane(), *fitted_);
+    drawLetterboxed(whole_->plane(), *fitted_);
 }
 
 void FrameMaker::drawCursor(const Plane& picture, const Cursor& cursor, PixelBuffer& frame) {

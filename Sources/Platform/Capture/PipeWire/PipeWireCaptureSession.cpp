@@ -134,7 +134,7 @@ PipeWireCaptureSession::Gates PipeWireCaptureSession::makeGates() const {
         return std::make_unique<SampleGate>(*output.queue, output.handler, limit);
     };
     gates.video = make(MediaType::video, picturesWaiting);
-    gates.audio = make(MediaType::audio, SoundStream::samplesWaiting);
+    gates.audio = make(MediaType::audio, AudioCaptureStream::samplesWaiting);
     return gates;
 }
 
@@ -217,11 +217,11 @@ void PipeWireCaptureSession::reconcileMicrophone() {
     if (node == nullptr || microphoneStream_ || microphone_.hasFailed) return;
     microphone_.node = node->serial;
     try {
-        SoundStream::Setup setup;
+        AudioCaptureStream::Setup setup;
         setup.name = "Cobaltreel microphone";
         setup.target = node->name;
         setup.channels = current_.preset.microphoneChannels;
-        microphoneStream_ = std::make_unique<SoundStream>(
+        microphoneStream_ = std::make_unique<AudioCaptureStream>(
             *connection_, setup,
             [this](SampleBuffer sample) {
                 streamDelivered(microphone_);

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/CaptureSession.hpp"
+#include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
 #include "Platform/Capture/PipeWire/CameraStream.hpp"
 #include "Platform/Capture/PipeWire/Connection.hpp"
-#include "Platform/Capture/PipeWire/SoundStream.hpp"
 #include "Platform/Capture/SampleGate.hpp"
 
 #include <array>
@@ -82,7 +82,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     Input camera_, microphone_;
     Gates gates_;
     std::unique_ptr<CameraStream> cameraStream_;
-    std::unique_ptr<SoundStream> microphoneStream_;
+    std::unique_ptr<AudioCaptureStream> microphoneStream_;
     std::unique_ptr<LoopEvent> retry_;
     std::function<void(const CaptureEvent&)> onEvent_;
 };

@@ -62,7 +62,7 @@ PipeWireSystemAudio::~PipeWireSystemAudio() {
 void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
     stop();
     const LoopLock lock(connection_->threadLoop());
-    gate_ = std::make_unique<SampleGate>(queue, std::move(handler), SoundStream::samplesWaiting);
+    gate_ = std::make_unique<SampleGate>(queue, std::move(handler), AudioCaptureStream::samplesWaiting);
     running_ = true;
     graphChanged();
 }
@@ -81,10 +81,10 @@ void PipeWireSystemAudio::disconnected() {
 }
 
 void PipeWireSystemAudio::openStream() {
-    SoundStream::Setup setup;
+    AudioCaptureStream::Setup setup;
     setup.name = "Cobaltreel system audio";
     setup.channels = 2;
-    stream_ = std::make_unique<SoundStream>(
+    stream_ = std::make_unique<AudioCaptureStream>(
         *connection_, setup,
         [this](SampleBuffer sample) {
             if (gate_) gate_->pass(std::move(sample));

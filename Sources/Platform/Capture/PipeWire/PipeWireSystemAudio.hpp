@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
 #include "Platform/Capture/PipeWire/Connection.hpp"
-#include "Platform/Capture/PipeWire/SoundStream.hpp"
 #include "Platform/Capture/SampleGate.hpp"
 #include "Platform/Capture/SystemAudio.hpp"
 
@@ -43,7 +43,7 @@ class PipeWireSystemAudio final : public SystemAudioSource, private GraphListene
     bool running_ = false;
     bool hasFailed_ = false;
     std::unique_ptr<SampleGate> gate_;
-    std::unique_ptr<SoundStream> stream_;
+    std::unique_ptr<AudioCaptureStream> stream_;
     std::map<PortPair, std::unique_ptr<Link>> links_;
     std::unique_ptr<LoopEvent> retry_;
     std::unique_ptr<LoopEvent> relink_;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/Frames/DirtyArea.hpp"
+#include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/ExcludedWindows.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
-#include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 
@@ -35,7 +35,7 @@ class DisplaySource final : public PictureSource {
     XcbConnection& connection_;
     const Display display_;
     FrameGrabber grabber_;
-    ScreenDamage damage_;
+    DamageTracker damage_;
     std::unique_ptr<PointerOverlay> pointer_;
     std::unique_ptr<ExcludedWindows> excluded_;
     PixelRect area_;

@@ -174,7 +174,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
 
     const std::size_t bytes = static_cast<std::size_t>(largest) * 4;
     if (!scratch_ || scratch_->segmentBytes() < bytes)
-        scratch_ = std::make_unique<SharedFrames>(connection_, bytes, 1);
+        scratch_ = std::make_unique<ShmBufferPool>(connection_, bytes, 1);
     isTranslucent_ = isComposited.value_or(false);
 
     for (const TopLevel& each : stack_.bottomToTop()) {

@@ -62,7 +62,7 @@ class ExcludedWindows {
     std::vector<Vacated> vacated_;
     PixelRect area_;
     RectList holes_;  // on the root, inside `area_`
-    std::unique_ptr<SharedFrames> scratch_;
+    std::unique_ptr<ShmBufferPool> scratch_;
     bool isTranslucent_ = false;  // a compositing manager blends windows
     std::uint64_t revision_ = 0;
 };

@@ -126,7 +126,7 @@ bool RedirectedWindow::isWaitingFor(const PixelRect& part) const {
 }
 
 bool RedirectedWindow::draw(const PixelRect& part, const Plane& picture, int originX, int originY,
-                            SharedFrames& scratch, bool isTranslucent) {
+                            ShmBufferPool& scratch, bool isTranslucent) {
     const PixelRect seen = topLevel_.bounds.intersected(part);
     if (seen.isEmpty()) return true;
     if (!contents_ && !nameContents()) return ++refusals_ > refusalsUntilLeftOut;

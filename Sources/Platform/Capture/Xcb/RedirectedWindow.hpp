@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/Frames/RectList.hpp"
+#include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
-#include "Platform/Capture/Xcb/ScreenDamage.hpp"
-#include "Platform/Capture/Xcb/SharedFrames.hpp"
+#include "Platform/Capture/Xcb/ShmBufferPool.hpp"
 #include "Platform/Capture/Xcb/WindowStack.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
 
@@ -32,7 +32,7 @@ class RedirectedWindow {
     /// Draws what `part` (on the root) shows of the window into a picture whose top left is at (`originX`,
     /// `originY`) of the root; what is not painted yet is left out. False when the contents are out of
     /// reach for the moment.
-    bool draw(const PixelRect& part, const Plane& picture, int originX, int originY, SharedFrames& scratch,
+    bool draw(const PixelRect& part, const Plane& picture, int originX, int originY, ShmBufferPool& scratch,
               bool isTranslucent);
     /// Whether a part that is not painted yet lies inside `part` and may still be painted in time.
     bool isWaitingFor(const PixelRect& part) const;
@@ -45,7 +45,7 @@ class RedirectedWindow {
 
     XcbConnection& connection_;
     TopLevel topLevel_;
-    ScreenDamage damage_;
+    DamageTracker damage_;
     std::uint32_t redirection_ = 0;  // the request's sequence number: earlier paintings do not count
     int shapeEvent_ = -1;
     std::optional<NamedPixmap> contents_;

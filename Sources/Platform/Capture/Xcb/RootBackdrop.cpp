@@ -23,7 +23,7 @@ xcb_pixmap_t backdropPixmap(XcbConnection& connection) {
 
 /// Has the server tile the part and reads it.
 bool readTiled(const XcbConnection& connection, xcb_pixmap_t tile, const PixelRect& part,
-               SharedSegment& memory) {
+               ShmSegment& memory) {
     xcb_connection_t* c = connection.get();
     const auto width = static_cast<std::uint16_t>(part.width),
                height = static_cast<std::uint16_t>(part.height);
@@ -47,7 +47,7 @@ bool readTiled(const XcbConnection& connection, xcb_pixmap_t tile, const PixelRe
 }  // namespace
 
 /// Has the server paint its background in a window that is redirected, and so not on the screen.
-bool RootBackdrop::readPainted(const PixelRect& part, SharedSegment& memory) const {
+bool RootBackdrop::readPainted(const PixelRect& part, ShmSegment& memory) const {
     xcb_connection_t* c = connection_.get();
     const std::uint32_t values[] = {XCB_BACK_PIXMAP_PARENT_RELATIVE, 1};
     xcb_create_window(c, XCB_COPY_FROM_PARENT, probe_, connection_.root(), static_cast<std::int16_t>(part.x),
@@ -73,7 +73,7 @@ bool RootBackdrop::readPainted(const PixelRect& part, SharedSegment& memory) con
 }
 
 void RootBackdrop::draw(const PixelRect& part, const Plane& picture, int originX, int originY,
-                        SharedFrames& scratch, bool isComposited) {
+                        ShmBufferPool& scratch, bool isComposited) {
     std::uint8_t* to = picture.data + static_cast<std::ptrdiff_t>(part.y - originY) * picture.stride +
                        static_cast<std::ptrdiff_t>(part.x - originX) * 4;
     const xcb_pixmap_t tile = backdropPixmap(connection_);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/Frames/RectList.hpp"
-#include "Platform/Capture/Xcb/SharedFrames.hpp"
+#include "Platform/Capture/Xcb/ShmBufferPool.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
 
 #include <vector>
@@ -33,7 +33,7 @@ class ScreenImage {
     };
 
     const XcbConnection& connection_;
-    SharedFrames memory_;
+    ShmBufferPool memory_;
     SegmentLease shown_, read_;
     Plane plane_;
     std::vector<Part> parts_;

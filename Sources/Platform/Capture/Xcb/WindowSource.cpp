@@ -89,7 +89,7 @@ void WindowSource::followFrame() {
     const std::uint32_t withChildren = own | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
     xcb_change_window_attributes(c, frame_, XCB_CW_EVENT_MASK, &withChildren);
     if (shapeEvent_ >= 0) xcb_shape_select_input(c, frame_, 1);
-    damage_ = std::make_unique<ScreenDamage>(connection_, frame_, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+    damage_ = std::make_unique<DamageTracker>(connection_, frame_, XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
 
     // What covers the window must be known as of the moment when its contents begin to be kept.
     xcb_grab_server(c);

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/Frames/DirtyArea.hpp"
+#include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
-#include "Platform/Capture/Xcb/ScreenDamage.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 
@@ -54,7 +54,7 @@ class WindowSource final : public PictureSource {
     int shapeEvent_ = -1;
 
     xcb_window_t frame_ = XCB_NONE;
-    std::unique_ptr<ScreenDamage> damage_;
+    std::unique_ptr<DamageTracker> damage_;
     std::uint32_t damageFrom_ = 0;  // sequence number of a request: what is reported before does not count
     PixelRect bounds_;              // of the frame, with its border, on the root
     int border_ = 0;

@@ -2,8 +2,8 @@
 
 #include "Platform/Capture/Xcb/ContentReader.hpp"
 #include "Platform/Capture/Xcb/DisplaySource.hpp"
-#include "Platform/Capture/Xcb/GrabStream.hpp"
 #include "Platform/Capture/Xcb/WindowSource.hpp"
+#include "Platform/Capture/Xcb/X11CaptureStream.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -60,7 +60,7 @@ std::unique_ptr<CaptureStream> XcbScreenCaptureService::makeStream(
                             "The screen is recorded as BGRA pictures of a positive size.");
     XcbConnection connection(displayName_);
     std::visit([&](const auto& each) { requireContent(connection, each); }, filter);
-    return std::make_unique<GrabStream>(
+    return std::make_unique<X11CaptureStream>(
         displayName_, configuration,
         [filter](XcbConnection& own, const StreamConfiguration& wanted) {
             return std::visit([&](const auto& each) { return makeSource(own, each, wanted); }, filter);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Media/FFmpeg/AudioConformer.hpp"
+#include "Platform/Media/FFmpeg/AudioResync.hpp"
 #include "Platform/Media/FFmpeg/WriterInput.hpp"
 
 #include <cstdint>
@@ -25,7 +25,7 @@ class AudioWriterInput final : public WriterInput {
 
     AudioSettings settings_;
     CodecPtr encoder_;
-    AudioConformer conformer_;
+    AudioResync conformer_;
     std::int64_t encodedFrames_ = 0;
 };
 

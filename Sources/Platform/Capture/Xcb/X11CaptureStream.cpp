@@ -1,4 +1,4 @@
-#include "Platform/Capture/Xcb/GrabStream.hpp"
+#include "Platform/Capture/Xcb/X11CaptureStream.hpp"
 
 #include "Platform/Capture/Frames/FrameGrid.hpp"
 #include "Platform/Foundation/Clock.hpp"
@@ -13,8 +13,9 @@
 
 namespace platform {
 
-GrabStream::GrabStream(std::string displayName, const StreamConfiguration& configuration,
-                       SourceMaker makeSource, std::function<void(const PlatformError&)> onStopped)
+X11CaptureStream::X11CaptureStream(std::string displayName, const StreamConfiguration& configuration,
+                                   SourceMaker makeSource,
+                                   std::function<void(const PlatformError&)> onStopped)
     : displayName_(std::move(displayName)),
       configuration_(configuration),
       makeSource_(std::move(makeSource)),
@@ -24,16 +25,16 @@ GrabStream::GrabStream(std::string displayName, const StreamConfiguration& confi
         throw PlatformError("ScreenCapture", serverLacks, "Too many files are open to record the screen.");
 }
 
-GrabStream::~GrabStream() {
+X11CaptureStream::~X11CaptureStream() {
     requestStop();
     thread_.join();
 }
 
-void GrabStream::addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) {
+void X11CaptureStream::addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) {
     output_.add(type, queue, std::move(handler));
 }
 
-void GrabStream::startCapture(Done done) {
+void X11CaptureStream::startCapture(Done done) {
     {
         const std::lock_guard lock(mutex_);
         if (std::exchange(isStarted_, true))
@@ -42,7 +43,7 @@ void GrabStream::startCapture(Done done) {
     thread_ = NamedThread("screen.grab", [this, done = std::move(done)] { run(done); });
 }
 
-void GrabStream::stopCapture(Done done) {
+void X11CaptureStream::stopCapture(Done done) {
     {
         const std::lock_guard lock(mutex_);
         if (isStarted_ && !hasEnded_) {
@@ -54,19 +55,19 @@ void GrabStream::stopCapture(Done done) {
     if (done) done(std::nullopt);
 }
 
-void GrabStream::requestStop() {
+void X11CaptureStream::requestStop() {
     const std::lock_guard lock(mutex_);
     isStopping_ = true;
     if (socket_ >= 0) shutdown(socket_, SHUT_RDWR);
     eventfd_write(wake_.get(), 1);
 }
 
-bool GrabStream::isStopping() {
+bool X11CaptureStream::isStopping() {
     const std::lock_guard lock(mutex_);
     return isStopping_;
 }
 
-void GrabStream::run(const Done& started) {
+void X11CaptureStream::run(const Done& started) {
     bool hasStarted = false;
     std::optional<PlatformError> failure;
     try {
@@ -94,10 +95,10 @@ void GrabStream::run(const Done& started) {
     for (const Done& done : waiting) done(std::nullopt);
 }
 
-void GrabStream::capture(const Done& started, bool& hasStarted) {
+void X11CaptureStream::capture(const Done& started, bool& hasStarted) {
     XcbConnection connection(displayName_);
     struct Published {
-        Published(GrabStream& owner, int fd) : stream(owner) {
+        Published(X11CaptureStream& owner, int fd) : stream(owner) {
             const std::lock_guard lock(stream.mutex_);
             stream.socket_ = fd;
             if (stream.isStopping_) shutdown(fd, SHUT_RDWR);
@@ -108,7 +109,7 @@ void GrabStream::capture(const Done& started, bool& hasStarted) {
         }
         Published(const Published&) = delete;
         Published& operator=(const Published&) = delete;
-        GrabStream& stream;
+        X11CaptureStream& stream;
     } const published(*this, xcb_get_file_descriptor(connection.get()));
 
     const std::unique_ptr<PictureSource> source = makeSource_(connection, configuration_);
@@ -117,7 +118,7 @@ void GrabStream::capture(const Done& started, bool& hasStarted) {
     takePictures(connection, *source);
 }
 
-void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) {
+void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& source) {
     FrameGrid grid(configuration_.minimumFrameInterval.seconds());
     while (!isStopping()) {
         while (const XcbEvent event{xcb_poll_for_event(connection.get())})
@@ -148,7 +149,7 @@ void GrabStream::takePictures(XcbConnection& connection, PictureSource& source) 
     }
 }
 
-void GrabStream::sleep(const XcbConnection* connection, bool quietly, double until) {
+void X11CaptureStream::sleep(const XcbConnection* connection, bool quietly, double until) {
     if (connection != nullptr) xcb_flush(connection->get());
     pollfd watched[2] = {{wake_.get(), POLLIN, 0},
                          {quietly ? -1 : xcb_get_file_descriptor(connection->get()), POLLIN, 0}};
@@ -161,7 +162,7 @@ void GrabStream::sleep(const XcbConnection* connection, bool quietly, double unt
     ppoll(watched, 2, until > 0 ? &limit : nullptr, nullptr);
 }
 
-void GrabStream::waitForStop() {
+void X11CaptureStream::waitForStop() {
     while (!isStopping()) sleep(nullptr, true, 0);
 }
 

@@ -8,7 +8,7 @@ namespace platform::pipewire {
 /// machine kept waiting reads the time of a later cycle than that of its sound, so a single time may be
 /// wrong by a cycle; many are not. Runs follow one another without a seam as long as the times agree on
 /// the whole, a slow drift is followed, and a real gap stays a gap.
-class SoundClock {
+class TimestampSmoother {
   public:
     /// The time of a run's first frame, in seconds like the measured time and the run's duration; absent
     /// when the run lies within what was placed already and is to be left out.

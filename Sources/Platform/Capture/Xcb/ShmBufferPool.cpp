@@ -1,4 +1,4 @@
-#include "Platform/Capture/Xcb/SharedFrames.hpp"
+#include "Platform/Capture/Xcb/ShmBufferPool.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
@@ -14,9 +14,9 @@
 
 namespace platform {
 
-class SharedSegment {
+class ShmSegment {
   public:
-    explicit SharedSegment(std::size_t bytes)
+    explicit ShmSegment(std::size_t bytes)
         : bytes_(bytes), file_(memfd_create("cobaltreel-frame", MFD_CLOEXEC)) {
         void* mapped = MAP_FAILED;
         if (file_ && ftruncate(file_.get(), static_cast<off_t>(bytes)) == 0)
@@ -24,9 +24,9 @@ class SharedSegment {
         if (mapped == MAP_FAILED) throw std::bad_alloc();
         memory_ = static_cast<std::uint8_t*>(mapped);
     }
-    ~SharedSegment() { munmap(memory_, bytes_); }
-    SharedSegment(const SharedSegment&) = delete;
-    SharedSegment& operator=(const SharedSegment&) = delete;
+    ~ShmSegment() { munmap(memory_, bytes_); }
+    ShmSegment(const ShmSegment&) = delete;
+    ShmSegment& operator=(const ShmSegment&) = delete;
 
     bool attach(const XcbConnection& connection) {
         const int descriptor = dup(file_.get());
@@ -69,33 +69,33 @@ constexpr std::uint32_t allPlanes = ~std::uint32_t{0};
 
 }  // namespace
 
-SharedFrames::SharedFrames(const XcbConnection& connection, std::size_t bytes, std::size_t limit)
+ShmBufferPool::ShmBufferPool(const XcbConnection& connection, std::size_t bytes, std::size_t limit)
     : connection_(connection), bytes_(bytes), limit_(limit), isShared_(canShare(connection)) {}
 
-SharedFrames::~SharedFrames() {
+ShmBufferPool::~ShmBufferPool() {
     for (const auto& segment : segments_)
         if (segment->shared != XCB_NONE) xcb_shm_detach(connection_.get(), segment->shared);
 }
 
-SegmentLease SharedFrames::borrow() {
+SegmentLease ShmBufferPool::borrow() {
     auto free = std::find_if(segments_.begin(), segments_.end(), [](const auto& segment) {
         return !segment->isHeld.load(std::memory_order_acquire);
     });
     if (free == segments_.end()) {
         if (segments_.size() >= limit_) return nullptr;
-        auto fresh = std::make_shared<SharedSegment>(bytes_);
+        auto fresh = std::make_shared<ShmSegment>(bytes_);
         if (isShared_) isShared_ = fresh->attach(connection_);
         free = segments_.insert(segments_.end(), std::move(fresh));
     }
     (*free)->isHeld = true;
     return {free->get(),
-            [segment = *free](SharedSegment*) { segment->isHeld.store(false, std::memory_order_release); }};
+            [segment = *free](ShmSegment*) { segment->isHeld.store(false, std::memory_order_release); }};
 }
 
-std::uint8_t* memoryOf(const SharedSegment& segment) { return segment.memory(); }
+std::uint8_t* memoryOf(const ShmSegment& segment) { return segment.memory(); }
 
 ImageRequest requestImage(const XcbConnection& connection, xcb_drawable_t drawable, int x, int y, int width,
-                          int height, const SharedSegment& into, std::size_t offset) {
+                          int height, const ShmSegment& into, std::size_t offset) {
     const auto left = static_cast<std::int16_t>(x), top = static_cast<std::int16_t>(y);
     const auto w = static_cast<std::uint16_t>(width), h = static_cast<std::uint16_t>(height);
     ImageRequest request{into.shared != XCB_NONE, 0, width, height, offset};
@@ -109,7 +109,7 @@ ImageRequest requestImage(const XcbConnection& connection, xcb_drawable_t drawab
     return request;
 }
 
-bool awaitImage(const XcbConnection& connection, const ImageRequest& request, SharedSegment& into) {
+bool awaitImage(const XcbConnection& connection, const ImageRequest& request, ShmSegment& into) {
     const std::size_t bytes =
         static_cast<std::size_t>(request.width) * static_cast<std::size_t>(request.height) * 4;
     if (request.isShared) {

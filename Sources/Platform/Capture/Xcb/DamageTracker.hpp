@@ -12,14 +12,14 @@ namespace platform {
 
 /// Tells what was drawn on one drawable (and the windows inside it) since the last `clear`: as one bounding
 /// box that grows, or rectangle by rectangle.
-class ScreenDamage {
+class DamageTracker {
   public:
     /// Throws PlatformError when the server has no DAMAGE.
-    ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable,
-                 std::uint8_t level = XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
-    ~ScreenDamage();
-    ScreenDamage(const ScreenDamage&) = delete;
-    ScreenDamage& operator=(const ScreenDamage&) = delete;
+    DamageTracker(const XcbConnection& connection, xcb_drawable_t drawable,
+                  std::uint8_t level = XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
+    ~DamageTracker();
+    DamageTracker(const DamageTracker&) = delete;
+    DamageTracker& operator=(const DamageTracker&) = delete;
 
     /// The box or rectangle, in the drawable's pixels, when the event tells of one.
     std::optional<PixelRect> boxOf(const xcb_generic_event_t& event) const;

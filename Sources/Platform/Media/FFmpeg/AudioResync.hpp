@@ -12,11 +12,11 @@ namespace platform::ffmpeg {
 /// Turns timed runs of sound of any format into one uninterrupted stream of planar floats whose place
 /// on the timeline follows the runs' times: a jump ahead becomes silence, an overlap is cut, and the
 /// slow drift between the source's clock and the host's is followed by resampling. One thread.
-class AudioConformer {
+class AudioResync {
   public:
     /// `onOutput` is called whenever frames were added to `output`, at least once a second of sound, so
     /// that a long silence needs no memory. `followsDrift` is for sources with a clock of their own.
-    AudioConformer(int sampleRate, int channels, bool followsDrift, std::function<void()> onOutput);
+    AudioResync(int sampleRate, int channels, bool followsDrift, std::function<void()> onOutput);
 
     /// Adds a run that begins `time` seconds after the timeline's zero; what lies before zero is cut.
     /// Throws PlatformError when the format cannot be converted.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/PipeWire/Connection.hpp"
-#include "Platform/Capture/PipeWire/SoundClock.hpp"
+#include "Platform/Capture/PipeWire/TimestampSmoother.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <array>
@@ -18,7 +18,7 @@ namespace platform::pipewire {
 /// Takes sound from the graph as 48 kHz float. The graph's own thread copies it, with its time, into a ring
 /// and is never kept waiting; the connection's loop hands it on. Created, used and destroyed with the
 /// connection's lock held.
-class SoundStream {
+class AudioCaptureStream {
   public:
     /// How many samples of sound may wait for their receiver.
     static constexpr std::size_t samplesWaiting = 64;
@@ -32,11 +32,11 @@ class SoundStream {
 
     /// `failed` is told when the server refuses or ends the stream; the owner then destroys it, but not in
     /// the call. Throws PlatformError when the stream cannot be made.
-    SoundStream(Connection& connection, const Setup& setup, Receiver receive,
-                std::function<void(const std::string& reason)> failed);
-    ~SoundStream();
-    SoundStream(const SoundStream&) = delete;
-    SoundStream& operator=(const SoundStream&) = delete;
+    AudioCaptureStream(Connection& connection, const Setup& setup, Receiver receive,
+                       std::function<void(const std::string& reason)> failed);
+    ~AudioCaptureStream();
+    AudioCaptureStream(const AudioCaptureStream&) = delete;
+    AudioCaptureStream& operator=(const AudioCaptureStream&) = delete;
 
     /// Of the stream in the graph; absent until the server has announced it.
     std::optional<std::uint32_t> nodeID() const;
@@ -57,7 +57,7 @@ class SoundStream {
     std::vector<std::byte> ring_;
     std::atomic<std::uint32_t> written_{0};  // advanced by the graph's thread
     std::atomic<std::uint32_t> read_{0};     // advanced by the loop
-    SoundClock clock_;
+    TimestampSmoother clock_;
     LoopEvent ready_;
     bool isEnding_ = false;
     StreamHandle stream_;

@@ -1,4 +1,4 @@
-#include "Platform/Capture/PipeWire/SoundClock.hpp"
+#include "Platform/Capture/PipeWire/TimestampSmoother.hpp"
 
 #include <cmath>
 #include <vector>
@@ -10,8 +10,8 @@ namespace {
 
 constexpr double cycle = 1024.0 / 48000;
 
-TEST(SoundClock, LevelsOutSingleWrongTimes) {
-    SoundClock clock;
+TEST(TimestampSmoother, LevelsOutSingleWrongTimes) {
+    TimestampSmoother clock;
     for (int i = 0; i < 1000; ++i) {
         const double truth = 100 + i * cycle;
         const double late = i % 7 == 3 ? cycle : i % 11 == 5 ? 2 * cycle : 0;
@@ -21,8 +21,8 @@ TEST(SoundClock, LevelsOutSingleWrongTimes) {
     }
 }
 
-TEST(SoundClock, FollowsACrystalThatIsOff) {
-    SoundClock clock;
+TEST(TimestampSmoother, FollowsACrystalThatIsOff) {
+    TimestampSmoother clock;
     double end = 0;
     for (int i = 0; i < 30000; ++i) {
         const double truth = 100 + i * cycle * 1.0005;
@@ -36,13 +36,13 @@ TEST(SoundClock, FollowsACrystalThatIsOff) {
     }
 }
 
-TEST(SoundClock, KeepsGaps) {
+TEST(TimestampSmoother, KeepsGaps) {
     struct Case {
         double gap;
         int runsUntilRight;
     };
     for (const auto& [gap, runsUntilRight] : {Case{3.0, 0}, Case{0.15, 0}, Case{2 * cycle, 5}}) {
-        SoundClock clock;
+        TimestampSmoother clock;
         for (int i = 0; i < 100; ++i) clock.place(i * cycle, cycle);
         for (int i = 0; i < 100; ++i) {
             const double truth = (100 + i) * cycle + gap;
@@ -55,8 +55,8 @@ TEST(SoundClock, KeepsGaps) {
     }
 }
 
-TEST(SoundClock, NeverGoesBack) {
-    SoundClock clock;
+TEST(TimestampSmoother, NeverGoesBack) {
+    TimestampSmoother clock;
     std::vector<double> placed;
     // The first time is two cycles late, all others are right.
     for (int i = 0; i < 100; ++i)

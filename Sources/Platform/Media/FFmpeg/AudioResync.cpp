@@ -1,4 +1,4 @@
-#include "Platform/Media/FFmpeg/AudioConformer.hpp"
+#include "Platform/Media/FFmpeg/AudioResync.hpp"
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
 
@@ -31,8 +31,7 @@ constexpr const char* sentence = "The sound cannot be converted";
 
 }  // namespace
 
-AudioConformer::AudioConformer(int sampleRate, int channels, bool followsDrift,
-                               std::function<void()> onOutput)
+AudioResync::AudioResync(int sampleRate, int channels, bool followsDrift, std::function<void()> onOutput)
     : sampleRate_(sampleRate),
       channels_(channels),
       followsDrift_(followsDrift),
@@ -41,7 +40,7 @@ AudioConformer::AudioConformer(int sampleRate, int channels, bool followsDrift,
     if (!output_) throw std::bad_alloc();
 }
 
-void AudioConformer::openResampler(const AudioFormat& format) {
+void AudioResync::openResampler(const AudioFormat& format) {
     AVChannelLayout source{}, target{};
     av_channel_layout_default(&source, format.channels);
     av_channel_layout_default(&target, channels_);
@@ -64,11 +63,11 @@ void AudioConformer::openResampler(const AudioFormat& format) {
     drift_ = 0;
 }
 
-double AudioConformer::delay() const {
+double AudioResync::delay() const {
     return resampler_ ? static_cast<double>(swr_get_delay(resampler_.get(), sampleRate_)) : 0;
 }
 
-void AudioConformer::add(const AudioBuffer& buffer, double time) {
+void AudioResync::add(const AudioBuffer& buffer, double time) {
     auto frames = static_cast<std::int64_t>(buffer.frameCount());
     if (frames == 0) return;
     if (format_ != buffer.format) {
@@ -101,14 +100,14 @@ void AudioConformer::add(const AudioBuffer& buffer, double time) {
             static_cast<int>(frames - cut));
 }
 
-void AudioConformer::followDrift(double offset, double runSeconds) {
+void AudioResync::followDrift(double offset, double runSeconds) {
     drift_ += (offset - drift_) * std::min(1.0, runSeconds / smoothingSeconds);
     const int distance = static_cast<int>(correctionSeconds * sampleRate_);
     check(swr_set_compensation(resampler_.get(), static_cast<int>(std::lround(drift_)), distance), sentence);
 }
 
 /// Converts frames of the source, or with null what the resampler holds.
-void AudioConformer::convert(const std::uint8_t* data, int frames) {
+void AudioResync::convert(const std::uint8_t* data, int frames) {
     const int room = swr_get_out_samples(resampler_.get(), frames);
     if (room <= 0) return;
     std::vector<float> samples(static_cast<std::size_t>(room) * static_cast<std::size_t>(channels_));
@@ -126,13 +125,13 @@ void AudioConformer::convert(const std::uint8_t* data, int frames) {
     onOutput_();
 }
 
-void AudioConformer::drain() {
+void AudioResync::drain() {
     if (resampler_) convert(nullptr, 0);
     resampler_.reset();
     format_.reset();
 }
 
-void AudioConformer::addSilence(std::int64_t frames) {
+void AudioResync::addSilence(std::int64_t frames) {
     std::vector<float> silence(static_cast<std::size_t>(sampleRate_));
     const std::vector<void*> planes(static_cast<std::size_t>(channels_), silence.data());
     while (frames > 0) {

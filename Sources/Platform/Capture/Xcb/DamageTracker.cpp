@@ -1,11 +1,11 @@
-#include "Platform/Capture/Xcb/ScreenDamage.hpp"
+#include "Platform/Capture/Xcb/DamageTracker.hpp"
 
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 namespace platform {
 
-ScreenDamage::ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawable, std::uint8_t level)
+DamageTracker::DamageTracker(const XcbConnection& connection, xcb_drawable_t drawable, std::uint8_t level)
     : connection_(connection) {
     const auto* extension = connection.extension(xcb_damage_id);
     const bool isThere =
@@ -21,15 +21,15 @@ ScreenDamage::ScreenDamage(const XcbConnection& connection, xcb_drawable_t drawa
     xcb_damage_create(connection.get(), damage_, drawable, level);
 }
 
-ScreenDamage::~ScreenDamage() { xcb_damage_destroy(connection_.get(), damage_); }
+DamageTracker::~DamageTracker() { xcb_damage_destroy(connection_.get(), damage_); }
 
-std::optional<PixelRect> ScreenDamage::boxOf(const xcb_generic_event_t& event) const {
+std::optional<PixelRect> DamageTracker::boxOf(const xcb_generic_event_t& event) const {
     if ((event.response_type & 0x7f) != event_) return std::nullopt;
     const auto& notify = reinterpret_cast<const xcb_damage_notify_event_t&>(event);
     if (notify.damage != damage_) return std::nullopt;
     return PixelRect{notify.area.x, notify.area.y, notify.area.width, notify.area.height};
 }
 
-void ScreenDamage::clear() { xcb_damage_subtract(connection_.get(), damage_, XCB_NONE, XCB_NONE); }
+void DamageTracker::clear() { xcb_damage_subtract(connection_.get(), damage_, XCB_NONE, XCB_NONE); }
 
 }  // namespace platform

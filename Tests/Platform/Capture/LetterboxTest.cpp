@@ -1,6 +1,6 @@
 #include "Platform/Capture/Frames/DirtyArea.hpp"
 #include "Platform/Capture/Frames/FrameGrid.hpp"
-#include "Platform/Capture/Frames/PictureFit.hpp"
+#include "Platform/Capture/Frames/Letterbox.hpp"
 #include "Platform/Capture/Frames/RectList.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 
@@ -8,7 +8,7 @@
 
 namespace platform::test {
 
-TEST(PictureFit, KeepsProportionsAndTakesOnePixelAsRounding) {
+TEST(Letterbox, KeepsProportionsAndTakesOnePixelAsRounding) {
     const struct {
         int sourceWidth, sourceHeight, frameWidth, frameHeight;
         PixelRect fitted;
@@ -18,7 +18,7 @@ TEST(PictureFit, KeepsProportionsAndTakesOnePixelAsRounding) {
         {801, 601, 804, 602, {1, 0, 802, 602}},    {1, 5000, 100, 100, {49, 0, 1, 100}},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(fittedRect(c.sourceWidth, c.sourceHeight, c.frameWidth, c.frameHeight), c.fitted)
+        EXPECT_EQ(letterboxed(c.sourceWidth, c.sourceHeight, c.frameWidth, c.frameHeight), c.fitted)
             << c.sourceWidth << "x" << c.sourceHeight << " in " << c.frameWidth << "x" << c.frameHeight;
 }
 

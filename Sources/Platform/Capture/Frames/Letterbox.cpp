@@ -1,4 +1,4 @@
-#include "Platform/Capture/Frames/PictureFit.hpp"
+#include "Platform/Capture/Frames/Letterbox.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ bool isRoundedUp(int source, int frame) { return frame == source || frame == sou
 
 }  // namespace
 
-PixelRect fittedRect(int sourceWidth, int sourceHeight, int frameWidth, int frameHeight) {
+PixelRect letterboxed(int sourceWidth, int sourceHeight, int frameWidth, int frameHeight) {
     if (isRoundedUp(sourceWidth, frameWidth) && isRoundedUp(sourceHeight, frameHeight))
         return {0, 0, sourceWidth, sourceHeight};
     const double scale = std::min(static_cast<double>(frameWidth) / sourceWidth,
@@ -30,9 +30,9 @@ PixelRect fittedRect(int sourceWidth, int sourceHeight, int frameWidth, int fram
     return {(frameWidth - width) / 2, (frameHeight - height) / 2, width, height};
 }
 
-void fitPicture(const Plane& source, PixelBuffer& frame) {
+void drawLetterboxed(const Plane& source, PixelBuffer& frame) {
     const Plane& target = frame.plane();
-    const PixelRect inside = fittedRect(source.width, source.height, frame.width(), frame.height());
+    const PixelRect inside = letterboxed(source.width, source.height, frame.width(), frame.height());
     if (inside.width == source.width && inside.height == source.height) {
         libyuv::ARGBCopy(source.data, source.stride, pixelAt(target, inside.x, inside.y), target.stride,
                          inside.width, inside.height);

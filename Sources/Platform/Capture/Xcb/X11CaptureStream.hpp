@@ -16,14 +16,14 @@ namespace platform {
 
 /// A stream that takes pictures on a thread and a connection of its own. The thread sleeps until the server
 /// tells of a change; it ends with the stream. Callbacks must not destroy the stream.
-class GrabStream final : public CaptureStream {
+class X11CaptureStream final : public CaptureStream {
   public:
     using SourceMaker =
         std::function<std::unique_ptr<PictureSource>(XcbConnection&, const StreamConfiguration&)>;
 
-    GrabStream(std::string displayName, const StreamConfiguration& configuration, SourceMaker makeSource,
-               std::function<void(const PlatformError&)> onStopped);
-    ~GrabStream() override;
+    X11CaptureStream(std::string displayName, const StreamConfiguration& configuration,
+                     SourceMaker makeSource, std::function<void(const PlatformError&)> onStopped);
+    ~X11CaptureStream() override;
 
     void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override;
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override;

@@ -1,4 +1,4 @@
-#include "Platform/Capture/PipeWire/SoundStream.hpp"
+#include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -30,8 +30,8 @@ void copyOut(const std::vector<std::byte>& ring, std::uint32_t at, void* to, std
 
 }  // namespace
 
-SoundStream::SoundStream(Connection& connection, const Setup& setup, Receiver receive,
-                         std::function<void(const std::string&)> failed)
+AudioCaptureStream::AudioCaptureStream(Connection& connection, const Setup& setup, Receiver receive,
+                                       std::function<void(const std::string&)> failed)
     : channels_(setup.channels),
       receive_(std::move(receive)),
       failed_(std::move(failed)),
@@ -55,10 +55,10 @@ SoundStream::SoundStream(Connection& connection, const Setup& setup, Receiver re
     static const pw_stream_events events = [] {
         pw_stream_events table{};
         table.version = PW_VERSION_STREAM_EVENTS;
-        table.process = [](void* self) { static_cast<SoundStream*>(self)->takeFromGraph(); };
+        table.process = [](void* self) { static_cast<AudioCaptureStream*>(self)->takeFromGraph(); };
         table.state_changed = [](void* self, pw_stream_state before, pw_stream_state state,
                                  const char* error) {
-            const SoundStream& stream = *static_cast<SoundStream*>(self);
+            const AudioCaptureStream& stream = *static_cast<AudioCaptureStream*>(self);
             if (const auto reason = failureOf(before, state, error); reason && !stream.isEnding_)
                 stream.failed_(*reason);
         };
@@ -80,19 +80,19 @@ SoundStream::SoundStream(Connection& connection, const Setup& setup, Receiver re
     if (result < 0) throw PlatformError("PipeWire", -result, "\"" + setup.name + "\" cannot be opened.");
 }
 
-SoundStream::~SoundStream() {
+AudioCaptureStream::~AudioCaptureStream() {
     isEnding_ = true;
     // Ends the graph's use of this object before any of it goes.
     pw_stream_disconnect(stream_.get());
 }
 
-std::optional<std::uint32_t> SoundStream::nodeID() const {
+std::optional<std::uint32_t> AudioCaptureStream::nodeID() const {
     const std::uint32_t id = pw_stream_get_node_id(stream_.get());
     return id == SPA_ID_INVALID ? std::nullopt : std::optional(id);
 }
 
 /// On the graph's real-time thread: no lock, no memory from the heap.
-void SoundStream::takeFromGraph() {
+void AudioCaptureStream::takeFromGraph() {
     pw_time time{};
     const bool hasTime = pw_stream_get_time_n(stream_.get(), &time, sizeof time) == 0 && time.rate.denom > 0;
     while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream_.get())) {
@@ -119,7 +119,7 @@ void SoundStream::takeFromGraph() {
     ready_.signal();
 }
 
-void SoundStream::handOn() {
+void AudioCaptureStream::handOn() {
     for (;;) {
         const std::uint32_t at = read_.load(std::memory_order_relaxed);
         if (at == written_.load(std::memory_order_acquire)) return;
