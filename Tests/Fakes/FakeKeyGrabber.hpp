@@ -30,6 +30,7 @@ class FakeKeyGrabber final : public KeyGrabber {
         chord = wanted;
         return grab(chordPressed_, std::move(pressed));
     }
+    std::optional<PlatformError> chordsUnavailable() override { return refusal; }
 
   private:
     using Callback = std::function<void()>;

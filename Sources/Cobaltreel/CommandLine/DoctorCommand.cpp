@@ -43,7 +43,17 @@ std::vector<Finding> findButtons(const platform::PlatformServices& services) {
     if (!services.buttons) return {};
     if (const auto reason = services.buttons->unavailable())
         return {{"mouse buttons", false, "", reason->description()}};
-    return {{"mouse buttons", true, "evdev", ""}};
+    return {{"mouse buttons", true, "evdev", "", "A tap on a touchpad is not seen, only its press"}};
+}
+
+/// Without keys of its own the desktop binds one to a command, which is as good.
+std::vector<Finding> findHotKey(const platform::PlatformServices& services) {
+    if (!services.keys) return {};
+    if (const auto reason = services.keys->chordsUnavailable())
+        return {{"hot key", true, "cobaltreel toggle", "", reason->description()}};
+    if (services.session.type == platform::SessionType::wayland)
+        return {{"hot key", true, "Alt+Super+2, or what the desktop's settings say instead", ""}};
+    return {{"hot key", true, "Alt+Super+2", ""}};
 }
 
 Finding findDesktop(const platform::PlatformServices& services) {
@@ -88,6 +98,7 @@ std::vector<Finding> examine() {
     const auto services = hostServices();
     std::vector<Finding> findings{findSession(services), findScreen(services), findDesktop(services)};
     for (auto& finding : findButtons(services)) findings.push_back(std::move(finding));
+    for (auto& finding : findHotKey(services)) findings.push_back(std::move(finding));
     findings.push_back(findDevices(services));
     for (const auto& encoder : services.media->encoders()) {
         const bool works = !encoder.encoder.empty();

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Platform/Foundation/PlatformError.hpp"
+
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace platform {
 
@@ -33,6 +36,8 @@ class KeyGrabber {
     /// lock keys' state, also when the key is held until it repeats. No other program sees the chord. Throws
     /// PlatformError when another program has it.
     virtual std::unique_ptr<KeyGrab> grabChord(const KeyChord& chord, std::function<void()> pressed) = 0;
+    /// Why this desktop gives no program any chord, with what to do instead; absent when it does.
+    virtual std::optional<PlatformError> chordsUnavailable() = 0;
 };
 
 }  // namespace platform

@@ -51,12 +51,15 @@ std::unique_ptr<KeyGrab> PortalKeys::grabEscape(std::function<void()> pressed) {
 }
 
 std::unique_ptr<KeyGrab> PortalKeys::grabChord(const KeyChord& chord, std::function<void()> pressed) {
-    if (!bus_->properties(globalShortcuts, portalMilliseconds))
-        throw PlatformError(
-            "Desktop", 1,
-            "This desktop's portal gives programs no keys. Bind a key to `cobaltreel toggle` in the "
-            "desktop's settings.");
+    if (const auto reason = chordsUnavailable()) throw *reason;
     return std::make_unique<PortalShortcut>(bus_, chord, std::move(pressed));
+}
+
+std::optional<PlatformError> PortalKeys::chordsUnavailable() {
+    if (bus_->properties(globalShortcuts, portalMilliseconds)) return std::nullopt;
+    return PlatformError(
+        "Desktop", 1,
+        "This desktop gives programs no keys. Bind one to `cobaltreel toggle` in its settings.");
 }
 
 PortalShortcut::PortalShortcut(std::shared_ptr<PortalBus> bus, const KeyChord& chord,

@@ -16,6 +16,7 @@ class PortalKeys final : public KeyGrabber {
 
     std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override;
     std::unique_ptr<KeyGrab> grabChord(const KeyChord& chord, std::function<void()> pressed) override;
+    std::optional<PlatformError> chordsUnavailable() override;
 
   private:
     std::shared_ptr<PortalBus> bus_;

@@ -17,6 +17,7 @@ class XcbKeyGrabber final : public KeyGrabber {
     explicit XcbKeyGrabber(std::shared_ptr<MainLoop> mainLoop, std::string displayName = {});
     std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override;
     std::unique_ptr<KeyGrab> grabChord(const KeyChord& chord, std::function<void()> pressed) override;
+    std::optional<PlatformError> chordsUnavailable() override { return std::nullopt; }
 
   private:
     std::shared_ptr<MainLoop> mainLoop_;
