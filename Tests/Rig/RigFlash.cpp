@@ -71,7 +71,12 @@ int run(const RigEvents& events) {
         }
         sleepUntil(time);
     };
+    constexpr double beforehand = 0.2;  // seconds
+    int column = 200;
     for (const double instant : events.instants) {
+        // Again and again: a move before the compositor was ready is lost.
+        blinkUntil(instant - beforehand);
+        hand->place(column ^= 1, 200);
         blinkUntil(instant);
         show(screen->white_pixel, true);
         blinkUntil(instant + RigEvents::length);
