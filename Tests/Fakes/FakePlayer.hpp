@@ -30,7 +30,7 @@ struct SeekRequest {
 
 /// A player that plays nothing: its time goes on with the clock, its records tell what it was asked.
 /// Deterministic with VirtualTime, which is both the clock and the main loop. Main thread.
-class FakePlayer final : public Player {
+class FakePlayer final : public ObservablePlayer {
   public:
     FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
 
@@ -61,20 +61,7 @@ class FakePlayer final : public Player {
     std::optional<double> duration() const override;
     void seek(double seconds, double tolerance) override;
     std::unique_ptr<Observation> addPeriodicTimeObserver(double interval, TimeHandler handler) override;
-    std::unique_ptr<Observation> observeTimeControlStatus(
-        std::function<void(TimeControlStatus)> handler) override {
-        return statusObservers_.add(std::move(handler));
-    }
-    std::unique_ptr<Observation> observeTimeJumped(TimeHandler handler) override {
-        return jumpObservers_.add(std::move(handler));
-    }
-    std::unique_ptr<Observation> observeFailure(ErrorHandler handler) override {
-        return failureObservers_.add(std::move(handler));
-    }
     void setPictureSize(int width, int height) override { pictureSizes.emplace_back(width, height); }
-    std::unique_ptr<Observation> observePictures(std::function<void()> handler) override {
-        return pictureObservers_.add(std::move(handler));
-    }
     ConstPixelBufferRef picture() const override { return picture_; }
 
   private:
@@ -94,11 +81,6 @@ class FakePlayer final : public Player {
     double anchorClock_ = 0;  // …this reading of the clock
     std::optional<double> seekTarget_;
     ConstPixelBufferRef picture_;
-    ObserverList<TimeControlStatus> statusObservers_;
-    ObserverList<double> jumpObservers_;
-    ObserverList<const PlatformError&> failureObservers_;
-    ObserverList<> pictureObservers_;
-    PeriodicObservers periodicObservers_;
     std::unique_ptr<Timer> openTimer_;
     std::unique_ptr<Timer> seekTimer_;
     std::unique_ptr<Timer> beatTimer_;

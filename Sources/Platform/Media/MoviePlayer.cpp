@@ -63,6 +63,7 @@ void MoviePlayer::replaceCurrentItem(PlayerItem item) {
     seekTarget_.reset();
     flight_.reset();
     silence();
+    sound_.reset();
     if (machinery_->feed) feed().open(nullptr);
     pictures().open(std::move(item), item_);
     const bool played = std::exchange(rate_, 0) != 0;
@@ -73,8 +74,7 @@ void MoviePlayer::replaceCurrentItem(PlayerItem item) {
 void MoviePlayer::opened(std::uint64_t item, double duration, std::shared_ptr<AudioMix> sound) {
     if (item != item_) return;
     duration_ = duration;
-    if (outputs_ && !machinery_->feed) machinery_->feed = std::make_unique<SoundFeed>();
-    if (machinery_->feed) feed().open(std::move(sound));
+    sound_ = std::move(sound);
     if (seekTarget_) {
         seekTarget_ = std::min(*seekTarget_, duration);
         launch();
@@ -100,11 +100,10 @@ void MoviePlayer::takePicture() {
 
 void MoviePlayer::setMuted(bool muted) {
     if (muted == muted_) return;
+    holdTime();
+    silence();
     muted_ = muted;
-    if (muted)
-        silence();
-    else if (motion_.rate != 0)
-        startSound();
+    startMoving();
 }
 
 void MoviePlayer::setRate(double rate) {
@@ -158,7 +157,7 @@ void MoviePlayer::arrived(std::uint64_t flight) {
 /// Lets time go on from where it stands: with the sound, once it is heard, or with the host's clock.
 void MoviePlayer::startMoving() {
     if (!canMove()) return;
-    if (rate_ == 1 && !muted_ && machinery_->feed) {
+    if (rate_ == 1 && !muted_ && outputs_) {
         startSound();
         patienceTimer_ = loop_->scheduleOnce(patienceWithSound, [this] {
             if (!canMove() || motion_.rate != 0) return;
@@ -171,14 +170,13 @@ void MoviePlayer::startMoving() {
 }
 
 void MoviePlayer::startSound() {
-    if (rate_ != 1 || !machinery_->feed) return;
-    if (!machinery_->output)
+    if (!machinery_->output) {
+        machinery_->feed = std::make_unique<SoundFeed>();
         machinery_->output = outputs_->makeOutput(
             [feed = machinery_->feed.get()](auto target, double heardAt) { feed->render(target, heardAt); });
-    if (motion_.rate == 0)
-        feed().play(motion_.time);
-    else
-        feed().follow(motion_);
+    }
+    if (sound_) feed().open(std::exchange(sound_, nullptr));
+    feed().play(motion_.time);
     machinery_->output->setActive(true);
     soundTimer_ = loop_->scheduleRepeating(lookInterval, [this] { followSound(); });
 }
@@ -191,7 +189,7 @@ void MoviePlayer::silence() {
 }
 
 void MoviePlayer::followSound() {
-    if (!canMove() || muted_ || !machinery_->feed) return;
+    if (!canMove()) return;
     const auto sound = feed().motion();
     if (!sound) return;
     if (motion_.rate == 0) {

@@ -20,7 +20,7 @@ namespace platform {
 
 /// A player whose clock is what the speaker plays. Where nothing is played (muted, no speaker, no server),
 /// the host's clock goes on in its place.
-class MoviePlayer final : public Player {
+class MoviePlayer final : public ObservablePlayer {
   public:
     /// What is left of a player is destroyed on `endings`, because that waits for its threads. `outputs` may
     /// be null: then there is no sound.
@@ -41,20 +41,7 @@ class MoviePlayer final : public Player {
     std::optional<double> duration() const override { return duration_; }
     void seek(double seconds, double tolerance) override;
     std::unique_ptr<Observation> addPeriodicTimeObserver(double interval, TimeHandler handler) override;
-    std::unique_ptr<Observation> observeTimeControlStatus(
-        std::function<void(TimeControlStatus)> handler) override {
-        return statusObservers_.add(std::move(handler));
-    }
-    std::unique_ptr<Observation> observeTimeJumped(TimeHandler handler) override {
-        return jumpObservers_.add(std::move(handler));
-    }
-    std::unique_ptr<Observation> observeFailure(ErrorHandler handler) override {
-        return failureObservers_.add(std::move(handler));
-    }
     void setPictureSize(int width, int height) override { pictures().setSize(width, height); }
-    std::unique_ptr<Observation> observePictures(std::function<void()> handler) override {
-        return pictureObservers_.add(std::move(handler));
-    }
     ConstPixelBufferRef picture() const override { return picture_; }
 
   private:
@@ -98,8 +85,9 @@ class MoviePlayer final : public Player {
     std::shared_ptr<SerialQueue> endings_;
     std::unique_ptr<Machinery> machinery_;
 
-    std::uint64_t item_ = 0;          // counts items; 0 before the first
-    std::optional<double> duration_;  // absent until the item is open
+    std::uint64_t item_ = 0;           // counts items; 0 before the first
+    std::optional<double> duration_;   // absent until the item is open
+    std::shared_ptr<AudioMix> sound_;  // of the item, until the feed has it
     bool muted_ = false;
     bool broken_ = false;  // the item could not be opened; it does not play
     double rate_ = 0;      // as asked for; time moves when `motion_` does
@@ -110,11 +98,6 @@ class MoviePlayer final : public Player {
     std::uint64_t flights_ = 0;
     ConstPixelBufferRef picture_;
 
-    ObserverList<TimeControlStatus> statusObservers_;
-    ObserverList<double> jumpObservers_;
-    ObserverList<const PlatformError&> failureObservers_;
-    ObserverList<> pictureObservers_;
-    PeriodicObservers periodicObservers_;
     std::unique_ptr<Timer> beatTimer_;
     std::unique_ptr<Timer> patienceTimer_;
     std::unique_ptr<Timer> soundTimer_;

@@ -99,4 +99,29 @@ class PeriodicObservers {
     ObserverList<double, bool> list_;
 };
 
+/// A player with its observers; what happens to it is told by the class that plays.
+class ObservablePlayer : public Player {
+  public:
+    std::unique_ptr<Observation> observeTimeControlStatus(
+        std::function<void(TimeControlStatus)> handler) override {
+        return statusObservers_.add(std::move(handler));
+    }
+    std::unique_ptr<Observation> observeTimeJumped(TimeHandler handler) override {
+        return jumpObservers_.add(std::move(handler));
+    }
+    std::unique_ptr<Observation> observeFailure(ErrorHandler handler) override {
+        return failureObservers_.add(std::move(handler));
+    }
+    std::unique_ptr<Observation> observePictures(std::function<void()> handler) override {
+        return pictureObservers_.add(std::move(handler));
+    }
+
+  protected:
+    ObserverList<TimeControlStatus> statusObservers_;
+    ObserverList<double> jumpObservers_;
+    ObserverList<const PlatformError&> failureObservers_;
+    ObserverList<> pictureObservers_;
+    PeriodicObservers periodicObservers_;
+};
+
 }  // namespace platform

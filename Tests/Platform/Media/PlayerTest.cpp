@@ -245,6 +245,7 @@ TEST_F(PlayerTest, withoutASpeakerTheHostsClockGoesOn) {
         player->setMuted(muted);
         open(file("a.mov"));
         player->setRate(1);
+        player->setMuted(!muted);  // while the sound is waited for, or after that
         EXPECT_TRUE(waitUntil([&] { return player->currentTime() > 1; })) << muted;
         EXPECT_GT(shownPicture(), -1);
         player->setRate(0);
