@@ -164,8 +164,8 @@ class Score {
     }
     nlohmann::ordered_json figures() const {
         nlohmann::ordered_json figures{
-            {"pictures", calm_ + moving_}, {"worstLuma", worst_.luma}, {"worstColour", worst_.colour}};
-        if (calm_ == 0) figures["worstLuma"] = figures["worstColour"] = nullptr;
+            {"pictures", calm_ + moving_}, {"worstLuma", worst_.luma}, {"worstColor", worst_.color}};
+        if (calm_ == 0) figures["worstLuma"] = figures["worstColor"] = nullptr;
         if (moving_ > 0) figures["meanLumaMoving"] = sum_ / moving_;
         return figures;
     }

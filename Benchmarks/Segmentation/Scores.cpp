@@ -9,7 +9,7 @@ namespace {
 const cv::Size compared(640, 360);
 constexpr double pixelsPerStep = 2;
 /// Less of a person than this part of the frame (somebody leaving) is not judged.
-constexpr double leastShare = 0.02;
+constexpr double minShare = 0.02;
 constexpr double firstSecond = 1;
 
 cv::Mat1b rimOf(const cv::Mat1b& solid) {
@@ -47,7 +47,7 @@ std::optional<double> Scores::add(const cv::Mat1b& mask, const cv::Mat1b& truth,
         addEmpty(cv::countNonZero(a) > 0);
         return std::nullopt;
     }
-    if (truthArea < leastShare * compared.area()) return std::nullopt;
+    if (truthArea < minShare * compared.area()) return std::nullopt;
     const double iou = static_cast<double>(cv::countNonZero(a & b)) / cv::countNonZero(a | b);
     sumIoU_ += iou;
     ++frames_;

@@ -39,14 +39,14 @@ struct Options {
     bool json = false;
 };
 
-constexpr std::uint32_t groundColour = 0x3070c0;
+constexpr std::uint32_t groundColor = 0x3070c0;
 /// Where the preview has its picture, beside where the panel stands.
 constexpr int probeX = 340, probeY = 190;
 
 class Screen {
   public:
     Screen() {
-        xcb_change_window_attributes(server_.get(), server_.root(), XCB_CW_BACK_PIXEL, &groundColour);
+        xcb_change_window_attributes(server_.get(), server_.root(), XCB_CW_BACK_PIXEL, &groundColor);
         xcb_clear_area(server_.get(), 0, server_.root(), 0, 0, 0, 0);
         xcb_flush(server_.get());
     }
@@ -58,7 +58,7 @@ class Screen {
                                                              server_.root(), static_cast<std::int16_t>(x),
                                                              static_cast<std::int16_t>(y), 1, 1, ~0U));
         if (!image) throw std::runtime_error("the screen cannot be read");
-        return xcb_get_image_data(image.get())[0] / double(groundColour & 0xff);
+        return xcb_get_image_data(image.get())[0] / double(groundColor & 0xff);
     }
     double probe() const { return brightnessAt(probeX, probeY); }
 

@@ -42,8 +42,8 @@ TEST(PersonSegmenterPixels, TheEdgeOfTheMaskIsSoftAndItsSidesAreNot) {
 }
 
 TEST(PersonSegmenterPixels, TheCutOutKeepsWhatIsWhite) {
-    const platform::Colour colour{0.2, 0.4, 0.6, 1};
-    const Image picture = Image::constant(colour).cropped({0, 0, 16, 16});
+    const platform::Color color{0.2, 0.4, 0.6, 1};
+    const Image picture = Image::constant(color).cropped({0, 0, 16, 16});
     platform::RenderContext context;
     const Pixel whole = pixelAt(*context.makeBitmap(picture, 16, 16), 8, 8);
     const std::pair<int, Pixel> cases[]{{255, whole}, {0, Pixel{0, 0, 0, 0}}};

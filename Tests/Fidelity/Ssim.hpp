@@ -13,11 +13,11 @@ double ssim(const platform::Plane& a, const platform::Plane& b);
 /// That of luma and the smaller of the two chroma planes'.
 struct Similarity {
     double luma = 1;
-    double colour = 1;
+    double color = 1;
 
     void keepWorst(const Similarity& other) {
         luma = std::min(luma, other.luma);
-        colour = std::min(colour, other.colour);
+        color = std::min(color, other.color);
     }
 };
 /// Both are i420 of one size.

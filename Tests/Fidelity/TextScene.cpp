@@ -39,10 +39,10 @@ double TextScene::interval() const { return take_ == Take::cursor ? 0.5 : 1.0 / 
 
 void TextScene::paintPage(QPainter& painter, const QRect& area, int scheme, double points, bool monospaced,
                           int firstParagraph) const {
-    const Scheme& colours = schemes[static_cast<std::size_t>(scheme)];
+    const Scheme& colors = schemes[static_cast<std::size_t>(scheme)];
     painter.save();
     painter.setClipRect(area);
-    painter.fillRect(area, QColor::fromRgb(colours.paper));
+    painter.fillRect(area, QColor::fromRgb(colors.paper));
     QFont font(monospaced ? QStringLiteral("DejaVu Sans Mono") : QStringLiteral("DejaVu Sans"));
     font.setPixelSize(static_cast<int>(std::lround(points * 96 / 72)));
     painter.setFont(font);
@@ -50,7 +50,7 @@ void TextScene::paintPage(QPainter& painter, const QRect& area, int scheme, doub
     int paragraph = firstParagraph;
     for (int y = area.top() + lineHeight; y < area.bottom() + lineHeight; y += lineHeight, ++paragraph) {
         const QString& line = text_[paragraph % text_.size()];
-        painter.setPen(QColor::fromRgb(paragraph % 5 == 3 ? colours.accent : colours.ink));
+        painter.setPen(QColor::fromRgb(paragraph % 5 == 3 ? colors.accent : colors.ink));
         painter.drawText(area.left() + 10, y, line);
     }
     painter.restore();

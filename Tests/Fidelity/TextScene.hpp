@@ -18,7 +18,7 @@ enum class Take {
 };
 
 /// A desktop of real text drawn by the system's fonts: sizes from 9 to 20 points, proportional and
-/// monospaced, dark on light, light on dark and coloured on coloured. Every moment of it can be drawn again,
+/// monospaced, dark on light, light on dark and colored on colored. Every moment of it can be drawn again,
 /// so that what a movie shows can be held against what stood on the screen. Needs a QGuiApplication; one
 /// thread.
 class TextScene {

@@ -14,8 +14,8 @@ using namespace platform;
 
 namespace {
 
-constexpr int mostPictures = 60;
-constexpr int mostSounds = 200;
+constexpr int maxPictures = 60;
+constexpr int maxSounds = 200;
 
 const std::filesystem::path& movieFile() {
     static const std::filesystem::path file =
@@ -29,7 +29,7 @@ void look(MediaService& media, const std::shared_ptr<Asset>& asset, const AssetT
     const auto reader =
         media.makeTrackReader(asset, track, {from, track.timeRange.end + 1}, PixelFormat::i420);
     if (!reader->startReading()) return;
-    for (int i = 0; i < mostPictures && reader->copyNextSampleBuffer(); ++i) {
+    for (int i = 0; i < maxPictures && reader->copyNextSampleBuffer(); ++i) {
     }
 }
 
@@ -39,7 +39,7 @@ void listen(MediaService& media, const std::shared_ptr<Asset>& asset, const Asse
         .insertTimeRange({track.timeRange.start, track.timeRange.end}, asset, track, 0);
     const auto reader = media.makeAudioMixReader(composition);
     if (!reader->startReading()) return;
-    for (int i = 0; i < mostSounds && reader->copyNextSampleBuffer(); ++i) {
+    for (int i = 0; i < maxSounds && reader->copyNextSampleBuffer(); ++i) {
     }
 }
 

@@ -33,7 +33,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::chrono::seconds patience{10};
-constexpr long mostKilobytes = 1024 * 1024;
+constexpr long maxKilobytes = 1024 * 1024;
 
 Bytes input;
 std::array<char, 64> faultName{};
@@ -187,7 +187,7 @@ int main(int argc, char** argv) {
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
 #ifndef __SANITIZE_ADDRESS__  // which keeps what was freed
-        if (usage.ru_maxrss > mostKilobytes) {
+        if (usage.ru_maxrss > maxKilobytes) {
             keepInput();
             std::cerr << faultName.data() << " takes more than a gigabyte\n";
             return 1;

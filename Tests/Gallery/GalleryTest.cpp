@@ -9,11 +9,11 @@
 namespace cobaltreel {
 namespace {
 
-int coloursIn(const QImage& picture) {
-    std::set<QRgb> colours;
+int colorsIn(const QImage& picture) {
+    std::set<QRgb> colors;
     for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x) colours.insert(picture.pixel(x, y));
-    return int(colours.size());
+        for (int x = 0; x < picture.width(); ++x) colors.insert(picture.pixel(x, y));
+    return int(colors.size());
 }
 
 class GalleryTest : public LocalisedTest {};
@@ -29,7 +29,7 @@ TEST_F(GalleryTest, DrawsEveryControlInBothLanguages) {
     for (const QString& name : names) {
         SCOPED_TRACE(name.toStdString());
         const QImage picture(folder.filePath("pictures/" + name));
-        EXPECT_GT(coloursIn(picture), 10);
+        EXPECT_GT(colorsIn(picture), 10);
         EXPECT_NE(printed.find(name.toStdString()), std::string::npos);
     }
     for (const char* board :

@@ -34,7 +34,7 @@ Column {
                     name: modelData
                     width: line.modelData
                     height: line.modelData
-                    colour: modelData === "checkmark.circle.fill" ? Color.crSwitchOn : Color.text
+                    color: modelData === "checkmark.circle.fill" ? Color.crSwitchOn : Color.text
                 }
             }
         }

@@ -133,10 +133,10 @@ class Scene {
     }
 
   private:
-    void colour(std::uint32_t rgb) { xcb_change_gc(c_, gc_, XCB_GC_FOREGROUND, &rgb); }
+    void color(std::uint32_t rgb) { xcb_change_gc(c_, gc_, XCB_GC_FOREGROUND, &rgb); }
 
     void box(xcb_drawable_t on, std::uint32_t rgb, int x, int y, int w, int h) {
-        colour(rgb);
+        color(rgb);
         const xcb_rectangle_t area{static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
                                    static_cast<std::uint16_t>(w), static_cast<std::uint16_t>(h)};
         xcb_poly_fill_rectangle(c_, on, gc_, 1, &area);
@@ -230,7 +230,7 @@ class Scene {
                 white.push_back({static_cast<std::int16_t>(i * rig::counterCellSize), 0, rig::counterCellSize,
                                  rig::counterCellSize});
         box(counterPicture_, 0x000000, 0, 0, rig::counterWidth, rig::counterHeight);
-        colour(0xffffff);
+        color(0xffffff);
         xcb_poly_fill_rectangle(c_, counterPicture_, gc_, static_cast<std::uint32_t>(white.size()),
                                 white.data());
         // In one step, so that no grab sees half a strip. Always on top.

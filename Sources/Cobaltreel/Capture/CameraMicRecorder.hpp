@@ -130,8 +130,8 @@ class CameraMicRecorder {
 
     std::atomic<float> currentMicLevel_{0};
     std::atomic<std::uint64_t> picturesSeen_{0}, soundsSeen_{0};
-    /// The camera's own colours, which a movie of it keeps.
-    std::atomic<platform::ColourMatrix> pictureMatrix_{platform::ColourMatrix::bt709Limited};
+    /// The camera's own colors, which a movie of it keeps.
+    std::atomic<platform::ColorMatrix> pictureMatrix_{platform::ColorMatrix::bt709Limited};
     std::atomic<std::uint64_t> picturesWritten_{0}, picturesDropped_{0}, soundsWritten_{0}, soundsDropped_{0};
 
     // Ended in the reverse order: what configures, then the session, then what it delivers to.

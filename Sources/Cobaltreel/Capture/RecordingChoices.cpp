@@ -12,8 +12,8 @@ namespace {
 
 const std::string cameraStyleKey = "cameraStyle";
 // Points; smaller windows are palettes and tips, not something to record.
-constexpr double leastWindowWidth = 200;
-constexpr double leastWindowHeight = 150;
+constexpr double minWindowWidth = 200;
+constexpr double minWindowHeight = 150;
 
 CameraStyle storedStyle(const platform::UserDefaults& defaults) {
     const auto stored = defaults.string(cameraStyleKey);
@@ -30,8 +30,7 @@ std::optional<CaptureDevice> named(const std::optional<std::string>& uniqueID,
 bool isOffered(const platform::Window& window, const std::string& ownBundleIdentifier) {
     const bool own =
         window.owningApplication && window.owningApplication->bundleIdentifier == ownBundleIdentifier;
-    return window.isOnScreen && window.frame.w > leastWindowWidth && window.frame.h > leastWindowHeight &&
-           !own;
+    return window.isOnScreen && window.frame.w > minWindowWidth && window.frame.h > minWindowHeight && !own;
 }
 
 }  // namespace

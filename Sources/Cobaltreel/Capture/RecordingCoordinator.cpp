@@ -114,7 +114,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
     endedByFailure_ = false;
     setPhase(Phase::asking);
 
-    const auto start = co_await StartConditions::check(engine, *this, leastFreeAtStart, isOver);
+    const auto start = co_await StartConditions::check(engine, *this, minFreeAtStart, isOver);
     if (isOver()) co_return;
     if (!start.areMet) {
         setPhase(Phase::idle);
@@ -239,7 +239,7 @@ QCoro::Task<void> RecordingCoordinator::tick() {
     do {
         const bool looksAtRoom = std::exchange(looksAtRoom_, false);
         disk = co_await engine->lookAtDisk(folder);
-        isFull = looksAtRoom && disk.freeBytes <= leastFreeWhileRecording;
+        isFull = looksAtRoom && disk.freeBytes <= minFreeWhileRecording;
         if (!self) co_return;
     } while (looksAtRoom_ && !disk.isFolderGone && !isFull);
     looking_ = looksAtRoom_ = false;

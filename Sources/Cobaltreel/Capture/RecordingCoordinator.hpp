@@ -38,10 +38,10 @@ class RecordingCoordinator final : public RecordingChoices {
     enum class State { idle, countdown, recording };
     Q_ENUM(State)
 
-    static constexpr double longestRecording = 1800;                 ///< seconds
-    static constexpr std::int64_t leastFreeAtStart = 2'000'000'000;  ///< bytes
+    static constexpr double longestRecording = 1800;               ///< seconds
+    static constexpr std::int64_t minFreeAtStart = 2'000'000'000;  ///< bytes
     /// Bytes; with no more than these free a recording ends.
-    static constexpr std::int64_t leastFreeWhileRecording = 499'999'999;
+    static constexpr std::int64_t minFreeWhileRecording = 499'999'999;
 
     explicit RecordingCoordinator(RecordingServices services, QObject* parent = nullptr);
     ~RecordingCoordinator() override;

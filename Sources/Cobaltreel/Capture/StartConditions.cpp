@@ -21,7 +21,7 @@ QCoro::Task<bool> authorize(std::shared_ptr<RecordingEngine> engine, bool needCa
 }
 
 QCoro::Task<Outcome> check(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices,
-                           std::int64_t leastFree, const std::function<bool()>& isOver) {
+                           std::int64_t minFree, const std::function<bool()>& isOver) {
     const bool isAuthorized = co_await authorize(engine, choices.cameraEnabled());
     if (!isAuthorized || isOver()) co_return Outcome{};
 
@@ -35,7 +35,7 @@ QCoro::Task<Outcome> check(std::shared_ptr<RecordingEngine> engine, const Record
         freeBytes = engine->services.freeBytes(Paths::sessionsRoot());
     });
     if (isOver()) co_return Outcome{};
-    if (freeBytes < leastFree) {
+    if (freeBytes < minFree) {
         co_await engine->answerTo(warning(S::notEnoughDiskSpace()));
         co_return Outcome{};
     }

@@ -18,11 +18,11 @@ struct Outcome {
     std::shared_ptr<platform::ContentGrant> grant;
 };
 
-/// Access to the microphone and the camera, `leastFree` bytes on the disk, and the user's choice where the
+/// Access to the microphone and the camera, `minFree` bytes on the disk, and the user's choice where the
 /// desktop asks for it. Once `isOver`, which outlives the task, nothing more is asked, and `choices` may have
 /// gone.
 QCoro::Task<Outcome> check(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices,
-                           std::int64_t leastFree, const std::function<bool()>& isOver);
+                           std::int64_t minFree, const std::function<bool()>& isOver);
 
 /// Asks for the microphone (and the camera); false when there is no recording without.
 QCoro::Task<bool> authorize(std::shared_ptr<RecordingEngine> engine, bool needCamera);

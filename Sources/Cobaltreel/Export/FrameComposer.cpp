@@ -1,6 +1,6 @@
 #include "Cobaltreel/Export/FrameComposer.hpp"
 
-#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
 #include "Platform/Imaging/Canvas.hpp"
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 namespace cobaltreel {
 
 using platform::Canvas;
-using platform::Colour;
+using platform::Color;
 using platform::ConstPixelBufferRef;
 using platform::Image;
 using platform::Rect;
@@ -20,9 +20,9 @@ namespace {
 
 constexpr double rippleDuration = 0.4;  // seconds
 // More than anybody clicks in that time; a log may claim any number.
-constexpr std::size_t mostRipples = 64;
-constexpr Colour white{1, 1, 1, 1};
-constexpr Colour black{0, 0, 0, 1};
+constexpr std::size_t maxRipples = 64;
+constexpr Color white{1, 1, 1, 1};
+constexpr Color black{0, 0, 0, 1};
 
 /// The overlay keeps this share of the output's height from the picture's edges.
 constexpr double marginFraction = 0.03;
@@ -97,7 +97,7 @@ std::vector<FrameComposer::RipplePoint> FrameComposer::ripplesAt(double t, const
                           plan_.hOut - (click.py - crop.y) * plan_.hOut / crop.h,
                           (t - click.t) / rippleDuration});
     }
-    if (points.size() > mostRipples) points.erase(points.begin(), points.end() - mostRipples);
+    if (points.size() > maxRipples) points.erase(points.begin(), points.end() - maxRipples);
     return points;
 }
 
@@ -108,7 +108,7 @@ std::optional<Image> FrameComposer::rippleOverlay(std::span<const RipplePoint> p
         // From 12 to 60 pixels at 1080 lines of output.
         const double r = (point.p * 48 + 12) * hOut / 1080;
         const Rect circle{point.x - r, point.y - r, 2 * r, 2 * r};
-        canvas.fillEllipse(circle, Colours::highlight.withAlpha((1 - point.p) * 0.35));
+        canvas.fillEllipse(circle, Colors::highlight.withAlpha((1 - point.p) * 0.35));
         canvas.strokeEllipse(circle, white.withAlpha((1 - point.p) * 0.8), 3);
     }
     return canvas.image();
@@ -129,7 +129,7 @@ void FrameComposer::makeBubbleStatics(int diameter) {
     bubbleMask_ = mask.image().memoized();
 
     Canvas ring(diameter, diameter);
-    ring.strokeEllipse(circle, Colours::ring, 3);
+    ring.strokeEllipse(circle, Colors::ring, 3);
     bubbleRing_ = ring.image().memoized();
 
     Canvas shadow(diameter, diameter);
@@ -195,7 +195,7 @@ Image FrameComposer::composeCutout(const ConstPixelBufferRef& camBuf, const Imag
     const double k = targetHeight / cameraHeight;
     const Rect box{0, 0, camBuf->width() * k, targetHeight};
     // Cut out in the camera's own pixels and only then made smaller: a picture and a mask that are made
-    // smaller apart leave the room's colour around the person.
+    // smaller apart leave the room's color around the person.
     Image personK = person->memoized().scaled(k, k).cropped(box);
 
     const auto silhouette = PersonSegmenter::apply(mask->scaled(k, k).cropped(box),

@@ -4,10 +4,10 @@
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
 #include "Cobaltreel/Shell/StatusLabels.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
-#include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/UI/Windows/QtColor.hpp"
 
 #include <QCoreApplication>
 #include <QCursor>
@@ -27,11 +27,11 @@ constexpr double secondsAfterStop = 1;
 
 /// At the item that a tray is still taking in.
 constexpr double secondsBetweenLooks = 0.05;
-constexpr int mostLooks = 20;
+constexpr int maxLooks = 20;
 
 /// Dark, whatever the desktop's own choice: for what the toolkit draws itself, such as the tray's tooltip.
 void setDarkAppearance() {
-    const QColor window = qtColour(Colours::window), text(224, 224, 224);
+    const QColor window = qtColor(Colors::window), text(224, 224, 224);
     QPalette palette(window);
     for (const auto role : {QPalette::Window, QPalette::Base, QPalette::ToolTipBase})
         palette.setColor(role, window);
@@ -161,7 +161,7 @@ void AppDelegate::showStatusItem() {
     if (!statusItem_->isShown())
         openPanel();
     else if (isNew && permissions_.allGranted())
-        openPanelAtItem({}, statusItem_->isDrawnByDesktop() ? 0 : mostLooks);
+        openPanelAtItem({}, statusItem_->isDrawnByDesktop() ? 0 : maxLooks);
 }
 
 void AppDelegate::openPanelAtItem(std::optional<QRect> before, int looks) {

@@ -15,7 +15,7 @@ namespace cobaltreel::StatusLabels {
 namespace {
 
 const QColor edge(0, 0, 0, 150);
-const QColor recordingColour(214, 40, 34);
+const QColor recordingColor(214, 40, 34);
 
 void drawSymbol(QPainter& painter, const QString& name, int side) {
     // One dark copy a pixel off to each side makes the edge.
@@ -49,7 +49,7 @@ void drawDigits(QPainter& painter, const QString& digits, const QRectF& area) {
 void drawSquare(QPainter& painter, int side) {
     QPainterPath square;
     square.addRoundedRect(0, 0, side, side, side * 0.18, side * 0.18);
-    painter.fillPath(square, recordingColour);
+    painter.fillPath(square, recordingColor);
 }
 
 void drawStill(QPainter& painter, const QString& name, int side) {

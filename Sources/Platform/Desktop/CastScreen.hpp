@@ -36,10 +36,10 @@ class CastScreen {
     /// Where the pointer was at a time of the host clock, seconds, not before the one told last. Absent: it
     /// is elsewhere, or nobody tells where.
     void setPointer(const std::optional<Spot>& pointer, double time) {
-        constexpr std::size_t mostRemembered = 64;
+        constexpr std::size_t maxRemembered = 64;
         const std::lock_guard lock(mutex_);
         pointers_.push_back({time, pointer});
-        if (pointers_.size() > mostRemembered) pointers_.pop_front();
+        if (pointers_.size() > maxRemembered) pointers_.pop_front();
     }
     std::optional<Place> place() const {
         const std::lock_guard lock(mutex_);

@@ -7,7 +7,7 @@
 namespace platform::imaging {
 
 /// How samples are weighed by their distance. `linear` never leaves the range of its samples: for masks and
-/// premultiplied colours. `cubic` (Catmull and Rom's) keeps the edges of text sharp: for pictures.
+/// premultiplied colors. `cubic` (Catmull and Rom's) keeps the edges of text sharp: for pictures.
 enum class AxisKernel { linear, cubic };
 
 /// Where the outputs of one axis lie among its samples: the centre of output i is at a · (i + 0.5) + b,

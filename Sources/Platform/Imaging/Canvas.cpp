@@ -14,13 +14,13 @@ bool isDrawable(const Rect& bounds) {
 
 }  // namespace
 
-void Canvas::fillEllipse(const Rect& bounds, const Colour& colour) {
-    if (isDrawable(bounds)) shapes_.push_back({bounds, colour, 0});
+void Canvas::fillEllipse(const Rect& bounds, const Color& color) {
+    if (isDrawable(bounds)) shapes_.push_back({bounds, color, 0});
 }
 
-void Canvas::strokeEllipse(const Rect& bounds, const Colour& colour, double lineWidth) {
+void Canvas::strokeEllipse(const Rect& bounds, const Color& color, double lineWidth) {
     if (isDrawable(bounds) && std::isfinite(lineWidth) && lineWidth > 0)
-        shapes_.push_back({bounds, colour, lineWidth});
+        shapes_.push_back({bounds, color, lineWidth});
 }
 
 Image Canvas::image() const {

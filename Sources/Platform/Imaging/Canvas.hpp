@@ -13,9 +13,9 @@ class Canvas {
     /// Width and height in pixels, both positive.
     Canvas(int width, int height) : width_(width), height_(height) {}
 
-    void fillEllipse(const Rect& bounds, const Colour& colour);
+    void fillEllipse(const Rect& bounds, const Color& color);
     /// The line is centred on the ellipse's edge.
-    void strokeEllipse(const Rect& bounds, const Colour& colour, double lineWidth);
+    void strokeEllipse(const Rect& bounds, const Color& color, double lineWidth);
 
     /// What has been drawn so far, extent (0, 0, width, height).
     Image image() const;
@@ -24,7 +24,7 @@ class Canvas {
     friend struct CanvasNode;
     struct Shape {
         Rect bounds;
-        Colour colour;
+        Color color;
         double lineWidth;  // 0 fills
     };
     int width_;

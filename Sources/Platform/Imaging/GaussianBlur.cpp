@@ -14,11 +14,11 @@ namespace {
 
 /// Weights of sums; as much of 1 as 16 bits hold.
 constexpr int sumUnit = 32767;
-constexpr int mostTaps = 2 * 3 * static_cast<int>(largestBlurSigma) + 3;
+constexpr int maxTaps = 2 * 3 * static_cast<int>(largestBlurSigma) + 3;
 
 struct BlurKernel {
     BlurKernel(double sigma, int unit) : reach(blurReach(sigma)), taps(2 * reach + 1) {
-        std::array<double, mostTaps> bell{};
+        std::array<double, maxTaps> bell{};
         double total = 0;
         for (int t = 0; t < taps; ++t) {
             const double distance = (t - reach) / sigma;
@@ -35,7 +35,7 @@ struct BlurKernel {
     }
     int reach;
     int taps;
-    std::array<std::int16_t, mostTaps> weights{};
+    std::array<std::int16_t, maxTaps> weights{};
 };
 
 }  // namespace
@@ -63,8 +63,8 @@ void gaussianBlur(const Tile& from, Tile& to, double sigmaX, double sigmaY, Rend
     const auto outMemory = memory.take(static_cast<std::size_t>(outValues) * sizeof(std::int16_t));
     auto* const out = reinterpret_cast<std::int16_t*>(outMemory.data());
 
-    std::array<const std::uint8_t*, mostTaps> rows{};
-    std::array<const std::int16_t*, mostTaps> shifts{};
+    std::array<const std::uint8_t*, maxTaps> rows{};
+    std::array<const std::int16_t*, maxTaps> shifts{};
     for (int t = 0; t < across.taps; ++t) shifts[static_cast<std::size_t>(t)] = line + t * channels;
     for (int y = to.rect.top; y < to.rect.bottom; ++y) {
         const int first = std::max(y - down.reach, source.top),

@@ -31,15 +31,15 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-/// A colour with straight (not premultiplied) alpha, components 0…1.
-struct Colour {
+/// A color with straight (not premultiplied) alpha, components 0…1.
+struct Color {
     double red = 0;
     double green = 0;
     double blue = 0;
     double alpha = 1;
 
-    Colour withAlpha(double a) const { return {red, green, blue, a}; }
-    friend bool operator==(const Colour&, const Colour&) = default;
+    Color withAlpha(double a) const { return {red, green, blue, a}; }
+    friend bool operator==(const Color&, const Color&) = default;
 };
 
 }  // namespace platform

@@ -39,9 +39,9 @@ Image Image::fromBuffer(ConstPixelBufferRef buffer) {
     return make(BufferNode{std::move(buffer)}, extent, extent);
 }
 
-Image Image::constant(const Colour& colour) {
+Image Image::constant(const Color& color) {
     const Rect plane = imaging::wholePlane();
-    return make(ConstantNode{colour}, plane, plane);
+    return make(ConstantNode{color}, plane, plane);
 }
 
 Rect Image::extent() const { return node_->extent; }

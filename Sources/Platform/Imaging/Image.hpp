@@ -20,8 +20,8 @@ class Image {
 
     /// The picture of a buffer, extent (0, 0, width, height). A gray8 buffer reads as opaque gray.
     static Image fromBuffer(ConstPixelBufferRef buffer);
-    /// One colour over the whole plane; crop it before use.
-    static Image constant(const Colour& colour);
+    /// One color over the whole plane; crop it before use.
+    static Image constant(const Color& color);
 
     /// Where the picture may be other than transparent. Infinite for `constant`.
     Rect extent() const;

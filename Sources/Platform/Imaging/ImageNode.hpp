@@ -17,7 +17,7 @@ struct BufferNode {
     ConstPixelBufferRef buffer;
 };
 struct ConstantNode {
-    Colour colour;
+    Color color;
 };
 struct CanvasNode {
     using Shape = Canvas::Shape;

@@ -34,7 +34,7 @@ std::shared_ptr<void> allocateZeroed(std::size_t bytes, int width, int height) {
 
 }  // namespace
 
-PixelBuffer::PixelBuffer(PixelFormat format, int width, int height, ColourMatrix matrix)
+PixelBuffer::PixelBuffer(PixelFormat format, int width, int height, ColorMatrix matrix)
     : format_(format), matrix_(matrix), width_(width), height_(height) {
     requireUsableSize(width, height);
     std::array<std::size_t, 3> offsets{};
@@ -56,7 +56,7 @@ PixelBuffer::PixelBuffer(PixelFormat format, int width, int height, ColourMatrix
 }
 
 PixelBuffer::PixelBuffer(PixelFormat format, int width, int height, std::array<Plane, 3> planes,
-                         std::shared_ptr<const void> owner, ColourMatrix matrix)
+                         std::shared_ptr<const void> owner, ColorMatrix matrix)
     : format_(format),
       matrix_(matrix),
       width_(width),

@@ -17,7 +17,7 @@ enum class PixelFormat {
 };
 
 /// How the planes of an i420 buffer map to red, green and blue. Other formats ignore it.
-enum class ColourMatrix { bt601Limited, bt601Full, bt709Limited, bt709Full };
+enum class ColorMatrix { bt601Limited, bt601Full, bt709Limited, bt709Full };
 
 struct Plane {
     std::uint8_t* data = nullptr;
@@ -32,15 +32,15 @@ class PixelBuffer {
   public:
     /// Allocates zeroed planes (rows aligned for SIMD). Throws PlatformError("Imaging", 1) when a
     /// side is not positive or above 32768.
-    PixelBuffer(PixelFormat format, int width, int height, ColourMatrix matrix = ColourMatrix::bt709Limited);
+    PixelBuffer(PixelFormat format, int width, int height, ColorMatrix matrix = ColorMatrix::bt709Limited);
     /// Wraps memory that `owner` keeps alive: a decoded frame, a shared-memory segment.
     PixelBuffer(PixelFormat format, int width, int height, std::array<Plane, 3> planes,
-                std::shared_ptr<const void> owner, ColourMatrix matrix = ColourMatrix::bt709Limited);
+                std::shared_ptr<const void> owner, ColorMatrix matrix = ColorMatrix::bt709Limited);
     PixelBuffer(const PixelBuffer&) = delete;
     PixelBuffer& operator=(const PixelBuffer&) = delete;
 
     PixelFormat format() const { return format_; }
-    ColourMatrix matrix() const { return matrix_; }
+    ColorMatrix matrix() const { return matrix_; }
     int width() const { return width_; }
     int height() const { return height_; }
     int planeCount() const { return format_ == PixelFormat::i420 ? 3 : 1; }
@@ -48,7 +48,7 @@ class PixelBuffer {
 
   private:
     PixelFormat format_;
-    ColourMatrix matrix_;
+    ColorMatrix matrix_;
     int width_;
     int height_;
     std::array<Plane, 3> planes_{};
@@ -64,7 +64,7 @@ class PixelBufferPool {
   public:
     /// At most `limit` buffers are out at one time.
     PixelBufferPool(PixelFormat format, int width, int height, std::size_t limit,
-                    ColourMatrix matrix = ColourMatrix::bt709Limited);
+                    ColorMatrix matrix = ColorMatrix::bt709Limited);
 
     /// A buffer with unspecified contents; null when `limit` of them are out.
     PixelBufferRef createPixelBuffer();
@@ -78,7 +78,7 @@ class PixelBufferPool {
     PixelFormat format_;
     int width_;
     int height_;
-    ColourMatrix matrix_;
+    ColorMatrix matrix_;
     std::shared_ptr<Shelf> shelf_;
 };
 

@@ -29,7 +29,7 @@ struct PixelBufferPool::Shelf {
 };
 
 PixelBufferPool::PixelBufferPool(PixelFormat format, int width, int height, std::size_t limit,
-                                 ColourMatrix matrix)
+                                 ColorMatrix matrix)
     : format_(format), width_(width), height_(height), matrix_(matrix), shelf_(std::make_shared<Shelf>()) {
     shelf_->limit = limit;
     // Handing a buffer back happens in deleters, which must not fail for want of memory.

@@ -82,7 +82,7 @@ template <typename Sample>
     const std::uint32_t product = pair * factor + 0x00800080;
     return ((product + ((product >> 8) & 0x00ff00ff)) >> 8) & 0x00ff00ff;
 }
-/// Keeps a sum of two bytes within its byte, should a caller's colours exceed their alpha.
+/// Keeps a sum of two bytes within its byte, should a caller's colors exceed their alpha.
 [[gnu::always_inline]] inline std::uint32_t saturatedPair(std::uint32_t pair) {
     const std::uint32_t over = (pair >> 8) & 0x00010001;
     return (pair | (over * 255)) & 0x00ff00ff;

@@ -21,10 +21,10 @@ template <typename... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
 /// Premultiplied, each channel 0…255 with fractions: blue, green, red, alpha.
-std::array<double, 4> premultiplied(const Colour& colour) {
+std::array<double, 4> premultiplied(const Color& color) {
     const auto unit = [](double v) { return v > 0 ? std::min(v, 1.0) : 0.0; };
-    const double alpha = unit(colour.alpha);
-    return {unit(colour.blue) * alpha * 255, unit(colour.green) * alpha * 255, unit(colour.red) * alpha * 255,
+    const double alpha = unit(color.alpha);
+    return {unit(color.blue) * alpha * 255, unit(color.green) * alpha * 255, unit(color.red) * alpha * 255,
             alpha * 255};
 }
 
@@ -62,9 +62,9 @@ void blendRows(const std::uint8_t* top, int topStride, Tile& tile, const PixelBo
 
 }  // namespace
 
-/// A picture that is one colour wherever its mask lets it show: only the mask varies.
+/// A picture that is one color wherever its mask lets it show: only the mask varies.
 struct TilePainter::Tint {
-    Colour colour;
+    Color color;
     const ImageNode* mask;
     View view;
 };
@@ -89,7 +89,7 @@ void TilePainter::paint(const ImageNode& node, const View& view, Tile& tile) {
     std::visit(Overloaded{
                    [](const std::monostate&) {},
                    [&](const BufferNode& n) { paintBuffer(*n.buffer, view, rect, tile); },
-                   [&](const ConstantNode& n) { paintConstant(n.colour, rect, tile); },
+                   [&](const ConstantNode& n) { paintConstant(n.color, rect, tile); },
                    [&](const CanvasNode& n) {
                        compose(tile, rect, false, [&](Tile& part) {
                            part.settle();
@@ -124,19 +124,19 @@ void TilePainter::paintGreen(const ImageNode& node, const View& view, Tile& tile
         const PlacedBuffer placed(buffer, placedView);
         resample(memory_.resampler(), buffer.plane(), placed.alongX(rect), placed.alongY(rect), part);
     };
-    const auto fromColours = [&] {
+    const auto fromColors = [&] {
         ScratchTile scratch(memory_, rect, 4);
         paint(node, view, scratch.tile);
         scratch.tile.settle();
         for (int y = rect.top; y < rect.bottom; ++y) {
-            const std::uint8_t* colours = scratch.tile.at(rect.left, y);
+            const std::uint8_t* colors = scratch.tile.at(rect.left, y);
             std::uint8_t* green = part.at(rect.left, y);
-            for (int x = 0; x < rect.width(); ++x) green[x] = colours[4 * x + 1];
+            for (int x = 0; x < rect.width(); ++x) green[x] = colors[4 * x + 1];
         }
     };
     std::visit(Overloaded{
                    [&](const BufferNode& n) {
-                       n.buffer->format() == PixelFormat::gray8 ? fromBuffer(*n.buffer, view) : fromColours();
+                       n.buffer->format() == PixelFormat::gray8 ? fromBuffer(*n.buffer, view) : fromColors();
                    },
                    [&](const CropNode& n) { paintGreen(*n.child, view.cropped(n.to), part); },
                    [&](const AffineNode& n) { paintGreen(*n.child, view.through(n.map), part); },
@@ -144,7 +144,7 @@ void TilePainter::paintGreen(const ImageNode& node, const View& view, Tile& tile
                    [&](const MemoNode& n) {
                        fromBuffer(greenOf(n), view.through({1, 1, n.pixels.x, n.pixels.y}));
                    },
-                   [&](const auto&) { fromColours(); },
+                   [&](const auto&) { fromColors(); },
                },
                node.content);
 }
@@ -196,8 +196,8 @@ void TilePainter::fillFromPlanes(const PlacedBuffer& placed, Tile& tile) {
     i444ToBgra(planes, buffer.matrix(), pixels, tile.stride);
 }
 
-void TilePainter::paintConstant(const Colour& colour, const PixelBox& rect, Tile& tile) {
-    const auto channels = premultiplied(colour);
+void TilePainter::paintConstant(const Color& color, const PixelBox& rect, Tile& tile) {
+    const auto channels = premultiplied(color);
     const std::uint32_t pixel = pixelOf(channels, 1);
     compose(tile, rect, pixel >> 24 == 255, [&](Tile& part) { fillTile(part, pixel); });
 }
@@ -266,7 +266,7 @@ void TilePainter::fillBlurredPixels(const BlurNode& node, const View& view, doub
 }
 
 void TilePainter::fillTinted(const Tint& tint, const Tile& coverage, Tile& tile) {
-    const auto channels = premultiplied(tint.colour);
+    const auto channels = premultiplied(tint.color);
     std::array<std::uint32_t, 256> pixels{};
     for (std::size_t i = 0; i < pixels.size(); ++i)
         pixels[i] = pixelOf(channels, static_cast<double>(i) / 255);
@@ -298,7 +298,7 @@ std::optional<TilePainter::Tint> TilePainter::tintOf(const ImageNode& node, View
     const auto* constant = std::get_if<ConstantNode>(&descend(masked->input.get(), ofInput)->content);
     if (!constant) return std::nullopt;
     view.clip = ofInput.clip;
-    return Tint{constant->colour, masked->mask.get(), view};
+    return Tint{constant->color, masked->mask.get(), view};
 }
 
 const PixelBuffer& TilePainter::bgraOf(const MemoNode& node) {

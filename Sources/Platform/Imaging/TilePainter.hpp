@@ -27,7 +27,7 @@ class TilePainter {
     void compose(Tile& tile, const PixelBox& rect, bool opaque, Draw draw);
     void paintBuffer(const PixelBuffer& buffer, const View& view, const PixelBox& rect, Tile& tile);
     void fillFromPlanes(const PlacedBuffer& placed, Tile& tile);
-    void paintConstant(const Colour& colour, const PixelBox& rect, Tile& tile);
+    void paintConstant(const Color& color, const PixelBox& rect, Tile& tile);
     void fillMasked(const MaskNode& node, const View& view, Tile& tile);
     void fillBlurred(const BlurNode& node, const View& view, Tile& tile);
     void fillBlurredPixels(const BlurNode& node, const View& view, double sigmaX, double sigmaY, Tile& tile);

@@ -11,7 +11,7 @@ namespace {
 
 /// RGB to YUV in 1/65536.
 struct Coefficients {
-    explicit Coefficients(ColourMatrix matrix) {
+    explicit Coefficients(ColorMatrix matrix) {
         const MatrixFigures f = figuresOf(matrix);
         const double kg = 1 - f.kr - f.kb;
         yr = fixedPoint(f.kr * f.lumaRange);
@@ -125,7 +125,7 @@ RowPair rowPairKernel() {
 }
 
 template <bool over>
-void writeBgra(const std::uint8_t* bgra, int stride, const I420View& to, ColourMatrix matrix) {
+void writeBgra(const std::uint8_t* bgra, int stride, const I420View& to, ColorMatrix matrix) {
     const Coefficients c(matrix);
     const RowPair kernel = rowPairKernel<over>();
     for (int y = 0; y < to.height; y += 2) {
@@ -142,11 +142,11 @@ void writeBgra(const std::uint8_t* bgra, int stride, const I420View& to, ColourM
 
 }  // namespace
 
-void blendBgraOverI420(const std::uint8_t* bgra, int stride, const I420View& below, ColourMatrix matrix) {
+void blendBgraOverI420(const std::uint8_t* bgra, int stride, const I420View& below, ColorMatrix matrix) {
     writeBgra<true>(bgra, stride, below, matrix);
 }
 
-void bgraToI420(const std::uint8_t* bgra, int stride, const I420View& to, ColourMatrix matrix) {
+void bgraToI420(const std::uint8_t* bgra, int stride, const I420View& to, ColorMatrix matrix) {
     writeBgra<false>(bgra, stride, to, matrix);
 }
 

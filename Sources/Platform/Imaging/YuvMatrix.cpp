@@ -14,19 +14,19 @@ std::array<std::uint8_t, 256> levels(double factor, double from, double to) {
 
 }  // namespace
 
-MatrixFigures figuresOf(ColourMatrix matrix) {
-    const bool is601 = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt601Full;
-    const bool limited = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt709Limited;
+MatrixFigures figuresOf(ColorMatrix matrix) {
+    const bool is601 = matrix == ColorMatrix::bt601Limited || matrix == ColorMatrix::bt601Full;
+    const bool limited = matrix == ColorMatrix::bt601Limited || matrix == ColorMatrix::bt709Limited;
     return {is601 ? 0.299 : 0.2126, is601 ? 0.114 : 0.0722, limited ? 219.0 / 255 : 1,
             limited ? 224.0 / 255 : 1, limited ? 16 : 0};
 }
 
-std::array<std::uint8_t, 256> grayOfLuma(ColourMatrix matrix) {
+std::array<std::uint8_t, 256> grayOfLuma(ColorMatrix matrix) {
     const MatrixFigures f = figuresOf(matrix);
     return levels(1 / f.lumaRange, f.lumaOffset, 0);
 }
 
-std::array<std::uint8_t, 256> lumaOfGray(ColourMatrix matrix) {
+std::array<std::uint8_t, 256> lumaOfGray(ColorMatrix matrix) {
     const MatrixFigures f = figuresOf(matrix);
     return levels(f.lumaRange, 0, f.lumaOffset);
 }

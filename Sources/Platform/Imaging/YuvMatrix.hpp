@@ -15,7 +15,7 @@ struct MatrixFigures {
     int lumaOffset;
 };
 
-MatrixFigures figuresOf(ColourMatrix matrix);
+MatrixFigures figuresOf(ColorMatrix matrix);
 
 /// A factor in 1/65536.
 inline int fixedPoint(double value) { return static_cast<int>(std::lround(value * 65536)); }
@@ -25,7 +25,7 @@ inline int fixedPoint(double value) { return static_cast<int>(std::lround(value 
 }
 
 /// Levels of luma as full-range gray, and back.
-std::array<std::uint8_t, 256> grayOfLuma(ColourMatrix matrix);
-std::array<std::uint8_t, 256> lumaOfGray(ColourMatrix matrix);
+std::array<std::uint8_t, 256> grayOfLuma(ColorMatrix matrix);
+std::array<std::uint8_t, 256> lumaOfGray(ColorMatrix matrix);
 
 }  // namespace platform::imaging

@@ -22,7 +22,7 @@ I420View viewOf(const PixelBuffer& buffer, int left, int top, int width, int hei
     return view;
 }
 
-void fillBlack(const I420View& to, ColourMatrix matrix) {
+void fillBlack(const I420View& to, ColorMatrix matrix) {
     const int luma = figuresOf(matrix).lumaOffset;
     for (std::size_t i = 0; i < 3; ++i) {
         const int width = i == 0 ? to.width : (to.width + 1) / 2;
@@ -33,9 +33,9 @@ void fillBlack(const I420View& to, ColourMatrix matrix) {
     }
 }
 
-void convertMatrix(const I420View& picture, ColourMatrix from, ColourMatrix to) {
+void convertMatrix(const I420View& picture, ColorMatrix from, ColorMatrix to) {
     if (from == to) return;
-    // With normalised y, b − y and r − y, both matrices describe the same colour; blue and red differences
+    // With normalised y, b − y and r − y, both matrices describe the same color; blue and red differences
     // of the target follow from those of the source alone, its luma from all three.
     const MatrixFigures a = figuresOf(from), b = figuresOf(to);
     const double kgA = 1 - a.kr - a.kb, kgB = 1 - b.kr - b.kb;

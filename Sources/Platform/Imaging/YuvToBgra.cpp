@@ -16,7 +16,7 @@ namespace {
 
 /// YUV to RGB in 1/65536.
 struct Coefficients {
-    explicit Coefficients(ColourMatrix matrix) {
+    explicit Coefficients(ColorMatrix matrix) {
         const MatrixFigures f = figuresOf(matrix);
         const double kg = 1 - f.kr - f.kb;
         const double u = 2 * (1 - f.kb) / f.chromaRange, v = 2 * (1 - f.kr) / f.chromaRange;
@@ -78,7 +78,7 @@ void doubled(const std::uint8_t* __restrict half, std::uint8_t* __restrict whole
 
 }  // namespace
 
-void i420ToBgra(const I420View& from, ColourMatrix matrix, std::uint8_t* bgra, int stride) {
+void i420ToBgra(const I420View& from, ColorMatrix matrix, std::uint8_t* bgra, int stride) {
     const Coefficients c(matrix);
     const Row kernel = rowKernel();
     // Even, so that a strip starts with a whole block.
@@ -98,7 +98,7 @@ void i420ToBgra(const I420View& from, ColourMatrix matrix, std::uint8_t* bgra, i
     }
 }
 
-void i444ToBgra(const I420View& from, ColourMatrix matrix, std::uint8_t* bgra, int stride) {
+void i444ToBgra(const I420View& from, ColorMatrix matrix, std::uint8_t* bgra, int stride) {
     const Coefficients c(matrix);
     const Row kernel = rowKernel();
     for (std::ptrdiff_t y = 0; y < from.height; ++y)

@@ -6,9 +6,9 @@
 
 namespace platform::imaging {
 
-/// Opaque bgra from planes whose chroma is at half the size; all pixels of a block share its colour.
-void i420ToBgra(const I420View& from, ColourMatrix matrix, std::uint8_t* bgra, int stride);
+/// Opaque bgra from planes whose chroma is at half the size; all pixels of a block share its color.
+void i420ToBgra(const I420View& from, ColorMatrix matrix, std::uint8_t* bgra, int stride);
 /// The same from three planes of the full size.
-void i444ToBgra(const I420View& from, ColourMatrix matrix, std::uint8_t* bgra, int stride);
+void i444ToBgra(const I420View& from, ColorMatrix matrix, std::uint8_t* bgra, int stride);
 
 }  // namespace platform::imaging

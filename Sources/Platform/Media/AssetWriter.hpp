@@ -25,8 +25,8 @@ struct VideoSettings {
     double expectedFrameRate = 30;  ///< what the rate control reckons with; true times are kept
     bool h264HighProfile = false;   ///< High, automatic level
     bool expectsMediaDataInRealTime = false;
-    /// The colours of the track. Pictures of another matrix are converted, at a cost.
-    ColourMatrix matrix = ColourMatrix::bt709Limited;
+    /// The colors of the track. Pictures of another matrix are converted, at a cost.
+    ColorMatrix matrix = ColorMatrix::bt709Limited;
     /// Seconds that an mpeg4 file will have at most, when that is known before: room is kept for the index in
     /// front. Otherwise (0) the whole file is moved up at its end.
     double expectedDuration = 0;

@@ -38,8 +38,8 @@ ConstPixelBufferRef picture(int width, int height, Paint paint) {
     return buffer;
 }
 
-ConstPixelBufferRef plain(int width, int height, Pixel colour) {
-    return picture(width, height, [=](int, int) { return colour; });
+ConstPixelBufferRef plain(int width, int height, Pixel color) {
+    return picture(width, height, [=](int, int) { return color; });
 }
 
 class FrameComposerTest : public testing::Test {
@@ -77,7 +77,7 @@ class FrameComposerTest : public testing::Test {
 constexpr Pixel red{200, 20, 20}, green{20, 200, 20}, blue{20, 20, 200}, white{250, 250, 250},
     grey{90, 90, 90};
 
-/// One colour a quarter: red top left, green top right, blue bottom left, white bottom right.
+/// One color a quarter: red top left, green top right, blue bottom left, white bottom right.
 ConstPixelBufferRef quarters(int width, int height) {
     return picture(width, height, [=](int x, int y) {
         const bool right = x >= width / 2, low = y >= height / 2;
@@ -171,7 +171,7 @@ TEST_F(FrameComposerTest, TheBubbleSitsInItsCornerWithRingAndMask) {
         const int x = static_cast<int>(c.x), y = static_cast<int>(c.y);
         EXPECT_TRUE(near(at(x, y), green)) << at(x, y);
         EXPECT_TRUE(near(at(x - 38, y), green)) << at(x - 38, y);
-        // The ring: the highlight colour at nine tenths.
+        // The ring: the highlight color at nine tenths.
         const Pixel ring = at(x + 43, y);
         EXPECT_GT(ring.red, 150) << ring;
         EXPECT_LT(ring.blue, 90) << ring;

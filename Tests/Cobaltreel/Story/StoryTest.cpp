@@ -24,11 +24,11 @@ namespace fs = std::filesystem;
 
 constexpr int width = 1440, height = 900;  // of the desktop
 
-struct Colour {
+struct Color {
     int red, green, blue;
 };
 // Of the windows of the application, and of nothing in the scene.
-constexpr Colour bubbleRing{212, 160, 23}, startButton{0, 122, 255}, stopButton{255, 69, 59};
+constexpr Color bubbleRing{212, 160, 23}, startButton{0, 122, 255}, stopButton{255, 69, 59};
 
 /// One picture, scaled to the desktop's size.
 struct Picture {
@@ -43,14 +43,14 @@ struct Picture {
             return (pixel[0] + pixel[1] + pixel[2]) / 3;
         });
     }
-    /// Pixels of about this colour, but for the tray, which shows the program's icon to everybody.
-    int count(const Colour& colour) const {
+    /// Pixels of about this color, but for the tray, which shows the program's icon to everybody.
+    int count(const Color& color) const {
         int found = 0;
         for (int y = 32; y < height; ++y)
             for (int x = 0; x < width; ++x) {
                 const auto* pixel = at(x, y);
-                found += std::abs(pixel[0] - colour.red) < 24 && std::abs(pixel[1] - colour.green) < 24 &&
-                         std::abs(pixel[2] - colour.blue) < 24;
+                found += std::abs(pixel[0] - color.red) < 24 && std::abs(pixel[1] - color.green) < 24 &&
+                         std::abs(pixel[2] - color.blue) < 24;
             }
         return found;
     }
@@ -133,8 +133,8 @@ TEST(Story, FromTheTrayToTheMovie) {
     const auto screen = pictures(recordedScreen, 4);
     ASSERT_GE(screen.size(), 20U);
     for (std::size_t index = 0; index < screen.size(); ++index)
-        for (const Colour& colour : {bubbleRing, startButton, stopButton})
-            EXPECT_LT(screen[index].count(colour), 30) << "picture " << index << " of four a second";
+        for (const Color& color : {bubbleRing, startButton, stopButton})
+            EXPECT_LT(screen[index].count(color), 30) << "picture " << index << " of four a second";
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 
 namespace cobaltreel {
 
-/// A window of some application on the left of the virtual desktop, or over all of it: of one colour, active,
+/// A window of some application on the left of the virtual desktop, or over all of it: of one color, active,
 /// on screen once it is constructed. Notes the keys and clicks that it gets.
 class ApplicationWindow final : public QRasterWindow {
   public:
@@ -22,14 +22,14 @@ class ApplicationWindow final : public QRasterWindow {
             show();
         requestActivate();
         EXPECT_TRUE(QTest::qWaitForWindowActive(this));
-        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == colour; }));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == color; }));
     }
-    static constexpr QRgb colour = qRgb(90, 140, 90);
+    static constexpr QRgb color = qRgb(90, 140, 90);
     std::vector<int> keys;
     int releases = 0;
 
   protected:
-    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(colour)); }
+    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), QColor(color)); }
     void keyPressEvent(QKeyEvent* event) override { keys.push_back(event->key()); }
     void mouseReleaseEvent(QMouseEvent*) override { ++releases; }
 };

@@ -48,7 +48,7 @@ TEST_F(ControlsTest, SwitchAnswersTapTouchAndSpaceAndHoldsNoStateOfItsOwn) {
     EXPECT_FALSE(scene.get("disabled", "isOn").toBool());
 }
 
-TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColour) {
+TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColor) {
     for (const bool rightToLeft : {false, true}) {
         Scene scene(switches, rightToLeft);
         const QPointF left(11, 11), right(27, 11), track(19, 2);

@@ -25,9 +25,9 @@ namespace {
 bool isDimmed(QPoint position) {
     const QRgb pixel = screenPixel(position);
     const auto near = [](int value, int full) { return std::abs(value - full * 0.75) <= 2; };
-    return near(qRed(pixel), qRed(ApplicationWindow::colour)) &&
-           near(qGreen(pixel), qGreen(ApplicationWindow::colour)) &&
-           near(qBlue(pixel), qBlue(ApplicationWindow::colour));
+    return near(qRed(pixel), qRed(ApplicationWindow::color)) &&
+           near(qGreen(pixel), qGreen(ApplicationWindow::color)) &&
+           near(qBlue(pixel), qBlue(ApplicationWindow::color));
 }
 
 constexpr xcb_keysym_t escape = 0xff1b, letterA = 'a';
@@ -70,7 +70,7 @@ void DesktopTest::watchWholeCountdown() {
     EXPECT_LE(end - start, 4);
     EXPECT_EQ(cancelled, 0);
     RecordProperty("seconds", std::to_string(end - start));
-    EXPECT_TRUE(waitUntil([&] { return screenPixel(side) == ApplicationWindow::colour; }))
+    EXPECT_TRUE(waitUntil([&] { return screenPixel(side) == ApplicationWindow::color; }))
         << "nothing of it remains";
 }
 
@@ -118,7 +118,7 @@ TEST_F(DesktopTest, EscapeIsTheCountdownsAndEveryOtherKeyTheApplications) {
             xcb_ungrab_keyboard(input.connection().get(), XCB_CURRENT_TIME);
             xcb_flush(input.connection().get());
         }
-        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == ApplicationWindow::colour; }));
+        EXPECT_TRUE(waitUntil([] { return screenPixel({300, 300}) == ApplicationWindow::color; }));
         EXPECT_EQ(application.keys, std::vector<int>{Qt::Key_A});
 
         // The key is given back: the next Escape is the application's.

@@ -25,7 +25,7 @@ inline constexpr std::chrono::seconds patience{10};
 inline std::string rigProgram(const std::string& name) { return std::string(RIG_PROGRAMS "/") + name; }
 
 /// Red, green and blue of one pixel as 0xRRGGBB.
-inline std::uint32_t colourAt(const PixelBuffer& picture, int x, int y) {
+inline std::uint32_t colorAt(const PixelBuffer& picture, int x, int y) {
     std::uint32_t pixel = 0;
     std::memcpy(&pixel,
                 picture.plane().data + static_cast<std::ptrdiff_t>(y) * picture.plane().stride + x * 4, 4);
@@ -44,9 +44,9 @@ inline bool isNear(std::uint32_t a, std::uint32_t b) {
 inline std::optional<std::uint32_t> counterIn(const PixelBuffer& picture, int desktopWidth,
                                               int desktopHeight) {
     return rig::readCounter(desktopWidth, desktopHeight, [&](double x, double y) {
-        const std::uint32_t colour =
-            colourAt(picture, static_cast<int>(x * picture.width()), static_cast<int>(y * picture.height()));
-        return static_cast<int>(colour >> 8 & 0xff);
+        const std::uint32_t color =
+            colorAt(picture, static_cast<int>(x * picture.width()), static_cast<int>(y * picture.height()));
+        return static_cast<int>(color >> 8 & 0xff);
     });
 }
 
@@ -148,19 +148,19 @@ class Recording {
     std::unique_ptr<CaptureStream> stream_;
 };
 
-/// A plainly coloured window of a connection of its own (hence, to the server, of this process).
-class ColourWindow {
+/// A plainly colored window of a connection of its own (hence, to the server, of this process).
+class ColorWindow {
   public:
     struct Look {
-        std::uint32_t colour = 0xff0000;
+        std::uint32_t color = 0xff0000;
         bool isOverride = false;
-        std::string title = "Colour";
+        std::string title = "Color";
     };
 
-    ColourWindow(XcbConnection& connection, int x, int y, int width, int height, const Look& look)
+    ColorWindow(XcbConnection& connection, int x, int y, int width, int height, const Look& look)
         : connection_(connection), id_(xcb_generate_id(connection.get())) {
         xcb_connection_t* c = connection.get();
-        const std::uint32_t values[] = {look.colour, look.isOverride ? 1U : 0U};
+        const std::uint32_t values[] = {look.color, look.isOverride ? 1U : 0U};
         xcb_create_window(c, XCB_COPY_FROM_PARENT, id_, connection.root(), static_cast<std::int16_t>(x),
                           static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
                           static_cast<std::uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
@@ -170,12 +170,12 @@ class ColourWindow {
         xcb_change_property(c, XCB_PROP_MODE_REPLACE, id_, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS,
                             32, 18, hints);
     }
-    ~ColourWindow() {
+    ~ColorWindow() {
         xcb_destroy_window(connection_.get(), id_);
         xcb_flush(connection_.get());
     }
-    ColourWindow(const ColourWindow&) = delete;
-    ColourWindow& operator=(const ColourWindow&) = delete;
+    ColorWindow(const ColorWindow&) = delete;
+    ColorWindow& operator=(const ColorWindow&) = delete;
 
     xcb_window_t id() const { return id_; }
     void setText(xcb_atom_t property, const std::string& text) {
@@ -210,8 +210,8 @@ class ColourWindow {
         xcb_configure_window(connection_.get(), id_, XCB_CONFIG_WINDOW_STACK_MODE, &above);
         settle();
     }
-    void paint(std::uint32_t colour) {
-        xcb_change_window_attributes(connection_.get(), id_, XCB_CW_BACK_PIXEL, &colour);
+    void paint(std::uint32_t color) {
+        xcb_change_window_attributes(connection_.get(), id_, XCB_CW_BACK_PIXEL, &color);
         xcb_clear_area(connection_.get(), 0, id_, 0, 0, 0, 0);
         settle();
     }

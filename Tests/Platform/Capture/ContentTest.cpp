@@ -34,22 +34,22 @@ TEST_F(Content, ListsMonitorsFromTheMainOneWithNegativeOriginsAndStableNumbers) 
     EXPECT_EQ(service_.shareableContent().displays[0].displayID, displays[0].displayID);
 
     // Each is recorded from its own part of the desktop.
-    ColourWindow marker(connection_, 510, 110, 40, 40, {0xabcdef, true, "Marker"});
+    ColorWindow marker(connection_, 510, 110, 40, 40, {0xabcdef, true, "Marker"});
     marker.show();
     Recording recording(service_, DisplayContentFilter{displays[0], {}}, configurationFor(780, 620));
     EXPECT_TRUE(recording.waitForPicture(
-        [](const PixelBuffer& picture) { return colourAt(picture, 30, 30) == 0xabcdef; }));
+        [](const PixelBuffer& picture) { return colorAt(picture, 30, 30) == 0xabcdef; }));
     // Changes elsewhere are no news for it.
     const std::size_t before = recording.settle();
-    ColourWindow elsewhere(connection_, 50, 50, 100, 100, {0x123456, true, "Elsewhere"});
+    ColorWindow elsewhere(connection_, 50, 50, 100, 100, {0x123456, true, "Elsewhere"});
     elsewhere.show();
     EXPECT_EQ(recording.settle(), before);
 }
 
 TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
-    ColourWindow first(connection_, 100, 100, 200, 100, {0x111111, false, "First"});
-    ColourWindow second(connection_, 150, 150, 200, 100, {0x222222, false, "Second"});
-    ColourWindow popUp(connection_, 0, 0, 50, 50, {0x333333, true, "Pop-up"});
+    ColorWindow first(connection_, 100, 100, 200, 100, {0x111111, false, "First"});
+    ColorWindow second(connection_, 150, 150, 200, 100, {0x222222, false, "Second"});
+    ColorWindow popUp(connection_, 0, 0, 50, 50, {0x333333, true, "Pop-up"});
     using namespace std::string_literals;
     first.setText(XCB_ATOM_WM_CLASS, "one\0One\0"s);
     second.setText(XCB_ATOM_WM_CLASS, "two\0Two\0"s);
@@ -64,11 +64,11 @@ TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
         for (const Window& window : service_.shareableContent().windows) all.push_back(window.title);
         return all;
     };
-    EXPECT_TRUE(ColourWindow::waitUntil([&] {
+    EXPECT_TRUE(ColorWindow::waitUntil([&] {
         return titles() == std::vector<std::string>{"Second", "First"};
     }));
     first.raise();
-    EXPECT_TRUE(ColourWindow::waitUntil([&] {
+    EXPECT_TRUE(ColorWindow::waitUntil([&] {
         return titles() == std::vector<std::string>{"First", "Second"};
     }));
 

@@ -93,7 +93,7 @@ TEST_F(DisplayCapture, GivesNoFramesOfAStillScreenAndSleeps) {
 }
 
 TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
-    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x404040, true, "Ground"});
+    ColorWindow ground(connection_, 0, 0, 1280, 720, {0x404040, true, "Ground"});
     ground.show();
     Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, fullSize());
     const Display display = mainDisplay();
@@ -102,7 +102,7 @@ TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
             int inside = 0, outside = 0;
             for (int y = 0; y < picture.height(); y += 2)
                 for (int x = 0; x < picture.width(); x += 2) {
-                    if (colourAt(picture, x, y) == 0x404040) continue;
+                    if (colorAt(picture, x, y) == 0x404040) continue;
                     (std::abs(x - px) < 40 && std::abs(y - py) < 40 ? inside : outside) += 1;
                 }
             return inside > 0 && outside == 0;
@@ -117,11 +117,11 @@ TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
 }
 
 TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
-    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x408020, true, "Ground"});
+    ColorWindow ground(connection_, 0, 0, 1280, 720, {0x408020, true, "Ground"});
     ground.show();
     Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, configurationFor(640, 640));
     ASSERT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
-        return colourAt(picture, 320, 320) == 0x408020 && colourAt(picture, 320, 20) == 0;
+        return colorAt(picture, 320, 320) == 0x408020 && colorAt(picture, 320, 20) == 0;
     }));
     const auto picture = recording.latest();
     int transparent = 0;
@@ -132,7 +132,7 @@ TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
 }
 
 TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
-    ColourWindow ground(connection_, 0, 0, 1280, 720, {0x406080, true, "Ground"});
+    ColorWindow ground(connection_, 0, 0, 1280, 720, {0x406080, true, "Ground"});
     ground.show();
     std::mt19937 random(7);
     const auto any = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
@@ -141,11 +141,11 @@ TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
         configuration.acceptsPlanar = true;
         Recording longRunning(service_, DisplayContentFilter{mainDisplay(), {}}, configuration);
         for (int round = 0; round < 6; ++round) {
-            std::vector<std::unique_ptr<ColourWindow>> windows;
+            std::vector<std::unique_ptr<ColorWindow>> windows;
             for (int i = 0; i < 5; ++i) {
-                windows.push_back(std::make_unique<ColourWindow>(
+                windows.push_back(std::make_unique<ColorWindow>(
                     connection_, any(1280), any(720), 1 + any(100), 1 + any(60),
-                    ColourWindow::Look{static_cast<std::uint32_t>(random() & 0xffffff), true, "Patch"}));
+                    ColorWindow::Look{static_cast<std::uint32_t>(random() & 0xffffff), true, "Patch"}));
                 windows.back()->show();
                 longRunning.settle(std::chrono::milliseconds(i % 2 * 20));
             }

@@ -8,11 +8,11 @@ namespace platform::test {
 
 namespace {
 
-constexpr std::uint32_t ownColour = 0xff00ff;
-constexpr std::uint32_t beneathColour = 0x11aa33;
+constexpr std::uint32_t ownColor = 0xff00ff;
+constexpr std::uint32_t beneathColor = 0x11aa33;
 
 /// Records the main display without the windows of the class "OwnApp" and counts the pixels of their
-/// colour in every frame.
+/// color in every frame.
 class ExcludedWindowsOnScreen : public ::testing::Test {
   protected:
     void record() {
@@ -22,20 +22,20 @@ class ExcludedWindowsOnScreen : public ::testing::Test {
             configurationFor(display.width(), display.height()), [this](const PixelBuffer& picture, double) {
                 for (int y = 0; y < picture.height(); y += 3)
                     for (int x = 0; x < picture.width(); x += 3)
-                        if (colourAt(picture, x, y) == ownColour) ++leaked_;
+                        if (colorAt(picture, x, y) == ownColor) ++leaked_;
             });
         ASSERT_EQ(recording_->startError(), "");
     }
-    std::unique_ptr<ColourWindow> own(int x, int y, int width, int height, bool isOverride) {
-        auto window = std::make_unique<ColourWindow>(connection_, x, y, width, height,
-                                                     ColourWindow::Look{ownColour, isOverride, "Own"});
+    std::unique_ptr<ColorWindow> own(int x, int y, int width, int height, bool isOverride) {
+        auto window = std::make_unique<ColorWindow>(connection_, x, y, width, height,
+                                                    ColorWindow::Look{ownColor, isOverride, "Own"});
         using namespace std::string_literals;
         window->setText(XCB_ATOM_WM_CLASS, "own\0OwnApp\0"s);
         return window;
     }
-    bool shows(int x, int y, std::uint32_t colour) {
+    bool shows(int x, int y, std::uint32_t color) {
         return recording_->waitForPicture(
-            [=](const PixelBuffer& picture) { return colourAt(picture, x, y) == colour; });
+            [=](const PixelBuffer& picture) { return colorAt(picture, x, y) == color; });
     }
 
     XcbConnection connection_;
@@ -49,20 +49,20 @@ class ExcludedWindowsOnScreen : public ::testing::Test {
 TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
     for (const bool isOverride : {true, false}) {
         SCOPED_TRACE(isOverride ? "override-redirect" : "managed");
-        ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+        ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
         beneath.show();
         auto covering = own(250, 200, 200, 150, isOverride);
         covering->show();
         record();
-        EXPECT_TRUE(shows(350, 280, beneathColour)) << "already covered when the recording began";
+        EXPECT_TRUE(shows(350, 280, beneathColor)) << "already covered when the recording began";
 
         // What is drawn beneath the cover is seen although it does not change the screen.
         beneath.paint(0x2255cc);
         EXPECT_TRUE(shows(350, 280, 0x2255cc));
 
         for (int step = 0; step < 40; ++step) covering->move(250 + 20 * step, 200 + 5 * step);
-        beneath.paint(beneathColour);
-        EXPECT_TRUE(shows(350, 280, beneathColour));
+        beneath.paint(beneathColor);
+        EXPECT_TRUE(shows(350, 280, beneathColor));
         covering->hide();
         covering->move(150, 150);
         covering->show();
@@ -71,11 +71,11 @@ TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
         EXPECT_TRUE(shows(200, 200, 0x777711));
         beneath.resize(700, 420);
         beneath.move(90, 120);
-        beneath.paint(beneathColour);
-        EXPECT_TRUE(shows(200, 200, beneathColour));
+        beneath.paint(beneathColor);
+        EXPECT_TRUE(shows(200, 200, beneathColor));
 
         // A window above the cover is in front of everything.
-        ColourWindow above(connection_, 160, 160, 60, 60, {0xdddd00, true, "Above"});
+        ColorWindow above(connection_, 160, 160, 60, 60, {0xdddd00, true, "Above"});
         above.show();
         EXPECT_TRUE(shows(190, 190, 0xdddd00));
         recording_->stop();
@@ -86,12 +86,12 @@ TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
 TEST_F(ExcludedWindowsOnScreen, LeaveNoTraceInAWindowThatPaintsItselfLate) {
     // Without a background, as toolkits have it: what the server uncovers keeps what was on the screen until
     // the program paints, here never before the cover has been shown for a while.
-    ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+    ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
     beneath.show();
     const std::uint32_t none = XCB_BACK_PIXMAP_NONE;
     xcb_change_window_attributes(connection_.get(), beneath.id(), XCB_CW_BACK_PIXMAP, &none);
     record();
-    ASSERT_TRUE(shows(350, 280, beneathColour));
+    ASSERT_TRUE(shows(350, 280, beneathColor));
     auto covering = own(250, 200, 200, 150, true);
     covering->show();
     recording_->settle(std::chrono::milliseconds(500));
@@ -107,39 +107,39 @@ TEST_F(ExcludedWindowsOnScreen, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
     record();
     ASSERT_TRUE(recording_->waitForFrames(1));
     recording_->settle();
-    const std::uint32_t background = colourAt(*recording_->latest(), 640, 620);
-    const std::uint32_t lower = colourAt(*recording_->latest(), 640, 690);
+    const std::uint32_t background = colorAt(*recording_->latest(), 640, 620);
+    const std::uint32_t lower = colorAt(*recording_->latest(), 640, 690);
     ASSERT_NE(background, lower);
     auto covering = own(600, 600, 100, 110, true);
     covering->show();
     recording_->settle();
-    EXPECT_EQ(colourAt(*recording_->latest(), 640, 620), background);
-    EXPECT_EQ(colourAt(*recording_->latest(), 640, 690), lower);
+    EXPECT_EQ(colorAt(*recording_->latest(), 640, 620), background);
+    EXPECT_EQ(colorAt(*recording_->latest(), 640, 690), lower);
     recording_->stop();
     EXPECT_EQ(leaked_, 0);
 }
 
 TEST_F(ExcludedWindowsOnScreen, GiveNoFramesForTheirOwnDrawing) {
-    ColourWindow beneath(connection_, 100, 100, 600, 400, {beneathColour, true, "Beneath"});
+    ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
     beneath.show();
     auto covering = own(250, 200, 200, 150, true);
     covering->show();
     record();
-    ASSERT_TRUE(shows(350, 280, beneathColour));
+    ASSERT_TRUE(shows(350, 280, beneathColor));
     const std::size_t before = recording_->settle();
-    for (int i = 0; i < 20; ++i) covering->paint(i % 2 == 0 ? 0xff00fe : ownColour);
+    for (int i = 0; i < 20; ++i) covering->paint(i % 2 == 0 ? 0xff00fe : ownColor);
     EXPECT_EQ(recording_->settle(), before);
     beneath.paint(0x2255cc);
     EXPECT_TRUE(shows(350, 280, 0x2255cc));
 }
 
 TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
-    ColourWindow beneath(connection_, 700, 0, 300, 200, {beneathColour, true, "Beneath"});
+    ColorWindow beneath(connection_, 700, 0, 300, 200, {beneathColor, true, "Beneath"});
     beneath.show();
     // Some window managers' own trays have no class of theirs.
     for (const int width : {200, 30}) {
         SCOPED_TRACE(width);
-        ColourWindow tray(connection_, 800, 10, width, 28, {0x445566, true, "Tray"});
+        ColorWindow tray(connection_, 800, 10, width, 28, {0x445566, true, "Tray"});
         tray.show();
         auto icon = own(0, 0, 24, 24, true);
         icon->setCardinals("_XEMBED_INFO", {0, 1});
@@ -148,10 +148,10 @@ TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
         icon->show();
         record();
         // A tray for this icon alone would not be there.
-        EXPECT_TRUE(shows(800 + x + 9, 21, width == 200 ? 0x445566 : beneathColour));
-        EXPECT_TRUE(shows(801, 11, width == 200 ? 0x445566 : beneathColour));
+        EXPECT_TRUE(shows(800 + x + 9, 21, width == 200 ? 0x445566 : beneathColor));
+        EXPECT_TRUE(shows(801, 11, width == 200 ? 0x445566 : beneathColor));
         const std::size_t before = recording_->settle();
-        for (int i = 0; i < 10; ++i) icon->paint(i % 2 == 0 ? 0xff00fe : ownColour);
+        for (int i = 0; i < 10; ++i) icon->paint(i % 2 == 0 ? 0xff00fe : ownColor);
         EXPECT_EQ(recording_->settle(), before) << "its clock makes no pictures";
         recording_.reset();
     }
@@ -161,32 +161,32 @@ TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
 TEST_F(ExcludedWindowsOnScreen, AreFoundByProcessToo) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
     ASSERT_EQ(scene.readLine(), "ready");
-    ColourWindow mine(connection_, 300, 300, 200, 200, {ownColour, true, "Mine"});
+    ColorWindow mine(connection_, 300, 300, 200, 200, {ownColor, true, "Mine"});
     mine.show();
     const ShareableContent content = service_.shareableContent();
     Recording recording(service_,
                         DisplayContentFilter{content.displays.at(0), {{"some.identifier", "", getpid()}}},
                         configurationFor(content.displays[0].width(), content.displays[0].height()));
     EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
-        const std::uint32_t colour = colourAt(picture, 400, 450);
-        return colour != ownColour && colour != 0;
+        const std::uint32_t color = colorAt(picture, 400, 450);
+        return color != ownColor && color != 0;
     }));
 }
 
-TEST_F(ExcludedWindowsOnScreen, TheRootsColourIsSeenWhereTheyAre) {
-    const std::uint32_t colour = 0x336699, before = 0;
+TEST_F(ExcludedWindowsOnScreen, TheRootsColorIsSeenWhereTheyAre) {
+    const std::uint32_t color = 0x336699, before = 0;
     const auto paintRoot = [&](std::uint32_t with) {
         xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_BACK_PIXEL, &with);
         xcb_clear_area(connection_.get(), 0, connection_.root(), 0, 0, 0, 0);
     };
-    paintRoot(colour);
+    paintRoot(color);
     const auto covering = own(900, 300, 200, 150, true);
     covering->show();
     record();
-    EXPECT_TRUE(shows(1000, 380, colour));
+    EXPECT_TRUE(shows(1000, 380, color));
     EXPECT_EQ(leaked_, 0);
     const std::size_t settled = recording_->settle();
-    EXPECT_EQ(recording_->settle(), settled) << "looking for the colour is no change of its own";
+    EXPECT_EQ(recording_->settle(), settled) << "looking for the color is no change of its own";
     recording_.reset();
     paintRoot(before);
     covering->settle();

@@ -44,7 +44,7 @@ TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     XcbScreenCaptureService service(server.display());
     const Display display = service.shareableContent().displays.at(0);
     XcbConnection connection(server.display());
-    ColourWindow window(connection, 0, 0, 100, 100, {0xff0000, true, "Window"});
+    ColorWindow window(connection, 0, 0, 100, 100, {0xff0000, true, "Window"});
     auto recording =
         std::make_unique<Recording>(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
     ASSERT_TRUE(recording->waitForFrames(1));
@@ -55,14 +55,14 @@ TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     kill(server.id(), SIGCONT);
 }
 
-TEST(ServerLoss, AScreenOfFewColoursIsRefusedWithAWord) {
+TEST(ServerLoss, AScreenOfFewColorsIsRefusedWithAWord) {
     PrivateServer server("640x480x16");
     XcbScreenCaptureService service(server.display());
     try {
         service.shareableContent();
-        ADD_FAILURE() << "16-bit colours are not refused";
+        ADD_FAILURE() << "16-bit colors are not refused";
     } catch (const PlatformError& error) {
-        EXPECT_THAT(error.description(), testing::HasSubstr("16-bit colours"));
+        EXPECT_THAT(error.description(), testing::HasSubstr("16-bit colors"));
     }
 }
 
@@ -71,15 +71,15 @@ TEST(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
     XcbScreenCaptureService service(server.display());
     const Display display = service.shareableContent().displays.at(0);
     XcbConnection connection(server.display());
-    ColourWindow ground(connection, 0, 0, 800, 600, {0x40a060, true, "Ground"});
+    ColorWindow ground(connection, 0, 0, 800, 600, {0x40a060, true, "Ground"});
     ground.show();
     Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
     ASSERT_TRUE(recording.waitForFrames(1));
     shrinkScreen(connection);
     // 640 x 400 in 800 x 600: bars of 50 above and below.
     EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
-        return colourAt(picture, 400, 45) == 0 && isNear(colourAt(picture, 400, 55), 0x40a060) &&
-               colourAt(picture, 400, 555) == 0;
+        return colorAt(picture, 400, 45) == 0 && isNear(colorAt(picture, 400, 55), 0x40a060) &&
+               colorAt(picture, 400, 555) == 0;
     }));
     EXPECT_THAT(recording.errors(), testing::IsEmpty());
 }

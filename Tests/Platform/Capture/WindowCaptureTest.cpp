@@ -18,7 +18,7 @@ class WindowCapture : public ::testing::Test {
     WindowCapture() : window_(connection_, 200, 150, 320, 240, {red, false, "Recorded"}) {
         window_.show();
         const auto isListed = [this] { return find().has_value(); };
-        EXPECT_TRUE(ColourWindow::waitUntil(isListed));
+        EXPECT_TRUE(ColorWindow::waitUntil(isListed));
     }
     std::optional<Window> find() {
         const auto windows = service_.shareableContent().windows;
@@ -33,16 +33,16 @@ class WindowCapture : public ::testing::Test {
         configuration.showsCursor = showsCursor_;
         return std::make_unique<Recording>(service_, WindowContentFilter{window}, configuration);
     }
-    static bool showsAt(Recording& recording, double x, double y, std::uint32_t colour) {
+    static bool showsAt(Recording& recording, double x, double y, std::uint32_t color) {
         return recording.waitForPicture([=](const PixelBuffer& picture) {
-            return colourAt(picture, static_cast<int>(x * picture.width()),
-                            static_cast<int>(y * picture.height())) == colour;
+            return colorAt(picture, static_cast<int>(x * picture.width()),
+                           static_cast<int>(y * picture.height())) == color;
         });
     }
 
     XcbConnection connection_;
     XcbScreenCaptureService service_;
-    ColourWindow window_;
+    ColorWindow window_;
     bool showsCursor_ = false;
 };
 
@@ -51,7 +51,7 @@ class WindowCapture : public ::testing::Test {
 TEST_F(WindowCapture, GoesOnWhileCoveredMovedAndPartlyOffTheScreen) {
     const auto recording = record();
     ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
-    ColourWindow cover(connection_, 150, 100, 500, 400, {green, true, "Cover"});
+    ColorWindow cover(connection_, 150, 100, 500, 400, {green, true, "Cover"});
     cover.show();
     window_.paint(blue);
     EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
@@ -70,8 +70,8 @@ TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
     window_.paint(blue);
     EXPECT_TRUE(recording->waitForPicture([](const PixelBuffer& picture) {
         const int middle = picture.width() / 2;
-        return isNear(colourAt(picture, middle, picture.height() / 2), blue) &&
-               colourAt(picture, middle, 2) == 0 && colourAt(picture, middle, picture.height() - 3) == 0;
+        return isNear(colorAt(picture, middle, picture.height() / 2), blue) &&
+               colorAt(picture, middle, 2) == 0 && colorAt(picture, middle, picture.height() - 3) == 0;
     }));
     EXPECT_EQ(recording->latest()->width(), width);
     EXPECT_EQ(recording->latest()->height(), height);
@@ -89,7 +89,7 @@ TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
     xcb_send_event(connection_.get(), 0, connection_.root(),
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&iconify));
-    ASSERT_TRUE(ColourWindow::waitUntil([this] { return !window_.isViewable(); }));
+    ASSERT_TRUE(ColorWindow::waitUntil([this] { return !window_.isViewable(); }));
     EXPECT_FALSE(find()->isOnScreen);
     const std::size_t before = recording->settle();
     window_.paint(blue);
@@ -113,7 +113,7 @@ TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowIsClosed) {
 
 TEST_F(WindowCapture, TakesWindowsOfAnySize) {
     for (const auto& [width, height] : {std::pair(1, 1), std::pair(7, 900), std::pair(3000, 2000)}) {
-        ColourWindow odd(connection_, -20, -10, width, height, {green, true, "Odd"});
+        ColorWindow odd(connection_, -20, -10, width, height, {green, true, "Odd"});
         odd.show();
         Window window;
         window.windowID = odd.id();
@@ -124,10 +124,10 @@ TEST_F(WindowCapture, TakesWindowsOfAnySize) {
         // Green but for what the screen does not show, of which nobody has painted anything: there the
         // window's background is.
         EXPECT_TRUE(recording.waitForPicture([&](const PixelBuffer& picture) {
-            PixelBuffer colours(PixelFormat::bgra, picture.width(), picture.height());
-            convertPixels(picture, colours);
-            return isNear(colourAt(colours, 0, 0), green) &&
-                   isNear(colourAt(colours, picture.width() - 1, picture.height() - 1), green);
+            PixelBuffer colors(PixelFormat::bgra, picture.width(), picture.height());
+            convertPixels(picture, colors);
+            return isNear(colorAt(colors, 0, 0), green) &&
+                   isNear(colorAt(colors, picture.width() - 1, picture.height() - 1), green);
         })) << width
             << " x " << height;
         EXPECT_THAT(recording.errors(), testing::IsEmpty());
@@ -142,10 +142,10 @@ TEST_F(WindowCapture, TakesATranslucentWindowAsOnBlack) {
             visual = xcb_depth_visuals(each.data)->visual_id;
     ASSERT_NE(visual, XCB_NONE);
     xcb_connection_t* c = connection_.get();
-    const xcb_colormap_t colours = xcb_generate_id(c);
-    xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colours, connection_.root(), visual);
+    const xcb_colormap_t colors = xcb_generate_id(c);
+    xcb_create_colormap(c, XCB_COLORMAP_ALLOC_NONE, colors, connection_.root(), visual);
     const xcb_window_t id = xcb_generate_id(c);
-    const std::uint32_t values[] = {0x80002000U, 0, 1, colours};
+    const std::uint32_t values[] = {0x80002000U, 0, 1, colors};
     xcb_create_window(
         c, 32, id, connection_.root(), 50, 50, 100, 80, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
         XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
@@ -182,8 +182,8 @@ TEST_F(WindowCapture, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {
     const int width = static_cast<int>(cut.frame.w), height = static_cast<int>(cut.frame.h);
     const auto recording = record(width + width % 2, height + height % 2);
     EXPECT_TRUE(recording->waitForPicture([](const PixelBuffer& picture) {
-        return colourAt(picture, picture.width() - 1, picture.height() / 2) == red &&
-               colourAt(picture, 0, picture.height() / 2) == red;
+        return colorAt(picture, picture.width() - 1, picture.height() / 2) == red &&
+               colorAt(picture, 0, picture.height() / 2) == red;
     }));
 }
 
@@ -199,7 +199,7 @@ TEST_F(WindowCapture, DrawsThePointerOnlyInsideTheWindow) {
     const auto foreignPixels = [](const PixelBuffer& picture) {
         int count = 0;
         for (int y = picture.height() / 2; y < picture.height() - 10; ++y)
-            for (int x = 10; x < picture.width() - 10; ++x) count += colourAt(picture, x, y) != red ? 1 : 0;
+            for (int x = 10; x < picture.width() - 10; ++x) count += colorAt(picture, x, y) != red ? 1 : 0;
         return count;
     };
     ASSERT_TRUE(recording->waitForFrames(1));

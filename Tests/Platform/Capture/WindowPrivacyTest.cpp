@@ -13,7 +13,7 @@ namespace platform::test {
 
 namespace {
 
-/// The colour of all that is not the recorded window.
+/// The color of all that is not the recorded window.
 constexpr std::uint32_t foreign = 0xff00ff;
 
 struct WindowManager {
@@ -52,7 +52,7 @@ class SlowlyPaintedWindow {
     SlowlyPaintedWindow& operator=(const SlowlyPaintedWindow&) = delete;
 
     xcb_window_t id() const { return id_; }
-    void setColour(std::uint32_t colour) { colour_ = colour; }
+    void setColor(std::uint32_t color) { color_ = color; }
     bool isPainted() const { return paintings_ > 0; }
 
   private:
@@ -61,11 +61,11 @@ class SlowlyPaintedWindow {
         std::uint32_t painted = 0;
         while (!isEnding_ && !connection_.isBroken()) {
             std::this_thread::sleep_for(slowness);
-            bool isAsked = painted != colour_;
+            bool isAsked = painted != color_;
             while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
                 isAsked = isAsked || (event->response_type & 0x7f) == XCB_EXPOSE;
             if (!isAsked) continue;
-            painted = colour_;
+            painted = color_;
             xcb_change_gc(connection_.get(), brush_, XCB_GC_FOREGROUND, &painted);
             const xcb_rectangle_t whole{0, 0, 4000, 4000};
             xcb_poly_fill_rectangle(connection_.get(), id_, brush_, 1, &whole);
@@ -77,7 +77,7 @@ class SlowlyPaintedWindow {
     XcbConnection connection_;
     xcb_window_t id_;
     xcb_gcontext_t brush_ = XCB_NONE;
-    std::atomic<std::uint32_t> colour_{0x206020};
+    std::atomic<std::uint32_t> color_{0x206020};
     std::atomic<bool> isEnding_{false};
     std::atomic<int> paintings_{0};
     std::thread painter_;
@@ -104,19 +104,19 @@ class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
                                          "dbus-run-session", "--"};
         command.insert(command.end(), program.begin(), program.end());
         manager_.emplace(command);
-        ASSERT_TRUE(ColourWindow::waitUntil([this] {
+        ASSERT_TRUE(ColorWindow::waitUntil([this] {
             return !cardinals(*connection_, connection_->root(),
                               connection_->atom("_NET_SUPPORTING_WM_CHECK"))
                         .empty() &&
                    (!GetParam().isCompositing ||
                     selectionOwner(*connection_, connection_->atom("_NET_WM_CM_S0")) != XCB_NONE);
         }));
-        ASSERT_TRUE(ColourWindow::waitUntil([this] { return isManaging(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([this] { return isManaging(); }));
     }
     /// Window managers announce themselves before they look after windows, and what they are asked meanwhile
     /// may lie unread until they hear of something else.
     bool isManaging() {
-        const ColourWindow probe(*connection_, 0, 0, 10, 10, {foreign, false, "Probe"});
+        const ColorWindow probe(*connection_, 0, 0, 10, 10, {foreign, false, "Probe"});
         xcb_map_window(connection_->get(), probe.id());
         const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
         while (std::chrono::steady_clock::now() < end) {
@@ -170,9 +170,9 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
             if (each.windowID == recorded.id() && each.isOnScreen) return each;
         return std::nullopt;
     };
-    ASSERT_TRUE(ColourWindow::waitUntil([&] { return find().has_value(); }));
-    ASSERT_TRUE(ColourWindow::waitUntil([&] { return recorded.isPainted(); }));
-    ColourWindow cover(*connection_, 0, 0, 500, 400, {foreign, true, "Cover"});
+    ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
+    ASSERT_TRUE(ColorWindow::waitUntil([&] { return recorded.isPainted(); }));
+    ColorWindow cover(*connection_, 0, 0, 500, 400, {foreign, true, "Cover"});
     cover.show();
 
     std::atomic<std::size_t> foreignPixels{0};
@@ -184,21 +184,21 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
                         [&](const PixelBuffer& picture, double) {
                             for (int y = 0; y < picture.height(); ++y)
                                 for (int x = 0; x < picture.width(); ++x) {
-                                    const std::uint32_t colour = colourAt(picture, x, y);
+                                    const std::uint32_t color = colorAt(picture, x, y);
                                     // Also as one of several that a fitted picture mixes.
-                                    const int red = static_cast<int>(colour >> 16),
-                                              green = colour >> 8 & 0xff, blue = colour & 0xff;
+                                    const int red = static_cast<int>(color >> 16), green = color >> 8 & 0xff,
+                                              blue = color & 0xff;
                                     if (std::min(red, blue) > green + 60) ++foreignPixels;
                                 }
                         });
     ASSERT_EQ(recording.startError(), "");
 
-    std::uint32_t colour = 0x206020;
+    std::uint32_t color = 0x206020;
     const auto expectGoingOn = [&](const std::string& step) {
-        colour = colour == 0x206020 ? 0x909020 : 0x206020;
-        recorded.setColour(colour);
+        color = color == 0x206020 ? 0x909020 : 0x206020;
+        recorded.setColor(color);
         EXPECT_TRUE(recording.waitForPicture([&](const PixelBuffer& picture) {
-            return isNear(colourAt(picture, picture.width() / 2, picture.height() / 2), colour);
+            return isNear(colorAt(picture, picture.width() / 2, picture.height() / 2), color);
         })) << step;
         EXPECT_EQ(foreignPixels.exchange(0), 0U) << step;
     };
@@ -215,10 +215,10 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
     const std::uint32_t desktops[] = {0, 1};
     for (int round = 0; round < 2; ++round) {
         ask(recorded.id(), "WM_CHANGE_STATE", {3});  // IconicState
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
         place(recorded.id(), {220, 140, 420 + 20 * round, 330});
         ask(recorded.id(), "_NET_ACTIVE_WINDOW", {2, 0, 0});
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
         expectGoingOn("minimised and back");
 
         ask(recorded.id(), "_NET_WM_STATE", {1, connection_->atom("_NET_WM_STATE_SHADED"), 0, 2});
@@ -228,15 +228,15 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
 
         ask(connection_->root(), "_NET_NUMBER_OF_DESKTOPS", {2});
         ask(recorded.id(), "_NET_WM_DESKTOP", {desktops[1], 2});
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
         ask(recorded.id(), "_NET_WM_DESKTOP", {desktops[0], 2});
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
         expectGoingOn("sent to another workspace and back");
 
         ask(connection_->root(), "_NET_CURRENT_DESKTOP", {desktops[1], 0});
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
         ask(connection_->root(), "_NET_CURRENT_DESKTOP", {desktops[0], 0});
-        ASSERT_TRUE(ColourWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
         expectGoingOn("left behind on its workspace");
     }
     for (int i = 0; i < 5; ++i) {

@@ -9,7 +9,7 @@
 namespace platform::test {
 namespace {
 
-constexpr Colour white{1, 1, 1, 1};
+constexpr Color white{1, 1, 1, 1};
 
 /// The covered area in pixels, and its centre in the plane.
 struct Coverage {

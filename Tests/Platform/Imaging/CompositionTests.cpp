@@ -50,15 +50,15 @@ TEST(Composition, sourceOverInsideAndOutsideTheExtents) {
 }
 
 TEST(Composition, constantsArePremultipliedAndEndless) {
-    const Image colour = Image::constant({1, 0.5, 0, 0.5});
-    EXPECT_FALSE(colour.isEmpty());
-    EXPECT_FALSE(colour.gaussianBlurred(3));
-    const auto result = bitmap(colour.translated(1e6, -5).scaled(0.001, 7).cropped({1, 0, 1, 1}), 3, 1);
+    const Image color = Image::constant({1, 0.5, 0, 0.5});
+    EXPECT_FALSE(color.isEmpty());
+    EXPECT_FALSE(color.gaussianBlurred(3));
+    const auto result = bitmap(color.translated(1e6, -5).scaled(0.001, 7).cropped({1, 0, 1, 1}), 3, 1);
     EXPECT_EQ(pixelAt(*result, 0, 0), (Pixel{0, 0, 0, 0}));
     EXPECT_EQ(pixelAt(*result, 1, 0), (Pixel{0, 64, 128, 128}));
     EXPECT_EQ(pixelAt(*result, 2, 0), (Pixel{0, 0, 0, 0}));
     PixelBuffer far(PixelFormat::bgra, 1, 1);
-    RenderContext().render(colour, far, {-1e12, 1e12, 1, 1});
+    RenderContext().render(color, far, {-1e12, 1e12, 1, 1});
     EXPECT_EQ(pixelAt(far, 0, 0), (Pixel{0, 64, 128, 128}));
 }
 
@@ -83,12 +83,12 @@ TEST(Composition, masksMultiplyByTheirGreen) {
     EXPECT_FALSE(picture.blendedWithMask(Image::fromBuffer(gray).translated(4, 0)));
 }
 
-TEST(Composition, aMaskedConstantIsItsColourTimesTheMask) {
+TEST(Composition, aMaskedConstantIsItsColorTimesTheMask) {
     const auto gray = grayPicture(20, 20, [](int x, int y) { return x > 4 && y > 6 ? 200 : 0; });
     const Image mask = Image::fromBuffer(gray);
     const Rect box{2, 0, 15, 18};
-    const Image colour = Image::constant({0.2, 0.4, 0.8, 0.5}).cropped(box);
-    const Image silhouette = *colour.blendedWithMask(mask);
+    const Image color = Image::constant({0.2, 0.4, 0.8, 0.5}).cropped(box);
+    const Image silhouette = *color.blendedWithMask(mask);
     // The same picture with pixels behind the constant takes the general path.
     const auto pixels = flatPicture(20, 20, {102, 51, 26, 128});
     const Image general = *Image::fromBuffer(pixels).cropped(box).blendedWithMask(mask);

@@ -58,7 +58,7 @@ PixelBufferRef grayPicture(int width, int height, At at) {
 
 /// Planes of arbitrary bytes.
 inline PixelBufferRef noise(PixelFormat format, int width, int height, unsigned seed = 1,
-                            ColourMatrix matrix = ColourMatrix::bt709Limited) {
+                            ColorMatrix matrix = ColorMatrix::bt709Limited) {
     std::mt19937 random(seed);
     auto buffer = std::make_shared<PixelBuffer>(format, width, height, matrix);
     for (int i = 0; i < buffer->planeCount(); ++i) {
@@ -76,7 +76,7 @@ inline PixelBufferRef noise(PixelFormat format, int width, int height, unsigned 
     return buffer;
 }
 
-/// Gentle waves in valid colours, each channel its own: what a camera sees, without hard edges.
+/// Gentle waves in valid colors, each channel its own: what a camera sees, without hard edges.
 inline PixelBufferRef waves(int width, int height) {
     return bgraPicture(width, height, [](int x, int y) {
         const auto wave = [](double phase) {
@@ -87,7 +87,7 @@ inline PixelBufferRef waves(int width, int height) {
 }
 
 inline PixelBufferRef converted(const PixelBuffer& from, PixelFormat format,
-                                ColourMatrix matrix = ColourMatrix::bt709Limited) {
+                                ColorMatrix matrix = ColorMatrix::bt709Limited) {
     auto to = std::make_shared<PixelBuffer>(format, from.width(), from.height(), matrix);
     convertPixels(from, *to);
     return to;

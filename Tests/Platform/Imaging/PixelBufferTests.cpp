@@ -51,11 +51,11 @@ TEST(PixelBuffer, keepsTheOwnerOfForeignMemory) {
 }
 
 TEST(PixelBufferPool, handsOutItsLimitAndRecycles) {
-    PixelBufferPool pool(PixelFormat::i420, 16, 8, 2, ColourMatrix::bt601Full);
+    PixelBufferPool pool(PixelFormat::i420, 16, 8, 2, ColorMatrix::bt601Full);
     auto first = pool.createPixelBuffer();
     const auto second = pool.createPixelBuffer();
     ASSERT_TRUE(first && second);
-    EXPECT_EQ(first->matrix(), ColourMatrix::bt601Full);
+    EXPECT_EQ(first->matrix(), ColorMatrix::bt601Full);
     EXPECT_EQ(pool.createPixelBuffer(), nullptr);
     const PixelBuffer* const address = first.get();
     ConstPixelBufferRef alsoFirst = first;

@@ -97,9 +97,9 @@ TEST_F(PixelKernelTest, blendingAndMaskingAreRoundedExactly) {
         for (int alpha = 0; alpha <= 255; ++alpha) {
             Bytes top, below, mask, masked;
             for (int value = 0; value <= 255; ++value) {
-                const auto colour = static_cast<std::uint8_t>(std::min(value, alpha));
+                const auto color = static_cast<std::uint8_t>(std::min(value, alpha));
                 const auto v = static_cast<std::uint8_t>(value);
-                top.insert(top.end(), {colour, 0, colour, static_cast<std::uint8_t>(alpha)});
+                top.insert(top.end(), {color, 0, color, static_cast<std::uint8_t>(alpha)});
                 below.insert(below.end(), {v, v, static_cast<std::uint8_t>(255 - v), 255});
                 mask.push_back(static_cast<std::uint8_t>(alpha));
             }

@@ -9,8 +9,8 @@
 namespace platform::test {
 namespace {
 
-constexpr ColourMatrix matrices[] = {ColourMatrix::bt601Limited, ColourMatrix::bt601Full,
-                                     ColourMatrix::bt709Limited, ColourMatrix::bt709Full};
+constexpr ColorMatrix matrices[] = {ColorMatrix::bt601Limited, ColorMatrix::bt601Full,
+                                    ColorMatrix::bt709Limited, ColorMatrix::bt709Full};
 
 Rect boundsOf(const PixelBuffer& buffer) {
     return {0, 0, static_cast<double>(buffer.width()), static_cast<double>(buffer.height())};
@@ -28,10 +28,10 @@ double peakSignalToNoise(const PixelBuffer& a, const PixelBuffer& b) {
     return 10 * std::log10(255.0 * 255.0 * count / std::max(squares, 1e-9));
 }
 
-TEST(PlanarRender, agreesWithTheWayThroughColours) {
-    const auto colours = waves(160, 120);
+TEST(PlanarRender, agreesWithTheWayThroughColors) {
+    const auto colors = waves(160, 120);
     for (const Rect& crop : {Rect{0, 0, 160, 120}, Rect{0, 60, 80, 60}, Rect{33.3, 21.7, 91, 68.25}}) {
-        const Image part = Image::fromBuffer(converted(*colours, PixelFormat::i420))
+        const Image part = Image::fromBuffer(converted(*colors, PixelFormat::i420))
                                .cropped(crop)
                                .translated(-crop.x, -crop.y)
                                .scaled(200 / crop.w, 150 / crop.h)
@@ -45,11 +45,11 @@ TEST(PlanarRender, agreesWithTheWayThroughColours) {
 }
 
 /// A chroma step that lies on a luma step stays on it, whatever the zoom.
-TEST(PlanarRender, colourStaysWithBrightness) {
-    const auto colours = bgraPicture(64, 8, [](int x, int) {
+TEST(PlanarRender, colorStaysWithBrightness) {
+    const auto colors = bgraPicture(64, 8, [](int x, int) {
         return x < 32 ? Pixel{0, 0, 160, 255} : Pixel{255, 255, 255, 255};
     });
-    const Image source = Image::fromBuffer(converted(*colours, PixelFormat::i420));
+    const Image source = Image::fromBuffer(converted(*colors, PixelFormat::i420));
     for (const double zoom : {1.7, 2.0, 3.3}) {
         PixelBuffer out(PixelFormat::i420, 160, 8);
         RenderContext().render(source.translated(-10.4, 0).scaled(zoom, 1), out, boundsOf(out));
@@ -125,10 +125,10 @@ TEST(PlanarRender, overlaysKeepTheirOrder) {
     }
 }
 
-TEST(PlanarRender, overlaysBlendAsInColours) {
-    const auto colours = waves(96, 64);
-    for (const ColourMatrix matrix : matrices) {
-        const Image screen = Image::fromBuffer(converted(*colours, PixelFormat::i420, matrix));
+TEST(PlanarRender, overlaysBlendAsInColors) {
+    const auto colors = waves(96, 64);
+    for (const ColorMatrix matrix : matrices) {
+        const Image screen = Image::fromBuffer(converted(*colors, PixelFormat::i420, matrix));
         const Image veil = Image::fromBuffer(RenderContext().makeBitmap(
             *Image::constant({0.9, 0.3, 0.1, 0.8})
                  .cropped({0, 0, 96, 64})
@@ -142,47 +142,47 @@ TEST(PlanarRender, overlaysBlendAsInColours) {
     }
 }
 
-TEST(PlanarRender, coloursSurviveTheRoundTripInEveryMatrix) {
-    const auto colours = bgraPicture(64, 64, [](int x, int y) {
+TEST(PlanarRender, colorsSurviveTheRoundTripInEveryMatrix) {
+    const auto colors = bgraPicture(64, 64, [](int x, int y) {
         const int block = x / 8 + y / 8 * 8;
         return Pixel{block * 37 % 256, block * 91 % 256, block * 53 % 256, 255};
     });
-    for (const ColourMatrix matrix : matrices) {
-        const auto planar = converted(*colours, PixelFormat::i420, matrix);
-        EXPECT_LE(largestDifference(*colours, *converted(*planar, PixelFormat::bgra)), 5);
-        // From any matrix to any other, and back to colours.
-        for (const ColourMatrix other : matrices) {
+    for (const ColorMatrix matrix : matrices) {
+        const auto planar = converted(*colors, PixelFormat::i420, matrix);
+        EXPECT_LE(largestDifference(*colors, *converted(*planar, PixelFormat::bgra)), 5);
+        // From any matrix to any other, and back to colors.
+        for (const ColorMatrix other : matrices) {
             PixelBuffer moved(PixelFormat::i420, 64, 64, other);
             RenderContext().render(Image::fromBuffer(planar), moved, boundsOf(moved));
-            EXPECT_LE(largestDifference(*colours, *converted(moved, PixelFormat::bgra)), 7);
+            EXPECT_LE(largestDifference(*colors, *converted(moved, PixelFormat::bgra)), 7);
         }
     }
 }
 
-/// Published figures: pure colours in BT.709 and BT.601, limited and full.
-TEST(PlanarRender, pureColoursHaveTheirPublishedLevels) {
+/// Published figures: pure colors in BT.709 and BT.601, limited and full.
+TEST(PlanarRender, pureColorsHaveTheirPublishedLevels) {
     struct Case {
-        ColourMatrix matrix;
-        Pixel colour;
+        ColorMatrix matrix;
+        Pixel color;
         std::array<int, 3> yuv;
     };
     const Case cases[] = {
-        {ColourMatrix::bt709Limited, {0, 0, 255, 255}, {63, 102, 240}},
-        {ColourMatrix::bt709Limited, {0, 255, 0, 255}, {173, 42, 26}},
-        {ColourMatrix::bt709Limited, {255, 0, 0, 255}, {32, 240, 118}},
-        {ColourMatrix::bt709Limited, {255, 255, 255, 255}, {235, 128, 128}},
-        {ColourMatrix::bt601Limited, {0, 0, 255, 255}, {81, 90, 240}},
-        {ColourMatrix::bt601Limited, {0, 255, 0, 255}, {145, 54, 34}},
-        {ColourMatrix::bt601Full, {255, 0, 0, 255}, {29, 255, 107}},
-        {ColourMatrix::bt709Full, {255, 255, 255, 255}, {255, 128, 128}},
-        {ColourMatrix::bt709Limited, {0, 0, 0, 0}, {16, 128, 128}},
+        {ColorMatrix::bt709Limited, {0, 0, 255, 255}, {63, 102, 240}},
+        {ColorMatrix::bt709Limited, {0, 255, 0, 255}, {173, 42, 26}},
+        {ColorMatrix::bt709Limited, {255, 0, 0, 255}, {32, 240, 118}},
+        {ColorMatrix::bt709Limited, {255, 255, 255, 255}, {235, 128, 128}},
+        {ColorMatrix::bt601Limited, {0, 0, 255, 255}, {81, 90, 240}},
+        {ColorMatrix::bt601Limited, {0, 255, 0, 255}, {145, 54, 34}},
+        {ColorMatrix::bt601Full, {255, 0, 0, 255}, {29, 255, 107}},
+        {ColorMatrix::bt709Full, {255, 255, 255, 255}, {255, 128, 128}},
+        {ColorMatrix::bt709Limited, {0, 0, 0, 0}, {16, 128, 128}},
     };
     for (const Case& c : cases) {
-        const auto planar = converted(*flatPicture(3, 3, c.colour), PixelFormat::i420, c.matrix);
+        const auto planar = converted(*flatPicture(3, 3, c.color), PixelFormat::i420, c.matrix);
         for (int plane = 0; plane < 3; ++plane)
             EXPECT_NEAR(*sampleAt(*planar, plane ? 1 : 2, plane ? 1 : 2, plane),
                         c.yuv[static_cast<std::size_t>(plane)], 1)
-                << "plane " << plane << " of " << c.colour[0] << ' ' << c.colour[1] << ' ' << c.colour[2];
+                << "plane " << plane << " of " << c.color[0] << ' ' << c.color[1] << ' ' << c.color[2];
     }
 }
 
@@ -209,7 +209,7 @@ TEST(PlanarRender, fillsWhatThePictureLeavesWithBlack) {
 
 TEST(ConvertPixels, grayAndLumaAndItsErrors) {
     const auto gray = grayPicture(5, 3, [](int x, int y) { return x * 50 + y * 10; });
-    for (const ColourMatrix matrix : matrices) {
+    for (const ColorMatrix matrix : matrices) {
         const auto planar = converted(*gray, PixelFormat::i420, matrix);
         EXPECT_LE(largestDifference(*gray, *converted(*planar, PixelFormat::gray8)), 1);
     }

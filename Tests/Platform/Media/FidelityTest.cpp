@@ -69,7 +69,7 @@ TEST_F(Fidelity, textOnAStillScreenStaysAsItWas) {
     const TextScene scene(Take::cursor, width, height, someText());
     const Similarity worst = worstOfRecording(scene, 120, 6'000'000, 0);
     EXPECT_GE(worst.luma, 0.98);
-    EXPECT_GE(worst.colour, 0.97);
+    EXPECT_GE(worst.color, 0.97);
     EXPECT_LT(movieBytes, 60 * 6'000'000 / 8 / 8);
 }
 

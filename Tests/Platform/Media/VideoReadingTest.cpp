@@ -110,7 +110,7 @@ TEST_F(VideoReading, codesOddSizesOneLargerWithTheLastLinesRepeated) {
     EXPECT_NEAR(luma.data[21 * luma.stride + 33], expectedLuma(0), 4);
 }
 
-TEST_F(VideoReading, bgraPicturesKeepTheirColours) {
+TEST_F(VideoReading, bgraPicturesKeepTheirColors) {
     auto picture = std::make_shared<PixelBuffer>(PixelFormat::bgra, 64, 48);
     for (int y = 0; y < 48; ++y)
         for (int x = 0; x < 64; ++x) {
@@ -138,12 +138,12 @@ TEST_F(VideoReading, bgraPicturesKeepTheirColours) {
 
 TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
     const struct {
-        ColourMatrix matrix;
+        ColorMatrix matrix;
         std::uint8_t white;
-    } cases[] = {{ColourMatrix::bt601Limited, 235},
-                 {ColourMatrix::bt601Full, 255},
-                 {ColourMatrix::bt709Limited, 235},
-                 {ColourMatrix::bt709Full, 255}};
+    } cases[] = {{ColorMatrix::bt601Limited, 235},
+                 {ColorMatrix::bt601Full, 255},
+                 {ColorMatrix::bt709Limited, 235},
+                 {ColorMatrix::bt709Full, 255}};
     for (const auto& c : cases) {
         const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, 64, 48, c.matrix);
         for (int plane = 0; plane < 3; ++plane) {
@@ -151,8 +151,8 @@ TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
             for (int y = 0; y < samples.height; ++y)
                 std::fill_n(samples.data + y * samples.stride, samples.width, plane == 0 ? c.white : 128);
         }
-        // Converted into the track's colours, or kept in a track of its own.
-        for (const ColourMatrix track : {ColourMatrix::bt709Limited, c.matrix}) {
+        // Converted into the track's colors, or kept in a track of its own.
+        for (const ColorMatrix track : {ColorMatrix::bt709Limited, c.matrix}) {
             SCOPED_TRACE(testing::Message() << static_cast<int>(c.matrix) << " " << static_cast<int>(track));
             VideoSettings settings = smallH264;
             settings.matrix = track;

@@ -120,15 +120,15 @@ INSTANTIATE_TEST_SUITE_P(Qualities, PersonSegmentationTest,
                              return level.param == Quality::fast ? "fast" : "accurate";
                          });
 
-TEST(FramePicture, ReadsTheSameColoursFromEveryLayoutOfLumaAndChroma) {
+TEST(FramePicture, ReadsTheSameColorsFromEveryLayoutOfLumaAndChroma) {
     // Pure red as each standard writes it (ITU-R BT.601 and BT.709, limited and full range).
     struct Case {
-        ColourMatrix matrix;
+        ColorMatrix matrix;
         int y, u, v;
     };
     for (const Case c :
-         {Case{ColourMatrix::bt601Limited, 81, 90, 240}, Case{ColourMatrix::bt601Full, 76, 85, 255},
-          Case{ColourMatrix::bt709Limited, 63, 102, 240}, Case{ColourMatrix::bt709Full, 54, 99, 255}}) {
+         {Case{ColorMatrix::bt601Limited, 81, 90, 240}, Case{ColorMatrix::bt601Full, 76, 85, 255},
+          Case{ColorMatrix::bt709Limited, 63, 102, 240}, Case{ColorMatrix::bt709Full, 54, 99, 255}}) {
         const PixelBuffer frame(PixelFormat::i420, 63, 49, c.matrix);
         const int values[] = {c.y, c.u, c.v};
         for (int i = 0; i < 3; ++i) {

@@ -42,7 +42,7 @@ FocusScope {
                 width: 40
                 height: 40
                 name: "exclamationmark.triangle.fill"
-                colour: Color.warning
+                color: Color.warning
             }
             Column {
                 id: words

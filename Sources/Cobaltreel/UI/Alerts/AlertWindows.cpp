@@ -1,9 +1,9 @@
 #include "Cobaltreel/UI/Alerts/AlertWindows.hpp"
 
-#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
 #include "Cobaltreel/UI/Alerts/AlertContent.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
-#include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/UI/Windows/QtColor.hpp"
 
 #include <QQuickItem>
 #include <QScreen>
@@ -42,7 +42,7 @@ void AlertWindows::showNext() {
     window_->setFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
                       Qt::WindowStaysOnTopHint);
     window_->setModality(Qt::ApplicationModal);
-    window_->setColor(qtColour(Colours::window));
+    window_->setColor(qtColor(Colors::window));
     window_->setTitle(QStringLiteral("Cobaltreel"));
     AppWindows::setLocalizedContent(
         *window_, View::ofModule(QStringLiteral("Cobaltreel.Alerts"), QStringLiteral("AlertView"),

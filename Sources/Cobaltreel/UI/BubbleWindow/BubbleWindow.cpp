@@ -14,7 +14,7 @@ const QRegion nothing{-2, -2, 1, 1};
 
 /// What a pixel must cover to be inside the outline, of 255. With blending every trace of a pixel is;
 /// without, the half that shows more of the picture than of what is around it.
-constexpr int leastAlphaBlended = 1, leastAlphaAlone = 128;
+constexpr int minAlphaBlended = 1, minAlphaAlone = 128;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ void BubbleWindow::place(const QRect& frame) {
 void BubbleWindow::setPicture(const QImage& picture) {
     // A person moves; the circle stays as long as its size does.
     const bool hasOtherOutline = style_ == CameraStyle::cutout || picture.size() != picture_.size();
-    // Without blending the edges are seen in their full colour.
+    // Without blending the edges are seen in their full color.
     picture_ = blended_ ? picture : picture.convertToFormat(QImage::Format_ARGB32);
     if (hasOtherOutline) cutOut();
     update();
@@ -92,7 +92,7 @@ QRegion BubbleWindow::outline() const {
     if (picture_.isNull()) return nothing;
     const QRect place = fitted().toRect();
     const QImage shape = picture_.size() == place.size() ? picture_ : picture_.scaled(place.size());
-    const int least = blended_ ? leastAlphaBlended : leastAlphaAlone;
+    const int least = blended_ ? minAlphaBlended : minAlphaAlone;
     QList<QRect> runs;
     for (int y = 0; y < shape.height(); ++y) {
         const auto* line = reinterpret_cast<const QRgb*>(shape.constScanLine(y));

@@ -20,7 +20,7 @@ CutoutFeeder::CutoutFeeder(std::shared_ptr<platform::Clock> clock,
 bool CutoutFeeder::admit() {
     const double now = clock_->now();
     const std::scoped_lock lock(lock_);
-    if (busy_ || now - lastTime_ < leastInterval) return false;
+    if (busy_ || now - lastTime_ < minInterval) return false;
     busy_ = true;
     lastTime_ = now;
     return true;

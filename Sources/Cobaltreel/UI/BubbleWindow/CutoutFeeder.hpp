@@ -14,7 +14,7 @@ namespace cobaltreel {
 class CutoutFeeder final : public BubbleFeeder {
   public:
     /// Seconds between two frames that are segmented, at least.
-    static constexpr double leastInterval = 0.05;
+    static constexpr double minInterval = 0.05;
 
     /// Without `vision` there is never a picture.
     CutoutFeeder(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::MainLoop> mainLoop,

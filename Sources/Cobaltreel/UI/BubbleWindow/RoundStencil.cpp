@@ -1,7 +1,7 @@
 #include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 
-#include "Cobaltreel/Support/Colours.hpp"
-#include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
+#include "Cobaltreel/UI/Windows/QtColor.hpp"
 
 #include <QPainter>
 #include <QPen>
@@ -14,7 +14,7 @@ RoundStencil::RoundStencil(QSize size, double ringWidth)
     {
         QPainter painter(&ring_);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(qtColour(Colours::ring), ringWidth));
+        painter.setPen(QPen(qtColor(Colors::ring), ringWidth));
         const double inset = ringWidth / 2;
         painter.drawEllipse(whole.adjusted(inset, inset, -inset, -inset));
     }

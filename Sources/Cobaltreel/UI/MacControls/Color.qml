@@ -2,7 +2,7 @@ pragma Singleton
 
 import QtQuick
 
-/// The colours of the interface, in sRGB. All of it is dark.
+/// The colors of the interface, in sRGB. All of it is dark.
 QtObject {
     readonly property color crAccent: Qt.rgba(0, 0.48, 1, 1)
     readonly property color crSwitchOn: Qt.rgba(0.2, 0.78, 0.35, 1)

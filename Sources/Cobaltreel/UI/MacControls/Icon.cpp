@@ -13,17 +13,17 @@ void Icon::setName(const QString& name) {
     update();
 }
 
-void Icon::setColour(const QColor& colour) {
-    if (colour == colour_) return;
-    colour_ = colour;
-    Q_EMIT colourChanged();
+void Icon::setColor(const QColor& color) {
+    if (color == color_) return;
+    color_ = color;
+    Q_EMIT colorChanged();
     update();
 }
 
 void Icon::paint(QPainter* painter) {
     const qreal density = painter->device()->devicePixelRatio();
     const QSize pixels = (size() * density).toSize();
-    painter->drawImage(QRectF(QPointF(), size()), IconArt::image(name_, pixels, colour_));
+    painter->drawImage(QRectF(QPointF(), size()), IconArt::image(name_, pixels, color_));
 }
 
 }  // namespace cobaltreel

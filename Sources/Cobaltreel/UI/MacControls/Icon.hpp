@@ -13,24 +13,24 @@ class Icon : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged REQUIRED FINAL)
-    Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
+    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged FINAL)
 
   public:
     explicit Icon(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
 
     QString name() const { return name_; }
     void setName(const QString& name);
-    QColor colour() const { return colour_; }
-    void setColour(const QColor& colour);
+    QColor color() const { return color_; }
+    void setColor(const QColor& color);
     void paint(QPainter* painter) override;
 
   Q_SIGNALS:
     void nameChanged();
-    void colourChanged();
+    void colorChanged();
 
   private:
     QString name_;
-    QColor colour_ = Qt::white;
+    QColor color_ = Qt::white;
 };
 
 }  // namespace cobaltreel

@@ -7,12 +7,12 @@
 
 namespace cobaltreel {
 
-/// The product's own vector pictures, one colour each, drawn on a square.
+/// The product's own vector pictures, one color each, drawn on a square.
 struct IconArt {
     IconArt() = delete;
 
-    /// The picture `name` in one colour over transparency, centred in `pixels`; empty for an unknown name.
-    static QImage image(const QString& name, QSize pixels, const QColor& colour);
+    /// The picture `name` in one color over transparency, centred in `pixels`; empty for an unknown name.
+    static QImage image(const QString& name, QSize pixels, const QColor& color);
 };
 
 }  // namespace cobaltreel

@@ -44,7 +44,7 @@ T.AbstractButton {
     }
 
     background: SmoothRectangle {
-        colour: control.fill
+        color: control.fill
         radius: control.corner
 
         Rectangle {

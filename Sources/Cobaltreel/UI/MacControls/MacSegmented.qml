@@ -49,7 +49,7 @@ Item {
 
     SmoothRectangle {
         anchors.fill: parent
-        colour: Color.crFillSoft
+        color: Color.crFillSoft
         radius: 8
     }
     Repeater {

@@ -22,10 +22,10 @@ double stretch() {
 
 }  // namespace
 
-void SmoothRectangle::setColour(const QColor& colour) {
-    if (colour == colour_) return;
-    colour_ = colour;
-    Q_EMIT colourChanged();
+void SmoothRectangle::setColor(const QColor& color) {
+    if (color == color_) return;
+    color_ = color;
+    Q_EMIT colorChanged();
     update();
 }
 
@@ -66,7 +66,7 @@ QPainterPath SmoothRectangle::outline(const QRectF& rectangle, qreal radius) {
 
 void SmoothRectangle::paint(QPainter* painter) {
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->fillPath(outline(QRectF(QPointF(), size()), radius_), colour_);
+    painter->fillPath(outline(QRectF(QPointF(), size()), radius_), color_);
 }
 
 }  // namespace cobaltreel

@@ -13,14 +13,14 @@ namespace cobaltreel {
 class SmoothRectangle : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QColor colour READ colour WRITE setColour NOTIFY colourChanged FINAL)
+    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged FINAL)
     Q_PROPERTY(qreal radius READ radius WRITE setRadius NOTIFY radiusChanged FINAL)
 
   public:
     explicit SmoothRectangle(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
 
-    QColor colour() const { return colour_; }
-    void setColour(const QColor& colour);
+    QColor color() const { return color_; }
+    void setColor(const QColor& color);
     qreal radius() const { return radius_; }
     void setRadius(qreal radius);
     void paint(QPainter* painter) override;
@@ -29,11 +29,11 @@ class SmoothRectangle : public QQuickPaintedItem {
     static QPainterPath outline(const QRectF& rectangle, qreal radius);
 
   Q_SIGNALS:
-    void colourChanged();
+    void colorChanged();
     void radiusChanged();
 
   private:
-    QColor colour_ = Qt::white;
+    QColor color_ = Qt::white;
     qreal radius_ = 0;
 };
 

@@ -22,7 +22,7 @@ void blurLine(uchar* line, int count, qsizetype stride, int reach, std::vector<u
 
 }  // namespace
 
-QImage SoftShadow::cast(const QImage& picture, double radius, const QColor& colour) {
+QImage SoftShadow::cast(const QImage& picture, double radius, const QColor& color) {
     QImage coverage = picture.convertToFormat(QImage::Format_Alpha8);
     const int width = coverage.width(), height = coverage.height();
     std::vector<uchar> copy(static_cast<std::size_t>(std::max(width, height)));
@@ -36,7 +36,7 @@ QImage SoftShadow::cast(const QImage& picture, double radius, const QColor& colo
     }
 
     QImage shadow(picture.size(), QImage::Format_ARGB32_Premultiplied);
-    shadow.fill(colour);
+    shadow.fill(color);
     QPainter painter(&shadow);
     painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
     coverage.setDevicePixelRatio(1);

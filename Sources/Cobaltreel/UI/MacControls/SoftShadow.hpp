@@ -9,10 +9,10 @@ namespace cobaltreel {
 struct SoftShadow {
     SoftShadow() = delete;
 
-    /// The coverage (alpha) of `picture` blurred and filled with `colour`, of the picture's own size: leave
+    /// The coverage (alpha) of `picture` blurred and filled with `color`, of the picture's own size: leave
     /// a margin of `radius` around what casts the shadow. `radius`, in pixels, is two standard deviations
     /// of the blur.
-    static QImage cast(const QImage& picture, double radius, const QColor& colour);
+    static QImage cast(const QImage& picture, double radius, const QColor& color);
 };
 
 }  // namespace cobaltreel

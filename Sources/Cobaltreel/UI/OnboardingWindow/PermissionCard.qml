@@ -29,7 +29,7 @@ Rectangle {
         width: 18
         height: 18
         name: card.granted ? "checkmark.circle.fill" : "circle"
-        colour: card.granted ? Color.crSwitchOn : Color.secondaryText
+        color: card.granted ? Color.crSwitchOn : Color.secondaryText
         Accessible.role: Accessible.Indicator
         Accessible.name: card.title
         Accessible.checkable: true

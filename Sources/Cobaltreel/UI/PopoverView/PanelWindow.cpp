@@ -1,8 +1,8 @@
 #include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
 
-#include "Cobaltreel/Support/Colours.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
-#include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/UI/Windows/QtColor.hpp"
 #include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
@@ -21,7 +21,7 @@ namespace {
 /// Seconds between losing the focus to a click on the status item and hearing of that click.
 constexpr double sameClick = 0.3;
 
-const QColor edgeColour = QColor::fromRgbF(0.23F, 0.23F, 0.23F);
+const QColor edgeColor = QColor::fromRgbF(0.23F, 0.23F, 0.23F);
 
 }  // namespace
 
@@ -52,7 +52,7 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
     connect(&model, &PopoverModel::stateChanged, this, [this] {
         if (look_ == Look::popover && isOpen() && model_.isStarting()) close();
     });
-    setColor(blended_ ? QColor(Qt::transparent) : qtColour(Colours::window));
+    setColor(blended_ ? QColor(Qt::transparent) : qtColor(Colors::window));
     AppWindows::setLocalizedContent(
         *this, View::ofModule(QStringLiteral("Cobaltreel.PopoverView"), QStringLiteral("PopoverView"),
                               {{QStringLiteral("model"), QVariant::fromValue(&model)}}));
@@ -60,7 +60,7 @@ PanelWindow::PanelWindow(PopoverModel& model, Look look, std::shared_ptr<platfor
         if (look == Look::popover) {
             // Cut out without blending, round corners are ragged.
             if (blended_) root->setProperty("radius", corner);
-            QQmlProperty(root, QStringLiteral("border.color")).write(edgeColour);
+            QQmlProperty(root, QStringLiteral("border.color")).write(edgeColor);
         }
         connect(root, &QQuickItem::implicitHeightChanged, this, &PanelWindow::fit);
     }

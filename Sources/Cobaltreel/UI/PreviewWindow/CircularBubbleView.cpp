@@ -1,7 +1,7 @@
 #include "Cobaltreel/UI/PreviewWindow/CircularBubbleView.hpp"
 
-#include "Cobaltreel/Support/Colours.hpp"
-#include "Cobaltreel/UI/Windows/QtColour.hpp"
+#include "Cobaltreel/Support/Colors.hpp"
+#include "Cobaltreel/UI/Windows/QtColor.hpp"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -66,7 +66,7 @@ void CircularBubbleView::paint(QPainter* painter) {
     brush.setTransform(place);
     painter->fillPath(outline, brush);
 
-    painter->setPen(QPen(qtColour(Colours::ring), ringWidth));
+    painter->setPen(QPen(qtColor(Colors::ring), ringWidth));
     painter->setBrush(Qt::NoBrush);
     painter->drawEllipse(circle.adjusted(ringWidth / 2, ringWidth / 2, -ringWidth / 2, -ringWidth / 2));
 }

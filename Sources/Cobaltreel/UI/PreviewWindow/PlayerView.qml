@@ -111,7 +111,7 @@ FocusScope {
         }
         SmoothRectangle {
             anchors.fill: parent
-            colour: Qt.rgba(0.1, 0.1, 0.1, 0.78)
+            color: Qt.rgba(0.1, 0.1, 0.1, 0.78)
             radius: 9
         }
         MacButton {

@@ -109,9 +109,9 @@ QString PreviewModel::exportedTo() const {
 
 QString PreviewModel::timeLeft() const {
     // The first frames wait for decoders and encoders to start and tell little.
-    constexpr double leastElapsed = 1.5, leastProgress = 0.02;
+    constexpr double minElapsed = 1.5, minProgress = 0.02;
     const double elapsed = services_.clock->now() - exportStart_;
-    if (!exporting_ || elapsed < leastElapsed || progress_ < leastProgress) return {};
+    if (!exporting_ || elapsed < minElapsed || progress_ < minProgress) return {};
     return S::timeLeft(mmss(std::ceil(elapsed * (1 - progress_) / progress_)));
 }
 

@@ -11,7 +11,7 @@ FocusScope {
     required property PreviewModel model
 
     readonly property real frame: 1 / 30
-    readonly property real leastPicture: 120
+    readonly property real minPicture: 120
     readonly property Item focused: Window.activeFocusItem
 
     implicitWidth: 700
@@ -56,7 +56,7 @@ FocusScope {
 
         anchors.fill: parent
         contentWidth: width
-        contentHeight: Math.max(height, 2 * 16 + view.leastPicture + choices.spacing + choices.implicitHeight)
+        contentHeight: Math.max(height, 2 * 16 + view.minPicture + choices.spacing + choices.implicitHeight)
         interactive: contentHeight > height
         boundsBehavior: Flickable.StopAtBounds
         clip: interactive
@@ -69,7 +69,7 @@ FocusScope {
             anchors.right: parent.right
             anchors.top: parent.top
             anchors.margins: 16
-            height: Math.max(view.leastPicture, view.height - 2 * 16 - choices.implicitHeight - choices.spacing)
+            height: Math.max(view.minPicture, view.height - 2 * 16 - choices.implicitHeight - choices.spacing)
             model: view.model
             focus: true
         }

@@ -16,14 +16,14 @@ class DirtyArea {
         if (rect.isEmpty()) return;
         for (;;) {
             std::size_t nearest = rects_.size();
-            auto leastGrowth = std::numeric_limits<std::int64_t>::max();
+            auto minGrowth = std::numeric_limits<std::int64_t>::max();
             for (std::size_t i = 0; i < rects_.size(); ++i) {
                 if (rects_[i].contains(rect)) return;
                 const std::int64_t growth = pixelCount(united(rects_[i], rect)) - pixelCount(rects_[i]);
                 const bool isMet = !rects_[i].intersected(rect).isEmpty();
-                if (isMet || growth < leastGrowth) {
+                if (isMet || growth < minGrowth) {
                     nearest = i;
-                    leastGrowth = growth;
+                    minGrowth = growth;
                 }
                 if (isMet) break;
             }

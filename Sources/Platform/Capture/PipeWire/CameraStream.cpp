@@ -52,12 +52,12 @@ std::optional<PictureLayout> layoutOf(std::uint32_t format) {
 
 bool isRgb(PictureLayout layout) { return layout >= PictureLayout::bgra; }
 
-ColourMatrix matrixOf(const spa_video_info_raw& info, PictureLayout layout) {
-    if (isRgb(layout)) return ColourMatrix::bt601Limited;  // what the conversion makes of it
+ColorMatrix matrixOf(const spa_video_info_raw& info, PictureLayout layout) {
+    if (isRgb(layout)) return ColorMatrix::bt601Limited;  // what the conversion makes of it
     const bool full = info.color_range == SPA_VIDEO_COLOR_RANGE_0_255;
     if (info.color_matrix == SPA_VIDEO_COLOR_MATRIX_BT709)
-        return full ? ColourMatrix::bt709Full : ColourMatrix::bt709Limited;
-    return full ? ColourMatrix::bt601Full : ColourMatrix::bt601Limited;
+        return full ? ColorMatrix::bt709Full : ColorMatrix::bt709Limited;
+    return full ? ColorMatrix::bt601Full : ColorMatrix::bt601Limited;
 }
 
 int packedBytesPerPixel(PictureLayout layout) {

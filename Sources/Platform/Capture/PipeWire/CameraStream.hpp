@@ -51,7 +51,7 @@ class CameraStream {
     PictureConverter converter_;
     std::optional<MjpegDecoder> decoder_;  // while the camera sends MJPEG
     PictureLayout layout_ = PictureLayout::yuy2;
-    ColourMatrix matrix_ = ColourMatrix::bt601Limited;
+    ColorMatrix matrix_ = ColorMatrix::bt601Limited;
     Size size_;
     bool fasterThanWanted_ = false;
     bool hasFormat_ = false;

@@ -84,7 +84,7 @@ std::optional<CastFormat> readCastFormat(const spa_pod* param) {
 
 std::vector<const spa_pod*> castBufferParams(spa_pod_builder& builder, const CastFormat& format,
                                              int largestCursor) {
-    constexpr std::size_t mostDamage = 16, usualCursor = 64;
+    constexpr std::size_t maxDamage = 16, usualCursor = 64;
     const int kinds = format.isDmaBuf ? 1 << SPA_DATA_DmaBuf : (1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr);
     std::vector<const spa_pod*> params;
     params.push_back(static_cast<const spa_pod*>(spa_pod_builder_add_object(
@@ -92,8 +92,8 @@ std::vector<const spa_pod*> castBufferParams(spa_pod_builder& builder, const Cas
         SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(kinds))));
     params.push_back(metaParam(builder, SPA_META_Header, sizeof(spa_meta_header)));
     params.push_back(metaParam(builder, SPA_META_VideoCrop, sizeof(spa_meta_region)));
-    params.push_back(metaParam(builder, SPA_META_VideoDamage, sizeof(spa_meta_region) * mostDamage,
-                               sizeof(spa_meta_region), sizeof(spa_meta_region) * mostDamage));
+    params.push_back(metaParam(builder, SPA_META_VideoDamage, sizeof(spa_meta_region) * maxDamage,
+                               sizeof(spa_meta_region), sizeof(spa_meta_region) * maxDamage));
     params.push_back(metaParam(builder, SPA_META_Cursor, cursorBytes(usualCursor), cursorBytes(1),
                                cursorBytes(largestCursor)));
     return params;

@@ -11,7 +11,7 @@ namespace {
 
 /// Shadows are fainter at their darkest, translucent terminals seldom as faint.
 constexpr int strongestShadow = 153;
-constexpr int darkest = 16;  // colour of a shadow, premultiplied
+constexpr int darkest = 16;  // color of a shadow, premultiplied
 constexpr int rounding = 2;
 
 /// The pixels of a picture in a format whose alpha, if any, is its byte number `alpha`.
@@ -20,16 +20,16 @@ class AlphaView {
     AlphaView(const CastPicture& picture, int alpha) : plane_(picture.plane), alpha_(alpha) {}
 
     bool isShadow(const PixelRect& area) const {
-        return all(area, [](int alpha, int colour) { return alpha < strongestShadow && colour <= darkest; });
+        return all(area, [](int alpha, int color) { return alpha < strongestShadow && color <= darkest; });
     }
-    /// Whether the fourth byte can be the alpha of premultiplied colours; whatever else stands there is less
+    /// Whether the fourth byte can be the alpha of premultiplied colors; whatever else stands there is less
     /// than some of them.
     bool isAlpha(const PixelRect& area) const {
-        return all(area, [](int alpha, int colour) { return colour <= alpha + rounding; });
+        return all(area, [](int alpha, int color) { return color <= alpha + rounding; });
     }
 
   private:
-    /// `test` gets a pixel's alpha and its brightest colour.
+    /// `test` gets a pixel's alpha and its brightest color.
     template <class Test>
     bool all(const PixelRect& area, Test test) const {
         for (int y = area.y; y < area.maxY(); ++y) {
@@ -37,8 +37,8 @@ class AlphaView {
                 plane_.data + static_cast<std::ptrdiff_t>(y) * plane_.stride + std::ptrdiff_t{4} * area.x;
             const int first = alpha_ == 0 ? 1 : 0;
             for (int x = 0; x < area.width; ++x, pixel += 4) {
-                const int colour = std::max({pixel[first], pixel[first + 1], pixel[first + 2]});
-                if (!test(pixel[alpha_], colour)) return false;
+                const int color = std::max({pixel[first], pixel[first + 1], pixel[first + 2]});
+                if (!test(pixel[alpha_], color)) return false;
             }
         }
         return true;

@@ -24,7 +24,7 @@ constexpr double patience = 10.0;  // seconds
 /// where windows fade out.
 constexpr double settling = 0.25;  // seconds
 /// Pictures are drawn some time before they arrive, the pointer's moves are of now: their times never cross.
-constexpr std::int64_t leastStep = 2'000'000;  // nanoseconds
+constexpr std::int64_t minStep = 2'000'000;  // nanoseconds
 
 std::int64_t now() { return static_cast<std::int64_t>(HostClock().now() * perSecond); }
 
@@ -292,7 +292,7 @@ void CastStream::deliver() {
     }
     // The picture's own time once; the pointer that moves over it has the time of now.
     const std::int64_t time =
-        std::max(pictureTime_ != 0 ? std::exchange(pictureTime_, 0) : now(), lastTime_ + leastStep);
+        std::max(pictureTime_ != 0 ? std::exchange(pictureTime_, 0) : now(), lastTime_ + minStep);
     lastTime_ = time;
     isPictureNew_ = !output_->deliver({time, nanosecondTimescale}, std::move(frame), frames_->takeDropped());
     isPointerNew_ = false;

@@ -89,7 +89,7 @@ std::optional<RawPicture> MjpegDecoder::decode(std::span<const std::uint8_t> byt
         picture.strides[i] = frame.linesize[i];
     }
     picture.matrix =
-        frame.color_range == AVCOL_RANGE_MPEG ? ColourMatrix::bt601Limited : ColourMatrix::bt601Full;
+        frame.color_range == AVCOL_RANGE_MPEG ? ColorMatrix::bt601Limited : ColorMatrix::bt601Full;
     return picture;
 }
 

@@ -37,7 +37,7 @@ struct RawPicture {
     int height = 0;
     std::array<const std::uint8_t*, 3> planes{};
     std::array<int, 3> strides{};  ///< bytes
-    ColourMatrix matrix = ColourMatrix::bt601Limited;
+    ColorMatrix matrix = ColorMatrix::bt601Limited;
 };
 
 /// Turns pictures of any layout and size into i420 of one size: the largest part in the middle that has the
@@ -64,7 +64,7 @@ class PictureConverter {
     int height_;
     std::size_t limit_;
     std::optional<PixelBufferPool> pool_;
-    std::optional<ColourMatrix> poolMatrix_;
+    std::optional<ColorMatrix> poolMatrix_;
     Scratch whole_, scaled_;
 };
 

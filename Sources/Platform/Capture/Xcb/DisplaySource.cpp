@@ -76,8 +76,8 @@ bool DisplaySource::read(const RectList& areas) {
         inside.push_back(area.translated(-area_.x, -area_.y));
     if (!grabber_.read(connection_.root(), area_.x, area_.y, inside, pointer_.get())) {
         // Most likely the screen has just been made smaller.
-        constexpr int mostRefusals = 10;
-        if (++refusals_ > mostRefusals && !connection_.isBroken())
+        constexpr int maxRefusals = 10;
+        if (++refusals_ > maxRefusals && !connection_.isBroken())
             throw PlatformError(
                 "ScreenCapture", contentVanished,
                 "The X server refuses to hand out the picture of the display \"" + display_.name + "\".");

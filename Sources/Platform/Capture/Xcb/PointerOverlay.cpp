@@ -65,8 +65,8 @@ void PointerOverlay::learnShape() {
         connection_.reply(xcb_xfixes_get_cursor_image_reply, xcb_xfixes_get_cursor_image(connection_.get()));
     if (!image) return;
     // Animated pointers come round again; programs that make ever new ones must not fill the memory.
-    constexpr std::size_t mostShapes = 64;
-    if (shapes_.size() >= mostShapes) shapes_.clear();
+    constexpr std::size_t maxShapes = 64;
+    if (shapes_.size() >= maxShapes) shapes_.clear();
     const std::uint32_t* pixels = xcb_xfixes_get_cursor_image_cursor_image(image.get());
     const std::size_t count = static_cast<std::size_t>(image->width) * image->height;
     CursorImage shape{image->width, image->height, image->xhot, image->yhot, {pixels, pixels + count}};

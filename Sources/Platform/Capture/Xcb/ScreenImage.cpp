@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t bytesPerPixel = 4;
 /// Each part is a request of its own; more of them cost more than a picture of everything.
-constexpr std::size_t mostParts = 64;
+constexpr std::size_t maxParts = 64;
 
 std::size_t bytesOf(const PixelRect& area) {
     return static_cast<std::size_t>(pixelCount(area)) * bytesPerPixel;
@@ -29,7 +29,7 @@ void ScreenImage::request(xcb_drawable_t drawable, int x, int y, const RectList&
     const PixelRect whole{0, 0, width(), height()};
     parts_.clear();
     kept_.clear();
-    isWhole_ = 2 * pixelCount(areas) > pixelCount(whole) || areas.size() > mostParts;
+    isWhole_ = 2 * pixelCount(areas) > pixelCount(whole) || areas.size() > maxParts;
     if (isWhole_) kept_ = without(RectList{whole}, areas);
     std::size_t offset = 0;
     for (const PixelRect& area : isWhole_ ? RectList{whole} : areas) {

@@ -141,7 +141,7 @@ void requireKnownPixels(const XcbConnection& connection) {
         throw PlatformError(
             "ScreenCapture", 2,
             "The display \"" + connection.name() + "\" shows " + std::to_string(screen.root_depth) +
-                "-bit colours in a layout that cannot be recorded. Set it to 24-bit true colour.");
+                "-bit colors in a layout that cannot be recorded. Set it to 24-bit true color.");
 }
 
 }  // namespace platform

@@ -7,10 +7,10 @@ namespace platform {
 namespace {
 
 /// Scattered painting leaves ever smaller pieces; past this many, their box stands for them.
-constexpr std::size_t mostPieces = 256;
+constexpr std::size_t maxPieces = 256;
 
 void simplify(RectList& area) {
-    if (area.size() <= mostPieces) return;
+    if (area.size() <= maxPieces) return;
     PixelRect box;
     for (const PixelRect& each : area) box = united(box, each);
     area = {box};

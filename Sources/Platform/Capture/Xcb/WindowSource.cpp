@@ -112,7 +112,7 @@ void WindowSource::followFrame() {
     if (geometry && geometry->depth != 24 && geometry->depth != 32)
         throw PlatformError("ScreenCapture", serverLacks,
                             "The window \"" + title_ + "\" is drawn in " + std::to_string(geometry->depth) +
-                                "-bit colours, which cannot be recorded by themselves. Record the whole "
+                                "-bit colors, which cannot be recorded by themselves. Record the whole "
                                 "display.");
     learnClient();
     learnShape();

@@ -11,8 +11,8 @@ CastDesktop::CastDesktop(std::shared_ptr<CastScreen> screen, std::shared_ptr<Poi
 CastDesktop::Buttons CastDesktop::buttonsOf(double time) {
     recent_.push_back({clock_->now(), buttons_->take()});
     // One state a call, so that a short click is not passed over; more only when nobody has asked for long.
-    constexpr std::size_t mostWaiting = 16;
-    while (recent_.size() > mostWaiting) recent_.pop_front();
+    constexpr std::size_t maxWaiting = 16;
+    while (recent_.size() > maxWaiting) recent_.pop_front();
     if (recent_.front().time > time) return {time, told_};
     const Buttons due = recent_.front();
     recent_.pop_front();

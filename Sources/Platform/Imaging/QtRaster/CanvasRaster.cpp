@@ -12,9 +12,9 @@
 namespace platform::imaging {
 namespace {
 
-QColor toQColor(const Colour& colour) {
+QColor toQColor(const Color& color) {
     const auto unit = [](double v) { return static_cast<float>(v > 0 ? std::min(v, 1.0) : 0.0); };
-    return QColor::fromRgbF(unit(colour.red), unit(colour.green), unit(colour.blue), unit(colour.alpha));
+    return QColor::fromRgbF(unit(color.red), unit(color.green), unit(color.blue), unit(color.alpha));
 }
 
 /// A line is filled as the ring between two ellipses: the painter's own pen draws it a tenth of a pixel
@@ -44,7 +44,7 @@ void rasteriseCanvas(const CanvasNode& canvas, const AxisMap& map, const Tile& t
                     static_cast<double>(area.width()), static_cast<double>(area.height())};
     for (const CanvasNode::Shape& shape : canvas.shapes) {
         if (map(shape.bounds.insetBy(-shape.lineWidth / 2)).insetBy(-1).intersected(seen).isEmpty()) continue;
-        painter.fillPath(outlineOf(shape), toQColor(shape.colour));
+        painter.fillPath(outlineOf(shape), toQColor(shape.color));
     }
 }
 

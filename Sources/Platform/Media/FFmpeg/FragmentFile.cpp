@@ -20,7 +20,7 @@ namespace {
 
 constexpr int bufferBytes = 32 * 1024;
 // Twenty seconds at the highest rate of a recording: longer than disks take to wake.
-constexpr std::size_t mostWaitingBytes = 64 * 1024 * 1024;
+constexpr std::size_t maxWaitingBytes = 64 * 1024 * 1024;
 
 }  // namespace
 
@@ -84,7 +84,7 @@ void FragmentFile::cut() {
     if (io_->error < 0) throw libraryError(io_->error, "The movie " + path_.string() + " cannot be written");
     if (piece_.empty()) return;
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return failure_ != 0 || waitingBytes_ < mostWaitingBytes; });
+    changed_.wait(lock, [this] { return failure_ != 0 || waitingBytes_ < maxWaitingBytes; });
     if (failure_ != 0) throwFailure();
     pieceStart_ += static_cast<std::int64_t>(piece_.size());
     position_ = 0;

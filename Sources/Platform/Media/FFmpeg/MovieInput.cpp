@@ -19,7 +19,7 @@ namespace {
 // What a damaged movie says of its length and size is not believed beyond these: a day, and more pixels than
 // any screen has today; a decoder keeps a dozen pictures and more.
 constexpr double longestMovie = 24 * 3600;  // seconds
-constexpr std::int64_t mostPixels = 36'000'000;
+constexpr std::int64_t maxPixels = 36'000'000;
 constexpr std::int64_t manyPixels = 10'000'000;  // of these not one for each processor
 
 // Kinds of movie that people have; a text file or a picture is not taken for one.
@@ -187,7 +187,7 @@ CodecPtr MovieInput::openDecoder() const {
     check(avcodec_parameters_to_context(decoder.get(), chosen.codecpar), sentence);
     decoder->pkt_timebase = chosen.time_base;
     const std::int64_t pixels = static_cast<std::int64_t>(decoder->width) * decoder->height;
-    decoder->max_pixels = mostPixels;
+    decoder->max_pixels = maxPixels;
     decoder->thread_count = codec->type != AVMEDIA_TYPE_VIDEO ? 1 : pixels > manyPixels ? 2 : 0;
     check(avcodec_open2(decoder.get(), codec, nullptr), sentence);
     return decoder;

@@ -19,12 +19,12 @@ namespace {
 constexpr int standardDefinitionBelow = 720;  // rows; unmarked pictures smaller than this are BT.601
 constexpr std::size_t poolLimit = 32;         // more than that at once come without recycling
 
-bool isFullRange(ColourMatrix matrix) {
-    return matrix == ColourMatrix::bt601Full || matrix == ColourMatrix::bt709Full;
+bool isFullRange(ColorMatrix matrix) {
+    return matrix == ColorMatrix::bt601Full || matrix == ColorMatrix::bt709Full;
 }
 
-const int* coefficients(ColourMatrix matrix) {
-    const bool old = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt601Full;
+const int* coefficients(ColorMatrix matrix) {
+    const bool old = matrix == ColorMatrix::bt601Limited || matrix == ColorMatrix::bt601Full;
     return sws_getCoefficients(old ? SWS_CS_ITU601 : SWS_CS_ITU709);
 }
 
@@ -32,7 +32,7 @@ bool isPlanar420(int format) { return format == AV_PIX_FMT_YUV420P || format == 
 
 /// A buffer of a pool that is made anew when the shape or the matrix changes.
 PixelBufferRef takeFrom(std::optional<PixelBufferPool>& pool, PixelFormat format, int width, int height,
-                        ColourMatrix matrix) {
+                        ColorMatrix matrix) {
     const auto renew = [&] { pool.emplace(format, width, height, poolLimit, matrix); };
     if (!pool || pool->format() != format || pool->width() != width || pool->height() != height) renew();
     PixelBufferRef buffer = pool->createPixelBuffer();
@@ -43,7 +43,7 @@ PixelBufferRef takeFrom(std::optional<PixelBufferPool>& pool, PixelFormat format
     return buffer ? buffer : std::make_shared<PixelBuffer>(format, width, height, matrix);
 }
 
-PixelBufferRef wrap(const AVFrame& frame, ColourMatrix matrix) {
+PixelBufferRef wrap(const AVFrame& frame, ColorMatrix matrix) {
     FramePtr kept(av_frame_clone(&frame));
     if (!kept) throw std::bad_alloc();
     const int chromaWidth = (frame.width + 1) / 2, chromaHeight = (frame.height + 1) / 2;
@@ -92,7 +92,7 @@ FramePtr frameOver(const ConstPixelBufferRef& buffer) {
         AV_BUFFER_FLAG_READONLY);
     if (!frame->buf[0]) throw std::bad_alloc();
     static_cast<void>(owner.release());  // now the frame's
-    const ColourMarks marks = marksOf(buffer->matrix());
+    const ColorMarks marks = marksOf(buffer->matrix());
     frame->colorspace = marks.space;
     frame->color_primaries = AVCOL_PRI_BT709;
     frame->color_trc = AVCOL_TRC_BT709;
@@ -102,13 +102,13 @@ FramePtr frameOver(const ConstPixelBufferRef& buffer) {
 
 }  // namespace
 
-ColourMarks marksOf(ColourMatrix matrix) {
-    const bool old = matrix == ColourMatrix::bt601Limited || matrix == ColourMatrix::bt601Full;
+ColorMarks marksOf(ColorMatrix matrix) {
+    const bool old = matrix == ColorMatrix::bt601Limited || matrix == ColorMatrix::bt601Full;
     return {old ? AVCOL_SPC_SMPTE170M : AVCOL_SPC_BT709,
             isFullRange(matrix) ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG};
 }
 
-ColourMatrix colourMatrix(const AVFrame& frame) {
+ColorMatrix colorMatrix(const AVFrame& frame) {
     const bool full = frame.color_range == AVCOL_RANGE_JPEG || frame.format == AV_PIX_FMT_YUVJ420P ||
                       frame.format == AV_PIX_FMT_YUVJ422P || frame.format == AV_PIX_FMT_YUVJ444P;
     bool old = false;
@@ -124,11 +124,11 @@ ColourMatrix colourMatrix(const AVFrame& frame) {
         default:
             break;
     }
-    if (old) return full ? ColourMatrix::bt601Full : ColourMatrix::bt601Limited;
-    return full ? ColourMatrix::bt709Full : ColourMatrix::bt709Limited;
+    if (old) return full ? ColorMatrix::bt601Full : ColorMatrix::bt601Limited;
+    return full ? ColorMatrix::bt709Full : ColorMatrix::bt709Limited;
 }
 
-PixelBufferRef PictureConversion::scaled(const AVFrame& frame, ColourMatrix matrix, ColourMatrix wanted) {
+PixelBufferRef PictureConversion::scaled(const AVFrame& frame, ColorMatrix matrix, ColorMatrix wanted) {
     const auto format = static_cast<AVPixelFormat>(frame.format);
     scaler_.reset(sws_getCachedContext(
         scaler_.release(), frame.width, frame.height, format, frame.width, frame.height, AV_PIX_FMT_YUV420P,
@@ -152,22 +152,22 @@ PixelBufferRef PictureConversion::scaled(const AVFrame& frame, ColourMatrix matr
 }
 
 PixelBufferRef PictureConversion::planar(const AVFrame& frame) {
-    const ColourMatrix matrix = colourMatrix(frame);
+    const ColorMatrix matrix = colorMatrix(frame);
     if (isPlanar420(frame.format)) return wrap(frame, matrix);
     const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
     const bool rgb = description && (description->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-    return scaled(frame, matrix, rgb ? ColourMatrix::bt709Limited : matrix);
+    return scaled(frame, matrix, rgb ? ColorMatrix::bt709Limited : matrix);
 }
 
 PixelBufferRef PictureConversion::buffer(const AVFrame& frame, PixelFormat format) {
     PixelBufferRef picture = planar(frame);
     if (format == PixelFormat::i420) return picture;
-    PixelBufferRef result = takeFrom(shown_, format, frame.width, frame.height, ColourMatrix::bt709Limited);
+    PixelBufferRef result = takeFrom(shown_, format, frame.width, frame.height, ColorMatrix::bt709Limited);
     convertPixels(*picture, *result);
     return result;
 }
 
-FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer, ColourMatrix matrix) {
+FramePtr PictureConversion::frame(const ConstPixelBufferRef& buffer, ColorMatrix matrix) {
     const int width = buffer->width(), height = buffer->height();
     const bool even = width % 2 == 0 && height % 2 == 0;
     const bool isReady = buffer->format() == PixelFormat::i420 && buffer->matrix() == matrix;

@@ -16,11 +16,11 @@ class PictureConversion {
 
     /// A buffer as a frame for an encoder: i420 of `matrix`, both sides even; an odd side's last line is
     /// repeated. Takes bgra and i420 of any matrix.
-    FramePtr frame(const ConstPixelBufferRef& buffer, ColourMatrix matrix = ColourMatrix::bt709Limited);
+    FramePtr frame(const ConstPixelBufferRef& buffer, ColorMatrix matrix = ColorMatrix::bt709Limited);
 
   private:
     PixelBufferRef planar(const AVFrame& frame);
-    PixelBufferRef scaled(const AVFrame& frame, ColourMatrix matrix, ColourMatrix wanted);
+    PixelBufferRef scaled(const AVFrame& frame, ColorMatrix matrix, ColorMatrix wanted);
 
     SwsPtr scaler_;
     std::optional<PixelBufferPool> planar_;  // i420 made from other formats
@@ -29,13 +29,13 @@ class PictureConversion {
 };
 
 /// The matrix of a decoded frame; of an unmarked one the usual guess by its height.
-ColourMatrix colourMatrix(const AVFrame& frame);
+ColorMatrix colorMatrix(const AVFrame& frame);
 
-/// What a track of this matrix is marked with; the camera's own colours count as BT.709's primaries.
-struct ColourMarks {
+/// What a track of this matrix is marked with; the camera's own colors count as BT.709's primaries.
+struct ColorMarks {
     AVColorSpace space;
     AVColorRange range;
 };
-ColourMarks marksOf(ColourMatrix matrix);
+ColorMarks marksOf(ColorMatrix matrix);
 
 }  // namespace platform::ffmpeg

@@ -16,7 +16,7 @@ class RateGovernor {
     /// No stretch of `t` seconds gets more than `bitsPerSecond` × (`t` + `window`), give or take a frame.
     static constexpr double window = 3;
     /// The coarsest that it asks for, in steps of the quantiser.
-    static constexpr double mostCoarsening = 30;
+    static constexpr double maxCoarsening = 30;
     /// It asks for none until this part of the bucket is full. The rest drains within a second, so that what
     /// has stopped moving is sharp again by then.
     static constexpr double freePart = 0.75;
@@ -28,12 +28,12 @@ class RateGovernor {
           capacity_(bitsPerSecond_ * window) {}
 
     /// How much coarser than the wished quality the frame at `time` (seconds, not falling) may be quantised:
-    /// 0 while the bucket is free enough, `mostCoarsening` when it is full.
+    /// 0 while the bucket is free enough, `maxCoarsening` when it is full.
     double coarsening(double time) {
         drainTo(time);
         double expected = level_;
         for (const Expected& each : expected_) expected += each.bits;
-        return std::clamp((expected / capacity_ - freePart) / (1 - freePart), 0.0, 1.0) * mostCoarsening;
+        return std::clamp((expected / capacity_ - freePart) / (1 - freePart), 0.0, 1.0) * maxCoarsening;
     }
     /// A frame quantised so much coarser goes into the encoder, which works on several at a time: it counts
     /// as much as the last large one until `spend` tells.

@@ -129,7 +129,7 @@ CodecPtr describe(const AVCodec* codec, const VideoSettings& settings) {
     encoder->time_base = {1, videoTimescale};
     encoder->framerate = av_d2q(settings.expectedFrameRate, 1001000);
     encoder->sample_aspect_ratio = {1, 1};
-    const ColourMarks marks = marksOf(settings.matrix);
+    const ColorMarks marks = marksOf(settings.matrix);
     encoder->colorspace = marks.space;
     encoder->color_primaries = AVCOL_PRI_BT709;
     encoder->color_trc = AVCOL_TRC_BT709;

@@ -24,7 +24,7 @@ class VideoEncoder {
     virtual ~VideoEncoder() = default;
 
     virtual std::string name() const = 0;
-    /// What its packets are: size, base of the times, colours, parameter sets.
+    /// What its packets are: size, base of the times, colors, parameter sets.
     virtual const AVCodecContext& description() const = 0;
     /// Takes a picture, i420 with both sides even, its time in 1/90000 s; a picture type of I asks for a key
     /// frame. It is quantised `coarser` steps (not negative) than the encoder's quality, where the encoder

@@ -20,7 +20,7 @@ constexpr int picturesToSeekThrough = 60;
 constexpr std::int64_t longestKeyFrameDistance = 10 * videoTimescale;
 
 // No encoder works on more at a time.
-constexpr int mostPicturesInside = 4;
+constexpr int maxPicturesInside = 4;
 
 // A picture that is repeated to refine it comes so long after it. Pauses are noticed later than that, so no
 // picture that is still on its way has an earlier time.
@@ -100,7 +100,7 @@ void VideoWriterInput::pause() {
     hasRepeated_ = true;
     const std::int64_t repeated = lastTime_ + refinementDelay;
     encodePicture(picture, repeated);
-    for (int i = 0; i < mostPicturesInside && lastEncoded_ < repeated; ++i)
+    for (int i = 0; i < maxPicturesInside && lastEncoded_ < repeated; ++i)
         encodePicture(picture, repeated + 1 + i);
 }
 

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-/// Differences of colour, of 255: up to the first it is noise, from the second on something moved.
+/// Differences of color, of 255: up to the first it is noise, from the second on something moved.
 constexpr double noise = 5, motion = 16;
 
 }  // namespace

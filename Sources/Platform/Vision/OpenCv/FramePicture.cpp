@@ -19,9 +19,9 @@ cv::Mat resizedPlane(const Plane& plane, int type, cv::Size size) {
 }
 
 /// Rows of the matrix from (Y, U − 128, V − 128, 1) to blue, green, red.
-cv::Matx34f yuvToBgr(ColourMatrix matrix) {
-    const bool full = matrix == ColourMatrix::bt601Full || matrix == ColourMatrix::bt709Full;
-    const bool bt601 = matrix == ColourMatrix::bt601Full || matrix == ColourMatrix::bt601Limited;
+cv::Matx34f yuvToBgr(ColorMatrix matrix) {
+    const bool full = matrix == ColorMatrix::bt601Full || matrix == ColorMatrix::bt709Full;
+    const bool bt601 = matrix == ColorMatrix::bt601Full || matrix == ColorMatrix::bt601Limited;
     // Luma weights of ITU-R BT.601 and BT.709.
     const float kr = bt601 ? 0.299F : 0.2126F, kb = bt601 ? 0.114F : 0.0722F, kg = 1 - kr - kb;
     const float luma = full ? 1.0F : 255.0F / 219.0F, chroma = full ? 1.0F : 255.0F / 224.0F;
@@ -48,7 +48,7 @@ cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size) {
     }
     if (frame.format() != PixelFormat::i420)
         throw PlatformError("Vision", 1,
-                            "The camera frame is a gray picture; a person is searched in colour pictures.");
+                            "The camera frame is a gray picture; a person is searched in color pictures.");
     // The planes are brought to the small size first, so the conversion touches few pixels.
     cv::Mat channels[3];
     for (int i = 0; i < 3; ++i) channels[i] = resizedPlane(frame.plane(i), CV_8UC1, size);

@@ -10,7 +10,7 @@ namespace platform {
 cv::Size workingSize(cv::Size frame, double area);
 
 /// A bgra or i420 buffer as blue, green, red at `size`, averaged down. Throws PlatformError("Vision", 1)
-/// for a format that is no colour picture.
+/// for a format that is no color picture.
 cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size);
 
 /// The curve that lifts the middle tones of a dark picture to those of a well-lit room; empty for other

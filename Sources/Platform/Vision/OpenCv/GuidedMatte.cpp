@@ -8,7 +8,7 @@ cv::Mat1f guidedMatte(const cv::Mat1b& mask, const cv::Mat3f& coarse, const cv::
                       float epsilon) {
     const cv::Size size = mask.size();
     const cv::Size window(2 * radius + 1, 2 * radius + 1);
-    // Nine moments, in one picture so that one box filter serves them all: colour, mask, their products.
+    // Nine moments, in one picture so that one box filter serves them all: color, mask, their products.
     cv::Mat moments(size, CV_32FC(13));
     for (int y = 0; y < size.height; ++y) {
         auto* out = moments.ptr<float>(y);

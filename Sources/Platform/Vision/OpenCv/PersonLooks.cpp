@@ -14,12 +14,12 @@ namespace {
 /// What a close look shows around the person: parts of their width, and of the frame's height.
 constexpr double besides = 0.1, aboveAndBelow = 0.06;
 /// It shows at least this part of the frame's sides, or it makes somebody of every scrap.
-constexpr double leastSide = 0.3;
+constexpr double minSide = 0.3;
 /// It stays where it is until an edge of it is off by this part of the frame's sides, so that the border of
 /// somebody still does not flicker.
 constexpr double slack = 0.04;
 /// How much wider than they are the network may see things in it: beyond that it loses hats.
-constexpr double mostStretch = 1.5;
+constexpr double maxStretch = 1.5;
 
 /// One answer out of two. A missing part of somebody is worse than a piece of the room too much.
 cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {
@@ -44,9 +44,9 @@ bool isAllNew(const cv::Mat1b& changed) {
 
 /// Whether something moves where a close look at `place` would not see it, a hand perhaps.
 bool movesOutside(const cv::Mat1b& changed, const cv::Rect& place) {
-    constexpr double leastMoving = 0.001;
+    constexpr double minMoving = 0.001;
     const int moving = cv::countNonZero(changed > 127), inside = cv::countNonZero(changed(place) > 127);
-    return moving - inside > leastMoving * static_cast<double>(changed.total());
+    return moving - inside > minMoving * static_cast<double>(changed.total());
 }
 
 /// From `low` to `high`, at least `least` long if `all` is.
@@ -66,8 +66,8 @@ cv::Rect around(const cv::Mat1b& person) {
     const cv::Rect box = cv::boundingRect(person);
     if (box.empty()) return {};
     int left = box.x, right = box.br().x, top = box.y, bottom = box.br().y;
-    widen(left, right, cvRound(besides * box.width), cvRound(leastSide * person.cols), person.cols);
-    widen(top, bottom, cvRound(aboveAndBelow * person.rows), cvRound(leastSide * person.rows), person.rows);
+    widen(left, right, cvRound(besides * box.width), cvRound(minSide * person.cols), person.cols);
+    widen(top, bottom, cvRound(aboveAndBelow * person.rows), cvRound(minSide * person.rows), person.rows);
     return {left, top, right - left, bottom - top};
 }
 
@@ -81,9 +81,9 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
                          cv::Point(cvCeil(place_.br().x * right), cvCeil(place_.br().y * down)));
     cv::Mat3b part = frame(place & cv::Rect({}, frame.size()));
     // Beside somebody in an upright frame there is nothing to be seen.
-    const double leastAspect = network.input().aspectRatio() / mostStretch;
-    const bool upright = frame.cols < leastAspect * frame.rows;
-    const int cols = part.cols, width = upright ? std::max(cols, cvRound(leastAspect * part.rows)) : cols;
+    const double minAspect = network.input().aspectRatio() / maxStretch;
+    const bool upright = frame.cols < minAspect * frame.rows;
+    const int cols = part.cols, width = upright ? std::max(cols, cvRound(minAspect * part.rows)) : cols;
     const int left = (width - cols) / 2;
     if (width > cols) cv::copyMakeBorder(part, part, 0, 0, left, width - cols - left, cv::BORDER_REPLICATE);
 

@@ -54,10 +54,10 @@ void keepToBorder(cv::Mat1f& soft, const cv::Mat1b& solid, float reach, float en
 cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) {
     cv::Mat1b coarse;
     person.convertTo(coarse, CV_8U, 255);
-    cv::Mat3f colours;
-    view.convertTo(colours, CV_32F);
+    cv::Mat3f colors;
+    view.convertTo(colors, CV_32F);
     const bool large = fine.cols > 2 * view.cols;
-    return guidedMatte(coarse, colours, fine, large ? 3 : 4, large ? 2e-4F : 1e-4F);
+    return guidedMatte(coarse, colors, fine, large ? 3 : 4, large ? 2e-4F : 1e-4F);
 }
 
 }  // namespace

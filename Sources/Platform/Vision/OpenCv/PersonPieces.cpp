@@ -13,11 +13,11 @@ namespace {
 constexpr float somebody = 0.55F;
 /// From this part of the largest piece on another one is somebody of its own; a smaller one is a scrap,
 /// or somebody in the background.
-constexpr double leastOwnPiece = 0.5;
+constexpr double minOwnPiece = 0.5;
 constexpr double ownConfidence = 0.6;
 /// Or else a hand, which the network is sure of: its part of the largest piece, and the width of the gap
 /// to it in parts of the picture's width. A larger one is somebody behind, unless hardly anything parts it.
-constexpr double leastHand = 0.02, largestHand = 0.15, handConfidence = 0.8, handReach = 0.08, crack = 0.02;
+constexpr double minHand = 0.02, largestHand = 0.15, handConfidence = 0.8, handReach = 0.08, crack = 0.02;
 /// Holes up to this part of the frame are the network's doubts, not gaps between arm and body.
 constexpr double largestHole = 0.003;
 
@@ -72,8 +72,8 @@ PersonPieces findPerson(const cv::Mat1f& probability) {
     for (int i = 1; i < count; ++i) {
         const Piece& piece = pieces[static_cast<std::size_t>(i)];
         const double part = static_cast<double>(piece.area) / largest->area;
-        if (i == main || part < leastHand) continue;
-        bool counts = part >= leastOwnPiece && piece.confidence >= ownConfidence;
+        if (i == main || part < minHand) continue;
+        bool counts = part >= minOwnPiece && piece.confidence >= ownConfidence;
         if (!counts && piece.confidence >= handConfidence) {
             double gap = 0;
             cv::minMaxLoc(distance, &gap, nullptr, nullptr, nullptr, labels == i);

@@ -16,10 +16,10 @@ constexpr double beyondDoubt = 0.94, stillBeyondDoubt = 0.93;
 /// The part of somebody that is still theirs a frame later.
 constexpr double leastCommon = 0.4;
 /// A thing that stood behind somebody lies in their place and is all new, in a room that is not.
-constexpr double mostInPlace = 0.9, mostNew = 0.7, mostNewInRoom = 0.3;
+constexpr double maxInPlace = 0.9, mostNew = 0.7, mostNewInRoom = 0.3;
 
 /// The part of somebody that moves in one frame, and how much less of everything else does.
-constexpr double leastMoving = 0.005, roomsShare = 0.5;
+constexpr double minMoving = 0.005, roomsShare = 0.5;
 /// Two frames of movement are enough, if there are less than ten without between them.
 constexpr int oneMovement = 10, enough = 2 * oneMovement - 9;
 
@@ -45,7 +45,7 @@ Change changeIn(const cv::Mat1b& solid, const cv::Mat1b& changed) {
 }
 
 bool movesByItself(const Change& change) {
-    return change.person >= leastMoving && change.room <= roomsShare * change.person;
+    return change.person >= minMoving && change.room <= roomsShare * change.person;
 }
 
 /// Whether `now` shows something else altogether, and not the same in another light.
@@ -79,7 +79,7 @@ bool PersonPresence::judge(const PersonPieces& found, const cv::Mat3b& view, con
     const Change change = changeIn(found.solid, changed);
     const double before = last_.size() == found.solid.size() ? cv::countNonZero(last_) : 0;
     const double common = before > 0 ? cv::countNonZero(last_ & found.solid) : 0;
-    const bool replaced = common > mostInPlace * cv::countNonZero(found.solid) && change.person > mostNew &&
+    const bool replaced = common > maxInPlace * cv::countNonZero(found.solid) && change.person > mostNew &&
                           change.room < mostNewInRoom;
     const bool continues = before > 0 && common >= leastCommon * before && !replaced &&
                            !isAnotherScene(lastView_, view, changed);

@@ -34,12 +34,12 @@ bool isNear(QRgb a, QRgb b, int difference = 6) {
            std::abs(qBlue(a) - qBlue(b)) <= difference;
 }
 
-/// A camera's picture of one colour.
-platform::ConstPixelBufferRef picture(QRgb colour) {
+/// A camera's picture of one color.
+platform::ConstPixelBufferRef picture(QRgb color) {
     platform::PixelBuffer bgra(platform::PixelFormat::bgra, 1280, 720);
     for (int y = 0; y < 720; ++y) {
         auto* line = reinterpret_cast<QRgb*>(bgra.plane().data + std::ptrdiff_t{y} * bgra.plane().stride);
-        std::fill_n(line, 1280, colour);
+        std::fill_n(line, 1280, color);
     }
     auto camera = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::i420, 1280, 720);
     platform::convertPixels(bgra, *camera);
@@ -69,8 +69,8 @@ class BubbleDesktopTest : public ::testing::TestWithParam<Desktop> {
     }
 
     QRect frame() const { return bubble.panel()->geometry(); }
-    bool shows(QRgb colour) {
-        return waitUntil([&] { return isNear(screenPixel(frame().center()), colour); });
+    bool shows(QRgb color) {
+        return waitUntil([&] { return isNear(screenPixel(frame().center()), color); });
     }
     void showRound(CameraCorner corner = CameraCorner::bottomLeft) {
         bubble.show(corner, diameter, CameraStyle::bubble);
@@ -113,12 +113,12 @@ TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
         screenPart({0, 280, 740, 440})
             .save(QString::fromLocal8Bit(folder) +
                   (GetParam() == Desktop::plain ? "/bubble-plain.png" : "/bubble-blended.png"));
-    const QRgb ring = qRgb(191 + 23, 144 + 4, 21 + 4);  // 90 % of the ring's colour over the picture
+    const QRgb ring = qRgb(191 + 23, 144 + 4, 21 + 4);  // 90 % of the ring's color over the picture
     for (const QPoint at : {QPoint(1, 86), QPoint(171, 86), QPoint(86, 1), QPoint(86, 171)})
         EXPECT_TRUE(isNear(seen.pixel(at), ring, 12))
             << at.x() << "," << at.y() << std::hex << seen.pixel(at);
     for (const QPoint at : {QPoint(0, 0), QPoint(172, 0), QPoint(0, 172), QPoint(172, 172), QPoint(12, 12)})
-        EXPECT_TRUE(isNear(seen.pixel(at), ApplicationWindow::colour)) << at.x() << "," << at.y();
+        EXPECT_TRUE(isNear(seen.pixel(at), ApplicationWindow::color)) << at.x() << "," << at.y();
     for (const QPoint at : {QPoint(6, 86), QPoint(86, 166), QPoint(40, 40)})
         EXPECT_TRUE(isNear(seen.pixel(at), red)) << at.x() << "," << at.y();
 
@@ -156,7 +156,7 @@ TEST_P(BubbleDesktopTest, StaysAboveEverythingOnEveryDesktop) {
     EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_NUMBER_OF_DESKTOPS") == std::vector{2U}; }));
     tellRoot("_NET_CURRENT_DESKTOP", 1);
     EXPECT_TRUE(waitUntil([&] { return rootValues("_NET_CURRENT_DESKTOP") == std::vector{1U}; }));
-    EXPECT_TRUE(waitUntil([] { return screenPixel({700, 300}) != ApplicationWindow::colour; }));
+    EXPECT_TRUE(waitUntil([] { return screenPixel({700, 300}) != ApplicationWindow::color; }));
     EXPECT_TRUE(shows(red)) << "on the other desktop";
     tellRoot("_NET_CURRENT_DESKTOP", 0);
     tellRoot("_NET_NUMBER_OF_DESKTOPS", 1);
@@ -191,11 +191,11 @@ TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
     EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 307, 173));
     const QPoint person = frame().center() - QPoint(100, 0), room = frame().center() + QPoint(100, 0);
     QTest::qWait(50);
-    EXPECT_EQ(screenPixel(person), ApplicationWindow::colour) << "empty before the first mask";
+    EXPECT_EQ(screenPixel(person), ApplicationWindow::color) << "empty before the first mask";
 
     handler(picture(red));
     EXPECT_TRUE(waitUntil([&] { return isNear(screenPixel(person), red); }));
-    EXPECT_EQ(screenPixel(room), ApplicationWindow::colour);
+    EXPECT_EQ(screenPixel(room), ApplicationWindow::color);
     if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
         screenPart({0, 280, 740, 440})
             .save(QString::fromLocal8Bit(folder) +
@@ -251,7 +251,7 @@ TEST_P(BubbleDesktopTest, IsInNoRecordedPicture) {
             [&](const platform::PixelBuffer& recorded, double) {
                 for (int y = 0; y < 720; y += 2)
                     for (int x = 0; x < 1280; x += 2)
-                        leaked += isNear(platform::test::colourAt(recorded, x, y), magenta, 60);
+                        leaked += isNear(platform::test::colorAt(recorded, x, y), magenta, 60);
             });
         ASSERT_EQ(recording.startError(), "");
         for (const CameraCorner corner : allCases<CameraCorner>) {

@@ -41,19 +41,19 @@ TEST(BubbleGeometry, StandsInEachCornerOfWhatPanelsLeave) {
               QPoint(-124, -124));
 }
 
-/// A frame whose pixels are `colourAt(x, y)`.
-template <typename ColourAt>
-platform::ConstPixelBufferRef frame(int width, int height, ColourAt colourAt) {
+/// A frame whose pixels are `colorAt(x, y)`.
+template <typename ColorAt>
+platform::ConstPixelBufferRef frame(int width, int height, ColorAt colorAt) {
     auto buffer = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, width, height);
     for (int y = 0; y < height; ++y) {
         auto* line =
             reinterpret_cast<QRgb*>(buffer->plane().data + std::ptrdiff_t{y} * buffer->plane().stride);
-        for (int x = 0; x < width; ++x) line[x] = colourAt(x, y);
+        for (int x = 0; x < width; ++x) line[x] = colorAt(x, y);
     }
     return buffer;
 }
-platform::ConstPixelBufferRef plain(QRgb colour) {
-    return frame(1280, 720, [=](int, int) { return colour; });
+platform::ConstPixelBufferRef plain(QRgb color) {
+    return frame(1280, 720, [=](int, int) { return color; });
 }
 
 constexpr QRgb red = qRgb(255, 0, 0), green = qRgb(0, 255, 0), blue = qRgb(0, 0, 255);
@@ -93,7 +93,7 @@ TEST_F(RoundFeederTest, FillsTheBubbleWithTheMiddleOfThePicture) {
     }
     for (const QPoint corner : {QPoint(0, 0), QPoint(179, 0), QPoint(0, 179), QPoint(24, 24)})
         EXPECT_EQ(picture.pixel(corner), 0U);
-    // The ring: nine tenths of its colour and one of the picture's.
+    // The ring: nine tenths of its color and one of the picture's.
     EXPECT_EQ(picture.pixel(90, 1), qRgb(216, 144, 21));
 
     feeder->setSize({64, 64});

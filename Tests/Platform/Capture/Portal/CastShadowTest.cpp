@@ -68,7 +68,7 @@ TEST(CastShadow, OnlyAShadowIsCutOff) {
              sent.fill(window, glass);
          },
          window},
-        {"coloured glass to the edge", [](SentWindow& sent) { sent.fill(all, 0x60402010); }, all},
+        {"colored glass to the edge", [](SentWindow& sent) { sent.fill(all, 0x60402010); }, all},
         {"a black frame where no alpha is kept", [](SentWindow& sent) { sent.fill(window, unknownAlpha); },
          all},
         {"nothing yet", [](SentWindow&) {}, all},

@@ -12,11 +12,11 @@ namespace platform::test {
 namespace {
 
 constexpr std::uint32_t usual = PortalScreenCapture::usualID, anew = PortalScreenCapture::anewID;
-constexpr std::uint32_t pageColour = 0xf4f1e8;  // of the scene's notes
+constexpr std::uint32_t pageColor = 0xf4f1e8;  // of the scene's notes
 
 std::optional<std::uint32_t> counterIn(const PixelBuffer& picture) {
     return rig::readCounter(1280, 720, [&](double x, double y) {
-        return static_cast<int>(colourAt(picture, static_cast<int>(x * 1280), static_cast<int>(y * 720)) &
+        return static_cast<int>(colorAt(picture, static_cast<int>(x * 1280), static_cast<int>(y * 720)) &
                                 0xff);
     });
 }
@@ -52,7 +52,7 @@ TEST_F(PortalCapture, RecordsTheDisplayThatTheUserChose) {
     ASSERT_TRUE(take.waitFor([&](const PixelBuffer& picture) {
         const auto counter = counterIn(picture);
         if (!first) first = counter;
-        return counter && counter > *first + 10 && colourAt(picture, 1100, 630) == pageColour;
+        return counter && counter > *first + 10 && colorAt(picture, 1100, 630) == pageColor;
     }));
     EXPECT_TRUE(take.isInOrder());
     take.stop();
@@ -68,8 +68,8 @@ TEST_F(PortalCapture, ThePointerIsDrawnAndKnownAndItsButtonsAreSeen) {
     rig("Move", {641.0, 301.0});
     // The arrow's body is dark with a light edge, on the desktop's blue.
     ASSERT_TRUE(take.waitFor([](const PixelBuffer& picture) {
-        const std::uint32_t body = colourAt(picture, 644, 308);
-        return (body & 0xff) == (body >> 16) && body != pageColour;
+        const std::uint32_t body = colorAt(picture, 644, 308);
+        return (body & 0xff) == (body >> 16) && body != pageColor;
     }));
     PointerState state;
     EXPECT_TRUE(runUntil([&] {
@@ -161,8 +161,8 @@ TEST_F(PortalCapture, AFrameOfAnotherSizeHoldsTheWholeDisplay) {
     Take take(services, chooseDisplay(), 640, 400);
     rig("Move", {640.0, 360.0});
     ASSERT_TRUE(take.waitFor([](const PixelBuffer& picture) {
-        return colourAt(picture, 320, 2) == 0 && colourAt(picture, 320, 398) == 0 &&
-               colourAt(picture, 320, 200) != 0;
+        return colorAt(picture, 320, 2) == 0 && colorAt(picture, 320, 398) == 0 &&
+               colorAt(picture, 320, 200) != 0;
     }));
     EXPECT_TRUE(runUntil([&] {
         const auto spot = services.screen->pointer(HostClock().now());

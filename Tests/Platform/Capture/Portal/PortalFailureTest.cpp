@@ -32,7 +32,7 @@ TEST(EmbeddedPointer, LeavesItsPlaceUnknown) {
     rig("Move", {640.0, 300.0});
     rig("Move", {641.0, 301.0});
     EXPECT_TRUE(take.waitFor([](const PixelBuffer& picture) {
-        const std::uint32_t body = colourAt(picture, 644, 308);
+        const std::uint32_t body = colorAt(picture, 644, 308);
         return (body & 0xff) == (body >> 16);
     })) << "it is in the picture all the same";
     EXPECT_FALSE(services.screen->pointer(HostClock().now()));

@@ -47,7 +47,7 @@ inline QVariantList rig(const char* what, const QVariantList& arguments = {}) {
 }
 
 /// Red, green and blue of one pixel as 0xRRGGBB.
-inline std::uint32_t colourAt(const PixelBuffer& picture, int x, int y) {
+inline std::uint32_t colorAt(const PixelBuffer& picture, int x, int y) {
     std::uint32_t pixel = 0;
     std::memcpy(&pixel,
                 picture.plane().data + static_cast<std::ptrdiff_t>(y) * picture.plane().stride + x * 4, 4);

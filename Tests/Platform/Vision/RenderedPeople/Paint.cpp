@@ -73,14 +73,14 @@ std::vector<cv::Point2d> smoothOutline(std::vector<cv::Point2d> corners, int rou
 }
 
 void Sprite::fill(const std::vector<cv::Point2d>& outline, const cv::Scalar& paint) {
-    const cv::Rect box = around(outline, 1, colour.size());
+    const cv::Rect box = around(outline, 1, color.size());
     if (box.empty()) return;
     cv::Mat1b weight(box.size(), uchar(0));
     const auto points = fixedPoint(outline, box.tl());
     cv::fillPoly(weight, std::vector{points}, cv::Scalar(255), cv::LINE_AA, fractionBits);
-    // Where nothing was painted yet the colour goes under the soft edge in full.
+    // Where nothing was painted yet the color goes under the soft edge in full.
     cv::Mat1b covered = cover(box);
-    cv::Mat3b region = colour(box);
+    cv::Mat3b region = color(box);
     for (int y = 0; y < box.height; ++y)
         for (int x = 0; x < box.width; ++x)
             if (weight(y, x) && !covered(y, x))
@@ -102,13 +102,13 @@ void Sprite::tint(cv::Point2d centre, cv::Size2d axes, double degrees, const cv:
 
 void Sprite::tintOutline(const std::vector<cv::Point2d>& outline, const cv::Scalar& paint, double strength,
                          double softness) {
-    const cv::Rect box = around(outline, softness * 3, colour.size());
+    const cv::Rect box = around(outline, softness * 3, color.size());
     if (box.empty()) return;
     cv::Mat1b weight(box.size(), uchar(0));
     cv::fillPoly(weight, std::vector{fixedPoint(outline, box.tl())}, cv::Scalar(255), cv::LINE_AA,
                  fractionBits);
     soften(weight, softness);
-    layIn(colour(box), weight, paint, strength);
+    layIn(color(box), weight, paint, strength);
 }
 
 void addCover(cv::Mat1b& cover, const cv::Mat1b& more) {

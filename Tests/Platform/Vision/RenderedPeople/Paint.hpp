@@ -6,7 +6,7 @@
 
 #include <opencv2/imgproc.hpp>
 
-/// Small drawing helpers shared by the rendered rooms and people. Colours are blue, green, red, 0…255.
+/// Small drawing helpers shared by the rendered rooms and people. Colors are blue, green, red, 0…255.
 namespace cobaltreel::rendered {
 
 using Random = std::mt19937;
@@ -19,24 +19,24 @@ inline int choice(Random& random, int count) {
     return static_cast<int>(random() % static_cast<unsigned>(count));
 }
 
-inline cv::Scalar randomColour(Random& random, double low = 20, double high = 235) {
+inline cv::Scalar randomColor(Random& random, double low = 20, double high = 235) {
     return {uniform(random, low, high), uniform(random, low, high), uniform(random, low, high)};
 }
 
-inline cv::Scalar scaled(const cv::Scalar& colour, double factor) {
+inline cv::Scalar scaled(const cv::Scalar& color, double factor) {
     const auto clamp = [&](double v) { return std::min(255.0, v * factor); };
-    return {clamp(colour[0]), clamp(colour[1]), clamp(colour[2])};
+    return {clamp(color[0]), clamp(color[1]), clamp(color[2])};
 }
 
 /// A closed outline through `corners` with its corners rounded off.
 std::vector<cv::Point2d> smoothOutline(std::vector<cv::Point2d> corners, int rounds = 3);
 
-/// A layer of a person: 8-bit colour and how much of each pixel it covers.
+/// A layer of a person: 8-bit color and how much of each pixel it covers.
 struct Sprite {
-    cv::Mat3b colour;
+    cv::Mat3b color;
     cv::Mat1b cover;
 
-    explicit Sprite(cv::Size size) : colour(size, cv::Vec3b(0, 0, 0)), cover(size, uchar(0)) {}
+    explicit Sprite(cv::Size size) : color(size, cv::Vec3b(0, 0, 0)), cover(size, uchar(0)) {}
 
     /// Paints an anti-aliased solid shape and adds it to the cover.
     void fill(const std::vector<cv::Point2d>& outline, const cv::Scalar& paint);

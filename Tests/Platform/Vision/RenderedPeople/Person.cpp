@@ -36,11 +36,11 @@ void warpOnto(cv::Mat3b& frame, cv::Mat1b& cover, const Sprite& sprite, cv::Poin
     cv::Mat transform = cv::getRotationMatrix2D(anchor, -degrees, scale);
     transform.at<double>(0, 2) += target.x - anchor.x;
     transform.at<double>(1, 2) += target.y - anchor.y;
-    cv::Mat3b colour;
+    cv::Mat3b color;
     cv::Mat1b weight;
-    cv::warpAffine(sprite.colour, colour, transform, frame.size(), cv::INTER_LINEAR);
+    cv::warpAffine(sprite.color, color, transform, frame.size(), cv::INTER_LINEAR);
     cv::warpAffine(sprite.cover, weight, transform, frame.size(), cv::INTER_LINEAR);
-    blend(frame, colour, weight);
+    blend(frame, color, weight);
     addCover(cover, weight);
 }
 
@@ -113,16 +113,16 @@ void Person::drawBody(Random& random) {
                                                          2);
     body_.fill(torso, clothes_);
 
-    cv::Mat1b inside(body_.colour.size(), uchar(0));
+    cv::Mat1b inside(body_.color.size(), uchar(0));
     {
-        Sprite probe(body_.colour.size());
+        Sprite probe(body_.color.size());
         probe.fill(torso, {255, 255, 255});
         inside = probe.cover;
     }
-    cv::Mat3b painted = body_.colour.clone();
-    Sprite texture(body_.colour.size());
-    texture.colour = painted;
-    const cv::Scalar accent = randomColour(random);
+    cv::Mat3b painted = body_.color.clone();
+    Sprite texture(body_.color.size());
+    texture.color = painted;
+    const cv::Scalar accent = randomColor(random);
     switch (choice(random, 5)) {
         case 0:  // stripes
             for (double row = collar; row < 1700; row += 90)
@@ -158,7 +158,7 @@ void Person::drawBody(Random& random) {
                             {0, 0, 0}, 0.4, 8);
     const double light = choice(random, 2) ? 1 : -1;
     texture.tint({x - light * arm, 1000}, {arm * 0.6, 900}, 0, {0, 0, 0}, 0.35, 110);
-    blend(body_.colour, texture.colour, inside);
+    blend(body_.color, texture.color, inside);
 }
 
 void Person::drawHead(Random& random) {
@@ -260,9 +260,9 @@ void Person::drawHead(Random& random) {
     }
     if (choice(random, 4) == 0) {  // glasses
         for (const double s : {-1.0, 1.0})
-            cv::ellipse(head_.colour, cv::Point2d(c.x + s * 64, c.y - 20), cv::Size(46, 36), 0, 0, 360,
+            cv::ellipse(head_.color, cv::Point2d(c.x + s * 64, c.y - 20), cv::Size(46, 36), 0, 0, 360,
                         cv::Scalar(30, 30, 34), 6, cv::LINE_AA);
-        cv::line(head_.colour, cv::Point2d(c.x - 18, c.y - 22), cv::Point2d(c.x + 18, c.y - 22),
+        cv::line(head_.color, cv::Point2d(c.x - 18, c.y - 22), cv::Point2d(c.x + 18, c.y - 22),
                  cv::Scalar(30, 30, 34), 6, cv::LINE_AA);
     }
 }

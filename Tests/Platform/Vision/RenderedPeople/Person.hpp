@@ -18,7 +18,7 @@ struct Pose {
 /// A person drawn once (head, body and forearm as layers) and placed per frame.
 class Person {
   public:
-    /// Everything about the looks comes from `random`; `clothes` fixes the main colour of the clothes.
+    /// Everything about the looks comes from `random`; `clothes` fixes the main color of the clothes.
     Person(Random& random, const cv::Scalar& clothes);
 
     /// Paints the person onto `frame` and returns exactly what is covered, 0…255.

@@ -45,7 +45,7 @@ Room::Room(Random& random, Kind kind, cv::Size size) : kind_(kind), picture_(siz
     cv::GaussianBlur(picture_, picture_, {}, focusBlur_);
     if (kind == Kind::changing) {
         screen_ = cv::Rect(choice(random, 2) ? 60 : size.width - 420, 120 + choice(random, 80), 360, 210);
-        for (int i = 0; i < 6; ++i) screenColours_.push_back(randomColour(random));
+        for (int i = 0; i < 6; ++i) screenColors_.push_back(randomColor(random));
     }
 }
 
@@ -54,53 +54,53 @@ void Room::drawOffice(Random& random) {
     for (int i = 0; i < 3; ++i) {  // framed pictures
         const cv::Rect frame(choice(random, w - 200), 30 + choice(random, h / 3), 120 + choice(random, 140),
                              90 + choice(random, 120));
-        cv::rectangle(picture_, frame, randomColour(random, 10, 90), -1);
-        cv::rectangle(picture_, frame - cv::Size(24, 24) + cv::Point(12, 12), randomColour(random), -1);
-        cv::circle(picture_, (frame.tl() + frame.br()) / 2, 25, randomColour(random), -1, cv::LINE_AA);
+        cv::rectangle(picture_, frame, randomColor(random, 10, 90), -1);
+        cv::rectangle(picture_, frame - cv::Size(24, 24) + cv::Point(12, 12), randomColor(random), -1);
+        cv::circle(picture_, (frame.tl() + frame.br()) / 2, 25, randomColor(random), -1, cv::LINE_AA);
     }
     const int board = h / 2 + choice(random, 120);
-    cv::rectangle(picture_, {0, board}, {w, board + 18}, randomColour(random, 30, 140), -1);
+    cv::rectangle(picture_, {0, board}, {w, board + 18}, randomColor(random, 30, 140), -1);
     for (int i = 0; i < 9; ++i) {
         const int x = choice(random, w), tall = 30 + choice(random, 110);
-        cv::rectangle(picture_, {x, board - tall}, {x + 20 + choice(random, 70), board}, randomColour(random),
+        cv::rectangle(picture_, {x, board - tall}, {x + 20 + choice(random, 70), board}, randomColor(random),
                       -1);
     }
-    const cv::Scalar lower = randomColour(random, 40, 180);
+    const cv::Scalar lower = randomColor(random, 40, 180);
     for (int x = choice(random, 100); x < w; x += 260)
         cv::rectangle(picture_, {x, board + 60}, {x + 230, h}, lower, -1);
 }
 
 void Room::drawBookshelf(Random& random) {
     const int w = picture_.cols, h = picture_.rows, shelf = 130 + choice(random, 60);
-    picture_.setTo(randomColour(random, 15, 80));
+    picture_.setTo(randomColor(random, 15, 80));
     for (int y = choice(random, 40) - 20; y < h; y += shelf) {
         for (int x = 0; x < w;) {
             const int wide = 12 + choice(random, 34), tall = shelf - 30 - choice(random, 40);
             if (choice(random, 12) != 0) {
-                const cv::Scalar spine = randomColour(random, 15, 225);
+                const cv::Scalar spine = randomColor(random, 15, 225);
                 cv::rectangle(picture_, {x, y + shelf - tall}, {x + wide - 2, y + shelf - 8}, spine, -1);
                 cv::rectangle(picture_, {x + 3, y + shelf - tall + 12}, {x + wide - 6, y + shelf - tall + 28},
                               scaled(spine, 1.4), -1);
             }
             x += wide;
         }
-        cv::rectangle(picture_, {0, y + shelf - 8}, {w, y + shelf}, randomColour(random, 50, 120), -1);
+        cv::rectangle(picture_, {0, y + shelf - 8}, {w, y + shelf}, randomColor(random, 50, 120), -1);
     }
 }
 
 void Room::drawWindow(Random& random) {
     const int h = picture_.rows, left = 150 + choice(random, 600), wide = 380 + choice(random, 120);
-    cv::rectangle(picture_, {left - 20, 40}, {left + wide + 20, h * 2 / 3}, randomColour(random, 190, 240),
+    cv::rectangle(picture_, {left - 20, 40}, {left + wide + 20, h * 2 / 3}, randomColor(random, 190, 240),
                   -1);
     cv::rectangle(picture_, {left, 60}, {left + wide, h * 2 / 3 - 20}, {250, 240, 225}, -1);
     for (int i = 0; i < 14; ++i)
         cv::circle(picture_, {left + choice(random, wide), h / 2 - choice(random, 60)},
                    15 + choice(random, 40), {90, 150 + choice(random, 60) * 1.0, 110}, -1);
     cv::rectangle(picture_, {left, h * 2 / 3 - 20}, {left + wide, h * 2 / 3 + 60},
-                  randomColour(random, 160, 230), -1);
+                  randomColor(random, 160, 230), -1);
     cv::line(picture_, {left + wide / 2, 60}, {left + wide / 2, h * 2 / 3 - 20}, {215, 220, 225}, 14);
     for (const int edge : {left - 90, left + wide + 10}) {  // curtains
-        const cv::Scalar cloth = randomColour(random, 70, 210);
+        const cv::Scalar cloth = randomColor(random, 70, 210);
         for (int fold = 0; fold < 5; ++fold)
             cv::rectangle(picture_, {edge + fold * 18, 20}, {edge + fold * 18 + 17, h},
                           scaled(cloth, fold % 2 ? 0.85 : 1.05), -1);
@@ -114,7 +114,7 @@ void Room::drawWindow(Random& random) {
 }
 
 void Room::drawWallpaper(Random& random) {
-    const cv::Scalar ink = randomColour(random, 40, 220);
+    const cv::Scalar ink = randomColor(random, 40, 220);
     const int pitch = 36 + choice(random, 50);
     const bool bricks = choice(random, 2) == 0;
     cv::Mat3b layer = picture_.clone();
@@ -135,11 +135,11 @@ cv::Mat3b Room::at(double seconds) const {
     if (kind_ != Kind::changing) return now;
     cv::Mat3b screen = now(screen_);
     const auto shot = static_cast<std::size_t>(seconds / 0.8);
-    screen.setTo(screenColours_[shot % screenColours_.size()]);
+    screen.setTo(screenColors_[shot % screenColors_.size()]);
     for (std::size_t i = 0; i < 3; ++i) {
         const double t = seconds * (1.3 + 0.7 * static_cast<double>(i)) + static_cast<double>(i) * 2;
         cv::circle(screen, cv::Point2d(180 + 130 * std::sin(t), 105 + 70 * std::cos(t * 1.4)), 34,
-                   screenColours_[(shot + i + 1) % screenColours_.size()], -1, cv::LINE_AA);
+                   screenColors_[(shot + i + 1) % screenColors_.size()], -1, cv::LINE_AA);
     }
     cv::GaussianBlur(screen, screen, {}, focusBlur_);
     // A lamp somebody switches on and off, and leaves that sway.
@@ -153,7 +153,7 @@ cv::Mat3b Room::at(double seconds) const {
     return now;
 }
 
-cv::Scalar Room::colourBehindPerson() const {
+cv::Scalar Room::colorBehindPerson() const {
     return cv::mean(picture_(
         cv::Rect(picture_.cols * 3 / 10, picture_.rows * 2 / 3, picture_.cols * 4 / 10, picture_.rows / 3)));
 }

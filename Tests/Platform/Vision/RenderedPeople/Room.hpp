@@ -14,8 +14,8 @@ class Room {
 
     /// The room at `seconds`; only `changing` ever differs.
     cv::Mat3b at(double seconds) const;
-    /// The colour of the room where a person's clothes would be.
-    cv::Scalar colourBehindPerson() const;
+    /// The color of the room where a person's clothes would be.
+    cv::Scalar colorBehindPerson() const;
     static const char* name(Kind kind);
 
   private:
@@ -27,7 +27,7 @@ class Room {
     Kind kind_;
     cv::Mat3b picture_;
     cv::Rect screen_;
-    std::vector<cv::Scalar> screenColours_;
+    std::vector<cv::Scalar> screenColors_;
     double focusBlur_;
 };
 

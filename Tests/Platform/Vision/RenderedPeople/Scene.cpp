@@ -12,9 +12,9 @@ Scene::Scene(const Description& description) : description_(description) {
     Random random(description.seed * 7919u + 13u);
     room_ = std::make_unique<Room>(random, description.room, cv::Size(1280, 720));
     if (description.motion != Motion::empty) {
-        cv::Scalar clothes = randomColour(random, 15, 225);
+        cv::Scalar clothes = randomColor(random, 15, 225);
         if (description.clothesLikeRoom)
-            clothes = scaled(room_->colourBehindPerson(), uniform(random, 0.85, 1.15));
+            clothes = scaled(room_->colorBehindPerson(), uniform(random, 0.85, 1.15));
         person_ = std::make_unique<Person>(random, clothes);
     }
     rest_.headWidth = uniform(random, 125, 215);
