@@ -54,7 +54,7 @@ bool FakeSession::deliverSound(double seconds, float level, std::size_t frames) 
     return deliver({MediaTime::fromSeconds(seconds, nanosecondTimescale), nullptr, std::move(sound)});
 }
 
-void FakeSession::tell(const CaptureEvent& event) {
+void FakeSession::notify(const CaptureEvent& event) {
     std::function<void(const CaptureEvent&)> handler;
     {
         const std::lock_guard lock(mutex_);

@@ -39,7 +39,7 @@ class FakeSession {
     bool deliverPicture(double seconds);
     /// Delivers `frames` frames of sound, every sample of it `level`.
     bool deliverSound(double seconds, float level = 0, std::size_t frames = 480);
-    void tell(const CaptureEvent& event);
+    void notify(const CaptureEvent& event);
 
   private:
     friend class FakeCaptureService;

@@ -59,7 +59,7 @@ CameraMicRecorder::CameraMicRecorder(std::shared_ptr<platform::CaptureService> c
       session_(capture->makeSession()) {
     session_->setEventHandler([weakSelf = std::weak_ptr(self_), loop = mainLoop_](const CaptureEvent& event) {
         loop->post([weakSelf, event] {
-            if (const auto self = weakSelf.lock()) (*self)->tell(event);
+            if (const auto self = weakSelf.lock()) (*self)->onEvent(event);
         });
     });
 }
@@ -309,12 +309,12 @@ void CameraMicRecorder::watchForStalls() {
         state.quietTicks = seen == state.seen ? state.quietTicks + 1 : 0;
         state.seen = seen;
         if (state.device && isBack)
-            tell(
+            onEvent(
                 {CaptureEvent::Kind::returned, *state.device, "\"" + state.device->name + "\" sends again."});
         if (state.device && state.quietTicks == ticksUntilStalled)
-            tell({CaptureEvent::Kind::stalled, *state.device,
-                  "\"" + state.device->name + "\" sends no " + what +
-                      ". Plug it in again, or choose another one."});
+            onEvent({CaptureEvent::Kind::stalled, *state.device,
+                     "\"" + state.device->name + "\" sends no " + what +
+                         ". Plug it in again, or choose another one."});
     };
     watch(cameraWatch_, picturesSeen_, "picture");
     watch(micWatch_, soundsSeen_, "sound");
@@ -323,11 +323,11 @@ void CameraMicRecorder::watchForStalls() {
 void CameraMicRecorder::report(CaptureEvent::Kind kind, const CaptureDevice& device, std::string message) {
     mainLoop_->post(
         [weakSelf = std::weak_ptr(self_), event = CaptureEvent{kind, device, std::move(message)}] {
-            if (const auto self = weakSelf.lock()) (*self)->tell(event);
+            if (const auto self = weakSelf.lock()) (*self)->onEvent(event);
         });
 }
 
-void CameraMicRecorder::tell(const CaptureEvent& event) {
+void CameraMicRecorder::onEvent(const CaptureEvent& event) {
     // A device that is known to be gone is not missed a second time.
     auto& watch = event.device.type == MediaType::video ? cameraWatch_ : micWatch_;
     if (event.kind == CaptureEvent::Kind::lost || event.kind == CaptureEvent::Kind::failed)

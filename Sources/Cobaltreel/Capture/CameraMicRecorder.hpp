@@ -94,7 +94,7 @@ class CameraMicRecorder {
     void giveUpWriting();
     void report(platform::CaptureEvent::Kind kind, const platform::CaptureDevice& device,
                 std::string message);
-    void tell(const platform::CaptureEvent& event);
+    void onEvent(const platform::CaptureEvent& event);
     void watchForStalls();
 
     std::shared_ptr<platform::MediaService> media_;

@@ -9,7 +9,7 @@ namespace cobaltreel::ContentChoice {
 using platform::ContentKind;
 using platform::PlatformError;
 
-QCoro::Task<Outcome> ask(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices) {
+QCoro::Task<Outcome> request(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices) {
     auto& capture = *engine->services.screenCapture;
     if (!capture.traits().asksUser) co_return Outcome{};
     const bool isWindow = choices.mode() == CaptureMode::window;

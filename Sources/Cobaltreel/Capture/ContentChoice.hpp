@@ -19,7 +19,7 @@ struct Outcome {
 };
 
 /// Lets the user choose in the desktop's own dialog, where it has one, what `choices` select. Main thread.
-QCoro::Task<Outcome> ask(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices);
+QCoro::Task<Outcome> request(std::shared_ptr<RecordingEngine> engine, const RecordingChoices& choices);
 
 /// Selects what has been chosen.
 void select(RecordingChoices& choices, const platform::ShareableContent& chosen);

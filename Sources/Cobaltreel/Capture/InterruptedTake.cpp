@@ -60,7 +60,7 @@ Movie lookAt(const std::filesystem::path& file, platform::MediaService& media) {
     }
 }
 
-bool tellsBothEnds(const SessionMeta& meta) { return meta.screenFirstPTS && meta.recordingEndHostTime; }
+bool hasBothEnds(const SessionMeta& meta) { return meta.screenFirstPTS && meta.recordingEndHostTime; }
 
 /// The ends that the movies and the journal tell of: the document may be older than the movies' first
 /// pictures.
@@ -114,7 +114,7 @@ Look look(const SessionFolder& folder, platform::MediaService& media, bool repai
             return result;  // there, and cannot be read
     }
     std::error_code unknown;
-    if (isReadable && !wasCutOff && tellsBothEnds(settled.meta) &&
+    if (isReadable && !wasCutOff && hasBothEnds(settled.meta) &&
         std::filesystem::exists(folder.screenMovie(), unknown)) {
         settled.state = State::complete;
         return result;

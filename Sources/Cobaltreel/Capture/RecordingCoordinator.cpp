@@ -49,7 +49,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
       lists_(std::make_unique<SourceLists>(engine_, *this)) {
     const QPointer<RecordingCoordinator> self(this);
     engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
-        if (self) self->tellOf(event);
+        if (self) self->onDeviceEvent(event);
     };
     engine_->screen.onError = [self](const PlatformError& error) {
         if (self) self->streamFailed(error);
@@ -62,7 +62,7 @@ RecordingCoordinator::~RecordingCoordinator() {
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase_);
 }
 
-void RecordingCoordinator::tellOf(const platform::CaptureEvent& event) {
+void RecordingCoordinator::onDeviceEvent(const platform::CaptureEvent& event) {
     if (phase_ >= Phase::beginning) absences_.note(event, engine_->services.clock->now());
     Q_EMIT deviceMessage(noticeOf(event), QString::fromStdString(event.message),
                          QString::fromStdString(event.device.uniqueID));
@@ -127,7 +127,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
         countdownEnded_ = std::move(ended);
         const auto end = [self](bool done) {
             if (!self) return;
-            if (const auto tell = std::exchange(self->countdownEnded_, nullptr)) tell(done);
+            if (const auto callback = std::exchange(self->countdownEnded_, nullptr)) callback(done);
         };
         engine->services.countdown->run([end] { end(false); }, [end] { end(true); });
     });
@@ -343,10 +343,10 @@ void RecordingCoordinator::abandonStart() {
 }
 
 void RecordingCoordinator::abandonCountdown() {
-    const auto tell = std::exchange(countdownEnded_, nullptr);
-    if (!tell) return;
+    const auto ended = std::exchange(countdownEnded_, nullptr);
+    if (!ended) return;
     engine_->services.countdown->finish();
-    tell(false);
+    ended(false);
 }
 
 void RecordingCoordinator::startCameraPreview() {

@@ -131,7 +131,7 @@ class RecordingCoordinator final : public RecordingChoices {
     void abandonStart();
     void abandonCountdown();
     void endPreview();
-    void tellOf(const platform::CaptureEvent& event);
+    void onDeviceEvent(const platform::CaptureEvent& event);
     void setPhase(Phase phase);
 
     std::shared_ptr<RecordingEngine> engine_;

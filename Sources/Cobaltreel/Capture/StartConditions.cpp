@@ -40,7 +40,7 @@ QCoro::Task<Outcome> check(std::shared_ptr<RecordingEngine> engine, const Record
         co_return Outcome{};
     }
 
-    const auto choice = co_await ContentChoice::ask(engine, choices);
+    const auto choice = co_await ContentChoice::request(engine, choices);
     if (choice.failure)
         co_await engine->answerTo(
             warning(S::recordingFailed(), QString::fromStdString(choice.failure->description())));

@@ -8,7 +8,7 @@ void addToggleCommand(CLI::App& app, CommandBody& body) {
         "toggle", "Press the button of the application that runs: it starts or stops a recording");
     command->callback([&body] {
         body.run = [] {
-            if (!hostServices().singleInstance->ask(platform::InstanceRequest::toggle))
+            if (!hostServices().singleInstance->send(platform::InstanceRequest::toggle))
                 throw CommandError("the application does not run; start it with: cobaltreel");
             return ExitStatus::done;
         };

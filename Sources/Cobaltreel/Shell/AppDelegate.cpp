@@ -57,7 +57,7 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       stoppedAt_(-std::numeric_limits<double>::infinity()) {
     qApp->installEventFilter(this);
     connect(&model_, &PopoverModel::quitRequested, this, &AppDelegate::quit);
-    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::followState);
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, &AppDelegate::onStateChanged);
     // Nobody looks at the panel while a recording runs.
     connect(&coordinator_, &RecordingCoordinator::deviceMessage, this, [this](const QString& notice) {
         if (coordinator_.state() == RecordingCoordinator::State::recording && host_.notifications)
@@ -122,7 +122,7 @@ void AppDelegate::keepPanelOutOfPicture() {
     panel_->hide();
 }
 
-void AppDelegate::followState() {
+void AppDelegate::onStateChanged() {
     keepPanelOutOfPicture();
     const bool recording = coordinator_.state() == RecordingCoordinator::State::recording;
     if (std::exchange(wasRecording_, recording) && !recording) stoppedAt_ = host_.clock->now();

@@ -65,7 +65,7 @@ class AppDelegate final : public QObject {
     void updateLabel();
     std::vector<platform::StatusMenuItem> statusMenu();
     void hotKeyPressed();
-    void followState();
+    void onStateChanged();
     void panelClosed();
     std::optional<QRect> statusItemFrame() const;
     std::optional<QRect> clickedPlace() const;

@@ -27,7 +27,7 @@ class SingleInstance {
     /// an instance that is just beginning or ending. Throws PlatformError when neither can be had.
     virtual std::unique_ptr<InstanceClaim> claim(std::function<void(InstanceRequest)> asked) = 0;
     /// Asks the instance that runs; false when none does.
-    virtual bool ask(InstanceRequest request) = 0;
+    virtual bool send(InstanceRequest request) = 0;
 };
 
 }  // namespace platform

@@ -17,7 +17,7 @@ class WindowManager {
     /// The window's content is dark; its title bar had better be.
     virtual void preferDark(std::uint32_t window) = 0;
     /// Shows no entry for a window, which is on the screen, among those of the programs that run.
-    virtual void keepOffTaskBar(std::uint32_t window) = 0;
+    virtual void skipTaskBar(std::uint32_t window) = 0;
     /// What panels and docks leave of a screen, both in pixels with the origin at the top left of the whole
     /// desktop, y down.
     virtual Rect workArea(const Rect& screen) = 0;

@@ -47,7 +47,7 @@ int repeatedOpen(const char* path, int flags, mode_t mode = 0) {
 }
 
 /// Closes and tells what the file system says only then, as a network's does. 0 or errno.
-int closeTelling(UniqueFd& fd) {
+int closeReporting(UniqueFd& fd) {
     const int raw = fd.release();
     return close(raw) == 0 || errno == EINTR ? 0 : errno;
 }
@@ -118,7 +118,7 @@ void replaceFile(const fs::path& file, std::string_view bytes) {
     if (!fd) fail(errno);
     if (const int code = writeWhole(fd.get(), bytes.data(), bytes.size())) fail(code);
     if (const int code = syncDescriptor(fd.get())) fail(code);
-    if (const int code = closeTelling(fd)) fail(code);
+    if (const int code = closeReporting(fd)) fail(code);
     if (rename(temporary.c_str(), file.c_str()) != 0) fail(errno);
     const UniqueFd folder = openFolder(file.parent_path());
     if (folder) syncDescriptor(folder.get());

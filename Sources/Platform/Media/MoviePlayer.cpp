@@ -162,7 +162,7 @@ void MoviePlayer::startMoving() {
         patienceTimer_ = loop_->scheduleOnce(patienceWithSound, [this] {
             if (!canMove() || motion_.rate != 0) return;
             setMotion({motion_.time, clock_->now(), rate_});
-            feed().follow(motion_);
+            feed().onMotion(motion_);
         });
     } else {
         setMotion({motion_.time, clock_->now(), rate_});
@@ -178,7 +178,7 @@ void MoviePlayer::startSound() {
     if (sound_) feed().open(std::exchange(sound_, nullptr));
     feed().play(motion_.time);
     machinery_->output->setActive(true);
-    soundTimer_ = loop_->scheduleRepeating(lookInterval, [this] { followSound(); });
+    soundTimer_ = loop_->scheduleRepeating(lookInterval, [this] { syncToSound(); });
 }
 
 void MoviePlayer::silence() {
@@ -188,7 +188,7 @@ void MoviePlayer::silence() {
     if (machinery_->output) machinery_->output->setActive(false);
 }
 
-void MoviePlayer::followSound() {
+void MoviePlayer::syncToSound() {
     if (!canMove()) return;
     const auto sound = feed().motion();
     if (!sound) return;

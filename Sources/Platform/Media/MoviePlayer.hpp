@@ -70,7 +70,7 @@ class MoviePlayer final : public ObservablePlayer {
     void startMoving();
     void startSound();
     void silence();
-    void followSound();
+    void syncToSound();
     void stop();
     void holdTime();
     void statusChanged();

@@ -39,7 +39,7 @@ void SoundFeed::open(std::shared_ptr<AudioMix> mix) {
 
 void SoundFeed::play(double seconds) { begin(framesOf(seconds), std::nullopt); }
 
-void SoundFeed::follow(const Motion& motion) { begin(framesOf(motion.time), motion); }
+void SoundFeed::onMotion(const Motion& motion) { begin(framesOf(motion.time), motion); }
 
 void SoundFeed::begin(std::int64_t position, std::optional<Motion> along) {
     startFrame_ = position;

@@ -31,7 +31,7 @@ class SoundFeed {
     /// Plays from `seconds` on, as soon as the output asks and there is something to give.
     void play(double seconds);
     /// Plays along a motion that is under way already.
-    void follow(const Motion& motion);
+    void onMotion(const Motion& motion);
     void pause();
     /// Where the sound is; absent until something is heard of what was asked for last.
     std::optional<Motion> motion() const;

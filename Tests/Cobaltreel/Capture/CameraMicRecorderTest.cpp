@@ -321,10 +321,10 @@ TEST_F(CameraMicRecorderTest, SaysWhichDeviceSendsNothing) {
     EXPECT_EQ(events[0].device, camera);
 
     // A device that is known to be gone is not reported twice.
-    session().tell({CaptureEvent::Kind::lost, mic, "gone"});
+    session().notify({CaptureEvent::Kind::lost, mic, "gone"});
     time->advance(10.0);
     EXPECT_THAT(eventKinds(), ElementsAre(CaptureEvent::Kind::stalled, CaptureEvent::Kind::lost));
-    session().tell({CaptureEvent::Kind::returned, mic, "back"});
+    session().notify({CaptureEvent::Kind::returned, mic, "back"});
     time->drain();
     time->advance(10.0);
     EXPECT_THAT(eventKinds(), SizeIs(4));

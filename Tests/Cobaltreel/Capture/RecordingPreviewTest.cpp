@@ -175,14 +175,14 @@ TEST_F(RecordingPreviewTest, TellsWhatBefallsADevice) {
            "No picture comes from “Camera”. Plug it in again, or choose another one"},
           {{Kind::stalled, mic, "d"},
            "No sound comes from “Microphone”. Plug it in again, or choose another one"}}) {
-        devices().tell(c.event);
+        devices().notify(c.event);
         time->drain();
         EXPECT_EQ(told.back(), std::pair(QString(c.notice), QString::fromStdString(c.event.message)));
     }
     L::current = Language::he;
     for (const Kind kind :
          {Kind::lost, Kind::returned, Kind::failed, Kind::unreadable, Kind::stalled, Kind::silent}) {
-        devices().tell({kind, otherMic, "in English"});
+        devices().notify({kind, otherMic, "in English"});
         time->drain();
         EXPECT_TRUE(told.back().first.contains("Headset")) << told.back().first.toStdString();
     }
@@ -194,16 +194,16 @@ TEST_F(RecordingPreviewTest, ThePreviewIsToldWhichDeviceWasMissingWhen) {
     using Kind = platform::CaptureEvent::Kind;
     record();
     const double start = time->now();
-    const auto tell = [&](double at, Kind kind, const platform::CaptureDevice& device) {
+    const auto notify = [&](double at, Kind kind, const platform::CaptureDevice& device) {
         for (; time->now() < start + at; time->advance(1)) devices().deliverSound(time->now(), 0.5F);
-        devices().tell({kind, device, {}});
+        devices().notify({kind, device, {}});
         time->drain();
     };
-    tell(2, Kind::lost, camera);
-    tell(3, Kind::silent, otherMic);
-    tell(5, Kind::returned, camera);
-    tell(6, Kind::failed, otherMic);
-    tell(7, Kind::lost, otherMic);
+    notify(2, Kind::lost, camera);
+    notify(3, Kind::silent, otherMic);
+    notify(5, Kind::returned, camera);
+    notify(6, Kind::failed, otherMic);
+    notify(7, Kind::lost, otherMic);
     stop();
     ASSERT_THAT(windows->previews, SizeIs(1));
     const auto& absences = windows->previews[0].absences;

@@ -47,14 +47,14 @@ TEST_F(SingleInstanceTest, TheFirstIsToldOfEveryFurtherStart) {
 }
 
 TEST_F(SingleInstanceTest, ItsButtonCanBePressedFromOutside) {
-    EXPECT_FALSE(instance().ask(InstanceRequest::toggle)) << "nobody is there";
-    std::vector<InstanceRequest> asked;
-    const auto claim = instance().claim([&](InstanceRequest request) { asked.push_back(request); });
-    EXPECT_TRUE(instance().ask(InstanceRequest::toggle));
-    EXPECT_TRUE(eventually(*loop_, [&] { return asked.size() == 1; }));
-    EXPECT_TRUE(instance().ask(InstanceRequest::show));
-    EXPECT_TRUE(eventually(*loop_, [&] { return asked.size() == 2; }));
-    EXPECT_EQ(asked, (std::vector{InstanceRequest::toggle, InstanceRequest::show}));
+    EXPECT_FALSE(instance().send(InstanceRequest::toggle)) << "nobody is there";
+    std::vector<InstanceRequest> received;
+    const auto claim = instance().claim([&](InstanceRequest request) { received.push_back(request); });
+    EXPECT_TRUE(instance().send(InstanceRequest::toggle));
+    EXPECT_TRUE(eventually(*loop_, [&] { return received.size() == 1; }));
+    EXPECT_TRUE(instance().send(InstanceRequest::show));
+    EXPECT_TRUE(eventually(*loop_, [&] { return received.size() == 2; }));
+    EXPECT_EQ(received, (std::vector{InstanceRequest::toggle, InstanceRequest::show}));
 }
 
 TEST_F(SingleInstanceTest, WhatAKilledInstanceLeavesIsNotInTheWay) {

@@ -105,7 +105,7 @@ TEST_F(SoundFeedTest, afterAStandstillItGoesOnWhereTheTimeIs) {
 }
 
 TEST_F(SoundFeedTest, joinsAMotionUnderWay) {
-    feed.follow({2, 99, 1});                  // at 100 it is at 3
+    feed.onMotion({2, 99, 1});                // at 100 it is at 3
     EXPECT_THAT(render(), testing::Each(0));  // until it was read, the time going on
     waitUntilRead(3 * AudioMix::sampleRate + 8 * cycle);
     while (render().back() == 0) ASSERT_LT(heardAt, 101);

@@ -7,10 +7,10 @@
 namespace cobaltreel {
 
 Knob::Knob(QQuickItem* parent) : QQuickPaintedItem(parent) {
-    connect(this, &Knob::lookChanged, this, &Knob::follow);
+    connect(this, &Knob::lookChanged, this, &Knob::onLookChanged);
 }
 
-void Knob::follow() {
+void Knob::onLookChanged() {
     setImplicitSize(diameter_ + 2 * margin(), diameter_ + 2 * margin());
     update();
 }

@@ -30,7 +30,7 @@ class Knob : public QQuickPaintedItem {
     void lookChanged();
 
   private:
-    void follow();
+    void onLookChanged();
 
     qreal diameter_ = 0;
     bool dimmed_ = false;

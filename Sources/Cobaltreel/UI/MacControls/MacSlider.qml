@@ -99,11 +99,11 @@ Item {
         onPressed: event => {
             control.usedByPointer = true;
             control.forceActiveFocus(Qt.MouseFocusReason);
-            follow(event);
+            moveTo(event);
         }
-        onPositionChanged: event => follow(event)
+        onPositionChanged: event => moveTo(event)
 
-        function follow(event: MouseEvent) {
+        function moveTo(event: MouseEvent) {
             control.edit(ControlMath.sliderValue(event.x, width, control.lowerBound, control.upperBound,
                                                  control.mirrored));
         }

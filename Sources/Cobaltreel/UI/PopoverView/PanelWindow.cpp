@@ -76,11 +76,11 @@ void PanelWindow::open(std::optional<QRect> statusItem) {
     if (const QQuickItem* root = rootObject()) AppWindows::layOutContent(*this, root->implicitWidth());
     fit();
     AppWindows::bringForward(*this);
-    followPresses();
+    watchPresses();
 }
 
 /// Where the focus was refused, nothing else tells that the user has turned to something else.
-void PanelWindow::followPresses() {
+void PanelWindow::watchPresses() {
     if (look_ != Look::popover || !pointer_) return;
     presses_ = pointer_->watchPresses([this](int x, int y) {
         if (isOpen() && !geometry().contains(pointAt(*screen(), QPoint(x, y)))) leave();

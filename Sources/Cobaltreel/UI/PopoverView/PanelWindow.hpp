@@ -61,7 +61,7 @@ class PanelWindow final : public AppWindow {
   private:
     void fit();
     void leave();
-    void followPresses();
+    void watchPresses();
 
     PopoverModel& model_;
     Look look_;

@@ -66,14 +66,14 @@ PopoverModel::PopoverModel(RecordingCoordinator& coordinator, std::shared_ptr<pl
                            std::shared_ptr<platform::MainLoop> mainLoop, QObject* parent)
     : QObject(parent), coordinator_(coordinator), egg_(std::move(clock), std::move(mainLoop)) {
     passOnChanges();
-    followChoices();
+    watchChoices();
     connect(
         &coordinator_, &RecordingCoordinator::deviceMessage, this,
         [this](const QString& notice, const QString&, const QString& topic) { setNotice(topic, notice); });
-    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] { followState(); });
+    connect(&coordinator_, &RecordingCoordinator::stateChanged, this, [this] { onStateChanged(); });
 }
 
-void PopoverModel::followState() {
+void PopoverModel::onStateChanged() {
     using State = RecordingCoordinator::State;
     if (coordinator_.state() == State::countdown) {
         std::erase_if(notices_, [](const auto& notice) {
@@ -164,7 +164,7 @@ void PopoverModel::passOnChanges() {
     pass(&From::autoZoomEnabledChanged, &To::autoZoomEnabledChanged);
 }
 
-void PopoverModel::followChoices() {
+void PopoverModel::watchChoices() {
     using From = RecordingChoices;
     const auto moveBubble = [this] {
         if (shown_) coordinator_.updateBubble();

@@ -150,8 +150,8 @@ class PopoverModel : public QObject {
 
   private:
     void passOnChanges();
-    void followChoices();
-    void followState();
+    void watchChoices();
+    void onStateChanged();
     void resumePreview();
     void startPreview();
     void noteWhatIsMissing();

@@ -26,18 +26,18 @@ void CircularBubbleView::setSource(PictureSource* source) {
     if (source_) source_->disconnect(this);
     source_ = source;
     if (source_) connect(source_, &PictureSource::pictureChanged, this, [this] { update(); });
-    askForSize();
+    requestSize();
     update();
     Q_EMIT sourceChanged();
 }
 
 void CircularBubbleView::geometryChange(const QRectF& now, const QRectF& before) {
     QQuickPaintedItem::geometryChange(now, before);
-    askForSize();
+    requestSize();
     update();
 }
 
-void CircularBubbleView::askForSize() {
+void CircularBubbleView::requestSize() {
     if (!source_ || size().isEmpty()) return;
     // Twice the circle: whichever way a picture of up to 2:1 lies, it fills the circle without being
     // enlarged.

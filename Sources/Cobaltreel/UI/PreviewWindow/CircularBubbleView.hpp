@@ -29,7 +29,7 @@ class CircularBubbleView : public QQuickPaintedItem {
     void geometryChange(const QRectF& now, const QRectF& before) override;
 
   private:
-    void askForSize();
+    void requestSize();
 
     QPointer<PictureSource> source_;
 };

@@ -14,7 +14,7 @@ void PictureView::setSource(PictureSource* source) {
     if (source_) source_->disconnect(this);
     source_ = source;
     if (source_) connect(source_, &PictureSource::pictureChanged, this, &PictureView::takePicture);
-    askForSize();
+    requestSize();
     takePicture();
     Q_EMIT sourceChanged();
 }
@@ -27,20 +27,20 @@ void PictureView::takePicture() {
     update();
 }
 
-void PictureView::askForSize() {
+void PictureView::requestSize() {
     if (!source_ || !window() || size().isEmpty()) return;
     source_->setWantedSize((size() * window()->effectiveDevicePixelRatio()).toSize());
 }
 
 void PictureView::geometryChange(const QRectF& now, const QRectF& before) {
     QQuickItem::geometryChange(now, before);
-    if (now.size() != before.size()) askForSize();
+    if (now.size() != before.size()) requestSize();
     update();
 }
 
 void PictureView::itemChange(ItemChange change, const ItemChangeData& data) {
     QQuickItem::itemChange(change, data);
-    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged) askForSize();
+    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged) requestSize();
 }
 
 QSGNode* PictureView::updatePaintNode(QSGNode* node, UpdatePaintNodeData*) {

@@ -38,7 +38,7 @@ class PictureView : public QQuickItem {
 
   private:
     void takePicture();
-    void askForSize();
+    void requestSize();
 
     QPointer<PictureSource> source_;
     QImage picture_;

@@ -61,7 +61,7 @@ void PreviewModel::makePlayers() {
     if (meta_.cameraEnabled) cameraPlayer_ = services_.players->makePlayer();
     screenPictures_ = std::make_unique<PlayerPictures>(*player_);
     positionObserver_ =
-        player_->addPeriodicTimeObserver(positionInterval, [this](double time) { followTime(time); });
+        player_->addPeriodicTimeObserver(positionInterval, [this](double time) { onTimeChanged(time); });
     playingObserver_ = player_->observeTimeControlStatus([this](Status status) {
         change(isPlaying_, status == Status::playing, &PreviewModel::isPlayingChanged);
     });
@@ -120,7 +120,7 @@ void PreviewModel::startCameraSync() {
         player_->addPeriodicTimeObserver(syncInterval, [this](double time) { resyncBubble(time, false); });
     timeControlObs_ = player_->observeTimeControlStatus([this](Status) {
         resyncBubble(player_->currentTime(), true);
-        followRate();
+        updateRate();
     });
     if (player_->hasCurrentItem())
         timeJumpToken_ =
@@ -128,7 +128,7 @@ void PreviewModel::startCameraSync() {
     resyncBubble(player_->currentTime(), true);
 }
 
-void PreviewModel::followRate() {
+void PreviewModel::updateRate() {
     const double rate = player_->timeControlStatus() == Status::paused ? 0 : player_->rate();
     if (cameraPlayer_->rate() != rate) cameraPlayer_->setRate(rate);
 }
@@ -136,13 +136,13 @@ void PreviewModel::followRate() {
 void PreviewModel::resyncBubble(double mainSeconds, bool force) {
     if (!cameraPlayer_) return;
     const double target = std::max(mainSeconds + cameraOffset_, 0.0);
-    followRate();
+    updateRate();
     if (!force && std::abs(cameraPlayer_->currentTime() - target) <= bubbleDriftTolerance) return;
     const bool isPaused = player_->timeControlStatus() == Status::paused;
     cameraPlayer_->seek(onTimescale(target), isPaused ? 0 : playingSeekTolerance);
 }
 
-void PreviewModel::followTime(double seconds) {
+void PreviewModel::onTimeChanged(double seconds) {
     const bool reachesEnd =
         player_->timeControlStatus() == Status::playing && position_ <= trimEnd_ && seconds >= trimEnd_;
     change(position_, seconds, &PreviewModel::positionChanged);

@@ -185,8 +185,8 @@ class PreviewModel : public QObject {
     void play(platform::PlayerItem item, bool isWhole);
     void playbackFailed(const platform::PlatformError& error);
     void startCameraSync();
-    void followRate();
-    void followTime(double seconds);
+    void updateRate();
+    void onTimeChanged(double seconds);
     void seekTo(double seconds);
     ExportOptions exportOptions() const;
     void exportEnded(const Outcome& outcome);

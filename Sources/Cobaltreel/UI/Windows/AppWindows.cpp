@@ -64,7 +64,7 @@ class ActivateOnceShown final : public QObject {
             window_.setPosition(place_.topLeft());
         const auto number = static_cast<std::uint32_t>(window_.winId());
         if (!window_.isActive()) manager_->activate(number);
-        if (window_.type() == Qt::Tool) manager_->keepOffTaskBar(number);
+        if (window_.type() == Qt::Tool) manager_->skipTaskBar(number);
         window_.removeEventFilter(this);
         deleteLater();
         return false;

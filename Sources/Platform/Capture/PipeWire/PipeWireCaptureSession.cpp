@@ -146,9 +146,9 @@ void PipeWireCaptureSession::disconnected() {
     for (Input* input : {&camera_, &microphone_}) {
         if (!input->device || input->isLost || !running_) continue;
         input->isLost = true;
-        tell(CaptureEvent::Kind::lost, *input->device,
-             quoted(*input->device) +
-                 " is lost, because the media server ended. It is used again when the server is back.");
+        notify(CaptureEvent::Kind::lost, *input->device,
+               quoted(*input->device) +
+                   " is lost, because the media server ended. It is used again when the server is back.");
     }
 }
 
@@ -165,14 +165,14 @@ const Node* PipeWireCaptureSession::presentNode(Input& input) {
     const bool isGone = node == nullptr || (input.node != 0 && input.node != node->serial);
     if (isGone && !input.isLost) {
         input.isLost = true;
-        tell(CaptureEvent::Kind::lost, *input.device,
-             quoted(*input.device) + " was unplugged. It is used again when it is back.");
+        notify(CaptureEvent::Kind::lost, *input.device,
+               quoted(*input.device) + " was unplugged. It is used again when it is back.");
     }
     if (node == nullptr) return nullptr;
     if (input.isLost) {
         input.isLost = input.hasFailed = false;
         input.attempts = 0;
-        tell(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " is back.");
+        notify(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " is back.");
     }
     return node;
 }
@@ -199,9 +199,10 @@ void PipeWireCaptureSession::reconcileCamera() {
                 },
                 [this](const std::string& reason) { streamFailed(camera_, reason); },
                 [this] {
-                    tell(CaptureEvent::Kind::unreadable, *camera_.device,
-                         quoted(*camera_.device) +
-                             " sends pictures that cannot be read. Plug it in again, or choose another one.");
+                    notify(
+                        CaptureEvent::Kind::unreadable, *camera_.device,
+                        quoted(*camera_.device) +
+                            " sends pictures that cannot be read. Plug it in again, or choose another one.");
                 }});
         cameraStream_->setMirrored(current_.mirrored);
     } catch (const PlatformError& error) {
@@ -237,19 +238,19 @@ void PipeWireCaptureSession::streamFailed(Input& input, const std::string& reaso
     // Often the first sign that the device is about to disappear, so it is reported only when it stays.
     input.hasFailed = true;
     if (++input.attempts == attemptsUntilReported)
-        tell(CaptureEvent::Kind::failed, *input.device,
-             quoted(*input.device) + " cannot be used (" + reason + "). Another program may be using it.");
+        notify(CaptureEvent::Kind::failed, *input.device,
+               quoted(*input.device) + " cannot be used (" + reason + "). Another program may be using it.");
     retry_->signalAfter(Connection::retryInterval);
 }
 
 /// What fails after this fails anew, and is told anew.
 void PipeWireCaptureSession::streamDelivered(Input& input) {
     if (std::exchange(input.attempts, 0) >= attemptsUntilReported)
-        tell(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " can be used again.");
+        notify(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " can be used again.");
 }
 
-void PipeWireCaptureSession::tell(CaptureEvent::Kind kind, const CaptureDevice& device,
-                                  const std::string& message) {
+void PipeWireCaptureSession::notify(CaptureEvent::Kind kind, const CaptureDevice& device,
+                                    const std::string& message) {
     if (onEvent_) onEvent_({kind, device, message});
 }
 

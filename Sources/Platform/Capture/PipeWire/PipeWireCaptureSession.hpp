@@ -70,7 +70,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     const Node* presentNode(Input& input);
     void streamFailed(Input& input, const std::string& reason);
     void streamDelivered(Input& input);
-    void tell(CaptureEvent::Kind kind, const CaptureDevice& device, const std::string& message);
+    void notify(CaptureEvent::Kind kind, const CaptureDevice& device, const std::string& message);
     Gates makeGates() const;
 
     std::shared_ptr<Connection> connection_;

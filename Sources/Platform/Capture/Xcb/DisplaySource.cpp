@@ -60,7 +60,7 @@ PictureSource::Change DisplaySource::change() const {
 
 bool DisplaySource::isPointerSeen() {
     if (!pointer_) return false;
-    pointer_->ask();
+    pointer_->query();
     pointer_->update();
     return !pointer_->bounds().intersected(area_).isEmpty() || !pointer_->drawnBounds().isEmpty();
 }

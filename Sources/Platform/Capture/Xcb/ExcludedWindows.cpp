@@ -81,7 +81,7 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
         redirected_.erase(window);
     } else if (const auto kept = redirected_.find(window); kept != redirected_.end()) {
         // Here, before the events that tell of its painting.
-        kept->second->follow(*topLevel, coveredOf(*topLevel));
+        kept->second->update(*topLevel, coveredOf(*topLevel));
     }
     const bool isOfInterest = event.response_type == XCB_MAP_NOTIFY ||
                               event.response_type == XCB_UNMAP_NOTIFY || topLevel == nullptr ||

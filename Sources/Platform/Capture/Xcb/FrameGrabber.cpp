@@ -24,7 +24,7 @@ bool FrameGrabber::read(xcb_drawable_t drawable, int x, int y, const RectList& a
                         PointerOverlay* pointer) {
     time_ = MediaTime::fromSeconds(HostClock().now(), nanosecondTimescale);
     image_->request(drawable, x, y, areas);
-    if (pointer != nullptr) pointer->ask();
+    if (pointer != nullptr) pointer->query();
     const bool isRead = image_->await();
     if (pointer != nullptr) pointer->update();
     reading_ = isRead ? areas : RectList{};

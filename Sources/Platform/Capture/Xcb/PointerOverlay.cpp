@@ -40,7 +40,7 @@ void PointerOverlay::handle(const xcb_generic_event_t& event) {
     }
 }
 
-void PointerOverlay::ask() {
+void PointerOverlay::query() {
     hasChanged_ = false;
     asked_ = xcb_query_pointer(connection_.get(), connection_.root());
 }

@@ -22,7 +22,7 @@ class PointerOverlay {
 
     /// Asks where the pointer is; the answer is taken by `update`. In between, other requests may be sent,
     /// so that picture and position are of one moment.
-    void ask();
+    void query();
     void update();
 
     /// Where its picture is now and where it was drawn last, on the root.

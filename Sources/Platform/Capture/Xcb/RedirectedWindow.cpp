@@ -100,7 +100,7 @@ std::optional<PixelRect> RedirectedWindow::handle(const xcb_generic_event_t& eve
     return std::nullopt;
 }
 
-void RedirectedWindow::follow(const TopLevel& topLevel, const RectList& covered) {
+void RedirectedWindow::update(const TopLevel& topLevel, const RectList& covered) {
     const TopLevel before = std::exchange(topLevel_, topLevel);
     const bool isResized =
         before.bounds.width != topLevel.bounds.width || before.bounds.height != topLevel.bounds.height;

@@ -27,7 +27,7 @@ class RedirectedWindow {
     /// Takes note of an event; what it has changed of the window, on the root, absent when nothing.
     std::optional<PixelRect> handle(const xcb_generic_event_t& event);
     /// The window was moved, resized, shown or hidden; new contents are kept from then on.
-    void follow(const TopLevel& topLevel, const RectList& covered);
+    void update(const TopLevel& topLevel, const RectList& covered);
 
     /// Draws what `part` (on the root) shows of the window into a picture whose top left is at (`originX`,
     /// `originY`) of the root; what is not painted yet is left out. False when the contents are out of

@@ -7,7 +7,7 @@
 
 namespace platform {
 
-std::uint32_t askToPaint(XcbConnection& connection, xcb_window_t window, bool withBackgrounds) {
+std::uint32_t requestPaint(XcbConnection& connection, xcb_window_t window, bool withBackgrounds) {
     xcb_connection_t* c = connection.get();
     const auto geometry = xcb_get_geometry(c, window);
     if (withBackgrounds) xcb_clear_area(c, 1, window, 0, 0, 0, 0);
@@ -24,7 +24,7 @@ std::uint32_t askToPaint(XcbConnection& connection, xcb_window_t window, bool wi
         xcb_send_event(c, 0, window, XCB_EVENT_MASK_EXPOSURE, event);
     }
     for (const xcb_window_t child : childrenOf(connection, window))
-        askToPaint(connection, child, withBackgrounds);
+        requestPaint(connection, child, withBackgrounds);
     return geometry.sequence;
 }
 

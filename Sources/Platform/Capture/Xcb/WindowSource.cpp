@@ -51,7 +51,7 @@ WindowSource::WindowSource(XcbConnection& connection, const WindowContentFilter&
     if (const auto* shape = connection.extension(xcb_shape_id))
         shapeEvent_ = shape->first_event + XCB_SHAPE_NOTIFY;
     if (configuration.showsCursor) pointer_ = std::make_unique<PointerOverlay>(connection);
-    followFrame();
+    updateFrame();
     if (!isReadable() && !connection.isBroken())
         throw PlatformError("ScreenCapture", noSuchContent,
                             "The window \"" + title_ +
@@ -73,7 +73,7 @@ void WindowSource::leaveFrame() {
     xcb_composite_unredirect_window(connection_.get(), frame_, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
 }
 
-void WindowSource::followFrame() {
+void WindowSource::updateFrame() {
     isFrameStale_ = false;
     leaveFrame();
     xcb_connection_t* c = connection_.get();
@@ -120,9 +120,9 @@ void WindowSource::followFrame() {
     dirty_.add(wholeOf(bounds_));
     if (isFirst && isKept) {
         presumedPainted_ = std::move(shape);
-        damageFrom_ = askToPaint(connection_, frame_, false);
+        damageFrom_ = requestPaint(connection_, frame_, false);
     } else if (!isFirst || pixelCount(painted) < pixelCount(shape)) {
-        damageFrom_ = askToPaint(connection_, frame_, true);
+        damageFrom_ = requestPaint(connection_, frame_, true);
     }
 }
 
@@ -235,7 +235,7 @@ void WindowSource::handleStructure(const xcb_generic_event_t& event) {
             if (notify.window == frame_) {
                 isFrameShown_ = isShown;
                 beginContents({});
-                if (isShown) damageFrom_ = askToPaint(connection_, frame_, true);
+                if (isShown) damageFrom_ = requestPaint(connection_, frame_, true);
             }
             if (notify.window == window_) {
                 isClientShown_ = isShown;
@@ -314,7 +314,7 @@ PictureSource::Change WindowSource::change() const {
 
 bool WindowSource::isPointerSeen() {
     if (!pointer_) return false;
-    pointer_->ask();
+    pointer_->query();
     pointer_->update();
     const PixelRect seen = seen_.translated(bounds_.x, bounds_.y);
     return !pointer_->bounds().intersected(seen).isEmpty() || !pointer_->drawnBounds().isEmpty();
@@ -338,13 +338,13 @@ bool WindowSource::isWaitingForPaint(const RectList& unpainted) {
     }
     if (presumedPainted_.empty() && now > *incompleteSince_ + paintPatience / 2 &&
         !std::exchange(isAskedAgain_, true))
-        askToPaint(connection_, frame_, true);
+        requestPaint(connection_, frame_, true);
     return now < *incompleteSince_ + (presumedPainted_.empty() ? paintPatience : firstPatience);
 }
 
 std::optional<GrabbedPicture> WindowSource::grab() {
     if (isGone_) failGone();
-    if (isFrameStale_) followFrame();
+    if (isFrameStale_) updateFrame();
     if (isClientStale_) learnClient();
     watchWithdrawal();
     if (!isReadable()) return std::nullopt;
@@ -357,7 +357,7 @@ std::optional<GrabbedPicture> WindowSource::grab() {
         handleWaitingEvents();
         unpainted_.settle();
         // What was painted meanwhile may not have counted.
-        if (!unpainted_.rects().empty()) askToPaint(connection_, frame_, true);
+        if (!unpainted_.rects().empty()) requestPaint(connection_, frame_, true);
     }
     if (!contents_ || isLayoutStale_ || !isReadable() || seen_.isEmpty()) return std::nullopt;
 

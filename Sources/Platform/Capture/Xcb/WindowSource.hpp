@@ -34,7 +34,7 @@ class WindowSource final : public PictureSource {
     void handleConfigure(const xcb_configure_notify_event_t& notify);
     void placeClient(const PixelRect& place);
     void handleWaitingEvents();
-    void followFrame();
+    void updateFrame();
     void leaveFrame();
     void beginContents(const RectList& painted);
     void learnShape();

@@ -66,7 +66,7 @@ sockaddr_un addressOf(const fs::path& file) {
 /// Datagrams: a socket that is bound takes them at once, also while its program is busy.
 UniqueFd makeSocket() { return UniqueFd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); }
 
-bool tell(const fs::path& file, InstanceRequest request) {
+bool sendRequest(const fs::path& file, InstanceRequest request) {
     const UniqueFd socket = makeSocket();
     const sockaddr_un address = addressOf(file);
     const char word = static_cast<char>(request);
@@ -135,7 +135,7 @@ std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(Ins
     for (;;) {
         if (auto held = lock(lockFile))
             return std::make_unique<Claim>(std::move(*held), socketFile, *mainLoop_, std::move(asked));
-        if (tell(socketFile, InstanceRequest::show)) return nullptr;
+        if (sendRequest(socketFile, InstanceRequest::show)) return nullptr;
         if (std::chrono::steady_clock::now() > deadline)
             fail(socketFile, ETIMEDOUT, "belongs to an instance that does not listen");
         // It holds the lock and does not listen yet, or no longer.
@@ -143,8 +143,8 @@ std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(Ins
     }
 }
 
-bool PosixSingleInstance::ask(InstanceRequest request) {
-    return tell(folder_ / (name_ + ".socket"), request);
+bool PosixSingleInstance::send(InstanceRequest request) {
+    return sendRequest(folder_ / (name_ + ".socket"), request);
 }
 
 }  // namespace platform

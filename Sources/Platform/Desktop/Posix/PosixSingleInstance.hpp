@@ -19,7 +19,7 @@ class PosixSingleInstance final : public SingleInstance {
     PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, std::filesystem::path folder,
                         const std::string& name);
     std::unique_ptr<InstanceClaim> claim(std::function<void(InstanceRequest)> asked) override;
-    bool ask(InstanceRequest request) override;
+    bool send(InstanceRequest request) override;
 
   private:
     std::shared_ptr<MainLoop> mainLoop_;

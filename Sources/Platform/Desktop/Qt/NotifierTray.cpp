@@ -34,15 +34,15 @@ NotifierTray::NotifierTray(std::function<void()> changed) : changed_(std::move(c
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
     auto* watcher = new QDBusServiceWatcher(trayService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
-    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &NotifierTray::ask);
+    connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &NotifierTray::query);
     for (const auto* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
-        bus.connect(trayService, objectPath, trayService, QLatin1String(signal), this, SLOT(ask()));
+        bus.connect(trayService, objectPath, trayService, QLatin1String(signal), this, SLOT(query()));
     // Whoever starts needs to know before it shows anything.
     const QDBusReply<QDBusVariant> answer = bus.call(trayQuestion(), QDBus::Block, trayPatience);
     there_ = answer.isValid() && answer.value().variant().toBool();
 }
 
-void NotifierTray::ask() {
+void NotifierTray::query() {
     auto* call = new QDBusPendingCallWatcher(
         QDBusConnection::sessionBus().asyncCall(trayQuestion(), trayPatience), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {

@@ -15,7 +15,7 @@ class NotifierTray final : public QObject {
     bool isThere() const { return there_; }
 
   private Q_SLOTS:
-    void ask();
+    void query();
 
   private:
     void set(bool there);

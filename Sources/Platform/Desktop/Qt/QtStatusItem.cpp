@@ -69,9 +69,9 @@ class QtStatusItem final : public StatusItem {
     QtStatusItem(std::shared_ptr<MainLoop> mainLoop, std::string title, StatusItemActions actions)
         : title_(QString::fromStdString(title)),
           actions_(std::move(actions)),
-          notifierTray_([this] { follow(); }) {
+          notifierTray_([this] { update(); }) {
         try {
-            embeddingTray_ = std::make_unique<XcbTrayWatch>(*mainLoop, [this] { follow(); });
+            embeddingTray_ = std::make_unique<XcbTrayWatch>(*mainLoop, [this] { update(); });
         } catch (const PlatformError&) {
             // Without an X server there is only the bus.
         }
@@ -151,7 +151,7 @@ class QtStatusItem final : public StatusItem {
         icon_->setToolTip(
             label_.text.empty() ? title_ : title_ + QLatin1Char(' ') + QString::fromStdString(label_.text));
     }
-    void follow() {
+    void update() {
         const bool there = hasTray();
         if (there == isShown()) return;
         if (there)

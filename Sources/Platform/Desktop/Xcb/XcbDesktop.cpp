@@ -55,7 +55,7 @@ struct XcbDesktop::State {
         monitors = readMonitors(connection);
     }
 
-    void followMonitors() {
+    void updateMonitors() {
         bool changed = false;
         while (const XcbEvent event{xcb_poll_for_event(connection.get())})
             changed = changed || isMonitorChange(connection, *event);
@@ -65,7 +65,7 @@ struct XcbDesktop::State {
     PixelRect mainArea() const { return monitors.empty() ? PixelRect{} : monitors.front().area; }
 
     /// Every button of the pointer, and its position in fractions of a pixel.
-    bool askPointerDevice() {
+    bool queryPointerDevice() {
         const auto now =
             connection.reply(xcb_input_xi_query_pointer_reply,
                              xcb_input_xi_query_pointer(connection.get(), connection.root(), pointerDevice));
@@ -79,7 +79,7 @@ struct XcbDesktop::State {
         return true;
     }
 
-    bool askCorePointer() {
+    bool queryCorePointer() {
         const auto now =
             connection.reply(xcb_query_pointer_reply, xcb_query_pointer(connection.get(), connection.root()));
         if (!now) return false;
@@ -122,13 +122,13 @@ XcbDesktop::XcbDesktop(const std::string& displayName) : state_(std::make_unique
 XcbDesktop::~XcbDesktop() = default;
 
 PointerState XcbDesktop::pointer() {
-    state_->followMonitors();
-    if (state_->pointerDevice == 0 || !state_->askPointerDevice()) state_->askCorePointer();
+    state_->updateMonitors();
+    if (state_->pointerDevice == 0 || !state_->queryPointerDevice()) state_->queryCorePointer();
     return state_->last;
 }
 
 std::vector<Screen> XcbDesktop::screens() {
-    state_->followMonitors();
+    state_->updateMonitors();
     if (state_->connection.isBroken()) return {};
     const PixelRect main = state_->mainArea();
     std::vector<Screen> screens;
@@ -144,7 +144,7 @@ std::vector<Screen> XcbDesktop::screens() {
 }
 
 std::optional<Rect> XcbDesktop::windowBounds(std::uint32_t windowID) {
-    state_->followMonitors();
+    state_->updateMonitors();
     std::optional<PixelRect> bounds;
     const auto known = state_->frames.find(windowID);
     if (known != state_->frames.end()) bounds = state_->boundsWithin(windowID, known->second);

@@ -59,7 +59,7 @@ class HeldModifier {
   public:
     HeldModifier(std::vector<xcb_keycode_t> keys, bool wanted) : keys_(std::move(keys)), wanted_(wanted) {}
 
-    void follow(xcb_keycode_t key, bool press) {
+    void update(xcb_keycode_t key, bool press) {
         if (std::ranges::find(keys_, key) == keys_.end()) return;
         std::erase(held_, key);
         if (press) held_.push_back(key);
@@ -94,7 +94,7 @@ class PressOfChord {
         const bool press = raw.event_type == XCB_INPUT_RAW_KEY_PRESS;
         if (!press && raw.event_type != XCB_INPUT_RAW_KEY_RELEASE) return false;
         for (HeldModifier& modifier : modifiers_)
-            modifier.follow(static_cast<xcb_keycode_t>(raw.detail), press);
+            modifier.update(static_cast<xcb_keycode_t>(raw.detail), press);
         return raw.detail == key_ && isRawPress(press, raw.time);
     }
 

@@ -24,7 +24,7 @@ bool hasMonitors(const XcbConnection& connection) {
     return version && (version->major_version > 1 || version->minor_version >= 5);
 }
 
-std::vector<XcbMonitor> askForMonitors(const XcbConnection& connection) {
+std::vector<XcbMonitor> queryMonitors(const XcbConnection& connection) {
     const auto answer = connection.reply(xcb_randr_get_monitors_reply,
                                          xcb_randr_get_monitors(connection.get(), connection.root(), 1));
     if (!answer) return {};
@@ -52,7 +52,7 @@ std::vector<XcbMonitor> askForMonitors(const XcbConnection& connection) {
 
 std::vector<XcbMonitor> readMonitors(XcbConnection& connection) {
     std::vector<XcbMonitor> monitors;
-    if (hasMonitors(connection)) monitors = askForMonitors(connection);
+    if (hasMonitors(connection)) monitors = queryMonitors(connection);
     if (monitors.empty()) {
         const auto size =
             connection.reply(xcb_get_geometry_reply, xcb_get_geometry(connection.get(), connection.root()));

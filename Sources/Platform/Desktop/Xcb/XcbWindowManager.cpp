@@ -76,7 +76,8 @@ xcb_timestamp_t XcbWindowManager::serverTime() {
     return XCB_CURRENT_TIME;
 }
 
-void XcbWindowManager::ask(std::uint32_t window, const char* what, const std::array<std::uint32_t, 5>& data) {
+void XcbWindowManager::sendClientMessage(std::uint32_t window, const char* what,
+                                         const std::array<std::uint32_t, 5>& data) {
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;
@@ -88,11 +89,11 @@ void XcbWindowManager::ask(std::uint32_t window, const char* what, const std::ar
                    reinterpret_cast<const char*>(&message));
 }
 
-void XcbWindowManager::keepOffTaskBar(std::uint32_t window) {
+void XcbWindowManager::skipTaskBar(std::uint32_t window) {
     constexpr std::uint32_t add = 1;
-    ask(window, "_NET_WM_STATE",
-        {add, connection_.atom("_NET_WM_STATE_SKIP_TASKBAR"), connection_.atom("_NET_WM_STATE_SKIP_PAGER"),
-         fromUser});
+    sendClientMessage(window, "_NET_WM_STATE",
+                      {add, connection_.atom("_NET_WM_STATE_SKIP_TASKBAR"),
+                       connection_.atom("_NET_WM_STATE_SKIP_PAGER"), fromUser});
     xcb_flush(connection_.get());
 }
 
@@ -103,7 +104,7 @@ void XcbWindowManager::activate(std::uint32_t window) {
     xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, connection_.atom("_NET_WM_USER_TIME"),
                         XCB_ATOM_CARDINAL, 32, 1, &now);
     if (supports("_NET_ACTIVE_WINDOW")) {
-        ask(window, "_NET_ACTIVE_WINDOW", {fromUser, now});
+        sendClientMessage(window, "_NET_ACTIVE_WINDOW", {fromUser, now});
     } else {
         const std::uint32_t above = XCB_STACK_MODE_ABOVE;
         xcb_configure_window(c, window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
@@ -132,11 +133,12 @@ std::vector<PixelRect> XcbWindowManager::struts() {
                            xcb_query_tree_children(tree.get()) + xcb_query_tree_children_length(tree.get()));
     const xcb_atom_t partial = connection_.atom("_NET_WM_STRUT_PARTIAL"),
                      whole = connection_.atom("_NET_WM_STRUT");
-    const auto ask = [&](xcb_window_t window, xcb_atom_t property) {
+    const auto queryStrut = [&](xcb_window_t window, xcb_atom_t property) {
         return xcb_get_property(c, 0, window, property, XCB_ATOM_CARDINAL, 0, 12);
     };
     std::vector<std::pair<xcb_get_property_cookie_t, xcb_get_property_cookie_t>> cookies;
-    for (const xcb_window_t window : windows) cookies.emplace_back(ask(window, partial), ask(window, whole));
+    for (const xcb_window_t window : windows)
+        cookies.emplace_back(queryStrut(window, partial), queryStrut(window, whole));
 
     const auto root = connection_.reply(xcb_get_geometry_reply, xcb_get_geometry(c, connection_.root()));
     const PixelRect all{0, 0, root ? root->width : 0, root ? root->height : 0};

@@ -18,13 +18,13 @@ class XcbWindowManager final : public WindowManager {
 
     void activate(std::uint32_t window) override;
     void preferDark(std::uint32_t window) override;
-    void keepOffTaskBar(std::uint32_t window) override;
+    void skipTaskBar(std::uint32_t window) override;
     Rect workArea(const Rect& screen) override;
 
   private:
     bool supports(const std::string& hint);
     xcb_timestamp_t serverTime();
-    void ask(std::uint32_t window, const char* what, const std::array<std::uint32_t, 5>& data);
+    void sendClientMessage(std::uint32_t window, const char* what, const std::array<std::uint32_t, 5>& data);
     /// The edges of the desktop that windows have reserved.
     std::vector<PixelRect> struts();
     std::vector<PixelRect> rectangles(const std::string& property);

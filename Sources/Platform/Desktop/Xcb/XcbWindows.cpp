@@ -12,7 +12,7 @@ struct Extents {
     int bottom = 0;
 };
 
-xcb_get_property_cookie_t askForExtents(XcbConnection& connection, xcb_window_t client, const char* name) {
+xcb_get_property_cookie_t queryExtents(XcbConnection& connection, xcb_window_t client, const char* name) {
     return xcb_get_property(connection.get(), 0, client, connection.atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0,
                             4);
 }
@@ -142,8 +142,8 @@ std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t
     xcb_connection_t* c = connection.get();
     const auto frameCookie = xcb_get_geometry(c, frame), clientCookie = xcb_get_geometry(c, client);
     const auto placeCookie = xcb_translate_coordinates(c, client, frame, 0, 0);
-    const auto decorationCookie = askForExtents(connection, client, "_NET_FRAME_EXTENTS");
-    const auto shadowCookie = askForExtents(connection, client, "_GTK_FRAME_EXTENTS");
+    const auto decorationCookie = queryExtents(connection, client, "_NET_FRAME_EXTENTS");
+    const auto shadowCookie = queryExtents(connection, client, "_GTK_FRAME_EXTENTS");
     const auto geometry = connection.reply(xcb_get_geometry_reply, frameCookie);
     const auto inner = connection.reply(xcb_get_geometry_reply, clientCookie);
     const auto place = connection.reply(xcb_translate_coordinates_reply, placeCookie);

@@ -93,14 +93,14 @@ void AudioResync::add(const AudioBuffer& buffer, double time) {
         overlapping_ = cut >= frames;
         if (overlapping_) return;
     } else if (followsDrift_) {
-        followDrift(offset, buffer.duration());
+        trackDrift(offset, buffer.duration());
     }
     const auto skipped = static_cast<std::size_t>(cut) * buffer.format.bytesPerFrame();
     convert(reinterpret_cast<const std::uint8_t*>(buffer.bytes.data()) + skipped,
             static_cast<int>(frames - cut));
 }
 
-void AudioResync::followDrift(double offset, double runSeconds) {
+void AudioResync::trackDrift(double offset, double runSeconds) {
     drift_ += (offset - drift_) * std::min(1.0, runSeconds / smoothingSeconds);
     const int distance = static_cast<int>(correctionSeconds * sampleRate_);
     check(swr_set_compensation(resampler_.get(), static_cast<int>(std::lround(drift_)), distance), sentence);

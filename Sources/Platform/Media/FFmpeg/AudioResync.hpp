@@ -34,7 +34,7 @@ class AudioResync {
     void drain();
     void convert(const std::uint8_t* data, int frames);
     void addSilence(std::int64_t frames);
-    void followDrift(double offset, double runSeconds);
+    void trackDrift(double offset, double runSeconds);
     double delay() const;
 
     const int sampleRate_;

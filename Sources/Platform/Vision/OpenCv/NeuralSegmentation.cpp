@@ -169,7 +169,7 @@ void NeuralSegmentation::tryOut() {
             ramp(y, x) =
                 cv::Vec3b(level, static_cast<uchar>(255 - level), static_cast<uchar>(255 * y / ramp.rows));
         }
-    const cv::Mat1f first = ask(noise), second = ask(ramp);
+    const cv::Mat1f first = query(noise), second = query(ramp);
     double low = 0, high = 0, otherLow = 0, otherHigh = 0;
     cv::minMaxLoc(first, &low, &high);
     cv::minMaxLoc(second, &otherLow, &otherHigh);
@@ -177,7 +177,7 @@ void NeuralSegmentation::tryOut() {
         throw broken(model_.file, "it gives the same answer whatever it is shown");
 }
 
-cv::Mat1f NeuralSegmentation::ask(const cv::Mat3b& picture) {
+cv::Mat1f NeuralSegmentation::query(const cv::Mat3b& picture) {
     cv::Mat1f answer = personIn(picture);
     if (answer.size() != model_.input) cv::resize(answer, answer, model_.input, 0, 0, cv::INTER_LINEAR);
     return answer;

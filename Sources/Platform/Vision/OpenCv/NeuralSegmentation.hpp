@@ -41,7 +41,7 @@ class NeuralSegmentation {
 
     /// How likely each pixel of `picture`, of any size, is the person's, 0…1, at the size of input(). Throws
     /// PlatformError("Vision", 4) when the network answers nonsense.
-    cv::Mat1f ask(const cv::Mat3b& picture);
+    cv::Mat1f query(const cv::Mat3b& picture);
 
   private:
     cv::Mat1f personIn(const cv::Mat3b& picture);

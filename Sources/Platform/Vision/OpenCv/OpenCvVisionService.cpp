@@ -65,7 +65,7 @@ class OpenCvRequest : public PersonSegmentationRequest {
                     looks_.look(*network_, detailed, view, changed,
                                 once ? PersonLooks::Effort::inTurn : PersonLooks::Effort::both);
                 const cv::Mat1b mask = matte_.refine(person, view, changed, picture);
-                looks_.follow(matte_.found());
+                looks_.onPersonFound(matte_.found());
                 before_ = view;
                 return mask;
             } catch (const PlatformError& e) {

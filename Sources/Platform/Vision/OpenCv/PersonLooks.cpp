@@ -90,7 +90,7 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
     cv::Mat3b view;
     cv::resize(part, view, network.input(), 0, 0, cv::INTER_AREA);
     cv::flip(lifted(view, lift), view, 1);
-    cv::Mat1f answer = network.ask(view), there, result = elsewhere.clone();
+    cv::Mat1f answer = network.query(view), there, result = elsewhere.clone();
     cv::flip(answer, answer, 1);
     const double scale = static_cast<double>(answer.cols) / width;
     // Rounding may end it a hair beyond the last column.
@@ -108,19 +108,19 @@ cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame,
     if (effort == Effort::inTurn && known) {
         closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
         const cv::Mat1f now =
-            closer_ ? lookCloser(network, frame, lift, last_) : network.ask(lifted(view, lift));
+            closer_ ? lookCloser(network, frame, lift, last_) : network.query(lifted(view, lift));
         const cv::Mat1f result = byChange(now, agreed(now, last_), changed);
         last_ = now;
         return result;
     }
-    last_ = network.ask(lifted(view, lift));
+    last_ = network.query(lifted(view, lift));
     closer_ = false;
     if (!known || place_.empty()) place_ = around(findPerson(last_).solid);
     if (place_.empty()) place_ = cv::Rect({}, size);
     return agreed(last_, lookCloser(network, frame, lift, last_));
 }
 
-void PersonLooks::follow(const cv::Mat1b& person) {
+void PersonLooks::onPersonFound(const cv::Mat1b& person) {
     const cv::Rect now = around(person);
     const double aside = slack * person.cols, up = slack * person.rows;
     const bool near = std::abs(now.x - place_.x) <= aside && std::abs(now.br().x - place_.br().x) <= aside &&

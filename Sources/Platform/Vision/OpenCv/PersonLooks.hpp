@@ -19,7 +19,7 @@ class PersonLooks {
                    const cv::Mat1b& changed, Effort effort);
 
     /// The person that was found in it, 255, at that size; the next close look goes there.
-    void follow(const cv::Mat1b& person);
+    void onPersonFound(const cv::Mat1b& person);
 
   private:
     cv::Mat1f lookCloser(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat1b& lift,
