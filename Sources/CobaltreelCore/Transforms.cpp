@@ -63,32 +63,57 @@ class WindowFrames {
     std::vector<double> earliestFrom_;  // the least time from each frame to the end; never falls
 };
 
+/// Places the samples of a log in the picture.
+class Placement {
+  public:
+    Placement(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints)
+        : log_(log),
+          meta_(meta),
+          mainScreenHeightPoints_(mainScreenHeightPoints),
+          windowFrames_(log.windowFrames) {}
+
+    std::optional<FramePoint> of(const MouseSample& sample) const {
+        if (meta_.mode != CaptureMode::window)
+            return displayPixel(sample.x, sample.y, meta_.displayFramePoints, meta_.scaleFactor);
+        const auto* frame = windowFrames_.at(sample.t);
+        if (!frame) return std::nullopt;
+        const auto point =
+            windowPixel(sample.x, sample.y, *frame, mainScreenHeightPoints_, meta_.scaleFactor);
+        const WindowFrameSample& first = log_.windowFrames.front();
+        const bool isResized = frame->w != first.w || frame->h != first.h;
+        return point && isResized ? fittedPixel(*point, *frame, meta_) : point;
+    }
+
+  private:
+    const EventLog& log_;
+    const SessionMeta& meta_;
+    double mainScreenHeightPoints_;
+    WindowFrames windowFrames_;
+};
+
 }  // namespace
 
 std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints) {
     constexpr std::int64_t clickingButtons = 3;  // primary and secondary
     std::vector<Click> result;
-    const WindowFrames windowFrames(log.windowFrames);
+    const Placement placement(log, meta, mainScreenHeightPoints);
     std::int64_t previous = 0;
     for (const MouseSample& sample : log.samples) {
         const std::int64_t current = sample.buttons & clickingButtons;
         const bool pressed = (current & ~previous) != 0;
         previous = current;
         if (!pressed) continue;
-
-        std::optional<FramePoint> point;
-        if (meta.mode == CaptureMode::window) {
-            if (const auto* frame = windowFrames.at(sample.t)) {
-                point = windowPixel(sample.x, sample.y, *frame, mainScreenHeightPoints, meta.scaleFactor);
-                const WindowFrameSample& first = log.windowFrames.front();
-                const bool isResized = frame->w != first.w || frame->h != first.h;
-                if (point && isResized) point = fittedPixel(*point, *frame, meta);
-            }
-        } else {
-            point = displayPixel(sample.x, sample.y, meta.displayFramePoints, meta.scaleFactor);
-        }
-        if (point) result.push_back({sample.t, point->x, point->y});
+        if (const auto point = placement.of(sample)) result.push_back({sample.t, point->x, point->y});
     }
+    return result;
+}
+
+std::vector<PointerSample> pointer(const EventLog& log, const SessionMeta& meta,
+                                   double mainScreenHeightPoints) {
+    std::vector<PointerSample> result;
+    result.reserve(log.samples.size());
+    const Placement placement(log, meta, mainScreenHeightPoints);
+    for (const MouseSample& sample : log.samples) result.push_back({sample.t, placement.of(sample)});
     return result;
 }
 

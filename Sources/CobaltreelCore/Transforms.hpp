@@ -7,6 +7,8 @@
 
 namespace cobaltreel {
 
+struct PointerSample;
+
 /// From pointer positions to pixels of the screen movie. Pure; safe on any thread.
 namespace Transforms {
 
@@ -37,6 +39,18 @@ FramePoint fittedPixel(const FramePoint& point, const WindowFrameSample& window,
 /// first frame, it is where the picture that is fitted into the movie shows it.
 std::vector<Click> clicks(const EventLog& log, const SessionMeta& meta, double mainScreenHeightPoints);
 
+/// Where the pointer was in the picture, one for every sample, in host-clock time; placed as clicks are.
+std::vector<PointerSample> pointer(const EventLog& log, const SessionMeta& meta,
+                                   double mainScreenHeightPoints);
+
 }  // namespace Transforms
+
+/// Where the pointer was in the picture.
+struct PointerSample {
+    double t = 0;                                 ///< seconds: host clock, or output time once shifted
+    std::optional<Transforms::FramePoint> point;  ///< absent outside the picture
+
+    friend bool operator==(const PointerSample&, const PointerSample&) = default;
+};
 
 }  // namespace cobaltreel

@@ -36,6 +36,9 @@ struct OutputSize {
     /// up. Encoders want even sides, so an odd one loses a pixel. Takes positive sizes only.
     static OutputSize compute(std::int64_t rawW, std::int64_t rawH, std::optional<std::int64_t> targetHeight);
 
+    /// The capture's shape as large as `box` holds it, larger than the capture too; sides even, as above.
+    static OutputSize fitted(std::int64_t rawW, std::int64_t rawH, const OutputSize& box);
+
     friend bool operator==(const OutputSize&, const OutputSize&) = default;
 };
 

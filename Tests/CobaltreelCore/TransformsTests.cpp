@@ -160,5 +160,33 @@ TEST(OutputSize, IsEvenAndNeverLargerThanTheCapture) {
         EXPECT_EQ(OutputSize::compute(c.w, c.h, c.target), c.expected) << c.w << " x " << c.h;
 }
 
+TEST(OutputSize, FillsABoxInItsOwnShape) {
+    const struct {
+        std::int64_t w, h;
+        OutputSize box, expected;
+    } cases[]{
+        {1920, 1080, {1280, 720}, {1280, 720}}, {1920, 1200, {1280, 720}, {1152, 720}},
+        {1440, 900, {7680, 720}, {1152, 720}},  {640, 360, {1920, 1080}, {1920, 1080}},
+        {1081, 1921, {720, 720}, {404, 720}},   {1366, 768, {1280, 720}, {1280, 720}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(OutputSize::fitted(c.w, c.h, c.box), c.expected) << c.w << " x " << c.h;
+}
+
+TEST(Transforms, ThePointerIsPlacedAsClicksAre) {
+    SessionMeta meta = SessionMeta::makeDefault();
+    meta.displayFramePoints = {0, 0, 1440, 900};
+    meta.scaleFactor = 2;
+    EventLog log;
+    log.samples = {{1, 100, 800, 0}, {2, 1440, 800, 0}, {3, 0, 0.5, 1}};
+    const auto pointer = Transforms::pointer(log, meta, 900);
+    EXPECT_EQ(pointer, (std::vector<PointerSample>{{1, {{200, 200}}}, {2, std::nullopt}, {3, {{0, 1799}}}}));
+    log.samples[1] = {2, 300, 300, 0};
+    const auto clicks = Transforms::clicks(log, meta, 900);
+    ASSERT_EQ(clicks.size(), 1U);
+    EXPECT_EQ(Transforms::pointer(log, meta, 900)[2].point,
+              (Transforms::FramePoint{clicks[0].px, clicks[0].py}));
+}
+
 }  // namespace
 }  // namespace cobaltreel

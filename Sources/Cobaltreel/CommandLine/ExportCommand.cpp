@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <regex>
 
 namespace cobaltreel {
 
@@ -20,9 +21,52 @@ namespace {
 struct ExportArguments : TrimArguments {
     std::optional<bool> autoZoom, camera, ripples, systemAudio;
     std::optional<CameraStyle> style;
+    std::optional<OutputSize> size;
+    int framesPerSecond = ExportRenderer::framesPerSecond;
     std::string name;
     std::string output;
 };
+
+/// The longer side of the largest movie that encoders and players take.
+constexpr std::int64_t longestSide = 7680;
+
+/// "1280x720", or "720p" for a height alone. `reason` stays empty when it is a size that a movie can
+/// have.
+std::optional<OutputSize> sizeFrom(const std::string& text, std::string& reason) {
+    constexpr std::int64_t shortest = 16, maxPixels = longestSide * 4320;
+    static const std::regex box("([0-9]{1,9})x([0-9]{1,9})"), height("([0-9]{1,9})p");
+    std::smatch found;
+    OutputSize size;
+    if (std::regex_match(text, found, box))
+        size = {std::stoll(found[1]), std::stoll(found[2])};
+    else if (std::regex_match(text, found, height))
+        size = {longestSide, std::stoll(found[1])};
+    else
+        reason = "is no size; write 1280x720, or 720p";
+    if (!reason.empty()) return std::nullopt;
+    if (size.w % 2 != 0 || size.h % 2 != 0)
+        reason = "has an odd side; movies have even ones";
+    else if (std::min(size.w, size.h) < shortest)
+        reason = "is too small; the least is 16x16";
+    else if (std::max(size.w, size.h) > longestSide || (found.size() == 3 && size.w * size.h > maxPixels))
+        reason = "is too large; the most is 7680x4320";
+    return size;
+}
+
+void addSize(CLI::App& command, std::optional<OutputSize>& size, CLI::Option* quality) {
+    command
+        .add_option_function<std::string>(
+            "--size",
+            [&size](const std::string& text) {
+                std::string reason;
+                size = sizeFrom(text, reason);
+                if (!reason.empty()) throw CLI::ValidationError("--size", text + ' ' + reason);
+            },
+            "The largest box that the picture fits in, or its height: 1280x720, 720p; small recordings are "
+            "enlarged")
+        ->type_name("SIZE")
+        ->excludes(quality);
+}
 
 void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& value,
                const std::string& what) {
@@ -62,6 +106,9 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     options.trimStart = trim.start;
     options.trimEnd = trim.end;
     options.quality = arguments.quality;
+    options.size = arguments.size;
+    options.framesPerSecond = arguments.framesPerSecond;
+    options.zoomTiming = arguments.zoomTiming;
     options.autoZoom = arguments.autoZoom.value_or(meta.autoZoomEnabled);
     options.bubble = arguments.camera.value_or(meta.cameraEnabled);
     options.cameraStyle = arguments.style.value_or(meta.resolvedCameraStyle());
@@ -77,6 +124,12 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
     const auto session = openSession(arguments.session, *services.media);
     const Trim trim = resolveTrim(arguments.trim, recordedDuration(session.meta));
     ExportOptions options = optionsFor(arguments, session, trim);
+
+    const OutputSize size = outputSize(options, session.meta);
+    const bool isBox = options.size && options.size->w < longestSide;
+    if (isBox && size != *options.size)
+        std::cerr << "cobaltreel: the movie is " << size.w << 'x' << size.h
+                  << ", which has the shape of the recording\n";
 
     ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);
     const auto handling = interrupt.handle([&renderer] { renderer.cancelled = true; });
@@ -103,6 +156,11 @@ void addExportCommand(CLI::App& app, CommandBody& body) {
     auto* command = app.add_subcommand("export", "Compose a session into one MP4");
     auto arguments = std::make_shared<ExportArguments>();
     arguments->addTo(*command);
+    addSize(*command, arguments->size, arguments->qualityOption);
+    command->add_option("--fps", arguments->framesPerSecond, "Pictures a second, 1 to 60")
+        ->type_name("N")
+        ->check(CLI::Range(1, 60))
+        ->default_str("30");
     addSwitch(*command, "--auto-zoom", arguments->autoZoom, "Follow the clicks; default as recorded");
     addSwitch(*command, "--camera", arguments->camera, "Show the camera; default as recorded");
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},

@@ -38,11 +38,11 @@ Inspection inspect(const InspectArguments& arguments) {
     const double duration = found.trim.end - found.trim.start;
 
     std::error_code ignored;
+    EventLog log;
     if (std::filesystem::exists(found.session.folder.eventsFile(), ignored))
-        found.clicks = ExportRenderer::clicksInOutputTime(found.session.folder.readEvents(), meta,
-                                                          found.trim.start, found.trim.end);
-    found.moves = ZoomEngine::moves(found.clicks, static_cast<double>(meta.captureWidthPx),
-                                    static_cast<double>(meta.captureHeightPx), duration, ZoomConfig{});
+        log = found.session.folder.readEvents();
+    found.clicks = ExportRenderer::clicksInOutputTime(log, meta, found.trim.start, found.trim.end);
+    found.moves = planZoom(arguments.zoomTiming, log, meta, found.clicks, found.trim.start, found.trim.end);
     found.size =
         OutputSize::compute(meta.captureWidthPx, meta.captureHeightPx, targetHeight(arguments.quality));
     found.frames = ExportRenderer::frameCount(duration);

@@ -16,6 +16,8 @@ struct TrimArguments {
     std::string session;
     TrimOptions trim;
     ExportOptions::Quality quality = ExportOptions::Quality::p1080;
+    CLI::Option* qualityOption = nullptr;
+    ZoomTiming zoomTiming = ZoomTiming::onClick;
 
     void addTo(CLI::App& command) {
         command.add_option("session", session, "Folder of the session, or its name among the recordings")
@@ -27,10 +29,19 @@ struct TrimArguments {
             {"p720", ExportOptions::Quality::p720},
             {"p1080", ExportOptions::Quality::p1080},
             {"full", ExportOptions::Quality::full}};
-        command.add_option("--quality", quality, "Size of the picture: p720, p1080 or full")
-            ->transform(oneOf(qualities))
-            ->type_name("QUALITY")
-            ->default_str("p1080");
+        qualityOption = command.add_option("--quality", quality, "Size of the picture: p720, p1080 or full")
+                            ->transform(oneOf(qualities))
+                            ->type_name("QUALITY")
+                            ->default_str("p1080");
+        static const std::map<std::string, ZoomTiming> timings{{"on-click", ZoomTiming::onClick},
+                                                               {"anticipating", ZoomTiming::anticipating}};
+        command
+            .add_option(
+                "--zoom-timing", zoomTiming,
+                "When the zoom moves: on-click, or anticipating, so that it is there when a click comes")
+            ->transform(oneOf(timings))
+            ->type_name("on-click|anticipating")
+            ->default_str("on-click");
     }
 };
 

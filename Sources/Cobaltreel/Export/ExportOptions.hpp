@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Cobaltreel/Export/ZoomPlan.hpp"
 #include "CobaltreelCore/Models.hpp"
+#include "CobaltreelCore/TrimMath.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -15,7 +18,12 @@ struct ExportOptions {
     double trimStart = 0;  ///< seconds on the screen movie's timeline
     double trimEnd = 0;    ///< seconds on the screen movie's timeline
     Quality quality = Quality::p1080;
+    /// A box that the picture fills as far as its shape allows, enlarged if need be; in place of the
+    /// quality's height.
+    std::optional<OutputSize> size;
+    int framesPerSecond = 30;
     bool autoZoom = true;
+    ZoomTiming zoomTiming = ZoomTiming::onClick;
     bool bubble = true;  ///< draw the camera
     CameraStyle cameraStyle = CameraStyle::bubble;
     bool clickRipples = true;
@@ -36,6 +44,16 @@ constexpr std::optional<int> targetHeight(ExportOptions::Quality quality) {
     return std::nullopt;
 }
 
+/// Size of the exported picture of a recording of this size.
+inline OutputSize outputSize(const ExportOptions& options, const SessionMeta& meta) {
+    OutputSize size =
+        options.size
+            ? OutputSize::fitted(meta.captureWidthPx, meta.captureHeightPx, *options.size)
+            : OutputSize::compute(meta.captureWidthPx, meta.captureHeightPx, targetHeight(options.quality));
+    // A strip that is all but a line still has two sides.
+    return {std::max<std::int64_t>(size.w, 2), std::max<std::int64_t>(size.h, 2)};
+}
+
 /// Average bit rate of the video, bits a second.
 constexpr std::int64_t averageBitRate(ExportOptions::Quality quality) {
     switch (quality) {
@@ -47,6 +65,17 @@ constexpr std::int64_t averageBitRate(ExportOptions::Quality quality) {
             break;
     }
     return 20'000'000;
+}
+
+/// The same for what an export makes: that of the quality whose height its size has, more of it for more than
+/// 30 frames a second.
+inline std::int64_t averageBitRate(const ExportOptions& options, const OutputSize& size) {
+    auto quality = options.quality;
+    if (options.size)
+        quality = size.h <= 720    ? ExportOptions::Quality::p720
+                  : size.h <= 1080 ? ExportOptions::Quality::p1080
+                                   : ExportOptions::Quality::full;
+    return averageBitRate(quality) * std::max(options.framesPerSecond, 30) / 30;
 }
 
 }  // namespace cobaltreel

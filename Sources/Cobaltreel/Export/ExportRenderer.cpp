@@ -44,6 +44,12 @@ ExportTiming timingOf(const SessionMeta& meta, double trimStart, double trimEnd)
     return {trimStart, trimEnd, screenFirst, meta.cameraFirstPTS.value_or(screenFirst)};
 }
 
+/// A timescale in which the times of all frames are exact.
+std::int32_t timescaleOf(int framesPerSecond) {
+    constexpr std::int32_t usual = 600;
+    return usual % framesPerSecond == 0 ? usual : usual * framesPerSecond;
+}
+
 [[noreturn]] void throwErrorOf(const AssetWriter& writer, const char* stage) {
     if (const auto error = writer.error()) throw *error;
     throw ExportRenderer::Error::setup(stage);
@@ -82,9 +88,9 @@ ExportRenderer::ExportRenderer(SessionFolder folder, SessionMeta meta,
 
 ExportRenderer::~ExportRenderer() = default;
 
-std::int64_t ExportRenderer::frameCount(double duration) {
+std::int64_t ExportRenderer::frameCount(double duration, int rate) {
     constexpr double most = 1e15;  // keeps the conversion defined for any duration
-    return static_cast<std::int64_t>(std::clamp(std::floor(duration * framesPerSecond), 1.0, most));
+    return static_cast<std::int64_t>(std::clamp(std::floor(duration * rate), 1.0, most));
 }
 
 std::vector<Click> ExportRenderer::clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
@@ -103,16 +109,17 @@ void ExportRenderer::planClicksAndZoom(const ExportOptions& options) {
     preparedClicks_.clear();
     zoomMoves_.clear();
     if (!options.clickRipples && !options.autoZoom) return;
+    EventLog log;
     try {
-        preparedClicks_ = clicksInOutputTime(folder_.readEvents(), meta_, options.trimStart, options.trimEnd);
+        log = folder_.readEvents();
+        preparedClicks_ = clicksInOutputTime(log, meta_, options.trimStart, options.trimEnd);
     } catch (const std::exception&) {
         // Without its pointer log a session exports without zoom and ripples.
         return;
     }
     if (!options.autoZoom) return;
-    zoomMoves_ = ZoomEngine::moves(preparedClicks_, static_cast<double>(meta_.captureWidthPx),
-                                   static_cast<double>(meta_.captureHeightPx),
-                                   options.trimEnd - options.trimStart, ZoomConfig{});
+    zoomMoves_ =
+        planZoom(options.zoomTiming, log, meta_, preparedClicks_, options.trimStart, options.trimEnd);
 }
 
 std::unique_ptr<AssetReader> ExportRenderer::openScreen(const ExportOptions& options) {
@@ -167,11 +174,8 @@ std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& o
 
 void ExportRenderer::exportMovie(const ExportOptions& options) {
     cancelled = false;
-    const auto size =
-        OutputSize::compute(meta_.captureWidthPx, meta_.captureHeightPx, targetHeight(options.quality));
-    // A strip that is all but a line still has two sides.
-    const int wOut = std::max(static_cast<int>(size.w), 2);
-    const int hOut = std::max(static_cast<int>(size.h), 2);
+    const OutputSize size = outputSize(options, meta_);
+    const int wOut = static_cast<int>(size.w), hOut = static_cast<int>(size.h);
     const ExportTiming timing = timingOf(meta_, options.trimStart, options.trimEnd);
     const double duration = timing.duration();
 
@@ -185,13 +189,14 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
 
     platform::PendingFile file(options.outputURL);
     auto writer = media_->makeWriter(file.path(), platform::FileType::mpeg4);
-    auto& videoInput = writer->addVideoInput({.codec = platform::VideoCodec::h264,
-                                              .width = wOut,
-                                              .height = hOut,
-                                              .averageBitRate = averageBitRate(options.quality),
-                                              .expectedFrameRate = framesPerSecond,
-                                              .h264HighProfile = true,
-                                              .expectedDuration = duration + audioTail});
+    auto& videoInput =
+        writer->addVideoInput({.codec = platform::VideoCodec::h264,
+                               .width = wOut,
+                               .height = hOut,
+                               .averageBitRate = averageBitRate(options, size),
+                               .expectedFrameRate = static_cast<double>(options.framesPerSecond),
+                               .h264HighProfile = true,
+                               .expectedDuration = duration + audioTail});
     AssetWriterInput* audioInput =
         audioReader ? &writer->addAudioInput({.sampleRate = 48000, .channels = 2, .bitRate = 128000})
                     : nullptr;
@@ -202,7 +207,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
             wOut,
             hOut,
             duration,
-            frameCount(duration),
+            frameCount(duration, options.framesPerSecond),
             std::move(composer),
             FrameSource(std::move(screenReader), options.trimStart),
             std::nullopt,
@@ -223,10 +228,12 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
 }
 
 void ExportRenderer::runFrames(Run& run) {
+    const int rate = run.options.framesPerSecond;
+    const std::int32_t timescale = timescaleOf(rate);
     const platform::Rect bounds{0, 0, static_cast<double>(run.wOut), static_cast<double>(run.hOut)};
     for (std::int64_t i = 0; i < run.frames; ++i) {
         if (cancelled) return;
-        const double t = static_cast<double>(i) / framesPerSecond;
+        const double t = static_cast<double>(i) / rate;
         run.screen.advance(t);
         if (run.camera) run.camera->advance(t);
         appendAudio(run, t + audioLead);
@@ -248,7 +255,8 @@ void ExportRenderer::runFrames(Run& run) {
         }
         if (run.writer->status() == AssetWriter::Status::failed) throwErrorOf(*run.writer, "writer failed");
         if (cancelled) return;
-        if (run.videoInput->append({MediaTime::fromSeconds(t), run.lastRendered, nullptr})) ++run.written;
+        if (run.videoInput->append({MediaTime::fromSeconds(t, timescale), run.lastRendered, nullptr}))
+            ++run.written;
         if (onProgress) onProgress(static_cast<double>(i + 1) / static_cast<double>(run.frames));
     }
 }

@@ -36,6 +36,7 @@ class ExportRenderer {
         Kind kind_;
     };
 
+    /// Unless the options ask for others.
     static constexpr int framesPerSecond = 30;
 
     ExportRenderer(SessionFolder folder, SessionMeta meta, std::shared_ptr<platform::MediaService> media,
@@ -53,7 +54,7 @@ class ExportRenderer {
     void exportMovie(const ExportOptions& options);
 
     /// Output frames of a kept span of `duration` seconds: at least one.
-    static std::int64_t frameCount(double duration);
+    static std::int64_t frameCount(double duration, int rate = framesPerSecond);
     /// The clicks of a session's log in output time, restricted to the kept span.
     static std::vector<Click> clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
                                                  double trimStart, double trimEnd);
