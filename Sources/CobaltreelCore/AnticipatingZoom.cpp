@@ -109,9 +109,9 @@ class Planner {
     }
 
     /// The picture shows them with the margin, but for the sides on which the frame itself ends.
-    bool shows(const CameraState& state, const Bounds& clicks) const {
+    bool shows(const CameraState& state, const Bounds& clicks, double margin) const {
         const auto crop = ZoomEngine::cropRect(state, width_, height_);
-        const double dx = config_.margin * crop.w, dy = config_.margin * crop.h;
+        const double dx = margin * crop.w, dy = margin * crop.h;
         return (crop.x <= 0 || clicks.minX >= crop.x + dx) &&
                (crop.maxX() >= width_ || clicks.maxX <= crop.maxX() - dx) &&
                (crop.y <= 0 || clicks.minY >= crop.y + dy) &&
@@ -152,24 +152,18 @@ class Planner {
         }
     }
 
-    /// Lets the last shot hold these clicks as well, if that takes nothing from it.
+    /// Lets the last shot hold these clicks as well, if its picture shows them: comfortably, or at all when
+    /// there is no time for a shot of their own.
     bool extend(const Shot& shot) {
         Shot& last = shots_.back();
-        if (!last.clicks || last.state.zoom < config_.zoomScale) return false;
-        Shot both = merged(last, shot);
-        if (shows(last.state, *shot.clicks)) {
-            last.clicks = both.clicks;
-            last.freeFrom = both.freeFrom;
-            last.lastClick = both.lastClick;
-            return true;
-        }
-        if (both.state.zoom < config_.zoomScale) return false;
-        if (shots_.size() > 1) {
-            const auto next = reached(both, shots_[shots_.size() - 2]);
-            if (!next) return false;
-            both = *next;
-        }
-        last = both;
+        if (!last.clicks) return false;
+        const bool isTight = last.state.zoom == config_.zoomScale;
+        if (!(isTight && shows(last.state, *shot.clicks, config_.comfort)) &&
+            (reached(shot, last) || !shows(last.state, *shot.clicks, config_.margin)))
+            return false;
+        last.clicks->include(*shot.clicks);
+        last.freeFrom = shot.freeFrom;
+        last.lastClick = shot.lastClick;
         return true;
     }
 

@@ -14,6 +14,7 @@ struct AnticipationConfig {
     double zoomScale = 2.0;  ///< magnification of a shot whose clicks lie close together
     double minZoom = 1.25;   ///< what would need less shows the whole frame
     double margin = 0.1;     ///< between a click and the picture's edge, as a fraction of the picture's side
+    double comfort = 0.2;    ///< the camera goes to a click that is nearer to the edge, when there is time
 
     double lead = 0.2;         ///< the camera rests so long before the button goes down
     double linger = 0.4;       ///< and so long after it, for what the click brings about
