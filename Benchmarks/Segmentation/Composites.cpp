@@ -5,7 +5,7 @@
 #include "Pictures.hpp"
 #include "Platform/Vision/CompositedPeople/CompositedTake.hpp"
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "RenderedPeople/Scene.hpp"
 
 #include <cstdio>
 #include <stdexcept>
@@ -56,7 +56,8 @@ void cutComposites(const std::filesystem::path& folder, platform::VisionService&
             const auto trouble =
                 static_cast<Trouble>((r + static_cast<std::size_t>(people)) % CompositedTake::troubleCount);
             const bool moves = r % 2 == 0;
-            const CompositedTake take(person, rooms[r].picture, trouble, moves);
+            const CompositedTake take(person, rooms[r].picture, trouble,
+                                      moves ? CompositedTake::Motion::sway : CompositedTake::Motion::still);
             const auto request = vision.makePersonSegmentationRequest(quality);
             scores.beginTake();
             double worst = 2, sum = 0;
@@ -64,7 +65,7 @@ void cutComposites(const std::filesystem::path& folder, platform::VisionService&
             cv::Mat1b worstMask;
             for (int i = 0; i < frames; ++i) {
                 const auto frame = take.at(i * step);
-                const Cut result = cut(*request, *rendered::asBgra(frame.picture));
+                const Cut result = cut(*request, *composited::asBgra(frame.picture));
                 scores.addTime(result.cpuMs, result.wallMs);
                 const double iou = scores.add(result.mask, frame.truth, i * step, !moves).value_or(1);
                 sum += iou;
@@ -86,7 +87,7 @@ void cutComposites(const std::filesystem::path& folder, platform::VisionService&
                                  folder.string() + ".");
     for (const Place& room : rooms) {
         const auto request = vision.makePersonSegmentationRequest(quality);
-        const Cut result = cut(*request, *rendered::asBgra(room.picture));
+        const Cut result = cut(*request, *composited::asBgra(room.picture));
         scores.addEmpty(!result.mask.empty());
     }
 }

@@ -2,7 +2,7 @@
 
 #include "Cut.hpp"
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "RenderedPeople/Scene.hpp"
 #include "Scores.hpp"
 
 #include <algorithm>
@@ -66,7 +66,7 @@ void cutPictures(const std::filesystem::path& folder, const std::filesystem::pat
         const cv::Mat3b picture = composited::readPictureFile(file);
         const auto request =
             vision.makePersonSegmentationRequest(platform::PersonSegmentationRequest::QualityLevel::accurate);
-        const cv::Mat1b mask = cut(*request, *rendered::asBgra(picture)).mask;
+        const cv::Mat1b mask = cut(*request, *composited::asBgra(picture)).mask;
         tiles.push_back(tileOf(picture, mask));
         std::printf("%-50s %4d x %-4d", file.filename().c_str(), picture.cols, picture.rows);
         if (const auto truth = composited::maskFileOf(file)) {
@@ -140,7 +140,7 @@ void searchRooms(const std::filesystem::path& folder, platform::VisionService& v
         Before before;
         int frames;
     };
-    const auto somebody = rendered::asBgra(
+    const auto somebody = composited::asBgra(
         Scene({.seed = 21, .room = rendered::Room::Kind::office, .motion = Scene::Motion::still})
             .at(0)
             .picture);
@@ -163,11 +163,11 @@ void searchRooms(const std::filesystem::path& folder, platform::VisionService& v
                     for (const auto& frame : walks[f % walks.size()]) {
                         cv::Mat3b shown = room.clone();
                         frame.picture.copyTo(shown, frame.truth);
-                        request->perform(*rendered::asBgra(noisy(shown, random)));
+                        request->perform(*composited::asBgra(noisy(shown, random)));
                     }
                 cv::Mat1b mask;
                 for (int i = 0; i < c.frames; ++i)
-                    mask = cut(*request, *rendered::asBgra(noisy(room, random))).mask;
+                    mask = cut(*request, *composited::asBgra(noisy(room, random))).mask;
                 if (mask.empty() || cv::countNonZero(mask > 127) == 0) continue;
                 ++found;
                 std::printf("  %s\n", file.filename().c_str());

@@ -1,14 +1,15 @@
 // Cuts rendered people, whose masks are known exactly, out of rendered rooms, and prints how well.
 // Benchmarks/segmentation --help tells the options.
 
-#include "Cobaltreel/Export/RenderedSession.hpp"
+#include "Cobaltreel/Export/PersonSession.hpp"
 #include "Composites.hpp"
 #include "ContactSheet.hpp"
 #include "Cut.hpp"
 #include "Pictures.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "RenderedPeople/Scene.hpp"
 #include "Scores.hpp"
 
 #include <array>
@@ -55,7 +56,7 @@ void judgeTake(const Scene& scene, int frames, double step, platform::VisionServ
     for (int i = 0; i < frames; ++i) {
         const double seconds = i * step;
         const auto frame = scene.at(seconds);
-        const auto buffer = rendered::asBgra(frame.picture);
+        const auto buffer = composited::asBgra(frame.picture);
         for (std::size_t q = 0; q < levels.size(); ++q) {
             const Cut result = cut(*requests[q], *buffer);
             levels[q].scores.addTime(result.cpuMs, result.wallMs);
@@ -112,8 +113,9 @@ void print(const std::array<Level, 2>& levels, const Options& options) {
 int writeSession(const Options& options) {
     const SessionFolder folder{options.session};
     std::filesystem::create_directories(folder.dir);
-    RenderedSession::write(folder, Scene(rendered::variedScenes(options.seed, 2).back()), 5,
-                           *platform::makeFFmpegMediaService());
+    const Scene scene(rendered::variedScenes(options.seed, 2).back());
+    PersonSession::write(folder, *platform::makeFFmpegMediaService(), 5,
+                         [&](double time) { return scene.at(time).picture; });
     return 0;
 }
 

@@ -1,22 +1,18 @@
 #include "Rig/CounterSession.hpp"
 
 #include "Rig/FrameCounter.hpp"
+#include "Rig/MovieMaker.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <exception>
 #include <functional>
-#include <future>
 #include <numbers>
-#include <stdexcept>
 
 namespace rig {
 namespace {
 
-using platform::AssetWriter;
-using platform::AssetWriterInput;
-using platform::MediaTime;
 using platform::PixelBuffer;
 
 constexpr double screenFirst = 1000;
@@ -67,35 +63,20 @@ std::shared_ptr<platform::AudioBuffer> tone(std::int64_t from, std::size_t frame
     return sound;
 }
 
-void append(AssetWriter& writer, AssetWriterInput& input, const platform::SampleBuffer& sample) {
-    while (!input.waitUntilReady(0.1) && writer.status() == AssetWriter::Status::writing) {
-    }
-    if (input.append(sample)) return;
-    if (const auto error = writer.error()) throw *error;
-    throw std::runtime_error("a made session could not be written");
-}
-
 void writeMovie(platform::MediaService& media, const std::filesystem::path& path,
-                platform::VideoSettings video, double first, double seconds, bool sounds,
+                const platform::VideoSettings& video, double first, double seconds, bool sounds,
                 const std::function<std::shared_ptr<PixelBuffer>(int)>& picture) {
-    auto writer = media.makeWriter(path, platform::FileType::quickTimeMovie);
-    video.expectsMediaDataInRealTime = true;
-    auto& pictures = writer->addVideoInput(video);
-    auto& sound = writer->addAudioInput({.sampleRate = soundRate, .channels = 1, .bitRate = 96000});
-    if (!writer->startWriting()) throw *writer->error();
-    writer->startSession(MediaTime::fromSeconds(first));
+    MovieMaker movie(media, path, video,
+                     platform::AudioSettings{.sampleRate = soundRate, .channels = 1, .bitRate = 96000},
+                     first);
     const int rate = static_cast<int>(video.expectedFrameRate);
     const auto soundPerFrame = static_cast<std::size_t>(soundRate / rate);
     for (int i = 0; i < static_cast<int>(seconds * rate); ++i) {
-        const auto time = MediaTime::fromSeconds(first + static_cast<double>(i) / rate, 90000);
-        append(*writer, pictures, {time, picture(i), nullptr});
-        append(*writer, sound,
-               {time, nullptr, tone(static_cast<std::int64_t>(soundPerFrame) * i, soundPerFrame, sounds)});
+        const double time = static_cast<double>(i) / rate;
+        movie.add(time, picture(i));
+        movie.add(time, tone(static_cast<std::int64_t>(soundPerFrame) * i, soundPerFrame, sounds));
     }
-    const auto finished = std::make_shared<std::promise<void>>();
-    writer->finishWriting([finished] { finished->set_value(); });
-    finished->get_future().wait();
-    if (const auto error = writer->error()) throw *error;
+    movie.finish();
 }
 
 }  // namespace

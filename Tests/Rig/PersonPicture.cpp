@@ -1,28 +1,26 @@
 #include "Rig/PersonPicture.hpp"
 
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "Platform/Vision/CompositedPeople/CompositedTake.hpp"
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include <opencv2/imgproc.hpp>
 
 namespace rig {
 
 PersonPicture::PersonPicture(int width, int height) {
-    using cobaltreel::rendered::Room;
-    using cobaltreel::rendered::Scene;
-    Scene::Description description;
-    description.seed = 7;
-    description.room = Room::Kind::bookshelf;
-    description.motion = Scene::Motion::sway;
-    description.noise = 1;
-    description.size = {width, height};
-    const Scene scene(description);
+    using namespace cobaltreel::composited;
+    const auto person = photographedPerson();
+    if (!person) throw std::runtime_error("there is nobody to show: install python-matplotlib-data");
+    const CompositedTake take(*person, drawnRoom(7), CompositedTake::Trouble::none,
+                              CompositedTake::Motion::sway);
     for (std::size_t i = 0; i < count; ++i) {
+        cv::Mat3b picture;
+        cv::resize(take.at(static_cast<double>(i) * period / 2 / count).picture, picture, {width, height});
         cv::Mat planes;
-        cv::cvtColor(scene.at(static_cast<double>(i) * period / 2 / count).picture, planes,
-                     cv::COLOR_BGR2YUV_I420);
+        cv::cvtColor(picture, planes, cv::COLOR_BGR2YUV_I420);
         pictures_.emplace_back(planes.datastart, planes.dataend);
     }
 }

@@ -2,6 +2,7 @@
 // what comes out is decoded and looked at.
 #include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Rig/MovieMaker.hpp"
 
 #include <chrono>
 #include <cmath>
@@ -17,7 +18,6 @@ namespace cobaltreel {
 namespace {
 
 using platform::AudioBuffer;
-using platform::MediaTime;
 using platform::MediaType;
 using platform::PixelBuffer;
 using platform::PixelFormat;
@@ -89,47 +89,33 @@ class RealExportTest : public testing::Test {
         double time;
         std::shared_ptr<PixelBuffer> picture;
     };
-    void writeMovie(const std::filesystem::path& path, platform::VideoSettings video, double start,
-                    const std::vector<Picture>& pictures, std::shared_ptr<AudioBuffer> sound) {
-        auto writer = media->makeWriter(path, platform::FileType::quickTimeMovie);
-        video.expectsMediaDataInRealTime = true;
-        platform::AssetWriterInput* videoInput = pictures.empty() ? nullptr : &writer->addVideoInput(video);
-        platform::AssetWriterInput* audioInput = nullptr;
-        if (sound) audioInput = &writer->addAudioInput({48000, sound->format.channels, 128000, true});
-        ASSERT_TRUE(writer->startWriting()) << (writer->error() ? writer->error()->description() : "");
-        writer->startSession(MediaTime::fromSeconds(start, 90000));
-        const auto append = [&](platform::AssetWriterInput& input, const platform::SampleBuffer& sample) {
-            while (!input.waitUntilReady(0.1) && writer->status() == platform::AssetWriter::Status::writing) {
-            }
-            ASSERT_TRUE(input.append(sample));
-        };
+    void writeMovie(const std::filesystem::path& path, const platform::VideoSettings& video, double start,
+                    const std::vector<Picture>& pictures, const std::shared_ptr<AudioBuffer>& sound) {
+        rig::MovieMaker movie(
+            *media, path, pictures.empty() ? std::nullopt : std::optional(video),
+            sound ? std::optional(platform::AudioSettings{48000, sound->format.channels, 128000, true})
+                  : std::nullopt,
+            start);
         constexpr std::size_t runFrames = 4800;
-        std::size_t soundDone = 0;
-        const auto appendSoundUpTo = [&](double time) {
-            while (sound && soundDone < sound->frameCount() &&
-                   static_cast<double>(soundDone) / 48000 <= time) {
+        std::size_t done = 0;
+        const auto addSoundUpTo = [&](double time) {
+            for (; sound && done < sound->frameCount() && static_cast<double>(done) / 48000 <= time;
+                 done += runFrames) {
                 auto run = std::make_shared<AudioBuffer>();
                 run->format = sound->format;
-                const std::size_t frames = std::min(runFrames, sound->frameCount() - soundDone);
-                const auto from = sound->bytes.begin() +
-                                  static_cast<std::ptrdiff_t>(soundDone * sound->format.bytesPerFrame());
-                run->bytes.assign(from,
-                                  from + static_cast<std::ptrdiff_t>(frames * sound->format.bytesPerFrame()));
-                append(*audioInput,
-                       {MediaTime::fromSeconds(start + static_cast<double>(soundDone) / 48000, 48000),
-                        nullptr, run});
-                soundDone += frames;
+                const std::size_t frameBytes = sound->format.bytesPerFrame();
+                run->bytes.assign(
+                    sound->bytes.data() + done * frameBytes,
+                    sound->bytes.data() + std::min(done + runFrames, sound->frameCount()) * frameBytes);
+                movie.add(static_cast<double>(done) / 48000, run);
             }
         };
         for (const Picture& p : pictures) {
-            appendSoundUpTo(p.time);
-            append(*videoInput, {MediaTime::fromSeconds(start + p.time, 90000), p.picture, nullptr});
+            addSoundUpTo(p.time);
+            movie.add(p.time, p.picture);
         }
-        appendSoundUpTo(1e9);
-        const auto finished = std::make_shared<std::promise<void>>();
-        writer->finishWriting([finished] { finished->set_value(); });
-        finished->get_future().wait();
-        ASSERT_EQ(writer->status(), platform::AssetWriter::Status::completed);
+        addSoundUpTo(1e9);
+        movie.finish();
     }
     /// Numbered frames at 60 a second; the pictures between 1 s and 1.5 s never came.
     void writeScreen(double seconds, std::shared_ptr<AudioBuffer> sound = nullptr) {

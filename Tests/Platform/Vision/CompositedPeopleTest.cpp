@@ -2,7 +2,6 @@
 #include "Platform/Vision/CompositedPeople/CompositedTake.hpp"
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
 
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
@@ -10,30 +9,21 @@
 namespace platform::testing {
 namespace {
 
+using cobaltreel::composited::asBgra;
 using cobaltreel::composited::CompositedTake;
-using cobaltreel::rendered::asBgra;
-using cobaltreel::rendered::Room;
-using cobaltreel::rendered::Scene;
-
-/// Debian's python-matplotlib-data brings it.
-const std::filesystem::path photograph = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg";
 
 TEST(CompositedPeople, AreCutOutWhateverTheCameraMakesOfThem) {
     unsetenv("COBALTREEL_SEGMENTATION_MODEL");
     if (ownPersonNetwork().empty())
         GTEST_SKIP() << "the network that finds a person was not fetched when this was built";
-    if (!std::filesystem::exists(photograph)) GTEST_SKIP() << photograph << " is not installed";
-    const cobaltreel::composited::Cutout person{
-        cobaltreel::composited::readPictureFile(photograph),
-        cobaltreel::composited::readMaskFile(*cobaltreel::composited::maskFileOf(photograph))};
+    const auto person = cobaltreel::composited::photographedPerson();
+    if (!person) GTEST_SKIP() << "python-matplotlib-data is not installed";
     OpenCvVisionService service{std::filesystem::path()};
-    const Room::Kind rooms[] = {Room::Kind::office, Room::Kind::window, Room::Kind::plain};
     for (int i = 0; i < CompositedTake::troubleCount; ++i) {
         const auto trouble = static_cast<CompositedTake::Trouble>(i);
         SCOPED_TRACE(CompositedTake::name(trouble));
-        const auto room =
-            Scene({.seed = 11, .room = rooms[i % 3], .motion = Scene::Motion::empty}).at(0).picture;
-        const CompositedTake take(person, room, trouble, true);
+        const CompositedTake take(*person, cobaltreel::composited::drawnRoom(11U + static_cast<unsigned>(i)),
+                                  trouble, CompositedTake::Motion::sway);
         const auto request =
             service.makePersonSegmentationRequest(PersonSegmentationRequest::QualityLevel::accurate);
         for (int k = 0; k < 3; ++k) {

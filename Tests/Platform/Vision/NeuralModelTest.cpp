@@ -1,9 +1,9 @@
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Platform/Vision/OnnxWriter.hpp"
 #include "Platform/Vision/OpenCv/CrashTrial.hpp"
 #include "Platform/Vision/OpenCv/NeuralSegmentation.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
 
 #include <csignal>
 #include <cstdlib>
@@ -89,7 +89,7 @@ TEST_F(NeuralModelTest, EveryUsualShapeOfNetworkFindsWhatItWasMadeFor) {
         EXPECT_NE(service.implementation().find("neural model"), std::string::npos)
             << service.implementation();
         for (const auto quality : {Quality::fast, Quality::accurate}) {
-            const auto [blue, red] = ask(service, *cobaltreel::rendered::asBgra(halfRed()), quality);
+            const auto [blue, red] = ask(service, *cobaltreel::composited::asBgra(halfRed()), quality);
             EXPECT_LT(blue, 40);
             EXPECT_GT(red, 215);
         }
@@ -108,7 +108,7 @@ TEST_F(NeuralModelTest, ACloseLookFindsThePersonWhereTheyAre) {
                 const cv::Rect person(size.width / 2 + std::max(0, i - 3) * 40, size.height / 3, 150, 300);
                 cv::Mat3b picture(size, cv::Vec3b(250, 20, 10));
                 picture(person & cv::Rect({}, size)).setTo(cv::Scalar(10, 20, 250));
-                const auto masks = request->perform(*cobaltreel::rendered::asBgra(picture));
+                const auto masks = request->perform(*cobaltreel::composited::asBgra(picture));
                 ASSERT_EQ(masks.size(), 1U);
                 const Plane& p = masks.front()->plane();
                 cv::Mat1b mask;
@@ -134,7 +134,7 @@ TEST_F(NeuralModelTest, ACloseLookAtSomebodyOfAnyWidthFitsANetworkOfAnyWidth) {
             cv::Mat3b picture(360, 640, cv::Vec3b(250, 20, 10));
             picture(cv::Rect(20, 100, part, 260)).setTo(cv::Scalar(10, 20, 250));
             const auto request = service.makePersonSegmentationRequest(Quality::accurate);
-            EXPECT_EQ(request->perform(*cobaltreel::rendered::asBgra(picture)).size(), 1U);
+            EXPECT_EQ(request->perform(*cobaltreel::composited::asBgra(picture)).size(), 1U);
         }
     }
 }
@@ -143,7 +143,7 @@ TEST_F(NeuralModelTest, NobodyInThePictureGivesNoMask) {
     write("a.onnx", onnxBytes({.weights = {12, 0, -12}, .activation = "Sigmoid"}));
     OpenCvVisionService service(folder);
     const auto [left, right] =
-        ask(service, *cobaltreel::rendered::asBgra(cv::Mat3b(90, 160, cv::Vec3b(250, 20, 10))));
+        ask(service, *cobaltreel::composited::asBgra(cv::Mat3b(90, 160, cv::Vec3b(250, 20, 10))));
     EXPECT_EQ(left, -1);
     EXPECT_EQ(right, -1);
 }
@@ -180,13 +180,13 @@ TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndTheProgramsOwnServes) {
         EXPECT_NE(told.find("neural model " + own.string()), std::string::npos) << told;
         EXPECT_NE(told.find(file.string()), std::string::npos) << told;
         EXPECT_FALSE(service.unavailable());
-        EXPECT_GT(ask(service, *cobaltreel::rendered::asBgra(halfRed())).second, 215);
+        EXPECT_GT(ask(service, *cobaltreel::composited::asBgra(halfRed())).second, 215);
 
         OpenCvVisionService alone(folder, {});
         ASSERT_TRUE(alone.unavailable());
         const std::string reason = alone.unavailable()->description();
         EXPECT_NE(reason.find(file.string()), std::string::npos) << reason;
-        EXPECT_THROW(ask(alone, *cobaltreel::rendered::asBgra(halfRed())), PlatformError);
+        EXPECT_THROW(ask(alone, *cobaltreel::composited::asBgra(halfRed())), PlatformError);
     }
 }
 

@@ -1,17 +1,21 @@
-// The program's own network with all that is done after it, on rendered people.
+// The program's own network with all that is done after it, on a photographed person in several rooms.
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Vision/CompositedPeople/CompositedTake.hpp"
+#include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Platform/Vision/OpenCv/FramePicture.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
 
 #include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
 
 namespace platform::testing {
 namespace {
 
-using cobaltreel::rendered::asBgra;
-using cobaltreel::rendered::Room;
-using cobaltreel::rendered::Scene;
+using cobaltreel::composited::asBgra;
+using cobaltreel::composited::CompositedTake;
+using cobaltreel::composited::drawnRoom;
+using Motion = CompositedTake::Motion;
+using Trouble = CompositedTake::Trouble;
 using Quality = PersonSegmentationRequest::QualityLevel;
 
 cv::Mat1b maskOf(PersonSegmentationRequest& request, const PixelBuffer& frame) {
@@ -36,17 +40,20 @@ class PersonSegmentationTest : public ::testing::TestWithParam<Quality> {
         unsetenv("COBALTREEL_SEGMENTATION_MODEL");
         if (ownPersonNetwork().empty())
             GTEST_SKIP() << "the network that finds a person was not fetched when this was built";
+        person = cobaltreel::composited::photographedPerson();
+        if (!person) GTEST_SKIP() << "python-matplotlib-data is not installed";
         ASSERT_FALSE(service.unavailable());
         request = service.makePersonSegmentationRequest(GetParam());
     }
     OpenCvVisionService service{std::filesystem::path()};
+    std::optional<cobaltreel::composited::Cutout> person;
     std::unique_ptr<PersonSegmentationRequest> request;
 };
 
 TEST_P(PersonSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
     for (const unsigned seed : {21U, 22U, 23U}) {
         const auto fresh = service.makePersonSegmentationRequest(GetParam());
-        const Scene scene({.seed = seed, .room = Room::Kind::office, .motion = Scene::Motion::sway});
+        const CompositedTake scene(*person, drawnRoom(seed), Trouble::none, Motion::sway);
         for (const double t : {0.0, 0.1, 0.2, 0.3}) {
             const auto frame = scene.at(t);
             EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.9)
@@ -56,7 +63,7 @@ TEST_P(PersonSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
 }
 
 TEST_P(PersonSegmentationTest, WhoeverHasLeftIsGoneAndIsFoundAgain) {
-    const Scene scene({.seed = 21, .room = Room::Kind::bookshelf, .motion = Scene::Motion::leaveAndReturn});
+    const CompositedTake scene(*person, drawnRoom(21), Trouble::none, Motion::leaveAndReturn);
     int absentFrames = 0, wronglyPresent = 0;
     double last = 0;
     for (double t = 0; t < 5; t += 0.1) {
@@ -75,7 +82,7 @@ TEST_P(PersonSegmentationTest, WhoeverHasLeftIsGoneAndIsFoundAgain) {
 }
 
 TEST_P(PersonSegmentationTest, AStillPersonsMaskStandsStill) {
-    const Scene scene({.seed = 31, .room = Room::Kind::window, .motion = Scene::Motion::still, .noise = 5});
+    const CompositedTake scene(*person, drawnRoom(31), Trouble::noise, Motion::still);
     cv::Mat1b before;
     for (int i = 0; i < 12; ++i) {
         const cv::Mat1b mask = maskOf(*request, *asBgra(scene.at(i / 20.0).picture));
@@ -94,16 +101,16 @@ TEST_P(PersonSegmentationTest, FramesWithoutAnybodyGiveNoMaskWhateverTheyLookLik
             const cv::Mat3b picture(size, cv::Vec3b::all(static_cast<uchar>(level)));
             EXPECT_TRUE(request->perform(*asBgra(picture)).empty()) << size << " at " << level;
         }
-    const Scene room(
-        {.seed = 3, .room = Room::Kind::changing, .motion = Scene::Motion::empty, .exposureDrift = true});
-    for (int i = 0; i < 4; ++i) EXPECT_TRUE(request->perform(*asBgra(room.at(i * 0.3).picture)).empty());
+    for (const double light : {1.0, 0.8, 1.2, 0.5})
+        EXPECT_TRUE(request->perform(*asBgra(drawnRoom(3) * light)).empty()) << light;
 }
 
 TEST_P(PersonSegmentationTest, FollowsAFrameSizeThatChanges) {
     for (const auto size : {cv::Size(1280, 720), cv::Size(641, 361), cv::Size(1, 1), cv::Size(1920, 1080),
                             cv::Size(640, 480)}) {
-        const Scene scene({.seed = 21, .room = Room::Kind::plain, .size = size});
-        const auto frame = scene.at(0);
+        auto frame = CompositedTake(*person, drawnRoom(21), Trouble::none, Motion::still).at(0);
+        cv::resize(frame.picture, frame.picture, size, 0, 0, cv::INTER_AREA);
+        cv::resize(frame.truth, frame.truth, size, 0, 0, cv::INTER_AREA);
         const cv::Mat1b mask = maskOf(*request, *asBgra(frame.picture));
         if (size.width > 1) {
             EXPECT_GT(overlap(mask, frame.truth), 0.9) << size;

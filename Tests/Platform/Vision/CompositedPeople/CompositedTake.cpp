@@ -2,6 +2,7 @@
 
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -27,8 +28,33 @@ cv::Mat3b filling(const cv::Mat3b& picture) {
 
 }  // namespace
 
-CompositedTake::CompositedTake(Cutout person, const cv::Mat3b& room, Trouble trouble, bool moves)
-    : person_(std::move(person)), room_(filling(room)), trouble_(trouble), moves_(moves) {
+std::optional<Cutout> photographedPerson() {
+    const std::filesystem::path file = "/usr/share/matplotlib/mpl-data/sample_data/grace_hopper.jpg";
+    if (!std::filesystem::exists(file)) return std::nullopt;
+    return Cutout{readPictureFile(file), readMaskFile(*maskFileOf(file))};
+}
+
+cv::Mat3b drawnRoom(unsigned seed) {
+    cv::RNG random(seed);
+    const auto color = [&](int low, int high) {
+        return cv::Scalar(random.uniform(low, high), random.uniform(low, high), random.uniform(low, high));
+    };
+    cv::Mat3b room(frameSize);
+    room.setTo(color(90, 210));
+    for (int shelf = 140; shelf < frameSize.height; shelf += 145)
+        for (int x = 0, wide; x < 420; x += wide) {
+            wide = random.uniform(14, 44);
+            cv::rectangle(room, {x, shelf - random.uniform(70, 120)}, {x + wide - 2, shelf}, color(20, 225),
+                          -1);
+        }
+    cv::rectangle(room, {880, 60}, {1180, 400}, {250, 240, 225}, -1);
+    cv::rectangle(room, {780, 470}, {1280, 490}, color(30, 140), -1);
+    cv::GaussianBlur(room, room, {}, random.uniform(1.0, 3.0));
+    return room;
+}
+
+CompositedTake::CompositedTake(Cutout person, const cv::Mat3b& room, Trouble trouble, Motion motion)
+    : person_(std::move(person)), room_(filling(room)), trouble_(trouble), motion_(motion) {
     noise_.create(frameSize.height + 64, frameSize.width + 64);
     cv::RNG(5).fill(noise_, cv::RNG::NORMAL, 0, trouble == Trouble::noise ? 7 : 2);
 }
@@ -39,11 +65,16 @@ const char* CompositedTake::name(Trouble trouble) {
 }
 
 CompositedTake::Frame CompositedTake::at(double seconds) const {
-    const double sway = moves_ ? std::sin(1.7 * seconds) : 0, lean = moves_ ? std::sin(1.1 * seconds) : 0;
+    const bool sways = motion_ == Motion::sway;
+    const double sway = sways ? std::sin(1.7 * seconds) : 0, lean = sways ? std::sin(1.1 * seconds) : 0;
+    const double away =
+        motion_ != Motion::leaveAndReturn ? 0 : std::clamp(std::min(seconds - 1.6, 4.2 - seconds), 0.0, 1.0);
+    const double aside = frameSize.width * away * away * (3 - 2 * away);
     const cv::Rect body = cv::boundingRect(person_.mask);
     const double scale = personHeight * (1 + 0.03 * lean) * frameSize.height / body.height;
     // The mask's lower end is below the frame's.
-    const cv::Matx23d place(scale, 0, frameSize.width / 2.0 + 60 * sway - scale * (body.x + body.width / 2.0),
+    const cv::Matx23d place(scale, 0,
+                            frameSize.width / 2.0 + 60 * sway + aside - scale * (body.x + body.width / 2.0),
                             0, scale, frameSize.height - scale * body.br().y + 3);
     cv::Mat3b person;
     cv::Mat1b mask;

@@ -2,7 +2,10 @@
 
 #include <QBuffer>
 #include <QImage>
+#include <memory>
 #include <stdexcept>
+
+#include <opencv2/imgproc.hpp>
 
 namespace cobaltreel::composited {
 namespace {
@@ -44,6 +47,15 @@ std::optional<std::filesystem::path> maskFileOf(const std::filesystem::path& pic
     for (const auto& folder : {picture.parent_path(), std::filesystem::path(COBALTREEL_MASKS)})
         if (std::filesystem::exists(folder / name)) return folder / name;
     return std::nullopt;
+}
+
+platform::PixelBufferRef asBgra(const cv::Mat3b& picture) {
+    auto buffer =
+        std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, picture.cols, picture.rows);
+    const auto& plane = buffer->plane();
+    cv::Mat target(picture.rows, picture.cols, CV_8UC4, plane.data, static_cast<std::size_t>(plane.stride));
+    cv::cvtColor(picture, target, cv::COLOR_BGR2BGRA);
+    return buffer;
 }
 
 cv::Mat3b compressed(const cv::Mat3b& picture, int quality) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Imaging/PixelBuffer.hpp"
+
 #include <filesystem>
 #include <optional>
 
@@ -15,6 +17,9 @@ void writePictureFile(const std::filesystem::path& file, const cv::Mat3b& pictur
 /// The mask of the person in a picture: NAME.mask.png beside it, else among the masks that come with the
 /// tests.
 std::optional<std::filesystem::path> maskFileOf(const std::filesystem::path& picture);
+
+/// A picture as a camera would hand it over.
+platform::PixelBufferRef asBgra(const cv::Mat3b& picture);
 
 /// What a camera's compression leaves of a picture; `quality` 0…100 as JPEG counts it.
 cv::Mat3b compressed(const cv::Mat3b& picture, int quality);

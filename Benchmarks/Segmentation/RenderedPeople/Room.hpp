@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Vision/RenderedPeople/Paint.hpp"
+#include "RenderedPeople/Paint.hpp"
 
 namespace cobaltreel::rendered {
 

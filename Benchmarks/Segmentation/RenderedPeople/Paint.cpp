@@ -1,4 +1,4 @@
-#include "Platform/Vision/RenderedPeople/Paint.hpp"
+#include "RenderedPeople/Paint.hpp"
 
 namespace cobaltreel::rendered {
 namespace {

@@ -1,4 +1,4 @@
-#include "Platform/Vision/RenderedPeople/Room.hpp"
+#include "RenderedPeople/Room.hpp"
 
 namespace cobaltreel::rendered {
 namespace {

@@ -1,4 +1,4 @@
-#include "Platform/Vision/RenderedPeople/Scene.hpp"
+#include "RenderedPeople/Scene.hpp"
 
 namespace cobaltreel::rendered {
 
@@ -98,15 +98,6 @@ Scene::Frame Scene::at(double seconds) const {
         cv::resize(frame.truth, frame.truth, description_.size, 0, 0, cv::INTER_AREA);
     }
     return frame;
-}
-
-platform::PixelBufferRef asBgra(const cv::Mat3b& picture) {
-    auto buffer =
-        std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, picture.cols, picture.rows);
-    const auto& plane = buffer->plane();
-    cv::Mat target(picture.rows, picture.cols, CV_8UC4, plane.data, static_cast<std::size_t>(plane.stride));
-    cv::cvtColor(picture, target, cv::COLOR_BGR2BGRA);
-    return buffer;
 }
 
 std::vector<Scene::Description> variedScenes(unsigned seed, int count) {

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Platform/Imaging/PixelBuffer.hpp"
-#include "Platform/Vision/RenderedPeople/Person.hpp"
-#include "Platform/Vision/RenderedPeople/Room.hpp"
+#include "RenderedPeople/Person.hpp"
+#include "RenderedPeople/Room.hpp"
 
 #include <memory>
 #include <string>
@@ -49,9 +48,6 @@ class Scene {
     double contrast_ = 1;
     cv::Mat3s noise_;
 };
-
-/// A picture as a camera would hand it over.
-platform::PixelBufferRef asBgra(const cv::Mat3b& picture);
 
 /// A varied set of takes with a person: rooms, motions, clothes and cameras mixed by `seed`.
 std::vector<Scene::Description> variedScenes(unsigned seed, int count);

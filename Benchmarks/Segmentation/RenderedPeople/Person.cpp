@@ -1,4 +1,4 @@
-#include "Platform/Vision/RenderedPeople/Person.hpp"
+#include "RenderedPeople/Person.hpp"
 
 #include <array>
 
