@@ -34,13 +34,11 @@ class Fidelity : public MovieTest {
     /// worst similarity among the pictures that have stood for `calm` seconds.
     Similarity worstOfRecording(const TextScene& scene, int steps, std::int64_t bitRate, double calm) {
         const auto path = file("take.mov");
-        auto writer = media->makeWriter(path, FileType::quickTimeMovie);
-        AssetWriterInput& video =
-            writer->addVideoInput({VideoCodec::hevc, width, height, bitRate, 60, false, true});
-        EXPECT_TRUE(writer->startWriting());
-        writer->startSession({0, 600});
+        const auto [writer, video, audio] =
+            begin(path, FileType::quickTimeMovie,
+                  VideoSettings{VideoCodec::hevc, width, height, bitRate, 60, false, true});
         for (int step = 0; step < steps; ++step)
-            appendPatiently(video,
+            appendPatiently(*video,
                             pictureAt(step * scene.interval(), fidelity::asVideo(scene.picture(step))));
         EXPECT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
         movieBytes = std::filesystem::file_size(path);
@@ -64,7 +62,7 @@ class Fidelity : public MovieTest {
     std::uintmax_t movieBytes = 0;
 };
 
-TEST_F(Fidelity, textOnAStillScreenStaysAsItWas) {
+TEST_F(Fidelity, TextOnAStillScreenStaysAsItWas) {
     // A cursor blinks for a minute. The movie's key frames alone must not drain what a rate allows.
     const TextScene scene(Take::cursor, width, height, someText());
     const Similarity worst = worstOfRecording(scene, 120, 6'000'000, 0);
@@ -73,7 +71,7 @@ TEST_F(Fidelity, textOnAStillScreenStaysAsItWas) {
     EXPECT_LT(movieBytes, 60 * 6'000'000 / 8 / 8);
 }
 
-TEST_F(Fidelity, textIsSharpAgainASecondAfterItMoved) {
+TEST_F(Fidelity, TextIsSharpAgainASecondAfterItMoved) {
     const TextScene scene(Take::scrolling, width, height, someText());
     // A rate too small for scrolling; what it leaves coarse must be mended when the page stands.
     EXPECT_GE(worstOfRecording(scene, 360, 4'000'000, 1).luma, 0.98);

@@ -1,6 +1,8 @@
 #include "Platform/Media/MovieFixture.hpp"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <future>
@@ -60,6 +62,24 @@ AssetWriter::Status finishAndWait(AssetWriter& writer) {
     return writer.status();
 }
 
+std::vector<double> evenTimes(std::size_t count, double perSecond) {
+    std::vector<double> times;
+    for (std::size_t i = 0; i < count; ++i) times.push_back(static_cast<double>(i) / perSecond);
+    return times;
+}
+
+std::vector<double> onsets(const std::vector<float>& sound) {
+    std::vector<double> found;
+    double lastLoud = -1;
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        if (std::abs(sound[i]) < 0.33F) continue;
+        const double time = static_cast<double>(i) / 48000;
+        if (time - lastLoud > 0.2 || found.empty()) found.push_back(time);
+        lastLoud = time;
+    }
+    return found;
+}
+
 std::string outputOf(const std::string& command) {
     std::FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
     std::string text;
@@ -77,31 +97,36 @@ void MovieTest::SetUp() {
 
 void MovieTest::TearDown() { std::filesystem::remove_all(folder_); }
 
+OpenMovie MovieTest::begin(const std::filesystem::path& path, FileType type,
+                           const std::optional<VideoSettings>& video,
+                           const std::optional<AudioSettings>& audio, double sessionStart) {
+    OpenMovie movie{media->makeWriter(path, type)};
+    if (video) movie.video = &movie.writer->addVideoInput(*video);
+    if (audio) movie.audio = &movie.writer->addAudioInput(*audio);
+    EXPECT_TRUE(movie.writer->startWriting());
+    movie.writer->startSession(MediaTime::fromSeconds(sessionStart, nanosecondTimescale));
+    return movie;
+}
+
 void MovieTest::writePictures(const std::filesystem::path& path, FileType type, VideoSettings settings,
                               const std::vector<double>& times, double sessionStart) {
-    auto writer = media->makeWriter(path, type);
-    AssetWriterInput& input = writer->addVideoInput(settings);
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession(MediaTime::fromSeconds(sessionStart, nanosecondTimescale));
+    const auto movie = begin(path, type, settings, {}, sessionStart);
     for (std::size_t i = 0; i < times.size(); ++i)
-        appendPatiently(input,
+        appendPatiently(*movie.video,
                         pictureAt(times[i], greyPicture(settings.width, settings.height, expectedLuma(i))));
-    ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed)
-        << (writer->error() ? writer->error()->description() : "");
+    ASSERT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed)
+        << (movie.writer->error() ? movie.writer->error()->description() : "");
 }
 
 void MovieTest::writeSound(const std::filesystem::path& path, FileType type, std::size_t frames,
                            const std::function<float(std::size_t)>& wave, int channels) {
     constexpr std::size_t run = 480;
-    auto writer = media->makeWriter(path, type);
-    AssetWriterInput& input = writer->addAudioInput({48000, channels, 128000, false});
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession({0, nanosecondTimescale});
+    const auto movie = begin(path, type, {}, AudioSettings{48000, channels, 128000, false});
     for (std::size_t first = 0; first < frames; first += run)
-        appendPatiently(input,
+        appendPatiently(*movie.audio,
                         soundRun(static_cast<double>(first) / 48000, std::min(run, frames - first),
                                  {48000, channels, true}, [&](std::size_t i) { return wave(first + i); }));
-    ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+    ASSERT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed);
 }
 
 std::vector<ReadFrame> MovieTest::readFrames(const std::filesystem::path& path, TimeRange range,
@@ -119,20 +144,40 @@ std::vector<ReadFrame> MovieTest::readFrames(const std::filesystem::path& path, 
     return frames;
 }
 
-std::vector<float> MovieTest::readSound(const std::filesystem::path& path, double seconds) {
+ConstPixelBufferRef MovieTest::firstPicture(const std::filesystem::path& path, PixelFormat format) {
+    const auto asset = media->asset(path);
+    const auto reader =
+        media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0), {0, 1}, format);
+    EXPECT_TRUE(reader->startReading());
+    const auto sample = reader->copyNextSampleBuffer();
+    EXPECT_TRUE(sample) << path << " has no picture";
+    return sample ? sample->image : nullptr;
+}
+
+Composition MovieTest::composed(const std::filesystem::path& path, MediaType type, TimeRange span,
+                                double at) {
     const auto asset = media->asset(path);
     Composition composition;
-    composition.addMutableTrack(MediaType::audio)
-        .insertTimeRange({0, seconds}, asset, asset->loadTracks(MediaType::audio).at(0), 0);
+    composition.addMutableTrack(type).insertTimeRange(span, asset, asset->loadTracks(type).at(0), at);
+    return composition;
+}
+
+std::vector<float> MovieTest::readMix(const Composition& composition) {
     const auto reader = media->makeAudioMixReader(composition);
     EXPECT_TRUE(reader->startReading());
-    std::vector<float> left;
+    std::vector<float> all;
     while (const auto sample = reader->copyNextSampleBuffer()) {
-        EXPECT_EQ(sample->presentationTime, (MediaTime{static_cast<std::int64_t>(left.size()), 48000}));
-        const auto floats = sample->audio->floats();
-        for (std::size_t i = 0; i < floats.size(); i += 2) left.push_back(floats[i]);
+        EXPECT_EQ(sample->presentationTime, (MediaTime{static_cast<std::int64_t>(all.size() / 2), 48000}));
+        all.insert(all.end(), sample->audio->floats().begin(), sample->audio->floats().end());
     }
     EXPECT_EQ(reader->status(), AssetReader::Status::completed);
+    return all;
+}
+
+std::vector<float> MovieTest::readSound(const std::filesystem::path& path, double seconds) {
+    const auto both = readMix(composed(path, MediaType::audio, {0, seconds}));
+    std::vector<float> left;
+    for (std::size_t i = 0; i < both.size(); i += 2) left.push_back(both[i]);
     return left;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,18 @@ void appendPatiently(AssetWriterInput& input, const SampleBuffer& sample);
 /// Finishes and waits for the end; the status by then.
 AssetWriter::Status finishAndWait(AssetWriter& writer);
 
+/// So many times at a rate, from 0 on.
+std::vector<double> evenTimes(std::size_t count, double perSecond);
+/// Seconds at which sound louder than a third begins after a fifth of a second without.
+std::vector<double> onsets(const std::vector<float>& sound);
+
+/// A writer whose session has begun, and its inputs.
+struct OpenMovie {
+    std::unique_ptr<AssetWriter> writer;
+    AssetWriterInput* video = nullptr;  ///< null where no settings were given
+    AssetWriterInput* audio = nullptr;
+};
+
 struct ReadFrame {
     double time;
     int luma;
@@ -46,6 +59,9 @@ class MovieTest : public testing::Test {
     std::filesystem::path file(const std::string& name) const { return folder_ / name; }
     const std::filesystem::path& folder() const { return folder_; }
 
+    OpenMovie begin(const std::filesystem::path& path, FileType type,
+                    const std::optional<VideoSettings>& video, const std::optional<AudioSettings>& audio = {},
+                    double sessionStart = 0);
     /// Writes grey pictures (luma 20 + 10·(i mod 20)) at the times and closes the movie.
     void writePictures(const std::filesystem::path& path, FileType type, VideoSettings settings,
                        const std::vector<double>& times, double sessionStart = 0);
@@ -55,6 +71,12 @@ class MovieTest : public testing::Test {
 
     std::vector<ReadFrame> readFrames(const std::filesystem::path& path, TimeRange range,
                                       PixelFormat format = PixelFormat::i420);
+    /// The first picture of a file; null, and the test fails, when there is none.
+    ConstPixelBufferRef firstPicture(const std::filesystem::path& path, PixelFormat format);
+    /// A composition of one track of a file, its span placed at `at`.
+    Composition composed(const std::filesystem::path& path, MediaType type, TimeRange span, double at = 0);
+    /// Both channels of a mix, one after the other for each frame.
+    std::vector<float> readMix(const Composition& composition);
     /// The left channel of a file's first audio track through the mixer, from the movie's time 0.
     std::vector<float> readSound(const std::filesystem::path& path, double seconds);
 

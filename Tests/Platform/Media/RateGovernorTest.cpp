@@ -15,7 +15,7 @@ constexpr std::int64_t rate = 20'000'000;
 /// An encoder whose pictures halve with every six steps of the quantiser.
 double bitsOf(double demand, double coarsening) { return demand * std::exp2(-coarsening / 6); }
 
-TEST(RateGovernor, holdsBusyPicturesBelowTheRateAtAnyFrameRate) {
+TEST(RateGovernor, HoldsBusyPicturesBelowTheRateAtAnyFrameRate) {
     for (const double fps : {1.0, 4.0, 15.0, 60.0}) {
         SCOPED_TRACE(fps);
         RateGovernor governor(rate);
@@ -39,7 +39,7 @@ TEST(RateGovernor, holdsBusyPicturesBelowTheRateAtAnyFrameRate) {
     }
 }
 
-TEST(RateGovernor, leavesAScreenAloneOnWhichLittleMoves) {
+TEST(RateGovernor, LeavesAScreenAloneOnWhichLittleMoves) {
     RateGovernor governor(rate);
     double coarsest = 0;
     // Four small pictures a second, a large one every ten seconds.
@@ -51,7 +51,7 @@ TEST(RateGovernor, leavesAScreenAloneOnWhichLittleMoves) {
 }
 
 // A page is scrolled: every picture is new, and the encoder gives each back when two more have gone in.
-TEST(RateGovernor, reckonsWithPicturesThatTheEncoderHasNotGivenBack) {
+TEST(RateGovernor, ReckonsWithPicturesThatTheEncoderHasNotGivenBack) {
     RateGovernor governor(rate);
     std::deque<double> inside;
     double end = 0;

@@ -1,10 +1,8 @@
 #include "Platform/Media/SoundFeed.hpp"
+#include "Rig/Eventually.hpp"
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -51,16 +49,18 @@ class SoundFeedTest : public ::testing::Test {
     /// Waits until what begins at `frame` stands in the ring: the reading thread is then at what follows it.
     void waitUntilRead(std::int64_t frame) {
         constexpr std::int64_t block = 1024, ring = 24 * block;
-        for (std::int64_t at = mix->lastRead; at < frame + block || at > frame + ring; at = mix->lastRead)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ASSERT_TRUE(eventually([&] {
+            const std::int64_t at = mix->lastRead;
+            return at >= frame + block && at <= frame + ring;
+        }));
     }
     void playFrom(double seconds) {
         feed.play(seconds);
         // What was read for an earlier start stands before it in the ring until a cycle has come.
-        for (int i = 0; i < 2000 && !feed.motion(); ++i) {
+        ASSERT_TRUE(eventually([&] {
             render();
-            if (!feed.motion()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
+            return feed.motion().has_value();
+        }));
     }
 
     std::shared_ptr<CountingMix> mix = std::make_shared<CountingMix>();
@@ -69,7 +69,7 @@ class SoundFeedTest : public ::testing::Test {
     std::vector<float> left;
 };
 
-TEST_F(SoundFeedTest, playsFromWhereItWasStartedAndSaysWhenThatIsHeard) {
+TEST_F(SoundFeedTest, PlaysFromWhereItWasStartedAndSaysWhenThatIsHeard) {
     for (const double start : {1.0, 3.25, 0.5}) {
         SCOPED_TRACE(start);
         playFrom(start);
@@ -86,7 +86,7 @@ TEST_F(SoundFeedTest, playsFromWhereItWasStartedAndSaysWhenThatIsHeard) {
     }
 }
 
-TEST_F(SoundFeedTest, afterAStandstillItGoesOnWhereTheTimeIs) {
+TEST_F(SoundFeedTest, AfterAStandstillItGoesOnWhereTheTimeIs) {
     playFrom(1);
     heardAt += 0.25;  // the ring still has it
     const double within = 1 + cycleSeconds + 0.25;
@@ -104,7 +104,7 @@ TEST_F(SoundFeedTest, afterAStandstillItGoesOnWhereTheTimeIs) {
     EXPECT_NEAR(left.back(), expected, 1);
 }
 
-TEST_F(SoundFeedTest, joinsAMotionUnderWay) {
+TEST_F(SoundFeedTest, JoinsAMotionUnderWay) {
     feed.onMotion({2, 99, 1});                // at 100 it is at 3
     EXPECT_THAT(render(), testing::Each(0));  // until it was read, the time going on
     waitUntilRead(3 * AudioMix::sampleRate + 8 * cycle);
@@ -114,7 +114,7 @@ TEST_F(SoundFeedTest, joinsAMotionUnderWay) {
     EXPECT_NEAR(feed.motion()->timeAt(heardAt), end, 1e-4);
 }
 
-TEST_F(SoundFeedTest, afterTheLastFrameComesSilenceAndTimeGoesOn) {
+TEST_F(SoundFeedTest, AfterTheLastFrameComesSilenceAndTimeGoesOn) {
     playFrom(10 - 2 * cycleSeconds);
     render();
     EXPECT_GT(left.back(), 0);

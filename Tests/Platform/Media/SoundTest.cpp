@@ -23,19 +23,6 @@ std::function<float(std::size_t)> clicks(double period, double sourceRate = rate
     };
 }
 
-/// Seconds at which sound louder than a third begins after at least 0.2 s without.
-std::vector<double> onsets(const std::vector<float>& sound) {
-    std::vector<double> found;
-    double lastLoud = -1;
-    for (std::size_t i = 0; i < sound.size(); ++i) {
-        if (std::abs(sound[i]) < 0.33F) continue;
-        const double time = static_cast<double>(i) / rate;
-        if (time - lastLoud > 0.2 || found.empty()) found.push_back(time);
-        lastLoud = time;
-    }
-    return found;
-}
-
 float peak(const std::vector<float>& sound, double from, double to) {
     float highest = 0;
     for (auto i = static_cast<std::size_t>(from * rate); i < static_cast<std::size_t>(to * rate); ++i)
@@ -51,7 +38,7 @@ void expectOnsets(const std::vector<float>& sound, const std::vector<double>& ex
 
 using Sound = MovieTest;
 
-TEST_F(Sound, comesBackWhereItWas) {
+TEST_F(Sound, ComesBackWhereItWas) {
     for (const FileType type : {FileType::mpeg4, FileType::quickTimeMovie}) {
         writeSound(file("a.mov"), type, 5 * 48000, clicks(0.5), 2);
         const auto sound = readSound(file("a.mov"), 5);
@@ -69,7 +56,7 @@ TEST_F(Sound, comesBackWhereItWas) {
     }
 }
 
-TEST_F(Sound, aMixPlacesCutsAndSumsItsSegments) {
+TEST_F(Sound, AMixPlacesCutsAndSumsItsSegments) {
     writeSound(file("clicks.mp4"), FileType::mpeg4, 6 * 48000, clicks(1), 1);
     writeSound(
         file("level.mp4"), FileType::mpeg4, 6 * 48000,
@@ -84,14 +71,9 @@ TEST_F(Sound, aMixPlacesCutsAndSumsItsSegments) {
     composition.addMutableTrack(MediaType::audio).insertTimeRange({2, 3}, levelAsset, levelTrack, 2.5);
     EXPECT_EQ(composition.duration(), 4.6);
 
-    const auto reader = media->makeAudioMixReader(composition);
-    ASSERT_TRUE(reader->startReading());
     std::vector<float> left, right;
-    while (const auto run = reader->copyNextSampleBuffer())
-        for (std::size_t i = 0; i < run->audio->floats().size(); i += 2) {
-            left.push_back(run->audio->floats()[i]);
-            right.push_back(run->audio->floats()[i + 1]);
-        }
+    for (const auto both = readMix(composition); const float value : both)
+        (left.size() == right.size() ? left : right).push_back(value);
     EXPECT_EQ(left.size(), 220'800U);
     expectOnsets(left, {0.75, 1.75, 4.1}, 0.0005);
     EXPECT_EQ(left, right);  // one channel goes to both sides at full level
@@ -101,31 +83,23 @@ TEST_F(Sound, aMixPlacesCutsAndSumsItsSegments) {
     EXPECT_EQ(peak(left, 3.51, 3.99), 0);
 }
 
-TEST_F(Sound, aMixIsClippedAtFullScale) {
+TEST_F(Sound, AMixIsClippedAtFullScale) {
     writeSound(file("a.mp4"), FileType::mpeg4, 48000,
                [](std::size_t i) { return static_cast<float>(0.8 * std::sin(i * 0.05)); });
     const auto asset = media->asset(file("a.mp4"));
-    const auto track = asset->loadTracks(MediaType::audio).at(0);
     Composition composition;
     for (int i = 0; i < 2; ++i)
-        composition.addMutableTrack(MediaType::audio).insertTimeRange({0, 1}, asset, track, 0);
-    const auto reader = media->makeAudioMixReader(composition);
-    ASSERT_TRUE(reader->startReading());
-    std::vector<float> all;
-    while (const auto run = reader->copyNextSampleBuffer())
-        all.insert(all.end(), run->audio->floats().begin(), run->audio->floats().end());
+        composition.addMutableTrack(MediaType::audio)
+            .insertTimeRange({0, 1}, asset, asset->loadTracks(MediaType::audio).at(0), 0);
+    const auto all = readMix(composition);
     EXPECT_EQ(*std::ranges::max_element(all), 1.0F);
     EXPECT_EQ(*std::ranges::min_element(all), -1.0F);
 }
 
-TEST_F(Sound, theMixerGivesTheSameSoundFromAnyPlace) {
+TEST_F(Sound, TheMixerGivesTheSameSoundFromAnyPlace) {
     for (const FileType type : {FileType::mpeg4, FileType::quickTimeMovie}) {
         writeSound(file("a.mov"), type, 20 * 48000, clicks(0.25));
-        const auto asset = media->asset(file("a.mov"));
-        Composition composition;
-        composition.addMutableTrack(MediaType::audio)
-            .insertTimeRange({0.3, 19.7}, asset, asset->loadTracks(MediaType::audio).at(0), 0.1);
-        ffmpeg::AudioMixer mixer(composition);
+        ffmpeg::AudioMixer mixer(composed(file("a.mov"), MediaType::audio, {0.3, 19.7}, 0.1));
         std::vector<float> whole(static_cast<std::size_t>(mixer.frameCount()) * 2);
         for (std::size_t at = 0; at < whole.size(); at += 2048)
             mixer.read(static_cast<std::int64_t>(at / 2),
@@ -141,7 +115,7 @@ TEST_F(Sound, theMixerGivesTheSameSoundFromAnyPlace) {
     }
 }
 
-TEST_F(Sound, otherRatesAndChannelCountsAreConverted) {
+TEST_F(Sound, OtherRatesAndChannelCountsAreConverted) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     // Bursts at 1, 2, 3 s in 44.1 kHz, six channels, mono, uncompressed and late sound.
     const std::string source =
@@ -175,30 +149,28 @@ struct Capture {
 
 class CapturedSound : public MovieTest {
   protected:
-    /// Records runs whose content is a click at every whole second of true time. The one in the first
-    /// 21 ms of the file is lost in its fade.
+    /// Records runs whose content is a click at every `period` seconds of true time. The one in the first
+    /// 21 ms of the file is lost in its fade. What the device tells of each run's time jitters.
     std::vector<float> record(const std::vector<Capture>& runs, const AudioFormat& format,
-                              double sessionStart, double length) {
-        auto writer = media->makeWriter(file("mic.mov"), FileType::quickTimeMovie);
-        AssetWriterInput& input = writer->addAudioInput({48000, 1, 128000, true});
-        EXPECT_TRUE(writer->startWriting());
-        writer->startSession(MediaTime::fromSeconds(sessionStart, nanosecondTimescale));
-        for (const Capture& run : runs)
-            appendPatiently(
-                input, soundRun(run.time, run.frames, format, [&](std::size_t i) {
-                    const double time = run.time + static_cast<double>(i) / trueRate_;
-                    const double phase = time - std::floor(time + 1e-9);
-                    return phase < 0.005
-                               ? static_cast<float>(0.8 * std::cos(2 * std::numbers::pi * 2000 * phase))
-                               : 0.0F;
-                }));
-        EXPECT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+                              double sessionStart, double length, double period = 1, double jitter = 0) {
+        const auto movie = begin(file("mic.mov"), FileType::quickTimeMovie, {},
+                                 AudioSettings{48000, 1, 128000, true}, sessionStart);
+        for (std::size_t r = 0; r < runs.size(); ++r) {
+            const double told = runs[r].time + jitter * std::sin(static_cast<double>(r) * 12.9898);
+            appendPatiently(*movie.audio, soundRun(told, runs[r].frames, format, [&](std::size_t i) {
+                const double time = runs[r].time + static_cast<double>(i) / trueRate_;
+                const double phase = time - period * std::floor(time / period + 1e-9);
+                return phase < 0.005 ? static_cast<float>(0.8 * std::cos(2 * std::numbers::pi * 2000 * phase))
+                                     : 0.0F;
+            }));
+        }
+        EXPECT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed);
         return readSound(file("mic.mov"), length);
     }
     double trueRate_ = 48000;
 };
 
-TEST_F(CapturedSound, gapsOverlapsAndFormatsKeepTheirPlace) {
+TEST_F(CapturedSound, GapsOverlapsAndFormatsKeepTheirPlace) {
     struct Case {
         const char* name;
         AudioFormat format;
@@ -226,20 +198,19 @@ TEST_F(CapturedSound, gapsOverlapsAndFormatsKeepTheirPlace) {
     }
 }
 
-TEST_F(CapturedSound, whatIsNoSoundCostsOnlyItself) {
+TEST_F(CapturedSound, WhatIsNoSoundCostsOnlyItself) {
     using Limits = std::numeric_limits<float>;
     for (const float wrong : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 1e30F}) {
         SCOPED_TRACE(wrong);
-        auto writer = media->makeWriter(file("mic.mov"), FileType::quickTimeMovie);
-        AssetWriterInput& input = writer->addAudioInput({48000, 1, 128000, true});
-        ASSERT_TRUE(writer->startWriting());
-        writer->startSession({0, 600});
+        const auto movie =
+            begin(file("mic.mov"), FileType::quickTimeMovie, {}, AudioSettings{48000, 1, 128000, true});
         const auto click = clicks(1);
         for (std::size_t run = 0; run < 300; ++run)
-            appendPatiently(
-                input, soundRun(static_cast<double>(run) / 100, 480, {48000, 1, true},
-                                [&](std::size_t i) { return run == 150 ? wrong : click(run * 480 + i); }));
-        ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
+            appendPatiently(*movie.audio, soundRun(static_cast<double>(run) / 100, 480, {48000, 1, true},
+                                                   [&](std::size_t i) {
+                                                       return run == 150 ? wrong : click(run * 480 + i);
+                                                   }));
+        ASSERT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed);
         expectOnsets(readSound(file("mic.mov"), 1.4), {1}, 0.001);
         const auto whole = readSound(file("mic.mov"), 3);
         EXPECT_GT(peak(whole, 2, 2.01), 0.5F);
@@ -247,24 +218,22 @@ TEST_F(CapturedSound, whatIsNoSoundCostsOnlyItself) {
     }
 }
 
-TEST_F(CapturedSound, whatEndsALongSilenceIsKept) {
+TEST_F(CapturedSound, WhatEndsALongSilenceIsKept) {
     // Nothing is captured while nothing plays. What then begins arrives in real time, while the encoder still
     // has the silence before it to get through: none of it may be refused.
-    constexpr double begin = 300;
-    auto writer = media->makeWriter(file("system.mov"), FileType::quickTimeMovie);
-    AssetWriterInput& input = writer->addAudioInput({48000, 2, 128000, true});
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession({0, 600});
+    constexpr double silence = 300;
+    const auto movie =
+        begin(file("system.mov"), FileType::quickTimeMovie, {}, AudioSettings{48000, 2, 128000, true});
     const auto tone = [](std::size_t) { return 0.25F; };
-    ASSERT_TRUE(input.append(soundRun(0, 480, {48000, 2, true}, tone)));
+    ASSERT_TRUE(movie.audio->append(soundRun(0, 480, {48000, 2, true}, tone)));
     int refused = 0;
     for (int i = 0; i < 1000; ++i)
-        refused += !input.append(soundRun(begin + i * 0.01, 480, {48000, 2, true}, tone));
+        refused += !movie.audio->append(soundRun(silence + i * 0.01, 480, {48000, 2, true}, tone));
     EXPECT_EQ(refused, 0);
-    writer->cancelWriting();
+    movie.writer->cancelWriting();
 }
 
-TEST_F(CapturedSound, aClockThatRunsFastIsFollowedForTenMinutes) {
+TEST_F(CapturedSound, AClockThatRunsFastIsFollowedForTenMinutes) {
     // The microphone makes 48004.8 frames a second of the host's clock; its runs' times jitter by 3 ms.
     for (const double ppm : {100.0, -100.0}) {
         trueRate_ = 48000 * (1 + ppm * 1e-6);
@@ -273,24 +242,7 @@ TEST_F(CapturedSound, aClockThatRunsFastIsFollowedForTenMinutes) {
         constexpr double length = 599;
         for (std::size_t i = 0; static_cast<double>(i * run) / trueRate_ < length; ++i)
             runs.push_back({static_cast<double>(i * run) / trueRate_, run});
-        auto writer = media->makeWriter(file("mic.mov"), FileType::quickTimeMovie);
-        AssetWriterInput& input = writer->addAudioInput({48000, 1, 64000, true});
-        ASSERT_TRUE(writer->startWriting());
-        writer->startSession({0, 600});
-        for (std::size_t r = 0; r < runs.size(); ++r) {
-            const double jitter = r == 0 ? 0 : 0.003 * std::sin(static_cast<double>(r) * 12.9898);
-            const double start = runs[r].time;
-            appendPatiently(
-                input, soundRun(start + jitter, run, {48000, 1, true}, [&](std::size_t i) {
-                    const double time = start + static_cast<double>(i) / trueRate_;
-                    const double phase = time - 60 * std::floor(time / 60 + 1e-9);
-                    return phase < 0.005
-                               ? static_cast<float>(0.8 * std::cos(2 * std::numbers::pi * 2000 * phase))
-                               : 0.0F;
-                }));
-        }
-        ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
-        const auto found = onsets(readSound(file("mic.mov"), length));
+        const auto found = onsets(record(runs, {48000, 1, true}, 0, length, 60, 0.003));
         ASSERT_EQ(found.size(), 9U);
         double worst = 0;
         for (std::size_t i = 0; i < found.size(); ++i)
@@ -300,7 +252,7 @@ TEST_F(CapturedSound, aClockThatRunsFastIsFollowedForTenMinutes) {
     }
 }
 
-TEST_F(Sound, damagedSoundBecomesSilence) {
+TEST_F(Sound, DamagedSoundBecomesSilence) {
     writeSound(file("a.mp4"), FileType::mpeg4, 4 * 48000, clicks(0.5));
     std::filesystem::resize_file(file("a.mp4"), std::filesystem::file_size(file("a.mp4")) / 2);
     const auto sound = readSound(file("a.mp4"), 4);
@@ -309,12 +261,9 @@ TEST_F(Sound, damagedSoundBecomesSilence) {
     EXPECT_LE(onsets(sound).size(), 6U);
 }
 
-TEST_F(Sound, aMixOfAMissingFileDoesNotStart) {
+TEST_F(Sound, AMixOfAMissingFileDoesNotStart) {
     writeSound(file("a.mp4"), FileType::mpeg4, 4800, clicks(0.5));
-    const auto asset = media->asset(file("a.mp4"));
-    Composition composition;
-    composition.addMutableTrack(MediaType::audio)
-        .insertTimeRange({0, 0.1}, asset, asset->loadTracks(MediaType::audio).at(0), 0);
+    const auto composition = composed(file("a.mp4"), MediaType::audio, {0, 0.1});
     std::filesystem::remove(file("a.mp4"));
     const auto reader = media->makeAudioMixReader(composition);
     EXPECT_FALSE(reader->startReading());
@@ -323,7 +272,7 @@ TEST_F(Sound, aMixOfAMissingFileDoesNotStart) {
     EXPECT_FALSE(reader->copyNextSampleBuffer());
 }
 
-TEST(CompositionOfTracks, refusesSpansThatMakeNoSense) {
+TEST(CompositionOfTracks, RefusesSpansThatMakeNoSense) {
     Composition composition;
     auto& track = composition.addMutableTrack(MediaType::audio);
     AssetTrack sound, picture;

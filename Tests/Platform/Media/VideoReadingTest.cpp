@@ -21,7 +21,7 @@ std::vector<double> uneven(std::size_t count, double step) {
 class TrueTimes : public MovieTest,
                   public testing::WithParamInterface<std::tuple<FileType, VideoSettings>> {};
 
-TEST_P(TrueTimes, surviveWritingAndReading) {
+TEST_P(TrueTimes, SurviveWritingAndReading) {
     const auto [type, settings] = GetParam();
     std::vector<double> times = uneven(90, 1 / 40.0);
     times.push_back(9.87654);  // the screen stood still for a while
@@ -51,9 +51,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 using VideoReading = MovieTest;
 
-TEST_F(VideoReading, deliversTheFrameOnScreenAtTheStartUpToTheEnd) {
-    std::vector<double> times;
-    for (int i = 0; i < 200; ++i) times.push_back(i / 25.0);
+TEST_F(VideoReading, DeliversTheFrameOnScreenAtTheStartUpToTheEnd) {
+    const auto times = evenTimes(200, 25);
     const auto delivered = [&](TimeRange range) {
         const auto frames = readFrames(file("a.mp4"), range);
         return std::tuple{frames.size(), frames.empty() ? -1 : frames.front().time,
@@ -75,7 +74,7 @@ TEST_F(VideoReading, deliversTheFrameOnScreenAtTheStartUpToTheEnd) {
     }
 }
 
-TEST_F(VideoReading, startsWithTheFirstFrameWhenTheTrackBeginsLater) {
+TEST_F(VideoReading, StartsWithTheFirstFrameWhenTheTrackBeginsLater) {
     writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, {0.75, 0.8, 1.0}, 0);
     const auto frames = readFrames(file("a.mov"), {0.1, 5});
     ASSERT_EQ(frames.size(), 3U);
@@ -83,7 +82,7 @@ TEST_F(VideoReading, startsWithTheFirstFrameWhenTheTrackBeginsLater) {
     EXPECT_NEAR(media->asset(file("a.mov"))->loadTracks(MediaType::video)[0].timeRange.start, 0.75, 0.0001);
 }
 
-TEST_F(VideoReading, cutsPicturesBeforeTheSession) {
+TEST_F(VideoReading, CutsPicturesBeforeTheSession) {
     writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, {99.9, 100.0, 100.05, 100.1}, 100.0);
     const auto frames = readFrames(file("a.mov"), {0, 5});
     ASSERT_EQ(frames.size(), 3U);
@@ -92,51 +91,39 @@ TEST_F(VideoReading, cutsPicturesBeforeTheSession) {
     EXPECT_NEAR(frames[2].time, 0.1, 0.0001);
 }
 
-TEST_F(VideoReading, codesOddSizesOneLargerWithTheLastLinesRepeated) {
+TEST_F(VideoReading, CodesOddSizesOneLargerWithTheLastLinesRepeated) {
     VideoSettings settings = smallH264;
     settings.width = 33;
     settings.height = 21;
     writePictures(file("a.mp4"), FileType::mpeg4, settings, {0, 0.1});
-    const auto asset = media->asset(file("a.mp4"));
-    const auto reader =
-        media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0), {0, 1}, PixelFormat::i420);
-    ASSERT_TRUE(reader->startReading());
-    const auto sample = reader->copyNextSampleBuffer();
-    ASSERT_TRUE(sample);
-    EXPECT_EQ(sample->image->width(), 34);
-    EXPECT_EQ(sample->image->height(), 22);
-    const Plane& luma = sample->image->plane(0);
+    const auto picture = firstPicture(file("a.mp4"), PixelFormat::i420);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->width(), 34);
+    EXPECT_EQ(picture->height(), 22);
+    const Plane& luma = picture->plane(0);
     EXPECT_NEAR(luma.data[33], expectedLuma(0), 4);
     EXPECT_NEAR(luma.data[21 * luma.stride + 33], expectedLuma(0), 4);
 }
 
-TEST_F(VideoReading, bgraPicturesKeepTheirColors) {
+TEST_F(VideoReading, BgraPicturesKeepTheirColors) {
     auto picture = std::make_shared<PixelBuffer>(PixelFormat::bgra, 64, 48);
     for (int y = 0; y < 48; ++y)
         for (int x = 0; x < 64; ++x) {
             std::uint8_t* pixel = picture->plane().data + y * picture->plane().stride + 4 * x;
             pixel[0] = 30, pixel[1] = 90, pixel[2] = 200, pixel[3] = 255;
         }
-    auto writer = media->makeWriter(file("a.mp4"), FileType::mpeg4);
-    AssetWriterInput& input = writer->addVideoInput(smallH264);
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession({0, 600});
-    appendPatiently(input, pictureAt(0, picture));
-    ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
-
-    const auto asset = media->asset(file("a.mp4"));
-    const auto reader =
-        media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0), {0, 1}, PixelFormat::bgra);
-    ASSERT_TRUE(reader->startReading());
-    const auto sample = reader->copyNextSampleBuffer();
-    ASSERT_TRUE(sample);
-    const std::uint8_t* pixel = sample->image->plane().data + 20 * sample->image->plane().stride + 4 * 30;
+    const auto movie = begin(file("a.mp4"), FileType::mpeg4, smallH264);
+    appendPatiently(*movie.video, pictureAt(0, picture));
+    ASSERT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed);
+    const auto shown = firstPicture(file("a.mp4"), PixelFormat::bgra);
+    ASSERT_TRUE(shown);
+    const std::uint8_t* pixel = shown->plane().data + 20 * shown->plane().stride + 4 * 30;
     EXPECT_NEAR(pixel[0], 30, 6);
     EXPECT_NEAR(pixel[1], 90, 6);
     EXPECT_NEAR(pixel[2], 200, 6);
 }
 
-TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
+TEST_F(VideoReading, WhiteIsWhiteWhateverTheCamerasMatrixAndRange) {
     const struct {
         ColorMatrix matrix;
         std::uint8_t white;
@@ -156,25 +143,18 @@ TEST_F(VideoReading, whiteIsWhiteWhateverTheCamerasMatrixAndRange) {
             SCOPED_TRACE(testing::Message() << static_cast<int>(c.matrix) << " " << static_cast<int>(track));
             VideoSettings settings = smallH264;
             settings.matrix = track;
-            auto writer = media->makeWriter(file("a.mp4"), FileType::mpeg4);
-            AssetWriterInput& input = writer->addVideoInput(settings);
-            ASSERT_TRUE(writer->startWriting());
-            writer->startSession({0, 600});
-            appendPatiently(input, pictureAt(0, picture));
-            ASSERT_EQ(finishAndWait(*writer), AssetWriter::Status::completed);
-            const auto asset = media->asset(file("a.mp4"));
-            const auto reader = media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0),
-                                                       {0, 1}, PixelFormat::i420);
-            ASSERT_TRUE(reader->startReading());
-            const auto sample = reader->copyNextSampleBuffer();
-            ASSERT_TRUE(sample);
-            EXPECT_EQ(sample->image->matrix(), track);
-            EXPECT_NEAR(middleLuma(*sample->image), track == c.matrix ? c.white : 235, 2);
+            const auto movie = begin(file("a.mp4"), FileType::mpeg4, settings);
+            appendPatiently(*movie.video, pictureAt(0, picture));
+            ASSERT_EQ(finishAndWait(*movie.writer), AssetWriter::Status::completed);
+            const auto shown = firstPicture(file("a.mp4"), PixelFormat::i420);
+            ASSERT_TRUE(shown);
+            EXPECT_EQ(shown->matrix(), track);
+            EXPECT_NEAR(middleLuma(*shown), track == c.matrix ? c.white : 235, 2);
         }
     }
 }
 
-TEST_F(VideoReading, readsPixelFormatsAndStartOffsetsOfOtherProducers) {
+TEST_F(VideoReading, ReadsPixelFormatsAndStartOffsetsOfOtherProducers) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     struct Case {
         const char* name;
@@ -202,9 +182,8 @@ TEST_F(VideoReading, readsPixelFormatsAndStartOffsetsOfOtherProducers) {
     }
 }
 
-TEST_F(VideoReading, damagedFilesEndWithoutHanging) {
-    std::vector<double> times;
-    for (int i = 0; i < 120; ++i) times.push_back(i / 30.0);
+TEST_F(VideoReading, DamagedFilesEndWithoutHanging) {
+    const auto times = evenTimes(120, 30);
     writePictures(file("a.mp4"), FileType::mpeg4, smallH264, times);
     writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
     for (const char* name : {"a.mp4", "a.mov"}) {
@@ -243,7 +222,7 @@ TEST_F(VideoReading, damagedFilesEndWithoutHanging) {
     }
 }
 
-TEST_F(VideoReading, whatIsNoMovieIsNamedInTheError) {
+TEST_F(VideoReading, WhatIsNoMovieIsNamedInTheError) {
     std::ofstream(file("notes.txt")) << "These are notes, not a movie.\n";
     std::ofstream(file("empty.mov")).flush();
     ASSERT_EQ(mkfifo(file("pipe.mov").c_str(), 0600), 0);
@@ -259,10 +238,8 @@ TEST_F(VideoReading, whatIsNoMovieIsNamedInTheError) {
     }
 }
 
-TEST_F(VideoReading, aReaderCanBeDroppedAtAnyMoment) {
-    std::vector<double> times;
-    for (int i = 0; i < 300; ++i) times.push_back(i / 30.0);
-    writePictures(file("a.mp4"), FileType::mpeg4, smallH264, times);
+TEST_F(VideoReading, AReaderCanBeDroppedAtAnyMoment) {
+    writePictures(file("a.mp4"), FileType::mpeg4, smallH264, evenTimes(300, 30));
     const auto asset = media->asset(file("a.mp4"));
     const auto track = asset->loadTracks(MediaType::video).at(0);
     for (int taken = 0; taken < 12; ++taken) {
