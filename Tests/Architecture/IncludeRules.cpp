@@ -110,34 +110,4 @@ TEST(Architecture, EveryIncludeIsAllowedByTheTable) {
     EXPECT_GT(files, 20);
 }
 
-TEST(Architecture, TheRulesCatchWhatTheyAreFor) {
-    struct Case {
-        const char* file;
-        const char* header;
-        bool quoted;
-        bool allowed;
-    };
-    const Case cases[]{
-        {"CobaltreelCore/Models.hpp", "nlohmann/json.hpp", false, false},
-        {"CobaltreelCore/Models.cpp", "nlohmann/json.hpp", false, true},
-        {"CobaltreelCore/Models.cpp", "Platform/Media/Asset.hpp", true, false},
-        {"Platform/Media/Asset.hpp", "Cobaltreel/Support/Paths.hpp", true, false},
-        {"Platform/Media/Asset.hpp", "libavformat/avformat.h", false, false},
-        {"Platform/Media/FFmpeg/Asset.cpp", "libavformat/avformat.h", false, true},
-        {"Platform/Media/Asset.hpp", "unistd.h", false, false},
-        {"Cobaltreel/Export/FrameComposer.cpp", "QImage", false, false},
-        {"Cobaltreel/Export/FrameComposer.cpp", "QString", false, true},
-        {"Cobaltreel/Export/FrameComposer.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
-        {"Cobaltreel/CommandLine/Doctor.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
-        {"Platform/PlatformServices.cpp", "Platform/Media/FFmpeg/Mixer.hpp", true, true},
-        {"Platform/PlatformServices.hpp", "Platform/Media/FFmpeg/Mixer.hpp", true, false},
-    };
-    for (const Case& c : cases) {
-        const IncludeRule* rule = ruleFor(c.file);
-        ASSERT_NE(rule, nullptr) << c.file;
-        EXPECT_EQ(fault(c.file, *rule, c.header, c.quoted).empty(), c.allowed)
-            << c.file << " -> " << c.header;
-    }
-}
-
 }  // namespace

@@ -130,14 +130,6 @@ TEST(Clicks, TheLastWindowFrameNotAfterThePressCountsAlsoWhenTheClockStepsBack) 
     EXPECT_EQ(clicks, (std::vector<Click>{{2, 80, 20}, {4, 40, 20}, {5.5, 40, 20}, {7, 20, 20}}));
 }
 
-TEST(ExportTiming, TiesTheTimelinesTogether) {
-    const ExportTiming timing{2, 12, 1000, 999.5};
-    EXPECT_EQ(timing.duration(), 10);
-    EXPECT_EQ(timing.screenTime(0), 2);
-    EXPECT_EQ(timing.cameraTime(0), 2.5);
-    EXPECT_EQ(timing.outputTime(1003), 1);
-}
-
 TEST(OutputSize, IsEvenAndNeverLargerThanTheCapture) {
     const struct {
         std::int64_t w, h;

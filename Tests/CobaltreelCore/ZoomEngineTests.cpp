@@ -134,15 +134,6 @@ TEST(ZoomEngine, SamplesThePlanAtAnyTime) {
     EXPECT_EQ(ZoomEngine::evaluate(std::vector{first, second}, 2, width, height), corner);
 }
 
-TEST(ZoomEngine, EasesAtBothEnds) {
-    const std::pair<double, double> points[]{{0, 0}, {0.25, 0.0625}, {0.5, 0.5}, {0.75, 0.9375}, {1, 1}};
-    for (const auto& [p, eased] : points) EXPECT_EQ(ZoomEngine::easeInOutCubic(p), eased) << p;
-}
-
-TEST(ZoomEngine, CropsAboutTheCentre) {
-    EXPECT_EQ(ZoomEngine::cropRect({1.5, 720, 405}, width, height), (platform::Rect{80, 45, 1280, 720}));
-}
-
 TEST(ZoomEngine, AnyPlanIsOrderedContinuousAndInsideTheFrame) {
     std::mt19937 random(11);
     const auto below = [&](double limit) { return std::uniform_real_distribution<>(0, limit)(random); };

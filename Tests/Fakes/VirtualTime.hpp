@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
+#include "Rig/Eventually.hpp"
 
 #include <cstdint>
 #include <deque>
@@ -29,6 +30,11 @@ class VirtualTime final : public Clock, public MainLoop {
     void advance(double seconds);
     /// Runs all posted work and what waits for descriptors, without moving time.
     void drain();
+    /// Waits while what is posted, here and by other threads, runs. Time stands still.
+    template <typename Condition>
+    bool eventually(Condition condition) {
+        return platform::eventually(condition, [this] { drain(); });
+    }
     /// Moves time without running anything: a main thread that is busy for `seconds`.
     void stall(double seconds);
 

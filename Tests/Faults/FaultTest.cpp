@@ -9,6 +9,7 @@
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Rig/ChildProcess.hpp"
+#include "Rig/Eventually.hpp"
 #include "Rig/HostTime.hpp"
 
 #include <algorithm>
@@ -39,15 +40,7 @@ int runsOf(int shortForm, int longForm) {
 
 void pass(double seconds) { std::this_thread::sleep_for(std::chrono::duration<double>(seconds)); }
 
-/// Waits up to fifteen seconds.
-template <typename Condition>
-bool eventually(Condition condition) {
-    for (int i = 0; i < 1500; ++i) {
-        if (condition()) return true;
-        pass(0.01);
-    }
-    return false;
-}
+using platform::eventually;
 
 class FaultTest : public testing::Test {
   protected:

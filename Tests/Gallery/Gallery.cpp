@@ -1,14 +1,13 @@
 #include "Gallery/Gallery.hpp"
 
+#include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
-#include "Gallery/GalleryPanel.hpp"
-#include "Platform/Foundation/InMemoryUserDefaults.hpp"
+#include "Fakes/FakeHost.hpp"
+#include "Rig/QtEventually.hpp"
 
-#include <QDeadlineTimer>
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QImage>
 #include <QQuickItem>
@@ -43,23 +42,44 @@ constexpr Board boards[]{
 
 /// Boards that open menus or tooltips say when they are ready to be drawn.
 void waitUntilSettled(const QQuickView& window) {
-    const QDeadlineTimer deadline(5000);
-    for (;;) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    const auto isSettled = [&] {
         const auto* board = window.rootObject()->property("contentItem").value<QQuickItem*>();
         if (!board) throw std::runtime_error("the board could not be built");
         const QVariant settled = board->property("settled");
-        if (window.isExposed() && (!settled.isValid() || settled.toBool())) return;
-        if (deadline.hasExpired()) throw std::runtime_error("the board does not settle");
-    }
+        return window.isExposed() && (!settled.isValid() || settled.toBool());
+    };
+    if (!eventually(isSettled)) throw std::runtime_error("the board does not settle");
 }
+
+/// A panel's model on the fake host: a microphone that hears something.
+class GalleryPanel : FakeHost {
+  public:
+    GalleryPanel() {
+        camera.name = "HD Webcam C920";
+        otherMic.name = "Studio Microphone";
+        capture->fakeDevices = {{camera}, {mic, otherMic}, otherMic};
+        coordinator_.setSystemAudioEnabled(true);
+        model.appear();
+        const auto& sessions = capture->sessions;
+        if (!FakeHost::eventually([&] { return !sessions.empty() && sessions.back()->isRunning(); }))
+            throw std::runtime_error("the panel's model does not settle");
+        sessions.back()->deliverSound(time->now(), 0.05F);
+        time->advance(0.06);
+    }
+
+  private:
+    RecordingCoordinator coordinator_{recordingServices()};
+
+  public:
+    PopoverModel model{coordinator_, time, time};
+};
 
 QImage draw(const Board& board) {
     QVariantMap properties{{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}};
     std::unique_ptr<GalleryPanel> panel;
     if (board.showsPanel) {
         panel = std::make_unique<GalleryPanel>();
-        properties.insert(QStringLiteral("model"), QVariant::fromValue(&panel->model()));
+        properties.insert(QStringLiteral("model"), QVariant::fromValue(&panel->model));
     }
     AppWindow window(&AppWindows::engine(), nullptr);
     AppWindows::setLocalizedContent(window, View::ofModule(QStringLiteral("Cobaltreel.Gallery"),

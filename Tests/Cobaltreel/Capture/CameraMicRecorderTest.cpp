@@ -1,10 +1,6 @@
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
-#include "Fakes/FakeCapture.hpp"
-#include "Fakes/FakeMedia.hpp"
-#include "Fakes/VirtualTime.hpp"
-#include "Platform/Foundation/Eventually.hpp"
+#include "Fakes/FakeHost.hpp"
 
-#include <exception>
 #include <future>
 #include <utility>
 #include <vector>
@@ -22,11 +18,9 @@ using platform::PlatformError;
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
-const CaptureDevice camera{"cam", "Camera", MediaType::video};
 const CaptureDevice otherCamera{"cam2", "Other camera", MediaType::video};
-const CaptureDevice mic{"mic", "Microphone", MediaType::audio};
 
-class CameraMicRecorderTest : public testing::Test {
+class CameraMicRecorderTest : public testing::Test, public FakeHost {
   protected:
     void SetUp() override { makeRecorder(); }
 
@@ -37,26 +31,6 @@ class CameraMicRecorderTest : public testing::Test {
     platform::FakeSession& session() { return *capture->sessions.back(); }
     platform::WriterRecord& movie() { return *media->writers.back(); }
 
-    template <typename Condition>
-    bool eventually(Condition condition) {
-        return platform::eventually(*time, condition);
-    }
-    /// Runs a task of the recorder to its end; what it throws is thrown here.
-    void await(QCoro::Task<void> task) {
-        bool done = false;
-        std::exception_ptr failure;
-        const auto follow = [&]() -> QCoro::Task<void> {
-            try {
-                co_await task;
-            } catch (...) {
-                failure = std::current_exception();
-            }
-            done = true;
-        };
-        const auto following = follow();
-        ASSERT_TRUE(eventually([&] { return done; })) << "the operation does not end";
-        if (failure) std::rethrow_exception(failure);
-    }
     void preview(std::optional<CaptureDevice> withCamera, bool mirror = true) {
         const auto before = session().commits().size();
         recorder->startPreview(std::move(withCamera), mic, mirror);
@@ -69,9 +43,6 @@ class CameraMicRecorderTest : public testing::Test {
         return kinds;
     }
 
-    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
-    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
-    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
     std::vector<CaptureEvent> events;
     std::unique_ptr<CameraMicRecorder> recorder;
 };

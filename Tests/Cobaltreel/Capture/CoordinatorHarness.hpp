@@ -7,20 +7,9 @@
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
-#include "Fakes/FakeAlerts.hpp"
-#include "Fakes/FakeCapture.hpp"
-#include "Fakes/FakeDesktop.hpp"
-#include "Fakes/FakeDeviceAccess.hpp"
-#include "Fakes/FakeMedia.hpp"
-#include "Fakes/FakeScreenCapture.hpp"
-#include "Fakes/FakeSurroundings.hpp"
-#include "Fakes/VirtualTime.hpp"
+#include "Fakes/FakeHost.hpp"
 #include "Platform/Foundation/DurableFiles.hpp"
-#include "Platform/Foundation/Eventually.hpp"
-#include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
-#include <chrono>
-#include <cmath>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,25 +19,15 @@
 
 namespace cobaltreel {
 
-/// A coordinator among fakes: two displays, two windows, a camera and two microphones; the wall clock goes
-/// with the virtual time.
-class CoordinatorTest : public TemporaryHome {
+/// A coordinator on the fake host, with two windows to choose from.
+class CoordinatorTest : public TemporaryHome, public FakeHost {
   protected:
     using State = RecordingCoordinator::State;
 
     CoordinatorTest() {
         L::current = Language::en;
-        platform::Display main, other;
-        main.displayID = 11;
-        main.frame = {0, 0, 1512, 982};
-        other.displayID = 22;
-        other.frame = {1512, 0, 1920, 1080};
-        screenCapture->content.displays = {main, other};
         screenCapture->content.windows = {window(101, {10, 20, 641, 481}), window(102, {0, 0, 900, 700})};
         screenCapture->content.applications = {{bundleIdentifier, "Cobaltreel", 1}};
-        desktop->screenList = {{11, {0, 0, 1512, 982}, 2}, {22, {1512, -98, 1920, 1080}, 1}};
-        capture->fakeDevices = {{camera}, {mic, otherMic}, otherMic};
-        media->writing.createsFile = true;
         makeCoordinator();
     }
     ~CoordinatorTest() override {
@@ -56,28 +35,7 @@ class CoordinatorTest : public TemporaryHome {
         time->drain();
     }
 
-    void makeCoordinator() {
-        RecordingServices services;
-        services.clock = time;
-        services.mainLoop = time;
-        services.media = media;
-        services.capture = capture;
-        services.screenCapture = screenCapture;
-        services.deviceAccess = access;
-        services.desktop = desktop;
-        services.defaults = defaults;
-        services.bubble = bubble;
-        services.countdown = countdown;
-        services.windows = windows;
-        services.alerts = alerts;
-        services.freeBytes = [this](const std::filesystem::path&) { return freeBytes; };
-        services.now = [this] {
-            using std::chrono::system_clock;
-            return system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(
-                std::chrono::duration<double>(1.7e9 + wallClockShift + time->now())));
-        };
-        coordinator = std::make_unique<RecordingCoordinator>(std::move(services));
-    }
+    void makeCoordinator() { coordinator = std::make_unique<RecordingCoordinator>(recordingServices()); }
 
     static platform::Window window(std::uint32_t id, platform::Rect frame,
                                    const std::string& application = "org.example.editor") {
@@ -85,23 +43,8 @@ class CoordinatorTest : public TemporaryHome {
                 platform::RunningApplication{application, "Editor", 7}};
     }
 
-    template <typename Condition>
-    bool eventually(Condition condition) {
-        return platform::eventually(*time, condition);
-    }
     bool reaches(State state) {
         return eventually([&] { return coordinator->state() == state; });
-    }
-    /// Runs a task to its end.
-    template <typename Task>
-    void await(Task task) {
-        bool done = false;
-        const auto follow = [&]() -> QCoro::Task<void> {
-            co_await task;
-            done = true;
-        };
-        const auto following = follow();
-        ASSERT_TRUE(eventually([&] { return done; })) << "the operation does not end";
     }
 
     void choose() {
@@ -145,25 +88,6 @@ class CoordinatorTest : public TemporaryHome {
         return texts;
     }
 
-    const platform::CaptureDevice camera{"cam", "Camera", platform::MediaType::video};
-    const platform::CaptureDevice mic{"mic", "Microphone", platform::MediaType::audio};
-    const platform::CaptureDevice otherMic{"mic2", "Headset", platform::MediaType::audio};
-
-    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
-    std::shared_ptr<platform::FakeCaptureService> capture = std::make_shared<platform::FakeCaptureService>();
-    std::shared_ptr<platform::FakeScreenCapture> screenCapture =
-        std::make_shared<platform::FakeScreenCapture>();
-    std::shared_ptr<platform::FakeDeviceAccess> access = std::make_shared<platform::FakeDeviceAccess>();
-    std::shared_ptr<platform::FakeDesktop> desktop = std::make_shared<platform::FakeDesktop>();
-    std::shared_ptr<platform::InMemoryUserDefaults> defaults =
-        std::make_shared<platform::InMemoryUserDefaults>();
-    std::shared_ptr<FakeBubble> bubble = std::make_shared<FakeBubble>();
-    std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
-    std::shared_ptr<FakeWindows> windows = std::make_shared<FakeWindows>();
-    std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
-    std::int64_t freeBytes = 100'000'000'000;
-    double wallClockShift = 0;  // seconds
     std::unique_ptr<RecordingCoordinator> coordinator;
 };
 

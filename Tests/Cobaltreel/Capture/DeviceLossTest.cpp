@@ -2,6 +2,7 @@
 // Every device flashes or beeps at each half second of the host clock, so that any time can be checked.
 #include "Cobaltreel/Capture/CameraMicRecorder.hpp"
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
+#include "Fakes/Await.hpp"
 #include "Fakes/FakeScreenCapture.hpp"
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Capture/PipeWire/MediaHarness.hpp"
@@ -16,7 +17,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <thread>
 
 namespace cobaltreel {
 namespace {
@@ -70,33 +70,22 @@ class DeviceLossTest : public rig::MediaTest {
         return startDevice("RigTone", eachInstant({"--speaker", "--channels", "2"}));
     }
 
-    /// Lets the main thread's work and the screen go on until something is so; false after fifteen seconds.
+    /// Lets the main thread's work and the screen go on until something is so.
     template <typename Condition>
     bool eventually(Condition condition) {
-        const double limit = now() + 15;
         double shown = 0;
-        while (!condition()) {
-            if (now() > limit) return false;
+        return platform::eventually(condition, [&] {
             mainLoop->drain();
-            if (!screenCapture->streams.empty() && now() - shown > 0.05) {
-                shown = now();
-                screenCapture->streams.back()->deliverFrame(shown);
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return true;
+            if (screenCapture->streams.empty() || now() - shown < 0.05) return;
+            shown = now();
+            screenCapture->streams.back()->deliverFrame(shown);
+        });
     }
     void pass(double seconds) {
         eventually([this, until = now() + seconds] { return now() >= until; });
     }
     void await(QCoro::Task<void> task) {
-        bool done = false;
-        const auto follow = [&]() -> QCoro::Task<void> {
-            co_await task;
-            done = true;
-        };
-        const auto following = follow();
-        ASSERT_TRUE(eventually([&] { return done; })) << "the operation does not end";
+        cobaltreel::await(std::move(task), [this](auto condition) { return eventually(condition); });
     }
     bool isTold(CaptureEvent::Kind kind, std::size_t times = 1) {
         return eventually([&] {

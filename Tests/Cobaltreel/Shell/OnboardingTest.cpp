@@ -4,6 +4,7 @@
 #include "Fakes/FakeDeviceAccess.hpp"
 #include "Fakes/FakeShellServices.hpp"
 #include "Fakes/VirtualTime.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QAccessible>
 #include <QTest>
@@ -107,7 +108,7 @@ TEST_F(OnboardingTest, WhatToDoIsSaidWhereNoButtonCanHelp) {
     const QString hint = permissions_.hint();
     EXPECT_TRUE(hint.contains(S::screenHint()) && hint.contains(S::devicesHint()) &&
                 hint.contains(S::settingsMissing()));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return window_.window()->height() > 260; })) << "there is room for it";
+    EXPECT_TRUE(eventually([&] { return window_.window()->height() > 260; })) << "there is room for it";
     screen_->granted = true;
     devices_->camera = devices_->microphone = AuthorizationStatus::authorized;
     time_->advance(2);

@@ -71,14 +71,6 @@ TEST_F(PermissionsTest, AnAnswerRefreshesOnTheMainThreadWhateverItIs) {
     time_->drain();
 }
 
-TEST_F(PermissionsTest, RelaunchingEndsThisInstance) {
-    permissions_->relaunch();
-    EXPECT_EQ(relauncher_->relaunches, 1);
-    EXPECT_EQ(quits_, 1);
-    permissions_->openSettings("Privacy_Camera");
-    EXPECT_THAT(settings_->opened, testing::ElementsAre("Privacy_Camera"));
-}
-
 TEST(Hotkey, TakesOptionCommandTwoAndGoesOnWithoutIt) {
     const auto keys = std::make_shared<platform::FakeKeyGrabber>();
     int presses = 0;

@@ -140,14 +140,6 @@ TEST_F(SessionFolderTest, RemovingTakesOurFilesAndFollowsNoLink) {
     EXPECT_TRUE(fs::exists(precious) && !fs::exists(folder.dir));
 }
 
-TEST_F(SessionFolderTest, AReadOnlyFolderCannotBeWritten) {
-    if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
-    fs::permissions(folder.dir, fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_THROW(folder.writeMeta(meta), platform::PlatformError);
-    EXPECT_EQ(fileCount(), 0);
-    fs::permissions(folder.dir, fs::perms::owner_all);
-}
-
 TEST_F(SessionFolderTest, AFolderThatIsGoneCannotBeWritten) {
     fs::remove_all(folder.dir);
     EXPECT_THROW(folder.writeMeta(meta), platform::PlatformError);

@@ -36,17 +36,6 @@ TEST_F(StringsTest, NoEntryLacksATextAndOnlyTheMeantOnesAreTheSameInBothLanguage
     }
 }
 
-TEST_F(StringsTest, TheTextFollowsTheLanguageOfTheMoment) {
-    L::current = Language::he;
-    EXPECT_EQ(S::exporting(), QStringLiteral(u"מייצא…"));
-    EXPECT_EQ(S::languageName(Language::he), QStringLiteral(u"עברית"));
-    EXPECT_EQ(S::languageName(Language::en), QStringLiteral("English"));
-    L::current = Language::en;
-    EXPECT_EQ(S::exporting(), QStringLiteral(u"Exporting…"));
-    EXPECT_EQ(S::languageName(Language::he), QStringLiteral(u"עברית"));
-    EXPECT_EQ(S::shortcut(), QStringLiteral(u"⌥⌘2"));
-}
-
 TEST_F(StringsTest, TextsBuiltFromValues) {
     const QString date = QStringLiteral("2025-03-07"), time = QStringLiteral("14.05");
     L::current = Language::en;

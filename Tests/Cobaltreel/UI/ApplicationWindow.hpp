@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Cobaltreel/UI/DesktopInput.hpp"
-#include "Cobaltreel/UI/WaitUntil.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -21,8 +21,8 @@ class ApplicationWindow final : public QRasterWindow {
         else
             show();
         requestActivate();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(this));
-        EXPECT_TRUE(waitUntil([] { return screenPixel({500, 500}) == color; }));
+        EXPECT_TRUE(eventually([this] { return isActive(); }));
+        EXPECT_TRUE(eventually([] { return screenPixel({500, 500}) == color; }));
     }
     static constexpr QRgb color = qRgb(90, 140, 90);
     std::vector<int> keys;

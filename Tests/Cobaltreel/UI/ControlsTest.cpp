@@ -1,6 +1,6 @@
 // The controls under pointer, touch, keyboard and assistive technology.
 #include "Cobaltreel/UI/Scene.hpp"
-#include "Cobaltreel/UI/WaitUntil.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QAccessible>
 #include <QImage>
@@ -56,9 +56,9 @@ TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColor) {
         EXPECT_EQ(pixel(scene, "a", track), qRgb(77, 77, 77));
         scene.clickCentre("a");
         EXPECT_LT(scene.get("a", "position").toDouble(), 0.9) << "it does not jump";
-        ASSERT_TRUE(waitUntil([&] { return scene.get("a", "position").toDouble() == 1; }));
+        ASSERT_TRUE(eventually([&] { return scene.get("a", "position").toDouble() == 1; }));
         EXPECT_EQ(pixel(scene, "a", rightToLeft ? left : right), qRgb(255, 255, 255));
-        ASSERT_TRUE(waitUntil([&] { return pixel(scene, "a", track) == qRgb(51, 199, 89); }));
+        ASSERT_TRUE(eventually([&] { return pixel(scene, "a", track) == qRgb(51, 199, 89); }));
     }
 }
 
@@ -251,7 +251,7 @@ TEST_F(ControlsTest, LongTextsEndInAnEllipsisAndAreShownWholeInATooltip) {
     EXPECT_FALSE(tipIsShown("long"));
     scene.item("long")->setProperty("revealed", true);
     scene.item("short")->setProperty("revealed", true);
-    EXPECT_TRUE(waitUntil([&] { return tipIsShown("long"); }));
+    EXPECT_TRUE(eventually([&] { return tipIsShown("long"); }));
     EXPECT_FALSE(tipIsShown("short"));
 }
 

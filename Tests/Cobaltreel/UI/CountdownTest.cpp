@@ -1,5 +1,4 @@
 #include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
-#include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Fakes/FakeKeyGrabber.hpp"
 #include "Fakes/VirtualTime.hpp"
 
@@ -67,26 +66,19 @@ TEST_F(CountdownTest, EscapeCancelsOnceAndNothingFollows) {
     EXPECT_FALSE(countdown->isCounting());
 }
 
-TEST_F(CountdownTest, RunsAgainFromThree) {
-    run();
-    time->advance(5);
-    start = time->now();
-    run();
-    EXPECT_EQ(countdown->model().digit(), 3);
-    time->advance(2.3);
-    EXPECT_THAT(heard, ElementsAre("done at 24 hidden"));
-    time->advance(0.2);
-    EXPECT_THAT(heard, ElementsAre("done at 24 hidden", "done at 24 hidden"));
-}
-
-TEST_F(CountdownTest, ASecondRunTakesThePlaceOfTheFirst) {
-    run();
-    time->advance(1.5);
-    start = time->now();
-    run();
-    EXPECT_EQ(shown, 1);
-    time->advance(10);
-    EXPECT_THAT(heard, ElementsAre("done at 24 hidden"));
+TEST_F(CountdownTest, EachRunBeginsAtThreeAndTakesThePlaceOfTheOneBefore) {
+    for (const double after : {1.5, 5.0}) {
+        heard.clear();
+        run();
+        time->advance(after);
+        heard.clear();
+        start = time->now();
+        run();
+        EXPECT_EQ(countdown->model().digit(), 3);
+        EXPECT_EQ(shown, 1);
+        time->advance(10);
+        EXPECT_THAT(heard, ElementsAre("done at 24 hidden")) << after;
+    }
 }
 
 TEST_F(CountdownTest, EndsWithItsOwnerAndSurvivesBeingDestroyedByACallback) {
@@ -113,10 +105,6 @@ TEST_F(CountdownTest, ADesktopThatKeepsItsEscapeKeyStillGetsItsCountdown) {
     run();
     time->advance(2.5);
     EXPECT_THAT(heard, ElementsAre("done at 24 hidden"));
-}
-
-TEST(CountdownWindow, StandsAtTheOriginWithoutAScreen) {
-    EXPECT_EQ(CountdownWindow::frame(nullptr), QRect(0, 0, 800, 600));
 }
 
 }  // namespace

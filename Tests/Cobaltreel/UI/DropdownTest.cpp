@@ -1,5 +1,5 @@
 #include "Cobaltreel/UI/Scene.hpp"
-#include "Cobaltreel/UI/WaitUntil.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QTest>
 
@@ -21,7 +21,7 @@ class DropdownTest : public LocalisedTest {
 
     bool isOpen(Scene& scene, const char* name = "d") { return scene.get(name, "isOpen").toBool(); }
     bool opens(Scene& scene, const char* name = "d") {
-        return waitUntil([&] { return isOpen(scene, name); });
+        return eventually([&] { return isOpen(scene, name); });
     }
     QString chosen(Scene& scene) { return scene.get("d", "last").toString(); }
 };
@@ -32,7 +32,7 @@ TEST_F(DropdownTest, APressOpensItAndATapOnAnItemChoosesIt) {
     ASSERT_TRUE(opens(scene));
     scene.click("d", {100, 27 + 4 + 4 + 10});  // the first item, below the label and the menu's padding
     EXPECT_EQ(chosen(scene), "a");
-    EXPECT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+    EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
 }
 
 TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
@@ -40,11 +40,11 @@ TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
     scene.clickCentre("d");
     ASSERT_TRUE(opens(scene));
     scene.clickCentre("d");
-    EXPECT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+    EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
     scene.clickCentre("d");
     ASSERT_TRUE(opens(scene));
     scene.clickCentre("empty");
-    EXPECT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+    EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
     EXPECT_EQ(chosen(scene), "");
 }
 
@@ -77,7 +77,7 @@ TEST_F(DropdownTest, NoPressOnOrBesideAnOpenMenuReachesWhatIsBelow) {
             scene.click("d", {x, below + 25 * entry + 12});
             EXPECT_NE(chosen(scene), "") << entry;
             EXPECT_TRUE(isUntouched()) << "entry " << entry << " at " << x;
-            ASSERT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+            ASSERT_TRUE(eventually([&] { return !isOpen(scene); }));
         }
     scene.clickCentre("d");
     ASSERT_TRUE(opens(scene));
@@ -85,7 +85,7 @@ TEST_F(DropdownTest, NoPressOnOrBesideAnOpenMenuReachesWhatIsBelow) {
         EXPECT_FALSE(tip->inherits("QQuickToolTip") && tip->property("visible").toBool())
             << "no tooltip covers the first entry";
     scene.click("d", {300, 250});
-    EXPECT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+    EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
     EXPECT_TRUE(isUntouched());
 }
 
@@ -96,7 +96,7 @@ TEST_F(DropdownTest, KeyboardOpensMovesChoosesAndLeaves) {
         scene.press(opener);
         ASSERT_TRUE(opens(scene)) << opener;
         scene.press(Qt::Key_Escape);
-        ASSERT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+        ASSERT_TRUE(eventually([&] { return !isOpen(scene); }));
         EXPECT_EQ(chosen(scene), "");
         EXPECT_TRUE(scene.hasFocus("d")) << "the keyboard comes back to the control";
     }
@@ -111,7 +111,7 @@ TEST_F(DropdownTest, KeyboardOpensMovesChoosesAndLeaves) {
         scene.press(step.key);
         scene.press(Qt::Key_Return);
         EXPECT_EQ(chosen(scene), step.expected);
-        ASSERT_TRUE(waitUntil([&] { return !isOpen(scene); }));
+        ASSERT_TRUE(eventually([&] { return !isOpen(scene); }));
     }
 }
 

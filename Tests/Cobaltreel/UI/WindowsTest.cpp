@@ -1,9 +1,9 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
-#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QPointer>
 #include <QSignalSpy>
@@ -46,10 +46,10 @@ TEST_F(WindowsTest, ChoosingALanguageRebuildsEveryOpenWindowAtOnce) {
     for (const SettingsWindow* settings : {&first, &second}) {
         QQuickItem* heading = showing(content(*settings->window()), QStringLiteral(u"הגדרות"));
         ASSERT_TRUE(heading);
-        EXPECT_TRUE(waitUntil([&] { return heading->mapToScene({heading->width(), 0}).x() > 300; }));
+        EXPECT_TRUE(eventually([&] { return heading->mapToScene({heading->width(), 0}).x() > 300; }));
         EXPECT_EQ(showing(content(*settings->window()), "Settings"), nullptr);
     }
-    EXPECT_TRUE(waitUntil([&] { return before.isNull(); })) << "the old view is gone";
+    EXPECT_TRUE(eventually([&] { return before.isNull(); })) << "the old view is gone";
     EXPECT_EQ(stored().string("language"), "he");
 
     // And back.
@@ -67,23 +67,6 @@ TEST_F(WindowsTest, ChoosingTheLanguageSpokenChangesNothing) {
     AppWindows::settings().setLanguage(QStringLiteral("fr"));
     EXPECT_EQ(content(*settings.window()), before);
     EXPECT_EQ(changes.count(), 0);
-}
-
-TEST_F(WindowsTest, AWindowHasItsTitleSizeAndPlaceAndOutlivesItsClosing) {
-    const auto window =
-        AppWindows::present(View::ofModule("Cobaltreel.SettingsWindow", "SettingsView",
-                                           {{"settings", QVariant::fromValue(&AppWindows::settings())}}),
-                            "Cobaltreel", QSize(560, 260));
-    EXPECT_EQ(window->title(), "Cobaltreel");
-    EXPECT_EQ(window->size(), QSize(560, 260));
-    EXPECT_EQ(window->minimumSize(), window->maximumSize());
-    const QPoint centre = window->screen()->availableGeometry().center();
-    EXPECT_LE((window->geometry().center() - centre).manhattanLength(), 2);
-    QSignalSpy closed(window.get(), &AppWindow::closed);
-    window->close();
-    EXPECT_EQ(closed.count(), 1);
-    EXPECT_FALSE(window->isVisible());
-    EXPECT_TRUE(content(*window));
 }
 
 TEST_F(WindowsTest, SettingsOpenOnceAndAgainAfterClosing) {

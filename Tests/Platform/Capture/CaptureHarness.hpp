@@ -1,18 +1,11 @@
 #pragma once
 
+#include "Platform/Capture/Recording.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Rig/ChildProcess.hpp"
-#include "Rig/FrameCounter.hpp"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,17 +13,7 @@
 
 namespace platform::test {
 
-inline constexpr std::chrono::seconds patience{10};
-
 inline std::string rigProgram(const std::string& name) { return std::string(RIG_PROGRAMS "/") + name; }
-
-/// Red, green and blue of one pixel as 0xRRGGBB.
-inline std::uint32_t colorAt(const PixelBuffer& picture, int x, int y) {
-    std::uint32_t pixel = 0;
-    std::memcpy(&pixel,
-                picture.plane().data + static_cast<std::ptrdiff_t>(y) * picture.plane().stride + x * 4, 4);
-    return pixel & 0xffffff;
-}
 
 /// Equal but for the rounding of a scaled picture.
 inline bool isNear(std::uint32_t a, std::uint32_t b) {
@@ -40,113 +23,6 @@ inline bool isNear(std::uint32_t a, std::uint32_t b) {
             return false;
     return true;
 }
-
-inline std::optional<std::uint32_t> counterIn(const PixelBuffer& picture, int desktopWidth,
-                                              int desktopHeight) {
-    return rig::readCounter(desktopWidth, desktopHeight, [&](double x, double y) {
-        const std::uint32_t color =
-            colorAt(picture, static_cast<int>(x * picture.width()), static_cast<int>(y * picture.height()));
-        return static_cast<int>(color >> 8 & 0xff);
-    });
-}
-
-/// A running stream whose samples are looked at as they come.
-class Recording {
-  public:
-    using Look = std::function<void(const PixelBuffer&, double time)>;
-
-    Recording(ScreenCaptureService& service, const ContentFilter& filter,
-              const StreamConfiguration& configuration, Look look = {})
-        : look_(std::move(look)), queue_("cobaltreel.screen.capture") {
-        stream_ = service.makeStream(filter, configuration, [this](const PlatformError& error) {
-            const std::lock_guard lock(mutex_);
-            errors_.push_back(error.description());
-            changed_.notify_all();
-        });
-        stream_->addOutput(StreamOutputType::screen, queue_, [this](const CapturedSample& sample) {
-            if (sample.status != FrameStatus::complete || !sample.buffer.isValid()) return;
-            const double time = sample.buffer.presentationTime.seconds();
-            if (look_) look_(*sample.buffer.image, time);
-            const std::lock_guard lock(mutex_);
-            if (!times_.empty() && time <= times_.back()) isMonotonic_ = false;
-            times_.push_back(time);
-            latest_ = sample.buffer.image;
-            changed_.notify_all();
-        });
-        stream_->startCapture([this](const std::optional<PlatformError>& error) {
-            const std::lock_guard lock(mutex_);
-            started_ = true;
-            if (error) startError_ = error->description();
-            changed_.notify_all();
-        });
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, patience, [this] { return started_; });
-    }
-    ~Recording() { stop(); }
-
-    /// Stops and waits until it has; false when it does not in time.
-    bool stop() {
-        if (!stream_) return true;
-        bool isDone = false;
-        stream_->stopCapture([&](const std::optional<PlatformError>&) {
-            const std::lock_guard lock(mutex_);
-            isDone = true;
-            changed_.notify_all();
-        });
-        {
-            std::unique_lock lock(mutex_);
-            if (!changed_.wait_for(lock, patience, [&] { return isDone; })) return false;
-        }
-        stream_.reset();
-        return true;
-    }
-
-    /// Waits until the newest picture satisfies `isRight`; false when none does in time.
-    bool waitForPicture(const std::function<bool(const PixelBuffer&)>& isRight) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return latest_ && isRight(*latest_); });
-    }
-    bool waitForFrames(std::size_t count) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return times_.size() >= count; });
-    }
-    /// Waits until no frame has come for `quiet`; the number of frames so far.
-    std::size_t settle(std::chrono::milliseconds quiet = std::chrono::milliseconds(300)) {
-        std::unique_lock lock(mutex_);
-        std::size_t seen = times_.size();
-        while (changed_.wait_for(lock, quiet, [&] { return times_.size() > seen; })) seen = times_.size();
-        return seen;
-    }
-    bool waitForError() {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return !errors_.empty(); });
-    }
-
-    std::vector<std::string> errors() const { return locked(errors_); }
-    std::string startError() const { return locked(startError_); }
-    std::vector<double> times() const { return locked(times_); }
-    ConstPixelBufferRef latest() const { return locked(latest_); }
-    bool isMonotonic() const { return locked(isMonotonic_); }
-
-  private:
-    template <typename T>
-    T locked(const T& value) const {
-        const std::lock_guard lock(mutex_);
-        return value;
-    }
-
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    Look look_;
-    bool started_ = false;
-    bool isMonotonic_ = true;
-    std::string startError_;
-    std::vector<std::string> errors_;
-    std::vector<double> times_;
-    ConstPixelBufferRef latest_;
-    SerialQueue queue_;
-    std::unique_ptr<CaptureStream> stream_;
-};
 
 /// A plainly colored window of a connection of its own (hence, to the server, of this process).
 class ColorWindow {
@@ -190,11 +66,11 @@ class ColorWindow {
     /// Shows it and waits until it is.
     void show() {
         xcb_map_window(connection_.get(), id_);
-        waitUntil([this] { return isViewable(); });
+        eventually([this] { return isViewable(); });
     }
     void hide() {
         xcb_unmap_window(connection_.get(), id_);
-        waitUntil([this] { return !isViewable(); });
+        eventually([this] { return !isViewable(); });
     }
     bool isViewable() const {
         const auto attributes = connection_.reply(xcb_get_window_attributes_reply,
@@ -216,12 +92,6 @@ class ColorWindow {
         settle();
     }
     void settle() { connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get())); }
-    static bool waitUntil(const std::function<bool()>& condition) {
-        const auto end = std::chrono::steady_clock::now() + patience;
-        while (!condition())
-            if (std::chrono::steady_clock::now() > end) return false;
-        return true;
-    }
 
   private:
     void configure(std::uint16_t mask, int a, int b) {
@@ -233,13 +103,6 @@ class ColorWindow {
     XcbConnection& connection_;
     xcb_window_t id_;
 };
-
-inline StreamConfiguration configurationFor(int width, int height) {
-    StreamConfiguration configuration;
-    configuration.width = width;
-    configuration.height = height;
-    return configuration;
-}
 
 inline double processorSeconds() {
     timespec used{};

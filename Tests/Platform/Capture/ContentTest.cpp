@@ -64,13 +64,9 @@ TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
         for (const Window& window : service_.shareableContent().windows) all.push_back(window.title);
         return all;
     };
-    EXPECT_TRUE(ColorWindow::waitUntil([&] {
-        return titles() == std::vector<std::string>{"Second", "First"};
-    }));
+    EXPECT_TRUE(eventually([&] { return titles() == std::vector<std::string>{"Second", "First"}; }));
     first.raise();
-    EXPECT_TRUE(ColorWindow::waitUntil([&] {
-        return titles() == std::vector<std::string>{"First", "Second"};
-    }));
+    EXPECT_TRUE(eventually([&] { return titles() == std::vector<std::string>{"First", "Second"}; }));
 
     const ShareableContent content = service_.shareableContent();
     ASSERT_EQ(content.windows.size(), 2U);

@@ -24,30 +24,34 @@ void shrinkScreen(XcbConnection& connection) {
         connection.succeeded(xcb_randr_set_screen_size_checked(c, connection.root(), 640, 400, 200, 150)));
 }
 
+class ServerLoss : public ::testing::Test {
+  protected:
+    std::unique_ptr<Recording> record(int width = 800, int height = 600) {
+        auto recording = std::make_unique<Recording>(
+            service, DisplayContentFilter{service.shareableContent().displays.at(0), {}},
+            configurationFor(width, height));
+        EXPECT_TRUE(recording->waitForFrames(1));
+        return recording;
+    }
+    PrivateServer server;
+    XcbScreenCaptureService service{server.display()};
+};
+
 }  // namespace
 
-TEST(ServerLoss, IsToldOnceAndTheStreamEnds) {
-    PrivateServer server;
-    XcbScreenCaptureService service(server.display());
-    const Display display = service.shareableContent().displays.at(0);
-    Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
-    ASSERT_TRUE(recording.waitForFrames(1));
+TEST_F(ServerLoss, IsToldOnceAndTheStreamEnds) {
+    const auto recording = record();
     server.end(SIGKILL);
-    ASSERT_TRUE(recording.waitForError());
-    EXPECT_THAT(recording.errors(), testing::ElementsAre(testing::HasSubstr("was lost")));
-    EXPECT_TRUE(recording.stop());
+    ASSERT_TRUE(recording->waitForError());
+    EXPECT_THAT(recording->errors(), testing::ElementsAre(testing::HasSubstr("was lost")));
+    EXPECT_TRUE(recording->stop());
     EXPECT_THROW(service.shareableContent(), PlatformError);
 }
 
-TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
-    PrivateServer server;
-    XcbScreenCaptureService service(server.display());
-    const Display display = service.shareableContent().displays.at(0);
+TEST_F(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     XcbConnection connection(server.display());
     ColorWindow window(connection, 0, 0, 100, 100, {0xff0000, true, "Window"});
-    auto recording =
-        std::make_unique<Recording>(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
-    ASSERT_TRUE(recording->waitForFrames(1));
+    const auto recording = record();
     window.show();
     kill(server.id(), SIGSTOP);
     EXPECT_TRUE(recording->stop());
@@ -55,42 +59,37 @@ TEST(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     kill(server.id(), SIGCONT);
 }
 
-TEST(ServerLoss, AScreenOfFewColorsIsRefusedWithAWord) {
-    PrivateServer server("640x480x16");
-    XcbScreenCaptureService service(server.display());
+TEST_F(ServerLoss, AScreenOfFewColorsIsRefusedWithAWord) {
+    const PrivateServer poor("640x480x16");
     try {
-        service.shareableContent();
+        XcbScreenCaptureService(poor.display()).shareableContent();
         ADD_FAILURE() << "16-bit colors are not refused";
     } catch (const PlatformError& error) {
         EXPECT_THAT(error.description(), testing::HasSubstr("16-bit colors"));
     }
 }
 
-TEST(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
-    PrivateServer server;
-    XcbScreenCaptureService service(server.display());
-    const Display display = service.shareableContent().displays.at(0);
+TEST_F(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
     XcbConnection connection(server.display());
     ColorWindow ground(connection, 0, 0, 800, 600, {0x40a060, true, "Ground"});
     ground.show();
-    Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(800, 600));
-    ASSERT_TRUE(recording.waitForFrames(1));
+    const auto recording = record();
     shrinkScreen(connection);
     // 640 x 400 in 800 x 600: bars of 50 above and below.
-    EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
+    EXPECT_TRUE(recording->waitForPicture([](const PixelBuffer& picture) {
         return colorAt(picture, 400, 45) == 0 && isNear(colorAt(picture, 400, 55), 0x40a060) &&
                colorAt(picture, 400, 555) == 0;
     }));
-    EXPECT_THAT(recording.errors(), testing::IsEmpty());
+    EXPECT_THAT(recording->errors(), testing::IsEmpty());
 }
 
-TEST(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
+TEST_F(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
     for (const bool isRemoved : {true, false}) {
-        PrivateServer server;
-        XcbScreenCaptureService service(server.display());
-        XcbConnection connection(server.display());
+        PrivateServer another;
+        XcbScreenCaptureService service(another.display());
+        XcbConnection connection(another.display());
         auto monitor =
-            std::make_unique<VirtualMonitor>("RIGHT", PixelRect{300, 0, 500, 600}, true, server.display());
+            std::make_unique<VirtualMonitor>("RIGHT", PixelRect{300, 0, 500, 600}, true, another.display());
         const Display display = service.shareableContent().displays.at(0);
         ASSERT_EQ(display.name, "RIGHT");
         Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(500, 600));
@@ -106,9 +105,7 @@ TEST(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
     }
 }
 
-TEST(ServerLoss, StoppingAtAnyMomentEndsTheThread) {
-    PrivateServer server;
-    XcbScreenCaptureService service(server.display());
+TEST_F(ServerLoss, StoppingAtAnyMomentEndsTheThread) {
     const Display display = service.shareableContent().displays.at(0);
     for (int i = 0; i < 30; ++i) {
         SerialQueue queue("cobaltreel.test.brief");

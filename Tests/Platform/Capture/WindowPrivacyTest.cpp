@@ -104,14 +104,14 @@ class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
                                          "dbus-run-session", "--"};
         command.insert(command.end(), program.begin(), program.end());
         manager_.emplace(command);
-        ASSERT_TRUE(ColorWindow::waitUntil([this] {
+        ASSERT_TRUE(eventually([this] {
             return !cardinals(*connection_, connection_->root(),
                               connection_->atom("_NET_SUPPORTING_WM_CHECK"))
                         .empty() &&
                    (!GetParam().isCompositing ||
                     selectionOwner(*connection_, connection_->atom("_NET_WM_CM_S0")) != XCB_NONE);
         }));
-        ASSERT_TRUE(ColorWindow::waitUntil([this] { return isManaging(); }));
+        ASSERT_TRUE(eventually([this] { return isManaging(); }));
     }
     /// Window managers announce themselves before they look after windows, and what they are asked meanwhile
     /// may lie unread until they hear of something else.
@@ -170,8 +170,8 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
             if (each.windowID == recorded.id() && each.isOnScreen) return each;
         return std::nullopt;
     };
-    ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
-    ASSERT_TRUE(ColorWindow::waitUntil([&] { return recorded.isPainted(); }));
+    ASSERT_TRUE(eventually([&] { return find().has_value(); }));
+    ASSERT_TRUE(eventually([&] { return recorded.isPainted(); }));
     ColorWindow cover(*connection_, 0, 0, 500, 400, {foreign, true, "Cover"});
     cover.show();
 
@@ -215,10 +215,10 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
     const std::uint32_t desktops[] = {0, 1};
     for (int round = 0; round < 2; ++round) {
         ask(recorded.id(), "WM_CHANGE_STATE", {3});  // IconicState
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(eventually([&] { return !find(); }));
         place(recorded.id(), {220, 140, 420 + 20 * round, 330});
         ask(recorded.id(), "_NET_ACTIVE_WINDOW", {2, 0, 0});
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(eventually([&] { return find().has_value(); }));
         expectGoingOn("minimised and back");
 
         ask(recorded.id(), "_NET_WM_STATE", {1, connection_->atom("_NET_WM_STATE_SHADED"), 0, 2});
@@ -228,15 +228,15 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
 
         ask(connection_->root(), "_NET_NUMBER_OF_DESKTOPS", {2});
         ask(recorded.id(), "_NET_WM_DESKTOP", {desktops[1], 2});
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(eventually([&] { return !find(); }));
         ask(recorded.id(), "_NET_WM_DESKTOP", {desktops[0], 2});
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(eventually([&] { return find().has_value(); }));
         expectGoingOn("sent to another workspace and back");
 
         ask(connection_->root(), "_NET_CURRENT_DESKTOP", {desktops[1], 0});
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return !find(); }));
+        ASSERT_TRUE(eventually([&] { return !find(); }));
         ask(connection_->root(), "_NET_CURRENT_DESKTOP", {desktops[0], 0});
-        ASSERT_TRUE(ColorWindow::waitUntil([&] { return find().has_value(); }));
+        ASSERT_TRUE(eventually([&] { return find().has_value(); }));
         expectGoingOn("left behind on its workspace");
     }
     for (int i = 0; i < 5; ++i) {

@@ -1,9 +1,8 @@
 #include "Platform/Desktop/Evdev/EvdevButtons.hpp"
+#include "Rig/Eventually.hpp"
 
 #include <array>
-#include <chrono>
 #include <filesystem>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -40,12 +39,7 @@ class EvdevButtonsTest : public testing::Test {
     void send(const input_event& sent) { send(&sent, sizeof sent); }
 
     static bool waitFor(EvdevButtons& buttons, std::int64_t expected) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (buttons.take() == expected) return true;
-            std::this_thread::yield();
-        }
-        return false;
+        return eventually([&] { return buttons.take() == expected; });
     }
 
     const fs::path folder = fs::temp_directory_path() / ("cobaltreel-evdev." + std::to_string(getpid()));
@@ -79,9 +73,7 @@ TEST_F(EvdevButtonsTest, AClickBetweenTwoQuestionsIsSeenOnceEvenInPieces) {
     send(bytes, 7);
     send(bytes + 7, sizeof click - 7);
     std::int64_t seen = 0;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (seen != 12 && std::chrono::steady_clock::now() < deadline) seen |= buttons.take();
-    EXPECT_EQ(seen, 12);
+    EXPECT_TRUE(eventually([&] { return (seen |= buttons.take()) == 12; })) << seen;
     EXPECT_EQ(buttons.take(), 8) << "the side button is still held";
 }
 

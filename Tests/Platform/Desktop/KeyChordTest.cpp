@@ -2,7 +2,6 @@
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
-#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <cstdlib>
@@ -39,7 +38,7 @@ class KeyChordTest : public ::testing::Test {
         for (const auto modifier : modifiers) key(keycodesOf(connection_, modifier).at(0), false);
     }
     bool pressesBecome(int count) {
-        return eventually(*loop_, [&] { return presses_ == count; });
+        return loop_->eventually([&] { return presses_ == count; });
     }
 
     XcbConnection connection_;
@@ -132,7 +131,7 @@ TEST_F(KeyChordTest, OneProgramHasItAtATime) {
     int others = 0;
     const auto taken = other.grabChord(chord, [&] { ++others; });
     press({alt, super}, two_);
-    EXPECT_TRUE(eventually(*loop_, [&] { return others == 1; }));
+    EXPECT_TRUE(loop_->eventually([&] { return others == 1; }));
     EXPECT_EQ(presses_, 0);
 }
 

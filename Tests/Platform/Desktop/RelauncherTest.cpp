@@ -1,6 +1,6 @@
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
+#include "Rig/Eventually.hpp"
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -41,13 +41,11 @@ TEST(Relauncher, TheNextInstanceStartsOnceThisOneHasEndedHoweverItEnds) {
     EXPECT_FALSE(fs::exists(started)) << "the first instance is still there";
     kill(running, SIGKILL);
     waitpid(running, nullptr, 0);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     std::string line;
-    while (line.empty() && std::chrono::steady_clock::now() < deadline) {
+    EXPECT_TRUE(eventually([&] {
         std::ifstream file(started);
-        std::getline(file, line);
-    }
-    EXPECT_FALSE(line.empty());
+        return std::getline(file, line) && !line.empty();
+    }));
     EXPECT_EQ(line.find("deaf"), line.npos) << "signals that were blocked reach the next instance";
     fs::remove_all(folder);
 }

@@ -1,6 +1,5 @@
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
-#include "Platform/Foundation/Eventually.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <filesystem>
@@ -25,7 +24,7 @@ class SingleInstanceTest : public ::testing::Test {
 
     PosixSingleInstance instance(const std::string& name = "test") { return {loop_, folder_, name}; }
     bool toldBecomes(int count) {
-        return eventually(*loop_, [&] { return told_ == count; });
+        return loop_->eventually([&] { return told_ == count; });
     }
 
     std::shared_ptr<VirtualTime> loop_ = std::make_shared<VirtualTime>();
@@ -51,9 +50,9 @@ TEST_F(SingleInstanceTest, ItsButtonCanBePressedFromOutside) {
     std::vector<InstanceRequest> received;
     const auto claim = instance().claim([&](InstanceRequest request) { received.push_back(request); });
     EXPECT_TRUE(instance().send(InstanceRequest::toggle));
-    EXPECT_TRUE(eventually(*loop_, [&] { return received.size() == 1; }));
+    EXPECT_TRUE(loop_->eventually([&] { return received.size() == 1; }));
     EXPECT_TRUE(instance().send(InstanceRequest::show));
-    EXPECT_TRUE(eventually(*loop_, [&] { return received.size() == 2; }));
+    EXPECT_TRUE(loop_->eventually([&] { return received.size() == 2; }));
     EXPECT_EQ(received, (std::vector{InstanceRequest::toggle, InstanceRequest::show}));
 }
 

@@ -1,12 +1,11 @@
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
+#include "Rig/Eventually.hpp"
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -61,8 +60,7 @@ TEST(SystemSettings, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
     EXPECT_TRUE(settings.open("Privacy_Microphone"));
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     setenv("PATH", path.c_str(), 1);
-    for (int i = 0; i < 500 && !std::filesystem::exists(mask); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(mask); }));
     std::string name, bits;
     std::ifstream(mask) >> name >> bits;
     EXPECT_EQ(bits, std::string(16, '0'));

@@ -1,7 +1,6 @@
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 #include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
-#include "Platform/Foundation/Eventually.hpp"
 
 #include <optional>
 
@@ -14,7 +13,7 @@ TEST(TrayWatch, TellsWhenATrayComesAndGoes) {
     int changes = 0;
     XcbTrayWatch watch(*loop, [&] { ++changes; });
     EXPECT_FALSE(watch.hasTray());
-    const auto changesBecome = [&](int count) { return eventually(*loop, [&] { return changes == count; }); };
+    const auto changesBecome = [&](int count) { return loop->eventually([&] { return changes == count; }); };
 
     std::optional<XcbConnection> tray(std::in_place);
     const xcb_window_t window = xcb_generate_id(tray->get());

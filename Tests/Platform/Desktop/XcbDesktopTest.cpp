@@ -23,7 +23,7 @@ class DesktopOnScreen : public ::testing::Test {
         connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get()));
     }
     bool pointerIs(double x, double y, std::int64_t buttons) {
-        return ColorWindow::waitUntil([=, this] {
+        return eventually([=, this] {
             const PointerState now = desktop_.pointer();
             return now.x == x && std::abs(now.y - y) < 0.01 && now.buttons == buttons;
         });
@@ -87,7 +87,7 @@ TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
         return screen.frame == Rect{-500, 0, 500, 720};
     }));
     fake(XCB_MOTION_NOTIFY, 0, 510, 150);
-    EXPECT_TRUE(ColorWindow::waitUntil([&] {
+    EXPECT_TRUE(eventually([&] {
         const PointerState now = desktop.pointer();
         return now.x == 10 && std::abs(now.y - 570) < 0.01;
     }));
@@ -98,7 +98,7 @@ TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
     EXPECT_EQ(desktop_.windowBounds(window.id()), std::nullopt) << "not shown yet";
     window.show();
     // Decorated by the window manager a moment after.
-    ASSERT_TRUE(ColorWindow::waitUntil([&] {
+    ASSERT_TRUE(eventually([&] {
         const auto bounds = desktop_.windowBounds(window.id());
         return bounds && bounds->h > 240;
     }));
@@ -107,7 +107,7 @@ TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
     EXPECT_EQ(desktop_.windowBounds(window.id()), listed[0].frame) << "the same as in the content list";
     const Rect before = *desktop_.windowBounds(window.id());
     window.resize(400, 300);
-    EXPECT_TRUE(ColorWindow::waitUntil([&] {
+    EXPECT_TRUE(eventually([&] {
         const auto bounds = desktop_.windowBounds(window.id());
         return bounds && bounds->w == before.w + 80 && bounds->h == before.h + 60;
     }));
@@ -130,7 +130,7 @@ TEST(DesktopWithoutServer, KeepsAnsweringAfterItsServerHasGone) {
     XcbDesktop desktop(":" + server.readLine());
     const PointerState last = desktop.pointer();
     server.end(SIGKILL);
-    ASSERT_TRUE(ColorWindow::waitUntil([&] { return desktop.screens().empty(); }));
+    ASSERT_TRUE(eventually([&] { return desktop.screens().empty(); }));
     EXPECT_EQ(desktop.pointer().x, last.x);
     EXPECT_EQ(desktop.pointer().y, last.y);
     EXPECT_EQ(desktop.windowBounds(1), std::nullopt);

@@ -1,4 +1,3 @@
-#include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/BoundedQueue.hpp"
 #include "Platform/Foundation/MediaTime.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
@@ -14,32 +13,6 @@ namespace platform {
 namespace {
 
 using testing::ElementsAre;
-
-TEST(VirtualTime, TimersFireInOrderOfTimeAndEndWithTheirOwner) {
-    VirtualTime time(0);
-    std::vector<std::pair<char, double>> fired;
-    const auto note = [&](char name) {
-        return [&fired, &time, name] { fired.emplace_back(name, time.now()); };
-    };
-    auto repeating = time.scheduleRepeating(1, note('r'));
-    auto once = time.scheduleOnce(1.5, note('o'));
-    auto never = time.scheduleOnce(0.5, note('n'));
-    never.reset();
-    time.post(note('p'));
-    time.advance(2);
-    EXPECT_THAT(fired, ElementsAre(std::pair('p', 0.0), std::pair('r', 1.0), std::pair('o', 1.5),
-                                   std::pair('r', 2.0)));
-
-    // A busy main thread: ticks it missed are not made up for, and the beat is kept.
-    fired.clear();
-    time.stall(3.25);
-    time.advance(1);
-    EXPECT_THAT(fired, ElementsAre(std::pair('r', 5.25), std::pair('r', 6.0)));
-    repeating.reset();
-    fired.clear();
-    time.advance(10);
-    EXPECT_TRUE(fired.empty());
-}
 
 TEST(SerialQueue, RunsWorkInOrderOnOneThreadUpToItsCapacity) {
     std::vector<int> done;

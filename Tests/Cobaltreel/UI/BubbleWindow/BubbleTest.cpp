@@ -3,7 +3,6 @@
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
 #include "Fakes/FakeVision.hpp"
 #include "Fakes/VirtualTime.hpp"
-#include "Platform/Foundation/Eventually.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -60,10 +59,6 @@ constexpr QRgb red = qRgb(255, 0, 0), green = qRgb(0, 255, 0), blue = qRgb(0, 0,
 
 class BubbleFeederTest : public ::testing::Test {
   protected:
-    template <typename Condition>
-    bool eventually(Condition condition) {
-        return platform::eventually(*time, condition);
-    }
     void listen(BubbleFeeder& feeder, QSize size) {
         feeder.setSize(size);
         feeder.setTarget([this](const QImage& picture) { shown.push_back(picture); });
@@ -84,7 +79,7 @@ TEST_F(RoundFeederTest, FillsTheBubbleWithTheMiddleOfThePicture) {
     feeder->feed(frame(1280, 720, [](int x, int y) {
         return x < 279 || x > 1000 ? green : y < 360 ? red : blue;
     }));
-    ASSERT_TRUE(eventually([&] { return !shown.empty(); }));
+    ASSERT_TRUE(time->eventually([&] { return !shown.empty(); }));
     const QImage& picture = shown.front();
     EXPECT_EQ(picture.size(), QSize(180, 180));
     for (const int x : {40, 90, 140}) {
@@ -98,7 +93,7 @@ TEST_F(RoundFeederTest, FillsTheBubbleWithTheMiddleOfThePicture) {
 
     feeder->setSize({64, 64});
     feeder->feed(plain(green));
-    ASSERT_TRUE(eventually([&] { return shown.size() == 2; }));
+    ASSERT_TRUE(time->eventually([&] { return shown.size() == 2; }));
     EXPECT_EQ(shown.back().size(), QSize(64, 64));
 }
 
@@ -107,7 +102,7 @@ TEST_F(RoundFeederTest, ABusyMainThreadGetsTheNewestPictureAloneAndAHiddenBubble
     const auto first = plain(red), last = plain(blue);
     for (int i = 0; i < 500; ++i) feeder->feed(i == 499 ? last : first);
     // The main thread has had no turn so far: whatever was rendered meanwhile is one picture.
-    ASSERT_TRUE(eventually([&] { return !shown.empty() && shown.back().pixel(16, 16) == blue; }));
+    ASSERT_TRUE(time->eventually([&] { return !shown.empty() && shown.back().pixel(16, 16) == blue; }));
     EXPECT_LE(shown.size(), 3U);
 
     shown.clear();
@@ -145,7 +140,7 @@ TEST_F(CutoutFeederTest, ShowsThePersonAloneAsLargeAsTheBubble) {
         return Masks{half};
     };
     feeder->feed(plain(red));
-    ASSERT_TRUE(eventually([&] { return !shown.empty(); }));
+    ASSERT_TRUE(time->eventually([&] { return !shown.empty(); }));
     const QImage& picture = shown.front();
     EXPECT_EQ(picture.size(), QSize(320, 180));
     EXPECT_EQ(picture.pixel(20, 90), red);
@@ -156,13 +151,13 @@ TEST_F(CutoutFeederTest, ShowsThePersonAloneAsLargeAsTheBubble) {
 TEST_F(CutoutFeederTest, TakesTwentyFramesASecondAtMost) {
     time->stall(10);
     feeder->feed(plain(red));
-    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    ASSERT_TRUE(time->eventually([&] { return shown.size() == 1; }));
     // 30 frames a second for a second: every second one is far enough from the one taken before.
     int taken = 1;
     for (int i = 1; i < 30; ++i) {
         time->stall(1.0 / 30);
         if (i % 2 == 0) ++taken;
-        ASSERT_TRUE(eventually([&] {
+        ASSERT_TRUE(time->eventually([&] {
             feeder->feed(plain(red));  // again while the last one's end is still to be noted
             return shown.size() == std::size_t(taken);
         })) << i;
@@ -173,21 +168,21 @@ TEST_F(CutoutFeederTest, TakesTwentyFramesASecondAtMost) {
 TEST_F(CutoutFeederTest, NeverTwoAtOnce) {
     holds = true;
     feeder->feed(plain(red));
-    ASSERT_TRUE(eventually([&] { return begun == 1; }));
+    ASSERT_TRUE(time->eventually([&] { return begun == 1; }));
     for (int i = 0; i < 5; ++i) {
         time->stall(0.06);
         feeder->feed(plain(blue));
     }
     gate.release();
-    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    ASSERT_TRUE(time->eventually([&] { return shown.size() == 1; }));
     holds = false;
     // Ready again right after the picture was handed over.
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(time->eventually([&] {
         time->stall(0.06);
         feeder->feed(plain(green));
         return begun >= 2;
     }));
-    ASSERT_TRUE(eventually([&] { return shown.size() >= 2; }));
+    ASSERT_TRUE(time->eventually([&] { return shown.size() >= 2; }));
     EXPECT_EQ(shown.at(1).pixel(160, 90), green) << "what came meanwhile is dropped, not queued";
 }
 
@@ -195,12 +190,12 @@ TEST_F(CutoutFeederTest, AFailureKeepsTheLastMaskAndNothingIsShownBeforeTheFirst
     const auto feedAndWait = [&](int frames) {
         time->stall(1);
         feeder->feed(plain(red));
-        return eventually([&] { return begun == frames; });
+        return time->eventually([&] { return begun == frames; });
     };
     answer = []() -> Masks { throw std::runtime_error("no camera today"); };
     ::testing::internal::CaptureStderr();
     ASSERT_TRUE(feedAndWait(1));
-    ASSERT_TRUE(eventually([&] {  // handled: the next is taken
+    ASSERT_TRUE(time->eventually([&] {  // handled: the next is taken
         time->stall(1);
         feeder->feed(plain(red));
         return begun >= 2;
@@ -217,9 +212,9 @@ TEST_F(CutoutFeederTest, AFailureKeepsTheLastMaskAndNothingIsShownBeforeTheFirst
         throw std::runtime_error("gone");
     };
     feeder->feed(plain(red));
-    ASSERT_TRUE(eventually([&] { return shown.size() == 1; }));
+    ASSERT_TRUE(time->eventually([&] { return shown.size() == 1; }));
     ::testing::internal::CaptureStderr();
-    ASSERT_TRUE(eventually([&] {
+    ASSERT_TRUE(time->eventually([&] {
         time->stall(1);
         feeder->feed(plain(blue));
         return shown.size() >= 2;

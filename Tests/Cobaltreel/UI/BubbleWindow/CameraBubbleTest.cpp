@@ -6,6 +6,7 @@
 #include "Fakes/FakeMedia.hpp"
 #include "Platform/Capture/PipeWire/MediaHarness.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QTest>
 #include <algorithm>
@@ -44,7 +45,7 @@ TEST_F(CameraBubbleTest, ShowsAFlashWithinATenthOfASecond) {
     bubble.show(CameraCorner::bottomLeft, 180, CameraStyle::bubble);
     recorder.setPreviewFrameHandler(bubble.frameHandler());
     const QPoint centre = bubble.panel()->geometry().center();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return isWhite(centre); }, 10000)) << "the camera does not come";
+    ASSERT_TRUE(eventually([&] { return isWhite(centre); })) << "the camera does not come";
 
     std::vector<double> delays;  // milliseconds, the camera's own interval between two pictures included
     bool wasWhite = true;

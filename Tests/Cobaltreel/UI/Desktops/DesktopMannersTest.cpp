@@ -45,14 +45,14 @@ class DesktopManners : public PanelHarness {
     /// On the terminal's title or first letter; under a busy fluxbox it may be no larger.
     QPoint onTerminal() {
         std::optional<QPoint> place;
-        EXPECT_TRUE(waitUntil([&] { return (place = terminalPlace()).has_value(); }));
+        EXPECT_TRUE(eventually([&] { return (place = terminalPlace()).has_value(); }));
         const QScreen* const main = QGuiApplication::primaryScreen();
         return place.value_or(QPoint()) + main->geometry().topLeft() * main->devicePixelRatio() +
                QPoint(6, 32);
     }
     /// The user works in the terminal, and the time of that is newer than anything that our program knows.
     void workElsewhere() {
-        ASSERT_TRUE(waitUntil([&] {
+        ASSERT_TRUE(eventually([&] {
             input.click(onTerminal());
             QTest::qWait(100);
             return !QGuiApplication::focusWindow();
@@ -72,11 +72,11 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
         AppSettings::shared().setLanguage(language);
         workElsewhere();
         open({});
-        EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
+        EXPECT_TRUE(eventually([&] { return room().contains(panel->geometry()); }))
             << "beside bars and docks, and on the main display";
         save("panel");
         input.click(onTerminal());
-        EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
+        EXPECT_TRUE(eventually([&] { return !panel->isOpen(); }));
 
         // Somebody else keeps the keyboard, as full-screen programs and some window managers do.
         workElsewhere();
@@ -86,7 +86,7 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
                             XCB_CURRENT_TIME);
         xcb_flush(other.get());
         if (panel->isOpen()) input.click(onTerminal());
-        EXPECT_TRUE(waitUntil([&] { return !panel->isOpen(); }));
+        EXPECT_TRUE(eventually([&] { return !panel->isOpen(); }));
         panel.reset();
         time->advance(1);
     }
@@ -97,10 +97,10 @@ TEST_F(DesktopManners, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
     for (const int x : {inner.left() + 30, inner.center().x(), inner.right() - 30}) {
         const QPoint at(x, inner.bottom() + 4);
         open(QRect(at, QSize(1, 1)));
-        EXPECT_TRUE(waitUntil([&] { return room().contains(panel->geometry()); }))
+        EXPECT_TRUE(eventually([&] { return room().contains(panel->geometry()); }))
             << panel->x() << " " << panel->y() << " " << panel->height() << " in " << room().y() << " "
             << room().height();
-        EXPECT_TRUE(waitUntil([&] {
+        EXPECT_TRUE(eventually([&] {
             return std::abs(panel->geometry().center().x() - x) <= panel->width() / 2;
         })) << x;
         panel.reset();
@@ -125,14 +125,14 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
         AlertWindows shown;
         int answers = 0;
         shown.present({S::microphoneRequired(), {}, {}}, [&](int) { ++answers; });
-        EXPECT_TRUE(waitUntil([] {
+        EXPECT_TRUE(eventually([] {
             const QWindow* active = QGuiApplication::focusWindow();
             return active && active->modality() == Qt::ApplicationModal;
         }));
         save("alert");
         EXPECT_TRUE(panel->isOpen()) << "what the alert is about stays";
         input.key(0xff0d);
-        EXPECT_TRUE(waitUntil([&] { return answers == 1; }));
+        EXPECT_TRUE(eventually([&] { return answers == 1; }));
         panel.reset();
     }
 }
@@ -149,7 +149,7 @@ TEST_F(DesktopManners, WhereverTheUserWorkedLastAWindowIsWholeAndTheOthersAreOff
                                                {{"settings", QVariant::fromValue(&AppWindows::settings())}}),
                                 "Wide", QSize(600, 200));
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
-        EXPECT_TRUE(waitUntil([&] {
+        EXPECT_TRUE(eventually([&] {
             return std::ranges::any_of(QGuiApplication::screens(), [&](const QScreen* each) {
                 return each->geometry().contains(window->geometry());
             });
@@ -166,13 +166,13 @@ TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
         if (!isOpenFirst) panel->open(QRect(room().bottomRight(), QSize(1, 1)));
         floating.update(CameraCorner::bottomRight, 200);
         const QRect frame = floating.panel()->geometry();
-        ASSERT_TRUE(waitUntil([&] { return panel->geometry().intersects(frame); }));
+        ASSERT_TRUE(eventually([&] { return panel->geometry().intersects(frame); }));
         const QPoint ring(frame.center().x(), frame.y() + 1);
         ASSERT_TRUE(panel->geometry().contains(ring));
         const auto isRing = [&] { return qRed(screenPixel(ring)) > 150 && qBlue(screenPixel(ring)) < 60; };
-        EXPECT_TRUE(waitUntil([&] { return !isRing(); })) << "whoever comes first";
+        EXPECT_TRUE(eventually([&] { return !isRing(); })) << "whoever comes first";
         panel->close();
-        EXPECT_TRUE(waitUntil(isRing)) << "in front of everything else";
+        EXPECT_TRUE(eventually(isRing)) << "in front of everything else";
     }
 }
 
@@ -187,7 +187,7 @@ TEST_F(DesktopManners, TheBubbleIsRoundAndKeepsOffBars) {
         QTest::qWait(100);
         const QRgb before = screenPixel(frame.topLeft());
         floating.show(corner, 200, CameraStyle::bubble);
-        EXPECT_TRUE(waitUntil([&] { return qRed(screenPixel({frame.center().x(), frame.y() + 1})) > 150; }));
+        EXPECT_TRUE(eventually([&] { return qRed(screenPixel({frame.center().x(), frame.y() + 1})) > 150; }));
         EXPECT_EQ(screenPixel(frame.topLeft()), before) << "what is around the empty bubble is seen";
     }
     save("bubble");

@@ -8,6 +8,7 @@
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QAccessible>
 #include <QProcess>
@@ -31,13 +32,12 @@ class PanelHarness : public CoordinatorTest {
     }
 
     /// Waits with the events of the screen and the virtual time's work going on.
-    bool waitUntil(const std::function<bool()>& condition) {
-        return QTest::qWaitFor(
-            [&] {
-                time->drain();
-                return condition();
-            },
-            10000);
+    template <typename Condition>
+    bool eventually(Condition condition) {
+        return platform::eventually(condition, [this] {
+            runQtEvents();
+            time->drain();
+        });
     }
     void open(std::optional<QRect> at, PanelWindow::Look look = PanelWindow::Look::popover) {
         panel = std::make_unique<PanelWindow>(*model, look, time, compositor, pointer);
@@ -58,7 +58,7 @@ class PanelHarness : public CoordinatorTest {
             const QRect before = std::exchange(place, found ? found->rect() : QRect());
             return !place.isEmpty() && place == before;
         };
-        ASSERT_TRUE(waitUntil(isAtRest)) << name.toStdString();
+        ASSERT_TRUE(eventually(isAtRest)) << name.toStdString();
         input.click(place.center());
     }
     /// All of what is seen, where pictures are asked for.

@@ -9,11 +9,11 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Scene.hpp"
-#include "Cobaltreel/UI/WaitUntil.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Fakes/FakeFileBrowser.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
+#include "Rig/QtEventually.hpp"
 
 #include <QGuiApplication>
 #include <QPixmap>
@@ -45,7 +45,7 @@ class PreviewDesktopTest : public LocalisedTest {
             exported = hasExported;
         });
         ASSERT_TRUE(QTest::qWaitForWindowActive(windows.window()));
-        ASSERT_TRUE(waitUntil([&] { return item("screen")->property("hasPicture").toBool(); }));
+        ASSERT_TRUE(eventually([&] { return item("screen")->property("hasPicture").toBool(); }));
     }
     QQuickItem* item(const char* name) const {
         auto* found = windows.window()->rootObject()->findChild<QQuickItem*>(QLatin1String(name));
@@ -102,19 +102,19 @@ TEST_F(PreviewDesktopTest, OnALowScreenEverythingCanBeReached) {
         window->setMinimumSize({700, height});
         window->setMaximumSize({700, height});
         window->resize(700, height);
-        EXPECT_TRUE(waitUntil([&] { return window->rootObject()->height() == height; }));
+        EXPECT_TRUE(eventually([&] { return window->rootObject()->height() == height; }));
         item("exportButton")->forceActiveFocus(Qt::TabFocusReason);
         const auto isInside = [&](const char* name) {
             const double top = item(name)->mapToScene({}).y();
             return top >= 0 && top + item(name)->height() <= height;
         };
-        EXPECT_TRUE(waitUntil([&] { return isInside("exportButton"); })) << height;
+        EXPECT_TRUE(eventually([&] { return isInside("exportButton"); })) << height;
         screenshot(("preview-low-" + std::to_string(height)).c_str());
         item("filename")->forceActiveFocus(Qt::TabFocusReason);
-        EXPECT_TRUE(waitUntil([&] { return isInside("filename"); })) << height;
+        EXPECT_TRUE(eventually([&] { return isInside("filename"); })) << height;
     }
     input.key(escape);
-    EXPECT_TRUE(waitUntil([&] { return closed == 1; })) << "Escape closes the window";
+    EXPECT_TRUE(eventually([&] { return closed == 1; })) << "Escape closes the window";
 }
 
 TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
@@ -125,25 +125,25 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
     screenshot("preview-en");
 
     input.click(at("exportButton"));
-    EXPECT_TRUE(waitUntil([&] { return model().exporting(); }));
+    EXPECT_TRUE(eventually([&] { return model().exporting(); }));
     input.click(at("cancelButton"));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !model().exporting(); }, 20000));
+    EXPECT_TRUE(eventually([&] { return !model().exporting(); }));
     EXPECT_FALSE(model().hasExported());
 
     // The button that was clicked is gone and takes no keys.
     input.key(space);
-    EXPECT_TRUE(waitUntil([&] { return model().isPlaying() && model().position() > 0.3; }));
+    EXPECT_TRUE(eventually([&] { return model().isPlaying() && model().position() > 0.3; }));
     // The controls have faded; the keyboard finds them.
     input.key(tab);
-    EXPECT_TRUE(waitUntil([&] { return item("playButton")->hasActiveFocus(); }));
-    EXPECT_TRUE(waitUntil([&] { return item("playButton")->parentItem()->opacity() == 1; }));
+    EXPECT_TRUE(eventually([&] { return item("playButton")->hasActiveFocus(); }));
+    EXPECT_TRUE(eventually([&] { return item("playButton")->parentItem()->opacity() == 1; }));
     input.key(space);
-    EXPECT_TRUE(waitUntil([&] { return !model().isPlaying(); }));
+    EXPECT_TRUE(eventually([&] { return !model().isPlaying(); }));
 
     drag("trimStartSlider", 0.02, 0.25);
-    EXPECT_TRUE(waitUntil([&] { return std::abs(model().trimStart() - 1.5) < 0.1; })) << model().trimStart();
+    EXPECT_TRUE(eventually([&] { return std::abs(model().trimStart() - 1.5) < 0.1; })) << model().trimStart();
     drag("trimEndSlider", 0.98, 0.5);
-    EXPECT_TRUE(waitUntil([&] { return std::abs(model().trimEnd() - 3.8) < 0.1; })) << model().trimEnd();
+    EXPECT_TRUE(eventually([&] { return std::abs(model().trimEnd() - 3.8) < 0.1; })) << model().trimEnd();
     // The picture shown is the one that the handle names.
     const auto shown = [&] {
         const QImage picture = model().screenPictures()->picture();
@@ -154,25 +154,25 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
             nullptr);
         return rig::counterIn(pixels).value_or(9999) / 30.0;
     };
-    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - model().trimEnd()) <= 1.0 / 30 + 0.002; }))
+    EXPECT_TRUE(eventually([&] { return std::abs(shown() - model().trimEnd()) <= 1.0 / 30 + 0.002; }))
         << shown() << " instead of " << model().trimEnd();
 
     input.click(at("timeLine", 0.5));
-    EXPECT_TRUE(waitUntil([&] { return std::abs(shown() - 3) <= 0.1; })) << shown();
+    EXPECT_TRUE(eventually([&] { return std::abs(shown() - 3) <= 0.1; })) << shown();
 
     // Return in the name's field exports, too.
     input.click(at("filename"));
-    EXPECT_TRUE(waitUntil([&] { return item("filename")->property("showsFocus").toBool(); }));
+    EXPECT_TRUE(eventually([&] { return item("filename")->property("showsFocus").toBool(); }));
     input.key('a');
-    EXPECT_TRUE(waitUntil([&] { return model().filename().endsWith('a'); }));
+    EXPECT_TRUE(eventually([&] { return model().filename().endsWith('a'); }));
     // At the end of the name the arrow key is the name's all the same.
     const double stood = model().position();
     input.key(right);
     input.key('b');
-    EXPECT_TRUE(waitUntil([&] { return model().filename().endsWith("ab"); }));
+    EXPECT_TRUE(eventually([&] { return model().filename().endsWith("ab"); }));
     EXPECT_EQ(model().position(), stood);
     input.key(returnKey);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return model().isExported(); }, 60000));
+    EXPECT_TRUE(eventually([&] { return model().isExported(); }));
     screenshot("preview-exported-en");
     ASSERT_TRUE(model().exportedURL());
     const auto asset = services.media->asset(*model().exportedURL());
@@ -180,12 +180,12 @@ TEST_F(PreviewDesktopTest, ARecordingIsPlayedTrimmedAndExportedWithThePointer) {
                 model().trimEnd() - model().trimStart(), 0.07);
     EXPECT_EQ(asset->loadTracks(platform::MediaType::audio).size(), 1U);
 
-    EXPECT_TRUE(waitUntil([&] { return item("showButton")->isVisible(); }));
+    EXPECT_TRUE(eventually([&] { return item("showButton")->isVisible(); }));
     input.click(at("showButton"));
-    EXPECT_TRUE(waitUntil([&] { return fileBrowser->revealed.size() == 1; }));
+    EXPECT_TRUE(eventually([&] { return fileBrowser->revealed.size() == 1; }));
 
     windows.window()->close();
-    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_TRUE(eventually([&] { return closed == 1; }));
     EXPECT_TRUE(exported);
 }
 
@@ -199,24 +199,24 @@ TEST_F(PreviewDesktopTest, HebrewMirrorsThePanelButNeitherThePictureNorItsTime) 
         EXPECT_TRUE(missing.contains(QLatin1String(part))) << part;
     EXPECT_LT(at("cutoutBubble").x(), at("timeLine").x());
     input.click(at("timeLine", 0.25));
-    EXPECT_TRUE(waitUntil([&] { return std::abs(model().position() - 1.5) < 0.1; })) << model().position();
+    EXPECT_TRUE(eventually([&] { return std::abs(model().position() - 1.5) < 0.1; })) << model().position();
     screenshot("preview-he");
     EXPECT_GT(at("autoZoom").x(), at("systemAudio").x());
 
     // A click on the leading half, on the right, chooses the bubble.
     input.click(at("cameraStyle", 0.75));
-    EXPECT_TRUE(waitUntil([&] { return model().cameraStyle() == CameraStyle::bubble; }));
+    EXPECT_TRUE(eventually([&] { return model().cameraStyle() == CameraStyle::bubble; }));
     EXPECT_TRUE(item("circularBubble")->isVisible());
     model().exportMovie();
     screenshot("preview-exporting-he");
     windows.window()->close();
-    ASSERT_TRUE(waitUntil([&] { return !model().exporting() || asks(); }));
+    ASSERT_TRUE(eventually([&] { return !model().exporting() || asks(); }));
     screenshot("preview-asks-he");
     model().cancel();
     if (asks()) input.key(escape);
-    EXPECT_TRUE(waitUntil([&] { return !model().exporting() && alerts->window() == nullptr; }));
+    EXPECT_TRUE(eventually([&] { return !model().exporting() && alerts->window() == nullptr; }));
     windows.window()->close();
-    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_TRUE(eventually([&] { return closed == 1; }));
 }
 
 TEST_F(PreviewDesktopTest, ClosingDuringAnExportAsksAndReportsOnce) {
@@ -224,21 +224,21 @@ TEST_F(PreviewDesktopTest, ClosingDuringAnExportAsksAndReportsOnce) {
     open();
     model().setTrimEnd(0.2);
     model().exportMovie();
-    ASSERT_TRUE(waitUntil([&] { return model().isExported(); }));
+    ASSERT_TRUE(eventually([&] { return model().isExported(); }));
     EXPECT_TRUE(model().hasExported());
     model().setTrimEnd(model().duration());
     model().exportMovie();
     windows.window()->close();
     windows.window()->close();
-    ASSERT_TRUE(waitUntil([&] { return asks(); }));
+    ASSERT_TRUE(eventually([&] { return asks(); }));
     screenshot("preview-asks-en");
     input.key(escape);
-    ASSERT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
+    ASSERT_TRUE(eventually([&] { return alerts->window() == nullptr; }));
     EXPECT_TRUE(model().exporting() && windows.window()->isVisible()) << "it goes on";
     windows.window()->close();
-    ASSERT_TRUE(waitUntil([&] { return asks(); }));
+    ASSERT_TRUE(eventually([&] { return asks(); }));
     input.key(returnKey);
-    EXPECT_TRUE(waitUntil([&] { return closed == 1; }));
+    EXPECT_TRUE(eventually([&] { return closed == 1; }));
     EXPECT_EQ(windows.window(), nullptr);
     EXPECT_FALSE(exported) << "the last export that was asked for is not there";
     QTest::qWait(50);
@@ -251,7 +251,7 @@ TEST_F(PreviewDesktopTest, TheEndOfTheApplicationSettlesEveryPreview) {
         ended = false;
         windows.endPreviews(patience, [&] { ended = true; });
         EXPECT_FALSE(ended) << "never at once";
-        EXPECT_TRUE(waitUntil([&] { return ended; }));
+        EXPECT_TRUE(eventually([&] { return ended; }));
         EXPECT_EQ(windows.window(), nullptr);
     };
     end(0);
@@ -282,7 +282,7 @@ TEST_F(PreviewDesktopTest, AFailedExportIsSaidInAWindowOverTheOthers) {
     { std::ofstream(exports) << "not a folder"; }
     open();
     model().exportMovie();
-    ASSERT_TRUE(waitUntil([&] { return alerts->window() != nullptr; }));
+    ASSERT_TRUE(eventually([&] { return alerts->window() != nullptr; }));
     const QSize size = alerts->window()->size();
     ASSERT_TRUE(QTest::qWaitForWindowActive(alerts->window()));
     EXPECT_EQ(alerts->window()->size(), size) << "it opens with the height of its text";
@@ -292,11 +292,12 @@ TEST_F(PreviewDesktopTest, AFailedExportIsSaidInAWindowOverTheOthers) {
     const bool wasRipples = model().ripples();
     input.click(at("ripples", 0.95));  // not to be reached while the alert waits
     // The window manager takes the focus to the preview and back; a press in between is cancelled.
-    for (int attempt = 0; attempt < 8 && alerts->window() != nullptr; ++attempt) {
-        input.click(alerts->window()->mapToGlobal(QPoint(size.width() - 20 - 42, size.height() - 20 - 13)));
-        QTest::qWaitFor([&] { return alerts->window() == nullptr; }, 2000);
-    }
-    EXPECT_EQ(alerts->window(), nullptr);
+    EXPECT_TRUE(platform::eventually([&] { return alerts->window() == nullptr; },
+                                     [&] {
+                                         input.click(alerts->window()->mapToGlobal(
+                                             QPoint(size.width() - 20 - 42, size.height() - 20 - 13)));
+                                         QTest::qWait(500);
+                                     }));
     EXPECT_EQ(model().ripples(), wasRipples);
     std::filesystem::remove(exports);
 }
@@ -308,7 +309,7 @@ TEST_F(PreviewDesktopTest, AlertsComeOneAfterTheOtherAndAnswerTheKeyboard) {
                         [&answers, name](int button) { answers.push_back(name + std::to_string(button)); });
     };
     const auto shown = [&](std::size_t answered) {
-        return waitUntil(
+        return eventually(
             [&] { return answers.size() == answered && alerts->window() && alerts->window()->isActive(); });
     };
     ask("A");
@@ -318,20 +319,20 @@ TEST_F(PreviewDesktopTest, AlertsComeOneAfterTheOtherAndAnswerTheKeyboard) {
     input.key(returnKey);
     ASSERT_TRUE(shown(1));
     input.key(escape);
-    ASSERT_TRUE(waitUntil([&] { return answers.size() == 2; }));
+    ASSERT_TRUE(eventually([&] { return answers.size() == 2; }));
     ask("C");
     ASSERT_TRUE(shown(2));
     alerts->window()->close();
-    ASSERT_TRUE(waitUntil([&] { return answers.size() == 3; }));
+    ASSERT_TRUE(eventually([&] { return answers.size() == 3; }));
     EXPECT_EQ(answers, (std::vector<std::string>{"A0", "B1", "C1"}));
 
     AppSettings::shared().setLanguage(Language::he);
     alerts->present({S::orphanTitle(), S::orphanMessage(), {S::open(), S::cancel()}}, [](int) {});
-    ASSERT_TRUE(waitUntil([&] { return alerts->window() && alerts->window()->isActive(); }));
+    ASSERT_TRUE(eventually([&] { return alerts->window() && alerts->window()->isActive(); }));
     screenshot("alert-he");
     EXPECT_EQ(alerts->window()->width(), 420);
     input.key(escape);
-    EXPECT_TRUE(waitUntil([&] { return alerts->window() == nullptr; }));
+    EXPECT_TRUE(eventually([&] { return alerts->window() == nullptr; }));
 }
 
 }  // namespace

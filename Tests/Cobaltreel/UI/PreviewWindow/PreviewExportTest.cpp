@@ -74,7 +74,7 @@ TEST_F(PreviewExportTest, WhatIsHeardInThePreviewIsHeardInTheMovieAtTheSameMomen
             meta.cameraFirstPTS = cameraFirst;
             players->players.clear();
             PreviewModel& preview = open();
-            const auto heard = placed(std::get<platform::Composition>(main().items.back()));
+            const auto heard = placed(std::get<platform::Composition>(mainPlayer().items.back()));
             preview.setTrimStart(trimStart);
             preview.setTrimEnd(trimStart + 2);
             runExport();

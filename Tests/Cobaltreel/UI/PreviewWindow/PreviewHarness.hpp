@@ -3,12 +3,9 @@
 #include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
-#include "Fakes/FakeAlerts.hpp"
 #include "Fakes/FakeFileBrowser.hpp"
-#include "Fakes/FakeMedia.hpp"
+#include "Fakes/FakeHost.hpp"
 #include "Fakes/FakePlayer.hpp"
-#include "Fakes/VirtualTime.hpp"
-#include "Platform/Foundation/Eventually.hpp"
 
 #include <atomic>
 #include <functional>
@@ -18,9 +15,10 @@
 namespace cobaltreel {
 
 /// A session of ten seconds with everything in it, and a preview of it in virtual time.
-class PreviewTest : public TemporaryHome {
+class PreviewTest : public TemporaryHome, public FakeHost {
   protected:
     PreviewTest() {
+        media->writing.createsFile = false;
         setVariable("XDG_VIDEOS_DIR", (home / "Videos").string());
         meta.version = 1;
         meta.captureWidthPx = meta.captureHeightPx = 4;
@@ -33,8 +31,8 @@ class PreviewTest : public TemporaryHome {
         meta.bubbleSizeFraction = 0.24;
         auto& screen = media->movies[folder.screenMovie()] = platform::FakeMovie::withFrames(300, 30);
         screen.sound = {0, 10};
-        auto& camera = media->movies[folder.cameraMovie()] = platform::FakeMovie::withFrames(270, 30);
-        camera.sound = {0, 9};
+        auto& cameraMovie = media->movies[folder.cameraMovie()] = platform::FakeMovie::withFrames(270, 30);
+        cameraMovie.sound = {0, 9};
         players->script.duration = 10;
     }
 
@@ -42,17 +40,17 @@ class PreviewTest : public TemporaryHome {
     PreviewModel& open() {
         model = std::make_unique<PreviewModel>(folder, meta, services());
         if (!players->players.empty())
-            settle([&] { return main().hasCurrentItem() && players->script.openDelay == 0; });
+            settle([&] { return mainPlayer().hasCurrentItem() && players->script.openDelay == 0; });
         time->advance(0.01);
         return *model;
     }
-    platform::FakePlayer& main() { return *players->players.at(0); }
-    platform::FakePlayer& camera() { return *players->players.at(1); }
+    platform::FakePlayer& mainPlayer() { return *players->players.at(0); }
+    platform::FakePlayer& cameraPlayer() { return *players->players.at(1); }
 
     /// Runs what other threads post until the condition holds.
     void settle(const std::function<bool()>& condition) {
         time->drain();
-        ASSERT_TRUE(platform::eventually(*time, condition)) << "this does not come";
+        ASSERT_TRUE(eventually(condition)) << "this does not come";
     }
     void runExport() {
         model->exportMovie();
@@ -85,13 +83,10 @@ class PreviewTest : public TemporaryHome {
 
     SessionFolder folder{home / "session"};
     SessionMeta meta;
-    std::shared_ptr<platform::VirtualTime> time = std::make_shared<platform::VirtualTime>();
-    std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
     std::shared_ptr<platform::FakePlayerService> players =
         std::make_shared<platform::FakePlayerService>(*time, *time);
     std::shared_ptr<platform::VisionService> vision;
     std::shared_ptr<platform::FakeFileBrowser> fileBrowser = std::make_shared<platform::FakeFileBrowser>();
-    std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
     std::unique_ptr<PreviewModel> model;
 };
 

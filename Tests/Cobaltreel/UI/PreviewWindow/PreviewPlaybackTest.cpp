@@ -65,62 +65,62 @@ TEST_F(PreviewTest, TheCompositionHoldsTheScreenTheMovedMicrophoneAndTheComputer
 
 TEST_F(PreviewTest, PlaybackFallsBackToTheScreenMovieAndThenSaysWhatIsWrong) {
     open();
-    EXPECT_TRUE(std::holds_alternative<Composition>(main().items.back()));
-    EXPECT_EQ(std::get<std::filesystem::path>(camera().items.back()), folder.cameraMovie());
-    EXPECT_TRUE(camera().muted);
+    EXPECT_TRUE(std::holds_alternative<Composition>(mainPlayer().items.back()));
+    EXPECT_EQ(std::get<std::filesystem::path>(cameraPlayer().items.back()), folder.cameraMovie());
+    EXPECT_TRUE(cameraPlayer().muted);
 
-    main().fail(PlatformError("Media", 1, "the microphone's file is damaged"));
-    EXPECT_EQ(std::get<std::filesystem::path>(main().items.back()), folder.screenMovie());
+    mainPlayer().fail(PlatformError("Media", 1, "the microphone's file is damaged"));
+    EXPECT_EQ(std::get<std::filesystem::path>(mainPlayer().items.back()), folder.screenMovie());
     EXPECT_EQ(model->playbackProblem(), "");
-    camera().fail(PlatformError("Media", 1, "the camera's file is damaged"));
+    cameraPlayer().fail(PlatformError("Media", 1, "the camera's file is damaged"));
     EXPECT_EQ(model->cameraPictures(), nullptr);
-    main().fail(PlatformError("Media", 1, "screen.mov is damaged"));
+    mainPlayer().fail(PlatformError("Media", 1, "screen.mov is damaged"));
     EXPECT_EQ(model->playbackProblem(), "screen.mov is damaged");
 
     players->players.clear();
     media->movies.erase(folder.cameraMovie());
     open();
-    EXPECT_EQ(std::get<std::filesystem::path>(main().items.back()), folder.screenMovie());
+    EXPECT_EQ(std::get<std::filesystem::path>(mainPlayer().items.back()), folder.screenMovie());
 }
 
 TEST_F(PreviewTest, ANewItemIsShownWhereTheUserHasGone) {
     open();
     model->setTrimEnd(8);
-    main().fail(PlatformError("Media", 1, "the microphone's file is damaged"));
-    EXPECT_EQ(main().currentTime(), 8) << "as the window says";
+    mainPlayer().fail(PlatformError("Media", 1, "the microphone's file is damaged"));
+    EXPECT_EQ(mainPlayer().currentTime(), 8) << "as the window says";
     EXPECT_EQ(model->position(), 8);
 }
 
 TEST_F(PreviewTest, TheCameraIsMovedOnlyWhenItIsTooFarOff) {
     open();
-    EXPECT_EQ(camera().seeks.back(), (SeekRequest{0.5, 0})) << "in step from the beginning, exactly";
+    EXPECT_EQ(cameraPlayer().seeks.back(), (SeekRequest{0.5, 0})) << "in step from the beginning, exactly";
     model->togglePlay();
-    EXPECT_EQ(camera().rate(), 1);
-    EXPECT_EQ(camera().seeks.back().tolerance, 0.03);
+    EXPECT_EQ(cameraPlayer().rate(), 1);
+    EXPECT_EQ(cameraPlayer().seeks.back().tolerance, 0.03);
 
     for (const auto& [drift, seeks] : {std::pair(0.10, 0U), {0.13, 1U}, {-0.10, 0U}, {-0.13, 1U}}) {
         time->advance(0.6);
-        const auto before = camera().seeks.size();
-        camera().drift(drift);
+        const auto before = cameraPlayer().seeks.size();
+        cameraPlayer().drift(drift);
         time->advance(0.6);
-        EXPECT_EQ(camera().seeks.size() - before, seeks) << drift;
-        EXPECT_NEAR(camera().currentTime(), main().currentTime() + 0.5, 0.121);
-        if (seeks == 0) camera().drift(-drift);
+        EXPECT_EQ(cameraPlayer().seeks.size() - before, seeks) << drift;
+        EXPECT_NEAR(cameraPlayer().currentTime(), mainPlayer().currentTime() + 0.5, 0.121);
+        if (seeks == 0) cameraPlayer().drift(-drift);
     }
     model->togglePlay();
-    EXPECT_EQ(camera().rate(), 0);
-    EXPECT_EQ(camera().seeks.back(), (SeekRequest{camera().currentTime(), 0}));
-    EXPECT_NEAR(camera().currentTime(), main().currentTime() + 0.5, 0.001);
+    EXPECT_EQ(cameraPlayer().rate(), 0);
+    EXPECT_EQ(cameraPlayer().seeks.back(), (SeekRequest{cameraPlayer().currentTime(), 0}));
+    EXPECT_NEAR(cameraPlayer().currentTime(), mainPlayer().currentTime() + 0.5, 0.001);
 
-    main().seek(3, 0);
+    mainPlayer().seek(3, 0);
     time->advance(0.01);
-    EXPECT_NEAR(camera().currentTime(), 3.5, 0.001) << "follows a jump";
+    EXPECT_NEAR(cameraPlayer().currentTime(), 3.5, 0.001) << "follows a jump";
 
     players->players.clear();
     meta.cameraFirstPTS = 100.3;
     open();
     model->resyncBubble(0.1, true);
-    EXPECT_EQ(camera().seeks.back(), (SeekRequest{0, 0})) << "the camera began later";
+    EXPECT_EQ(cameraPlayer().seeks.back(), (SeekRequest{0, 0})) << "the camera began later";
 }
 
 TEST_F(PreviewTest, TrimHandlesShowWhatTheyKeep) {
@@ -132,15 +132,15 @@ TEST_F(PreviewTest, TrimHandlesShowWhatTheyKeep) {
     });
     preview.setTrimStart(2.25);
     EXPECT_EQ(seen, 0) << "told before the change";
-    EXPECT_EQ(main().seeks.back(), (SeekRequest{2.25, 0}));
-    EXPECT_EQ(camera().seeks.back(), (SeekRequest{2.75, 0}));
+    EXPECT_EQ(mainPlayer().seeks.back(), (SeekRequest{2.25, 0}));
+    EXPECT_EQ(cameraPlayer().seeks.back(), (SeekRequest{2.75, 0}));
     EXPECT_EQ(preview.position(), 2.25);
     preview.setTrimEnd(8);
-    EXPECT_EQ(main().seeks.back(), (SeekRequest{8, 0}));
-    const auto seeks = main().seeks.size();
+    EXPECT_EQ(mainPlayer().seeks.back(), (SeekRequest{8, 0}));
+    const auto seeks = mainPlayer().seeks.size();
     preview.setTrimEnd(8);
     preview.setTrimEnd(std::numeric_limits<double>::quiet_NaN());
-    EXPECT_EQ(main().seeks.size(), seeks);
+    EXPECT_EQ(mainPlayer().seeks.size(), seeks);
 
     EXPECT_DOUBLE_EQ(preview.trimStartLimit(), 7.9);
     EXPECT_DOUBLE_EQ(preview.trimEndLimit(), 2.35);
@@ -156,12 +156,12 @@ TEST_F(PreviewTest, PlayingKeepsToTheKeptSpan) {
     preview.setTrimEnd(4);
     preview.togglePlay();  // stands at the end of the span
     EXPECT_TRUE(preview.isPlaying());
-    EXPECT_NEAR(main().currentTime(), 2, 0.01);
+    EXPECT_NEAR(mainPlayer().currentTime(), 2, 0.01);
     time->advance(1);
     EXPECT_NEAR(preview.position(), 3, 0.06);
     time->advance(1.2);
     EXPECT_FALSE(preview.isPlaying());
-    EXPECT_NEAR(main().currentTime(), 4, 0.001) << "on the last frame that is kept";
+    EXPECT_NEAR(mainPlayer().currentTime(), 4, 0.001) << "on the last frame that is kept";
 
     // Who goes past the end on purpose may look on, to the end of the recording and again.
     preview.goTo(2.5);
@@ -205,7 +205,7 @@ TEST_F(PreviewTest, TheCutoutWorksOnOnePictureAtATimeAndKeepsTheLastPersonItSaw)
     const auto show = [&] {
         const auto buffer = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, 8, 4);
         std::memset(buffer->plane().data, 255, static_cast<std::size_t>(buffer->plane().stride) * 4);
-        camera().showPicture(buffer);
+        cameraPlayer().showPicture(buffer);
         time->advance(0.06);
     };
     show();

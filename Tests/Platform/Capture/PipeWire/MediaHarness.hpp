@@ -4,6 +4,7 @@
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Rig/ChildProcess.hpp"
+#include "Rig/Eventually.hpp"
 #include "Rig/RigPicture.hpp"
 #include "Rig/StallWatch.hpp"
 
@@ -65,11 +66,11 @@ class Collector {
         changed_.notify_all();
     }
 
-    /// Waits until `enough`, called with the lock held, is content; false after ten seconds.
+    /// Waits until `enough`, called with the lock held, is content; false after a minute.
     template <typename Enough>
     bool wait(Enough enough) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(10), enough);
+        return changed_.wait_for(lock, std::chrono::minutes(1), enough);
     }
     bool waitForPictures(std::size_t more) {
         return wait([this, count = pictures().size() + more] { return pictures_.size() >= count; });
@@ -129,16 +130,13 @@ class MediaTest : public testing::Test {
     }
     /// Waits until the service lists a device.
     bool isListed(const std::string& id, bool listed = true) {
-        const double limit = now() + 10;
-        while (now() < limit) {
-            bool found = false;
+        return platform::eventually([&] {
             const auto devices = service.devices();
+            bool found = false;
             for (const auto& list : {devices.cameras, devices.microphones})
                 for (const auto& device : list) found = found || device.uniqueID == id;
-            if (found == listed) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return false;
+            return found == listed;
+        });
     }
     void configure(const std::vector<platform::CaptureDevice>& devices, bool mirrored = false) {
         for (const auto& device : devices) ASSERT_TRUE(isListed(device.uniqueID)) << device.uniqueID;

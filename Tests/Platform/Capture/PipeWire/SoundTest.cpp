@@ -113,9 +113,7 @@ TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
         if (!collector.waitForEvent(CaptureEvent::Kind::lost)) return "not lost";
         EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("media server ended"));
         device->wait();
-        const double limit = now() + 10;
-        while (service.unavailable() && now() < limit)
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (!platform::eventually([&] { return !service.unavailable(); })) return "the server is not back";
         const auto instants = instantsFromNow(1.0, 1);
         device = startDevice("RigTone", {"--microphone", "--at", listed(instants)});
         if (!collector.waitForEvent(CaptureEvent::Kind::returned)) return "not back";
@@ -133,10 +131,7 @@ TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
     auto device = startDevice("RigTone", {"--microphone"});
     ASSERT_TRUE(isListed("rig.microphone"));
     EXPECT_THAT(service.devices().microphones, testing::ElementsAre(microphone()));
-    const double limit = now() + 5;
-    while (!service.devices().defaultMicrophone && now() < limit)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    EXPECT_EQ(service.devices().defaultMicrophone, microphone());
+    EXPECT_TRUE(platform::eventually([&] { return service.devices().defaultMicrophone == microphone(); }));
     EXPECT_GE(changes, 1);
     device.reset();
     ASSERT_TRUE(isListed("rig.microphone", false));

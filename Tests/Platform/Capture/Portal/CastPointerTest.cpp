@@ -29,6 +29,9 @@ struct SentCursor {
     spa_meta_bitmap& bitmap() {
         return *reinterpret_cast<spa_meta_bitmap*>(memory.data() + sizeof(spa_meta_cursor));
     }
+    void size(std::uint32_t width, std::uint32_t height) { bitmap().size = {width, height}; }
+    void hotspot(int x, int y) { cursor().hotspot = {x, y}; }
+    void place(int x, int y) { cursor().position = {x, y}; }
     bool tell(CastPointer& pointer) { return pointer.update(cursor(), memory.size()); }
 
     std::vector<std::uint8_t> memory;
@@ -74,46 +77,18 @@ TEST(CastPointer, HostileMetadataIsNotBelieved) {
     } cases[] = {
         {"bitmap inside the head", [](SentCursor& sent) { sent.cursor().bitmap_offset = 4; }, 16},
         {"bitmap beyond the end", [](SentCursor& sent) { sent.cursor().bitmap_offset = 0xfffffff0; }, 16},
-        {"an absurd size",
-         [](SentCursor& sent) {
-             sent.bitmap().size = {30000, 30000};
-         },
-         16},
-        {"a size that overflows",
-         [](SentCursor& sent) {
-             sent.bitmap().size = {0xffffffff, 0xffffffff};
-         },
-         16},
-        {"more rows than memory",
-         [](SentCursor& sent) {
-             sent.bitmap().size = {4, 5};
-         },
-         16},
+        {"an absurd size", [](SentCursor& sent) { sent.size(30000, 30000); }, 16},
+        {"a size that overflows", [](SentCursor& sent) { sent.size(0xffffffff, 0xffffffff); }, 16},
+        {"more rows than memory", [](SentCursor& sent) { sent.size(4, 5); }, 16},
         {"rows backwards", [](SentCursor& sent) { sent.bitmap().stride = -16; }, 16},
         {"rows far apart", [](SentCursor& sent) { sent.bitmap().stride = most; }, 16},
         {"pixels in the head", [](SentCursor& sent) { sent.bitmap().offset = 4; }, 16},
         {"pixels beyond the end", [](SentCursor& sent) { sent.bitmap().offset = 0xfffffff0; }, 16},
         {"a format that is none", [](SentCursor& sent) { sent.bitmap().format = 9999; }, 16},
-        {"a hot spot far away",
-         [](SentCursor& sent) {
-             sent.cursor().hotspot = {most, least};
-         },
-         16},
-        {"a place far away",
-         [](SentCursor& sent) {
-             sent.cursor().position = {most, least};
-         },
-         0},
-        {"a place off the picture",
-         [](SentCursor& sent) {
-             sent.cursor().position = {-500, 90000};
-         },
-         0},
-        {"no picture any more",
-         [](SentCursor& sent) {
-             sent.bitmap().size = {0, 0};
-         },
-         0},
+        {"a hot spot far away", [](SentCursor& sent) { sent.hotspot(most, least); }, 16},
+        {"a place far away", [](SentCursor& sent) { sent.place(most, least); }, 0},
+        {"a place off the picture", [](SentCursor& sent) { sent.place(-500, 90000); }, 0},
+        {"no picture any more", [](SentCursor& sent) { sent.size(0, 0); }, 0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);

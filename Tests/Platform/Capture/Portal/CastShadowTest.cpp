@@ -36,60 +36,30 @@ struct SentWindow {
 };
 
 TEST(CastShadow, OnlyAShadowIsCutOff) {
+    using Fills = std::vector<std::pair<PixelRect, std::uint32_t>>;
     const struct {
         const char* what;
-        void (*draw)(SentWindow&);
+        Fills fills;
         PixelRect left;
+        std::uint32_t format = SPA_VIDEO_FORMAT_BGRx;
     } cases[] = {
-        {"no border", [](SentWindow& sent) { sent.fill(all, white); }, all},
-        {"a clear border", [](SentWindow& sent) { sent.fill(window, white); }, window},
-        {"a shadow all around",
-         [](SentWindow& sent) {
-             sent.fill(all, shadow);
-             sent.fill(window, white);
-         },
-         window},
-        {"round corners",
-         [](SentWindow& sent) {
-             sent.fill(window, white);
-             for (const auto& corner : {PixelRect{9, 7, 3, 3}, PixelRect{46, 24, 3, 3}})
-                 sent.fill(corner, shadow);
-         },
-         window},
-        {"an empty place inside",
-         [](SentWindow& sent) {
-             sent.fill(all, white);
-             sent.fill(window, clear);
-         },
-         all},
-        {"a translucent window in its shadow",
-         [](SentWindow& sent) {
-             sent.fill(all, shadow);
-             sent.fill(window, glass);
-         },
-         window},
-        {"colored glass to the edge", [](SentWindow& sent) { sent.fill(all, 0x60402010); }, all},
-        {"a black frame where no alpha is kept", [](SentWindow& sent) { sent.fill(window, unknownAlpha); },
-         all},
-        {"nothing yet", [](SentWindow&) {}, all},
-        {"three bytes a pixel",
-         [](SentWindow& sent) {
-             sent.fill(window, white);
-             sent.picture.format = SPA_VIDEO_FORMAT_BGR;
-         },
-         all},
-        {"alpha in front",
-         [](SentWindow& sent) {
-             sent.fill(all, 0x00000060);
-             sent.fill(window, white);
-             sent.picture.format = SPA_VIDEO_FORMAT_ARGB;
-         },
-         window},
+        {"no border", {{all, white}}, all},
+        {"a clear border", {{window, white}}, window},
+        {"a shadow all around", {{all, shadow}, {window, white}}, window},
+        {"round corners", {{window, white}, {{9, 7, 3, 3}, shadow}, {{46, 24, 3, 3}, shadow}}, window},
+        {"an empty place inside", {{all, white}, {window, clear}}, all},
+        {"a translucent window in its shadow", {{all, shadow}, {window, glass}}, window},
+        {"colored glass to the edge", {{all, 0x60402010}}, all},
+        {"a black frame where no alpha is kept", {{window, unknownAlpha}}, all},
+        {"nothing yet", {}, all},
+        {"three bytes a pixel", {{window, white}}, all, SPA_VIDEO_FORMAT_BGR},
+        {"alpha in front", {{all, 0x00000060}, {window, white}}, window, SPA_VIDEO_FORMAT_ARGB},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);
         SentWindow sent;
-        each.draw(sent);
+        for (const auto& [area, color] : each.fills) sent.fill(area, color);
+        sent.picture.format = each.format;
         CastShadow cut;
         EXPECT_EQ(sent.leftBy(cut), each.left);
     }

@@ -27,11 +27,10 @@ TEST(EmbeddedPointer, LeavesItsPlaceUnknown) {
     std::shared_ptr<ContentGrant> grant;
     ASSERT_FALSE(services.choose(ContentKind::display, 1, grant));
     EXPECT_THAT(services.capture.implementation(), HasSubstr("pointer embedded"));
-    Take take(services, DisplayContentFilter{services.capture.shareableContent().displays.at(0), {}}, 1280,
-              720);
+    Take take(services, DisplayContentFilter{services.capture.shareableContent().displays.at(0), {}});
     rig("Move", {640.0, 300.0});
     rig("Move", {641.0, 301.0});
-    EXPECT_TRUE(take.waitFor([](const PixelBuffer& picture) {
+    EXPECT_TRUE(take.waitForPicture([](const PixelBuffer& picture) {
         const std::uint32_t body = colorAt(picture, 644, 308);
         return (body & 0xff) == (body >> 16);
     })) << "it is in the picture all the same";
@@ -45,12 +44,11 @@ TEST(MediaServerEnds, AndTheTakeIsTold) {
     PortalServices services;
     std::shared_ptr<ContentGrant> grant;
     ASSERT_FALSE(services.choose(ContentKind::display, 1, grant));
-    Take take(services, DisplayContentFilter{services.capture.shareableContent().displays.at(0), {}}, 1280,
-              720);
-    ASSERT_TRUE(take.waitFor([](const PixelBuffer&) { return true; }));
+    Take take(services, DisplayContentFilter{services.capture.shareableContent().displays.at(0), {}});
+    ASSERT_TRUE(take.waitForFrames(1));
     kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
-    ASSERT_TRUE(runUntil([&] { return take.ended().has_value(); }));
-    EXPECT_THAT(take.ended()->description(), HasSubstr("What was recorded so far is kept."));
+    ASSERT_TRUE(take.waitForError());
+    EXPECT_THAT(take.errors()[0], HasSubstr("What was recorded so far is kept."));
 }
 
 }  // namespace
