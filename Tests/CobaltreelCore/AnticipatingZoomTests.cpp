@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace cobaltreel {
+namespace cobaltreel::anticipating {
 namespace {
 
 constexpr double width = 1920, height = 1080;
@@ -159,4 +159,4 @@ TEST(AnticipatingZoom, AnyPlanShowsItsClicksAndMovesGently) {
 }
 
 }  // namespace
-}  // namespace cobaltreel
+}  // namespace cobaltreel::anticipating

@@ -86,13 +86,13 @@ TEST_F(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
 TEST_F(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
     for (const bool isRemoved : {true, false}) {
         PrivateServer another;
-        XcbScreenCaptureService service(another.display());
+        XcbScreenCaptureService there(another.display());
         XcbConnection connection(another.display());
         auto monitor =
             std::make_unique<VirtualMonitor>("RIGHT", PixelRect{300, 0, 500, 600}, true, another.display());
-        const Display display = service.shareableContent().displays.at(0);
+        const Display display = there.shareableContent().displays.at(0);
         ASSERT_EQ(display.name, "RIGHT");
-        Recording recording(service, DisplayContentFilter{display, {}}, configurationFor(500, 600));
+        Recording recording(there, DisplayContentFilter{display, {}}, configurationFor(500, 600));
         ASSERT_TRUE(recording.waitForFrames(1));
         if (isRemoved) monitor.reset();
         shrinkScreen(connection);
