@@ -85,4 +85,6 @@ std::unique_ptr<SystemAudioSource> PipeWireCaptureService::makeSystemAudio() {
     return std::make_unique<pipewire::PipeWireSystemAudio>(connection_);
 }
 
+LibraryVersion pipeWireVersion() { return {"PipeWire", pw_get_library_version()}; }
+
 }  // namespace platform

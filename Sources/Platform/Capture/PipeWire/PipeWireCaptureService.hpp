@@ -2,6 +2,7 @@
 
 #include "Platform/Capture/CaptureSession.hpp"
 #include "Platform/Capture/SystemAudio.hpp"
+#include "Platform/Foundation/LibraryVersion.hpp"
 
 #include <functional>
 #include <memory>
@@ -37,5 +38,8 @@ class PipeWireCaptureService final : public CaptureService {
     std::shared_ptr<pipewire::Connection> connection_;
     std::unique_ptr<DeviceWatch> watch_;
 };
+
+/// Of the library, whichever server answers. Any thread.
+LibraryVersion pipeWireVersion();
 
 }  // namespace platform

@@ -50,4 +50,6 @@ bool XcbConnection::succeeded(xcb_void_cookie_t cookie) const {
     return !error && !isBroken();
 }
 
+LibraryVersion xcbVersion() { return {"libxcb", COBALTREEL_XCB_VERSION}; }
+
 }  // namespace platform

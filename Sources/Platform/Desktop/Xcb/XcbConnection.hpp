@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Foundation/LibraryVersion.hpp"
+
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -56,5 +58,8 @@ class XcbConnection {
     const xcb_screen_t* screen_ = nullptr;
     std::map<std::string, xcb_atom_t> atoms_;
 };
+
+/// The library tells no version at run time: this is the one that the program was built with.
+LibraryVersion xcbVersion();
 
 }  // namespace platform

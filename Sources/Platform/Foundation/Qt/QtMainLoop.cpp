@@ -77,4 +77,6 @@ std::unique_ptr<Watch> QtMainLoop::watchReadable(int descriptor, std::function<v
     return std::make_unique<DescriptorWatch>(descriptor, std::move(ready));
 }
 
+LibraryVersion qtVersion() { return {"Qt", qVersion()}; }
+
 }  // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Foundation/LibraryVersion.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <QObject>
@@ -18,5 +19,8 @@ class QtMainLoop final : public MainLoop {
   private:
     QObject context_;
 };
+
+/// Any thread.
+LibraryVersion qtVersion();
 
 }  // namespace platform

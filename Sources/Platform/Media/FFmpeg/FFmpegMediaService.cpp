@@ -9,6 +9,8 @@
 #include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 #include "Platform/Media/FFmpeg/VideoTrackReader.hpp"
 
+#include <x265.h>
+
 namespace platform {
 namespace {
 
@@ -64,5 +66,15 @@ class FFmpegMediaService final : public MediaService {
 }  // namespace
 
 std::shared_ptr<MediaService> makeFFmpegMediaService() { return std::make_shared<FFmpegMediaService>(); }
+
+std::vector<LibraryVersion> mediaLibraryVersions() {
+    const auto text = [](unsigned version) {
+        return std::to_string(AV_VERSION_MAJOR(version)) + '.' + std::to_string(AV_VERSION_MINOR(version)) +
+               '.' + std::to_string(AV_VERSION_MICRO(version));
+    };
+    return {{"libavformat", text(avformat_version())}, {"libavcodec", text(avcodec_version())},
+            {"libavutil", text(avutil_version())},     {"libswresample", text(swresample_version())},
+            {"libswscale", text(swscale_version())},   {"libx265", x265_version_str}};
+}
 
 }  // namespace platform

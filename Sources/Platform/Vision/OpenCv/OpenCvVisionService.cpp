@@ -113,4 +113,6 @@ std::optional<PlatformError> OpenCvVisionService::unavailable() {
     return std::nullopt;
 }
 
+LibraryVersion openCvVersion() { return {"OpenCV", cv::getVersionString()}; }
+
 }  // namespace platform

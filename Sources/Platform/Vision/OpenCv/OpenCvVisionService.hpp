@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Foundation/LibraryVersion.hpp"
 #include "Platform/Vision/OpenCv/PersonNetworks.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
 
@@ -23,5 +24,8 @@ class OpenCvVisionService : public VisionService {
   private:
     std::shared_ptr<PersonNetworks> networks_;
 };
+
+/// Any thread.
+LibraryVersion openCvVersion();
 
 }  // namespace platform
