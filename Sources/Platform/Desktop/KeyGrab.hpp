@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace platform {
 
@@ -18,8 +19,10 @@ class KeyGrab {
 /// A digit together with modifiers, and none besides.
 struct KeyChord {
     int digit = 0;  ///< 0 … 9: the key that bears it on an ANSI keyboard, whatever the layout types there
-    bool command = false;  ///< the Super key where keyboards have no Command
-    bool option = false;   ///< the Alt key where keyboards have no Option
+    bool command = false;           ///< the Super key where keyboards have no Command
+    bool option = false;            ///< the Alt key where keyboards have no Option
+    std::string_view identifier{};  ///< under which a desktop that asks the user keeps the answer; a literal
+    std::string_view meaning{};     ///< what such a desktop says that it does; a literal
 
     friend bool operator==(const KeyChord&, const KeyChord&) = default;
 };

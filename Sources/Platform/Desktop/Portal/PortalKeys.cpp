@@ -1,6 +1,6 @@
 #include "Platform/Desktop/Portal/PortalKeys.hpp"
 
-#include "Platform/Desktop/Portal/PortalShortcut.hpp"
+#include "Platform/Desktop/Portal/PortalShortcuts.hpp"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
@@ -31,8 +31,12 @@ const QDBusArgument& operator>>(const QDBusArgument& in, ShortcutOffer& offer) {
 namespace {
 
 const QString globalShortcuts = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
-const QString shortcutID = QStringLiteral("toggle");
 constexpr int portalMilliseconds = 2000;
+
+QString textOf(std::string_view literal) {
+    return QString::fromUtf8(literal.data(), static_cast<qsizetype>(literal.size()));
+}
+QString nameOf(const KeyChord& chord) { return textOf(chord.identifier); }
 
 /// In the notation that desktops share for shortcuts.
 QString triggerOf(const KeyChord& chord) {
@@ -52,7 +56,10 @@ std::unique_ptr<KeyGrab> PortalKeys::grabEscape(std::function<void()> pressed) {
 
 std::unique_ptr<KeyGrab> PortalKeys::grabChord(const KeyChord& chord, std::function<void()> pressed) {
     if (const auto reason = chordsUnavailable()) throw *reason;
-    return std::make_unique<PortalShortcut>(bus_, chord, std::move(pressed));
+    auto shortcuts = shortcuts_.lock();
+    if (!shortcuts || !shortcuts->takesMore()) shortcuts = PortalShortcuts::make(bus_);
+    shortcuts_ = shortcuts;
+    return shortcuts->add(chord, std::move(pressed));
 }
 
 std::optional<PlatformError> PortalKeys::chordsUnavailable() {
@@ -62,43 +69,68 @@ std::optional<PlatformError> PortalKeys::chordsUnavailable() {
         "This desktop gives programs no keys. Bind one to `cobaltreel toggle` in its settings.");
 }
 
-PortalShortcut::PortalShortcut(std::shared_ptr<PortalBus> bus, const KeyChord& chord,
-                               std::function<void()> pressed)
-    : bus_(std::move(bus)), pressed_(std::move(pressed)), self_(std::make_shared<PortalShortcut*>(this)) {
+struct PortalShortcuts::Grab final : KeyGrab {
+    Grab(std::shared_ptr<PortalShortcuts> all, std::size_t number) : all_(std::move(all)), number_(number) {}
+    ~Grab() override { all_->chords_[number_].pressed = nullptr; }
+
+  private:
+    std::shared_ptr<PortalShortcuts> all_;
+    std::size_t number_;
+};
+
+std::shared_ptr<PortalShortcuts> PortalShortcuts::make(std::shared_ptr<PortalBus> bus) {
     qDBusRegisterMetaType<ShortcutOffer>();
     qDBusRegisterMetaType<QList<ShortcutOffer>>();
-    bus_->connection().connect(QString(), QString(), globalShortcuts, QStringLiteral("Activated"), this,
-                               SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
-    const auto weak = std::weak_ptr(self_);
-    bus_->request(globalShortcuts, QStringLiteral("CreateSession"), {},
-                  {{QStringLiteral("session_handle_token"), PortalBus::newToken()}},
-                  [weak, trigger = triggerOf(chord)](const PortalAnswer& answer) {
-                      const auto self = weak.lock();
-                      if (!self || answer.outcome != PortalAnswer::Outcome::done) return;
-                      (*self)->session_ = answer.results.value(QStringLiteral("session_handle")).toString();
-                      (*self)->bind(trigger);
-                  });
+    const std::shared_ptr<PortalShortcuts> made(new PortalShortcuts(std::move(bus)));
+    made->bus_->connection().connect(QString(), QString(), globalShortcuts, QStringLiteral("Activated"),
+                                     made.get(),
+                                     SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    QMetaObject::invokeMethod(
+        made.get(), [shortcuts = made.get()] { shortcuts->ask(); }, Qt::QueuedConnection);
+    return made;
 }
 
-PortalShortcut::~PortalShortcut() {
-    self_.reset();
+PortalShortcuts::~PortalShortcuts() {
     if (!session_.isEmpty()) bus_->closeSession(session_);
 }
 
-void PortalShortcut::bind(const QString& trigger) {
-    const QList<ShortcutOffer> shortcuts{
-        {shortcutID,
-         {{QStringLiteral("description"), QStringLiteral("Start or stop a recording")},
-          {QStringLiteral("preferred_trigger"), trigger}}}};
+std::unique_ptr<KeyGrab> PortalShortcuts::add(const KeyChord& chord, std::function<void()> pressed) {
+    chords_.push_back({chord, std::move(pressed)});
+    return std::make_unique<Grab>(shared_from_this(), chords_.size() - 1);
+}
+
+void PortalShortcuts::ask() {
+    isAsked_ = true;
+    bus_->request(globalShortcuts, QStringLiteral("CreateSession"), {},
+                  {{QStringLiteral("session_handle_token"), PortalBus::newToken()}},
+                  [weak = weak_from_this()](const PortalAnswer& answer) {
+                      const auto self = weak.lock();
+                      if (!self || answer.outcome != PortalAnswer::Outcome::done) return;
+                      self->session_ = answer.results.value(QStringLiteral("session_handle")).toString();
+                      self->bind();
+                  });
+}
+
+void PortalShortcuts::bind() {
+    QList<ShortcutOffer> shortcuts;
+    for (const Chord& each : chords_)
+        shortcuts.append({nameOf(each.keys),
+                          {{QStringLiteral("description"), textOf(each.keys.meaning)},
+                           {QStringLiteral("preferred_trigger"), triggerOf(each.keys)}}});
     // Without an answer the keys just never come.
     bus_->request(globalShortcuts, QStringLiteral("BindShortcuts"),
                   {QVariant::fromValue(QDBusObjectPath(session_)), QVariant::fromValue(shortcuts), QString()},
                   {}, [](const PortalAnswer&) {});
 }
 
-void PortalShortcut::activated(const QDBusObjectPath& session, const QString& id, qulonglong,
-                               const QVariantMap&) {
-    if (session.path() == session_ && id == shortcutID) pressed_();
+void PortalShortcuts::activated(const QDBusObjectPath& session, const QString& id, qulonglong,
+                                const QVariantMap&) {
+    if (session.path() != session_) return;
+    for (const Chord& each : chords_) {
+        if (nameOf(each.keys) != id || !each.pressed) continue;
+        const auto pressed = each.pressed;  // may give the keys back
+        return pressed();
+    }
 }
 
 }  // namespace platform

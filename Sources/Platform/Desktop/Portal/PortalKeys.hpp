@@ -7,8 +7,10 @@
 
 namespace platform {
 
-/// The chord by the desktop's portal, which lets the user confirm or change the keys; Escape by whoever
-/// serves our own windows. A desktop whose portal hands out no keys refuses the chord.
+class PortalShortcuts;
+
+/// Chords by the desktop's portal, which lets the user confirm or change the keys; Escape by whoever
+/// serves our own windows. A desktop whose portal hands out no keys refuses them.
 class PortalKeys final : public KeyGrabber {
   public:
     /// `windows` may be null: then Escape cannot be had.
@@ -21,6 +23,7 @@ class PortalKeys final : public KeyGrabber {
   private:
     std::shared_ptr<PortalBus> bus_;
     std::shared_ptr<KeyGrabber> windows_;
+    std::weak_ptr<PortalShortcuts> shortcuts_;  // those that were taken last
 };
 
 }  // namespace platform

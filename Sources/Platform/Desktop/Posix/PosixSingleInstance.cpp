@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 
+#include "Platform/Desktop/Posix/InstanceMessages.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
 
@@ -63,19 +64,6 @@ sockaddr_un addressOf(const fs::path& file) {
     return address;
 }
 
-/// Datagrams: a socket that is bound takes them at once, also while its program is busy.
-UniqueFd makeSocket() { return UniqueFd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); }
-
-bool sendRequest(const fs::path& file, InstanceRequest request) {
-    const UniqueFd socket = makeSocket();
-    const sockaddr_un address = addressOf(file);
-    const char word = static_cast<char>(request);
-    const auto sent = sendto(socket.get(), &word, sizeof word, 0, reinterpret_cast<const sockaddr*>(&address),
-                             sizeof address);
-    // A full queue: it has been told often enough.
-    return sent >= 0 || errno == EAGAIN;
-}
-
 std::optional<UniqueFd> lock(const fs::path& file) {
     UniqueFd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!lock) fail(file, errno, "cannot be opened");
@@ -86,8 +74,11 @@ std::optional<UniqueFd> lock(const fs::path& file) {
 
 class Claim final : public InstanceClaim {
   public:
-    Claim(UniqueFd lock, fs::path file, MainLoop& mainLoop, std::function<void(InstanceRequest)> asked)
-        : lock_(std::move(lock)), file_(std::move(file)), socket_(makeSocket()), asked_(std::move(asked)) {
+    Claim(UniqueFd lock, fs::path file, MainLoop& mainLoop, InstanceHandler onRequest)
+        : lock_(std::move(lock)),
+          file_(std::move(file)),
+          socket_(makeRequestSocket()),
+          onRequest_(std::move(onRequest)) {
         const sockaddr_un address = addressOf(file_);
         // Whoever holds the lock owns the socket: one that is still there is of an instance that has ended.
         unlink(file_.c_str());
@@ -102,20 +93,28 @@ class Claim final : public InstanceClaim {
 
   private:
     void listen() {
-        char word = 0;
-        // However often: what was asked last is what is wanted now.
+        const auto onRequest = onRequest_;  // outlives this claim if the callback gives it up
+        // However often: what was wanted last is what is wanted now.
         std::optional<InstanceRequest> last;
-        while (recv(socket_.get(), &word, sizeof word, 0) >= 0)
-            last = word == static_cast<char>(InstanceRequest::toggle) ? InstanceRequest::toggle
-                                                                      : InstanceRequest::show;
-        const auto asked = asked_;  // outlives this claim if the callback gives it up
-        if (last) asked(*last);
+        for (int count = 0; count < maxAtOnce; ++count) {
+            auto received = receiveRequest(socket_.get());
+            if (!received) break;
+            if (!received->request)
+                sendAnswer(received->answerTo, std::nullopt);
+            else if (received->answerTo)
+                sendAnswer(received->answerTo, onRequest(*received->request));
+            else
+                last = std::move(received->request);
+        }
+        if (last) onRequest(*last);
     }
+
+    static constexpr int maxAtOnce = 64;  // then the main thread does something else
 
     UniqueFd lock_;
     fs::path file_;
     UniqueFd socket_;
-    std::function<void(InstanceRequest)> asked_;
+    InstanceHandler onRequest_;
     std::unique_ptr<Watch> watch_;
 };
 
@@ -128,14 +127,14 @@ PosixSingleInstance::PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, fs:
                                          const std::string& name)
     : mainLoop_(std::move(mainLoop)), folder_(std::move(folder)), name_(name) {}
 
-std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(InstanceRequest)> asked) {
+std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(InstanceHandler onRequest) {
     requirePrivate(folder_);
     const fs::path lockFile = folder_ / (name_ + ".lock"), socketFile = folder_ / (name_ + ".socket");
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
         if (auto held = lock(lockFile))
-            return std::make_unique<Claim>(std::move(*held), socketFile, *mainLoop_, std::move(asked));
-        if (sendRequest(socketFile, InstanceRequest::show)) return nullptr;
+            return std::make_unique<Claim>(std::move(*held), socketFile, *mainLoop_, std::move(onRequest));
+        if (sendRequest(addressOf(socketFile), {InstanceRequest::Kind::show}, nullptr)) return nullptr;
         if (std::chrono::steady_clock::now() > deadline)
             fail(socketFile, ETIMEDOUT, "belongs to an instance that does not listen");
         // It holds the lock and does not listen yet, or no longer.
@@ -143,8 +142,16 @@ std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(std::function<void(Ins
     }
 }
 
-bool PosixSingleInstance::send(InstanceRequest request) {
-    return sendRequest(folder_ / (name_ + ".socket"), request);
+bool PosixSingleInstance::send(const InstanceRequest& request) {
+    return sendRequest(addressOf(folder_ / (name_ + ".socket")), request, nullptr);
+}
+
+std::optional<std::string> PosixSingleInstance::query(const InstanceRequest& request) {
+    const fs::path file = folder_ / (name_ + ".socket");
+    AnswerSockets sockets;
+    if (!sendRequest(addressOf(file), request, &sockets.theirs)) return std::nullopt;
+    sockets.theirs = UniqueFd();
+    return receiveAnswer(sockets.ours.get());
 }
 
 }  // namespace platform
