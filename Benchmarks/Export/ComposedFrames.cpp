@@ -50,6 +50,7 @@ class FrameWriter final : public AssetWriter {
     AssetWriterInput& addAudioInput(const AudioSettings&) override {
         return inputs_.emplace_back(nullptr, 0, 0);
     }
+    void setChapters(const std::vector<Chapter>&) override {}
     bool startWriting() override { return file_.is_open(); }
     void startSession(MediaTime) override {}
     Status status() const override { return status_; }

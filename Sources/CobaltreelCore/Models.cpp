@@ -1,5 +1,7 @@
 #include "CobaltreelCore/Models.hpp"
 
+#include <iterator>
+
 namespace cobaltreel {
 
 std::string_view rawValue(CaptureMode mode) {
@@ -52,6 +54,16 @@ Language Languages::forSystem(std::span<const std::string> preferred) {
     const bool hebrew =
         first.size() >= 2 && (first[0] == 'h' || first[0] == 'H') && (first[1] == 'e' || first[1] == 'E');
     return hebrew ? Language::he : Language::en;
+}
+
+void EventLog::append(EventLog&& piece) {
+    const auto move = [](auto& target, auto& source) {
+        target.insert(target.end(), std::make_move_iterator(source.begin()),
+                      std::make_move_iterator(source.end()));
+    };
+    move(samples, piece.samples);
+    move(windowFrames, piece.windowFrames);
+    move(markers, piece.markers);
 }
 
 SessionMeta SessionMeta::makeDefault() {

@@ -123,11 +123,24 @@ struct WindowFrameSample {
     friend bool operator==(const WindowFrameSample&, const WindowFrameSample&) = default;
 };
 
-/// The pointer's log of a recording. Both lists rise in `t`; `windowFrames` is empty for a display.
+/// A moment that the user has marked.
+struct Marker {
+    double t = 0;      ///< host-clock seconds
+    std::string text;  ///< UTF-8; may be empty
+
+    friend bool operator==(const Marker&, const Marker&) = default;
+};
+
+/// What a recording notes beside its movies. The lists rise in `t`; `windowFrames` is empty for a display.
 struct EventLog {
     std::int64_t version = CobaltreelCoreVersion::current;
     std::vector<MouseSample> samples;
     std::vector<WindowFrameSample> windowFrames;
+    std::vector<Marker> markers{};  ///< left out of the document when there are none
+
+    bool isEmpty() const { return samples.empty() && windowFrames.empty() && markers.empty(); }
+    /// Adds what came later.
+    void append(EventLog&& piece);
 
     friend bool operator==(const EventLog&, const EventLog&) = default;
 };

@@ -3,7 +3,9 @@
 #include "CobaltreelCore/Models.hpp"
 
 #include <concepts>
+#include <optional>
 #include <type_traits>
+#include <vector>
 
 namespace cobaltreel {
 
@@ -60,8 +62,15 @@ void eachField(Record& frame, Visitor&& visit) {
     visit("y", frame.y);
 }
 
+template <Describes<Marker> Record, typename Visitor>
+void eachField(Record& marker, Visitor&& visit) {
+    visit("t", marker.t);
+    visit("text", marker.text);
+}
+
 template <Describes<EventLog> Record, typename Visitor>
 void eachField(Record& log, Visitor&& visit) {
+    visit("markers", log.markers);
     visit("samples", log.samples);
     visit("version", log.version);
     visit("windowFrames", log.windowFrames);
@@ -69,13 +78,20 @@ void eachField(Record& log, Visitor&& visit) {
 
 /// A record with keys of its own, as against a plain value or a list.
 template <typename Field>
-concept DescribedRecord = Describes<Field, DisplayFrame> || Describes<Field, SessionMeta> ||
-    Describes<Field, MouseSample> || Describes<Field, WindowFrameSample> || Describes<Field, EventLog>;
+concept DescribedRecord =
+    Describes<Field, DisplayFrame> || Describes<Field, SessionMeta> || Describes<Field, MouseSample> ||
+    Describes<Field, WindowFrameSample> || Describes<Field, Marker> || Describes<Field, EventLog>;
 
 template <typename Field>
 inline constexpr bool isOptional = false;
 template <typename Value>
 inline constexpr bool isOptional<std::optional<Value>> = true;
+
+/// A list that documents from before there were such entries lack, and that is left out when empty.
+template <typename Field>
+inline constexpr bool isLaterList = false;
+template <>
+inline constexpr bool isLaterList<std::vector<Marker>> = true;
 
 template <typename Field>
 inline constexpr bool isList = false;

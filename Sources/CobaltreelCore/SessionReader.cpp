@@ -53,6 +53,13 @@ assign(Integer& field, const Scalar& value) {
     return std::nullopt;
 }
 
+Complaint assign(std::string& field, const Scalar& value) {
+    const auto* text = std::get_if<std::string_view>(&value);
+    if (!text) return "must be a text";
+    field = *text;
+    return std::nullopt;
+}
+
 template <typename Enumeration>
 requires std::is_enum_v<Enumeration> Complaint assign(Enumeration& field, const Scalar& value) {
     const auto* text = std::get_if<std::string_view>(&value);
@@ -150,8 +157,9 @@ class Reader {
     enum class Bracket { object, list };
 
     /// What is being filled.
-    using Target = std::variant<SessionMeta*, DisplayFrame*, EventLog*, MouseSample*, WindowFrameSample*,
-                                std::vector<MouseSample>*, std::vector<WindowFrameSample>*>;
+    using Target =
+        std::variant<SessionMeta*, DisplayFrame*, EventLog*, MouseSample*, WindowFrameSample*, Marker*,
+                     std::vector<MouseSample>*, std::vector<WindowFrameSample>*, std::vector<Marker>*>;
     static constexpr int unknownField = -1;
     static constexpr std::size_t deepestNesting = 64;
 
@@ -249,7 +257,7 @@ class Reader {
         visitRecord(level, [&](auto& record) {
             int index = 0;
             eachField(record, [&]<typename Field>(std::string_view name, Field&) {
-                if (!isOptional<Field> && !(level.seen & bit(index))) {
+                if (!isOptional<Field> && !isLaterList<Field> && !(level.seen & bit(index))) {
                     level.key = name;
                     fail("is missing");
                 }

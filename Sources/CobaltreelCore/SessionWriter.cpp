@@ -5,6 +5,8 @@
 #include <cmath>
 #include <utility>
 
+#include <nlohmann/json.hpp>
+
 namespace cobaltreel {
 
 namespace {
@@ -42,6 +44,8 @@ class Writer {
             if constexpr (isOptional<std::remove_cvref_t<decltype(field)>>) {
                 if (!field) return;
                 writeField(key, *field, path, first);
+            } else if constexpr (isLaterList<std::remove_cvref_t<decltype(field)>>) {
+                if (!field.empty()) writeField(key, field, path, first);
             } else {
                 writeField(key, field, path, first);
             }
@@ -83,6 +87,10 @@ class Writer {
     }
     void write(std::int64_t value, const Path&) { appendNumber(value); }
     void write(std::uint32_t value, const Path&) { appendNumber(value); }
+    void write(const std::string& text, const Path&) {
+        // What is no UTF-8 becomes a replacement character: the rest of the document stays readable.
+        out_ += nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    }
     void write(bool value, const Path&) { out_ += value ? "true" : "false"; }
 
     // The raw values hold nothing that would need an escape.

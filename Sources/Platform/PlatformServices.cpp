@@ -146,10 +146,22 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);
     services.systemSettings = std::make_shared<QtSystemSettings>();
     services.relauncher = std::make_shared<PosixRelauncher>();
-    services.singleInstance = std::make_shared<PosixSingleInstance>(services.mainLoop, ownBundleIdentifier);
+    services.singleInstance = instance(ownBundleIdentifier, services.mainLoop);
     services.statusItems = std::make_shared<QtStatusItemService>(services.mainLoop);
     services.vision = std::make_shared<OpenCvVisionService>(modelsFolder);
     return services;
+}
+
+std::shared_ptr<SingleInstance> PlatformServices::instance(const std::string& name,
+                                                           std::shared_ptr<MainLoop> mainLoop) {
+    return std::make_shared<PosixSingleInstance>(std::move(mainLoop), name);
+}
+
+std::vector<LibraryVersion> PlatformServices::libraryVersions() {
+    std::vector<LibraryVersion> versions{qtVersion()};
+    for (auto& each : mediaLibraryVersions()) versions.push_back(std::move(each));
+    versions.insert(versions.end(), {pipeWireVersion(), openCvVersion(), xcbVersion()});
+    return versions;
 }
 
 }  // namespace platform

@@ -13,6 +13,7 @@
 #include "Platform/Desktop/StatusItem.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
 #include "Platform/Desktop/WindowManager.hpp"
+#include "Platform/Foundation/LibraryVersion.hpp"
 #include "Platform/Media/Player.hpp"
 #include "Platform/RecordingHost.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
@@ -51,6 +52,12 @@ struct PlatformServices : RecordingHost {
     /// process stands among the running applications; `modelsFolder` may hold segmentation networks.
     static PlatformServices makeDefault(const std::string& ownBundleIdentifier,
                                         const std::filesystem::path& modelsFolder = {});
+    /// The instance of that name alone, for a command that asks it something; `mainLoop` is needed to claim
+    /// it.
+    static std::shared_ptr<SingleInstance> instance(const std::string& name,
+                                                    std::shared_ptr<MainLoop> mainLoop = nullptr);
+    /// The libraries that serve all of this. Before or after the application object exists.
+    static std::vector<LibraryVersion> libraryVersions();
 };
 
 }  // namespace platform

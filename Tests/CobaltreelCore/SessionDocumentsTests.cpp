@@ -204,6 +204,20 @@ TEST(EventLogDocument, KeepsEveryBitOfEveryNumber) {
     EXPECT_TRUE(std::signbit(read.samples[0].t));
 }
 
+TEST(EventLogDocument, KeepsMarkersAndReadsDocumentsWithoutAny) {
+    EventLog log;
+    log.markers = {{1.5, ""}, {2, "שלום \"x\" \\ \n\x01 🎬"}};
+    const std::string json = SessionDocuments::encode(log);
+    EXPECT_THAT(json, HasSubstr(R"({"markers":[{"t":1.5,"text":""},)"));
+    EXPECT_EQ(SessionDocuments::decodeEventLog(json), log);
+    EXPECT_TRUE(
+        SessionDocuments::decodeEventLog(R"({"samples":[],"version":1,"windowFrames":[]})").markers.empty());
+    log.markers = {{1, "\xff cut \xd7"}};
+    EXPECT_THAT(SessionDocuments::decodeEventLog(SessionDocuments::encode(log)).markers[0].text,
+                HasSubstr(" cut "))
+        << "what is no UTF-8 costs no document";
+}
+
 TEST(EventLogDocument, NamesTheElementItCannotRead) {
     const struct {
         std::string_view json, key;
@@ -220,6 +234,8 @@ TEST(EventLogDocument, NamesTheElementItCannotRead) {
         {R"({"samples":[],"version":1})", "windowFrames"},
         {R"({"windowFrames":[{"t":1,"x":2,"y":3,"w":4,"h":5},{"t":1,"x":2,"y":3,"w":1e400,"h":5}]})",
          "windowFrames[1].w"},
+        {R"({"markers":[{"t":1,"text":""},{"t":1,"text":7}]})", "markers[1].text"},
+        {R"({"markers":[{"text":""}]})", "markers[0].t"},
         {R"({"samples":[{"t":1,"x":2)", "samples[0].x"},
         {"", ""},
         {"null", ""},

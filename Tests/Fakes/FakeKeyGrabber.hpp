@@ -4,13 +4,14 @@
 #include "Platform/Foundation/PlatformError.hpp"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
 
 namespace platform {
 
-/// A keyboard on which a test presses Escape or the chord that was taken.
+/// A keyboard on which a test presses Escape or a chord that was taken.
 class FakeKeyGrabber final : public KeyGrabber {
   public:
     /// When set, the key is refused with this error.
@@ -21,14 +22,14 @@ class FakeKeyGrabber final : public KeyGrabber {
     bool isGrabbed() const { return !escape_.expired(); }
     /// Whether anyone had taken the key.
     bool pressEscape() { return press(escape_); }
-    bool pressChord() { return press(chordPressed_); }
+    bool pressChord(int digit = 2) { return press(chordPressed_[digit]); }
 
     std::unique_ptr<KeyGrab> grabEscape(std::function<void()> pressed) override {
         return grab(escape_, std::move(pressed));
     }
     std::unique_ptr<KeyGrab> grabChord(const KeyChord& wanted, std::function<void()> pressed) override {
         chord = wanted;
-        return grab(chordPressed_, std::move(pressed));
+        return grab(chordPressed_[wanted.digit], std::move(pressed));
     }
     std::optional<PlatformError> chordsUnavailable() override { return refusal; }
 
@@ -53,7 +54,7 @@ class FakeKeyGrabber final : public KeyGrabber {
     }
 
     std::weak_ptr<Callback> escape_;
-    std::weak_ptr<Callback> chordPressed_;
+    std::map<int, std::weak_ptr<Callback>> chordPressed_;  // by digit
 };
 
 }  // namespace platform

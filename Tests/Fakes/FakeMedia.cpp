@@ -215,6 +215,7 @@ class FakeWriter final : public AssetWriter {
         record->audioSettings = settings;
         return audio_;
     }
+    void setChapters(const std::vector<Chapter>& chapters) override { record->chapters = chapters; }
     bool startWriting() override {
         record->started = script.starts;
         state = script.starts ? Status::writing : Status::failed;

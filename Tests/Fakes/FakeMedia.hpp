@@ -72,6 +72,7 @@ struct WriterRecord {
     FileType type = FileType::mpeg4;
     std::optional<VideoSettings> videoSettings;
     std::optional<AudioSettings> audioSettings;
+    std::vector<Chapter> chapters;
     std::optional<MediaTime> sessionStart;
     std::vector<SampleBuffer> video;
     std::vector<SampleBuffer> audio;

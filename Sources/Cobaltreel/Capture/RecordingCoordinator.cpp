@@ -10,6 +10,7 @@
 #include "Cobaltreel/Capture/SourceLists.hpp"
 #include "Cobaltreel/Capture/StartConditions.hpp"
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/Support/MarkerText.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 
 #include <QPointer>
@@ -24,16 +25,6 @@ namespace {
 
 constexpr double tickInterval = 1.0;  // seconds
 constexpr std::int64_t secondsBetweenDiskChecks = 5;
-
-std::string descriptionOf(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return {};
-    }
-}
 
 QCoro::Task<void> stopDevices(std::shared_ptr<RecordingEngine> engine) { co_await engine->cameraMic.stop(); }
 
@@ -74,6 +65,7 @@ const CameraMicRecorder& RecordingCoordinator::cameraMic() const { return engine
 
 bool RecordingCoordinator::devicesKnown() const { return lists_->devicesKnown(); }
 bool RecordingCoordinator::mediaServerMissing() const { return lists_->mediaServerMissing(); }
+int RecordingCoordinator::markerCount() const { return engine_->keeper.markerCount(); }
 QCoro::Task<void> RecordingCoordinator::refreshContent() { return lists_->refreshContent(); }
 void RecordingCoordinator::refreshDevices() { lists_->refreshDevices(); }
 
@@ -90,6 +82,7 @@ void RecordingCoordinator::setPhase(Phase phase) {
     const bool isSeen = stateOf(phase) != state();
     if (isSeen) Q_EMIT willChange();
     phase_ = phase;
+    if (isSeen) engine_->setQuiet(state() != State::idle);
     if (isSeen) Q_EMIT stateChanged();
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase);
 }
@@ -99,6 +92,12 @@ void RecordingCoordinator::toggle() {
         start();
     else if (phase_ == Phase::recording)
         stopRecording();
+}
+
+RecordingCoordinator::Marked RecordingCoordinator::mark(const QString& text) {
+    if (phase_ != Phase::recording) return Marked::notRecording;
+    Marker marker{engine_->services.clock->now(), MarkerText::cleaned(text).toStdString()};
+    return engine_->keeper.mark(std::move(marker)) ? Marked::marked : Marked::tooMany;
 }
 
 QCoro::Task<bool> RecordingCoordinator::ensureAuthorized(bool needCamera) {

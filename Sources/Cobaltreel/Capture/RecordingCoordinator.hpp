@@ -64,6 +64,11 @@ class RecordingCoordinator final : public RecordingChoices {
 
     /// Starts a recording when idle, stops one that runs; nothing during the countdown.
     void toggle();
+    enum class Marked { marked, notRecording, tooMany };
+    /// Marks this moment of the recording that runs. The text is kept as `MarkerText::cleaned` leaves it.
+    Marked mark(const QString& text);
+    /// Of the current or last recording.
+    int markerCount() const;
     /// Ends the recording, completes its files and opens the preview. Returns at once when none runs, or
     /// when it is being stopped already.
     QCoro::Task<void> stopRecording();

@@ -3,6 +3,7 @@
 #include "Cobaltreel/Capture/InterruptedTake.hpp"
 #include "Cobaltreel/Capture/RecordingFiles.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
 
 #include <filesystem>
 #include <system_error>
@@ -11,9 +12,26 @@ namespace cobaltreel {
 
 using platform::PlatformError;
 
+std::string descriptionOf(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return {};
+    }
+}
+
+void RecordingEngine::setQuiet(bool quiet) {
+    if (!quiet)
+        inhibition.reset();
+    else if (!inhibition && services.inhibitor)
+        inhibition = services.inhibitor->inhibit(S::quietReason().toStdString());
+}
+
 QCoro::Task<std::optional<PlatformError>> RecordingEngine::completeTake(
     SessionFolder folder, SessionMeta& meta, std::optional<double> pictureEndedAt) {
-    const EventLog events = mouse.stop();
+    const EventLog events = keeper.endEvents();
     co_await keeper.stop();
     auto error = writingError();
     meta.screenFirstPTS = screen.firstPTS();

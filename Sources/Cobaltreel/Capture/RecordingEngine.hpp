@@ -10,10 +10,12 @@
 
 #include <QCoroTask>
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace cobaltreel {
@@ -23,6 +25,9 @@ struct DiskState {
     bool isFolderGone = false;
     std::int64_t freeBytes = 0;
 };
+
+/// What an exception says; empty for one of a foreign kind.
+std::string descriptionOf(const std::exception_ptr& failure);
 
 /// What records. Shared by the coordinator and by each of its operations under way, so that an operation
 /// comes to its end, and a recording to complete files, whatever becomes of the coordinator. Main thread.
@@ -57,6 +62,9 @@ struct RecordingEngine {
         return error ? error : cameraMic.writingError();
     }
 
+    /// Holds back what would disturb a recording, or lets it come again.
+    void setQuiet(bool quiet);
+
     /// Writes what is left of a recording whose streams have ended: its pointer, its times (into `meta`,
     /// too), its documents. Returns why something could not be written; absent when all was. The engine is
     /// kept by the caller until then.
@@ -73,6 +81,7 @@ struct RecordingEngine {
     SessionKeeper keeper;
 
   private:
+    std::unique_ptr<platform::Inhibition> inhibition;
     platform::SerialQueue queue{"cobaltreel.session.files"};
 };
 

@@ -38,12 +38,6 @@ std::pair<SessionFolder, HeldFile> makeFreshFolder(std::chrono::system_clock::ti
     }
 }
 
-void moveTo(EventLog& target, EventLog&& source) {
-    target.samples.insert(target.samples.end(), source.samples.begin(), source.samples.end());
-    target.windowFrames.insert(target.windowFrames.end(), source.windowFrames.begin(),
-                               source.windowFrames.end());
-}
-
 }  // namespace
 
 RecordingFiles::RecordingFiles(std::chrono::system_clock::time_point now, const SessionMeta& meta) {
@@ -55,8 +49,8 @@ RecordingFiles::RecordingFiles(std::chrono::system_clock::time_point now, const 
 }
 
 void RecordingFiles::append(EventLog events) {
-    moveTo(waiting_, std::move(events));
-    if (waiting_.samples.empty() && waiting_.windowFrames.empty()) return;
+    waiting_.append(std::move(events));
+    if (waiting_.isEmpty()) return;
     journal_->append(EventJournal::line(waiting_));
     waiting_ = {1, {}, {}};
 }
@@ -88,12 +82,12 @@ std::optional<PlatformError> RecordingFiles::complete(EventLog events, const Ses
     reserve_.release();
     attempt([&] { folder_.writeMeta(meta); });
     EventLog last = std::move(waiting_);
-    moveTo(last, std::move(events));
+    last.append(std::move(events));
     waiting_ = {1, {}, {}};
     const bool isCompact = attempt([&] {
         EventLog all = EventJournal::read(folder_.journalFile());
         EventLog copy = last;
-        moveTo(all, std::move(copy));
+        all.append(std::move(copy));
         folder_.writeEvents(all);
     });
     std::error_code ignored;

@@ -46,6 +46,8 @@ SessionKeeper::~SessionKeeper() {
 
 void SessionKeeper::start(std::shared_ptr<RecordingFiles> files, SessionMeta meta) {
     files_ = std::move(files);
+    markers_.clear();
+    markerCount_ = 0;
     meta_ = std::move(meta);
     timer_ = mainLoop_->scheduleRepeating(interval, [this] { tick(); });
     watchForExit();
@@ -58,13 +60,32 @@ QCoro::Task<void> SessionKeeper::stop() {
     if (keeping == this) keeping = nullptr;
 }
 
+bool SessionKeeper::mark(Marker marker) {
+    if (markerCount_ >= maxMarkers) return false;
+    ++markerCount_;
+    markers_.push_back(std::move(marker));
+    return true;
+}
+
+EventLog SessionKeeper::takeEvents() {
+    EventLog events = mouse_.takeSamples();
+    events.markers = std::exchange(markers_, {});
+    return events;
+}
+
+EventLog SessionKeeper::endEvents() {
+    EventLog events = mouse_.stop();
+    events.markers = std::exchange(markers_, {});
+    return events;
+}
+
 void SessionKeeper::keepNow() {
-    queue_.sync([this, events = mouse_.takeSamples(), now = clock_->now()] { keep(events, now); });
+    queue_.sync([this, events = takeEvents(), now = clock_->now()] { keep(events, now); });
 }
 
 void SessionKeeper::tick() {
     if (busy_.exchange(true)) return;  // the disk is slow; the samples wait in the sampler
-    queue_.async([this, events = mouse_.takeSamples(), now = clock_->now()] {
+    queue_.async([this, events = takeEvents(), now = clock_->now()] {
         keep(events, now);
         busy_ = false;
     });

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace cobaltreel {
 
@@ -22,6 +23,8 @@ class ScreenRecorder;
 class SessionKeeper {
   public:
     static constexpr double interval = 0.5;  ///< seconds
+    static constexpr int maxMarkers =
+        10'000;  ///< one every fifth of a second, for as long as a recording may be
 
     SessionKeeper(std::shared_ptr<platform::Clock> clock, std::shared_ptr<platform::MainLoop> mainLoop,
                   ScreenRecorder& screen, CameraMicRecorder& cameraMic, MouseSampler& mouse);
@@ -30,6 +33,14 @@ class SessionKeeper {
     void start(std::shared_ptr<RecordingFiles> files, SessionMeta meta);
     /// Returns once nothing is being written any more; at once when nothing was started.
     QCoro::Task<void> stop();
+    /// Notes a moment that the user has marked; false when there are too many.
+    bool mark(Marker marker);
+    /// How many have been noted since the start.
+    int markerCount() const { return markerCount_; }
+    /// What the pointer did since the last call, and what was marked.
+    EventLog takeEvents();
+    /// The last events; nothing is noted any more.
+    EventLog endEvents();
     /// Keeps what there is now, and waits for it: the process is about to end.
     void keepNow();
 
@@ -44,6 +55,8 @@ class SessionKeeper {
     MouseSampler& mouse_;
 
     std::unique_ptr<platform::Timer> timer_;
+    std::vector<Marker> markers_;  // since events were taken last
+    int markerCount_ = 0;
     std::atomic<bool> busy_{false};
 
     // The queue's, but for `start` and `stop`, while nothing runs there.

@@ -58,6 +58,8 @@ void addInspectCommand(CLI::App& app, CommandBody& body);
 void addExportCommand(CLI::App& app, CommandBody& body);
 void addOpenCommand(CLI::App& app, CommandBody& body);
 void addToggleCommand(CLI::App& app, CommandBody& body);
+void addMarkCommand(CLI::App& app, CommandBody& body);
+void addStatusCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
 
 /// What happens when no subcommand was chosen: the application itself.

@@ -49,6 +49,14 @@ std::unique_ptr<QCoreApplication> makeApplication(Windows windows, int& argc, ch
     return application;
 }
 
+/// Of the program and of what it works with here: what a report of a fault should hold.
+std::string versions() {
+    std::string text = std::string("cobaltreel ") + COBALTREEL_VERSION;
+    for (const auto& [name, version] : platform::PlatformServices::libraryVersions())
+        text += "\n  " + name + ' ' + version;
+    return text;
+}
+
 /// The program with the command that was being read.
 std::string commandOf(const CLI::App& app) {
     const auto commands = app.get_subcommands();
@@ -72,7 +80,7 @@ CLI::Validator numberBetween(double least, double most) {
 
 int runCommandLine(int argc, char** argv) {
     CLI::App app{"Records the screen for short tutorials and exports them as composed movies.", "cobaltreel"};
-    app.set_version_flag("--version", std::string("cobaltreel ") + COBALTREEL_VERSION);
+    app.set_version_flag("--version", versions);
     app.require_subcommand(0, 1);
     app.footer(
         "Without a command the application starts, or shows the panel of the one that runs.\n"
@@ -87,6 +95,8 @@ int runCommandLine(int argc, char** argv) {
     addExportCommand(app, body);
     addOpenCommand(app, body);
     addToggleCommand(app, body);
+    addMarkCommand(app, body);
+    addStatusCommand(app, body);
     addDoctorCommand(app, body);
 
     try {

@@ -6,6 +6,7 @@
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
+#include "Cobaltreel/Support/Strings.hpp"
 
 #include <filesystem>
 #include <iostream>
@@ -114,6 +115,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     options.cameraStyle = arguments.style.value_or(meta.resolvedCameraStyle());
     options.clickRipples = arguments.ripples.value_or(true);
     options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
+    options.chapterNames = {S::chapterStart().toStdString(), S::marker().toStdString()};
     options.outputURL = outputFile(arguments, session.folder);
     return options;
 }

@@ -6,7 +6,10 @@
 #include "Cobaltreel/CommandLine/Interrupt.hpp"
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/TerminalSurroundings.hpp"
+#include "Cobaltreel/Shell/InstanceAnswers.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
+#include "Cobaltreel/Support/ApplicationIdentity.hpp"
+#include "Cobaltreel/Support/Hotkey.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
@@ -176,6 +179,37 @@ ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& 
     return coordinator.endedByFailure() ? ExitStatus::failed : ExitStatus::done;
 }
 
+/// Lets other commands, and a key, reach a recording that a terminal makes.
+class RemoteControl {
+  public:
+    RemoteControl(const platform::PlatformServices& host, RecordingCoordinator& coordinator)
+        : markKey_(host.keys, HotkeyManager::markChord),
+          instance_(platform::PlatformServices::instance(terminalRecordingName, host.mainLoop)) {
+        try {
+            claim_ = instance_->claim([&coordinator](const platform::InstanceRequest& request) {
+                return InstanceAnswers::answer(request, coordinator, false);
+            });
+        } catch (const platform::PlatformError&) {
+            // It records all the same.
+        }
+        // A portal would ask the user about the key.
+        if (host.session.type == platform::SessionType::wayland) return;
+        markKey_.onPress = [&coordinator] { coordinator.mark({}); };
+        QObject::connect(&coordinator, &RecordingCoordinator::stateChanged, &coordinator,
+                         [this, &coordinator] {
+                             if (coordinator.state() == State::recording)
+                                 markKey_.registerChord();
+                             else
+                                 markKey_.releaseChord();
+                         });
+    }
+
+  private:
+    HotkeyManager markKey_;
+    std::shared_ptr<platform::SingleInstance> instance_;
+    std::unique_ptr<platform::InstanceClaim> claim_;
+};
+
 ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
     const auto host = hostServices();
     AppSettings::shared();  // its language is that of the messages
@@ -197,6 +231,7 @@ ExitStatus runRecord(const RecordArguments& arguments, Interrupt& interrupt) {
         meter = host.mainLoop->scheduleRepeating(
             0.1, [&, begun] { progress.status(recordingLine(host.clock->now() - begun, coordinator)); });
     });
+    const RemoteControl remote(host, coordinator);
     const auto handling =
         interrupt.handle([&] { host.mainLoop->post([&coordinator] { coordinator.finishBeforeQuit(); }); });
 

@@ -1,5 +1,5 @@
 #include "Cobaltreel/CommandLine/Command.hpp"
-#include "Cobaltreel/CommandLine/HostServices.hpp"
+#include "Cobaltreel/CommandLine/RunningInstance.hpp"
 
 namespace cobaltreel {
 
@@ -8,7 +8,7 @@ void addToggleCommand(CLI::App& app, CommandBody& body) {
         "toggle", "Press the button of the application that runs: it starts or stops a recording");
     command->callback([&body] {
         body.run = [] {
-            if (!hostServices().singleInstance->send(platform::InstanceRequest::toggle))
+            if (!runningApplication()->send({platform::InstanceRequest::Kind::toggle}))
                 throw CommandError("the application does not run; start it with: cobaltreel");
             return ExitStatus::done;
         };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Cobaltreel/Export/ZoomPlan.hpp"
+#include "CobaltreelCore/Chapters.hpp"
 #include "CobaltreelCore/Models.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
 
@@ -28,6 +29,7 @@ struct ExportOptions {
     CameraStyle cameraStyle = CameraStyle::bubble;
     bool clickRipples = true;
     bool systemAudio = true;
+    Chapters::Names chapterNames{};   ///< the movie's chapters are the recording's markers
     std::filesystem::path outputURL;  ///< a file that is there already is replaced
 };
 

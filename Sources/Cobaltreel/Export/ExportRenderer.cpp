@@ -122,6 +122,18 @@ void ExportRenderer::planClicksAndZoom(const ExportOptions& options) {
         planZoom(options.zoomTiming, log, meta_, preparedClicks_, options.trimStart, options.trimEnd);
 }
 
+std::vector<platform::Chapter> ExportRenderer::chapters(const ExportOptions& options) const {
+    std::vector<platform::Chapter> result;
+    try {
+        const ExportTiming timing = timingOf(meta_, options.trimStart, options.trimEnd);
+        for (Chapter& each : Chapters::ofMarkers(folder_.readEvents().markers, timing, options.chapterNames))
+            result.push_back({each.start, each.end, std::move(each.title)});
+    } catch (const std::exception&) {
+        // Without its log a session exports without chapters.
+    }
+    return result;
+}
+
 std::unique_ptr<AssetReader> ExportRenderer::openScreen(const ExportOptions& options) {
     const auto asset = media_->asset(folder_.screenMovie());
     const auto tracks = asset->loadTracks(MediaType::video);
@@ -200,6 +212,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     AssetWriterInput* audioInput =
         audioReader ? &writer->addAudioInput({.sampleRate = 48000, .channels = 2, .bitRate = 128000})
                     : nullptr;
+    writer->setChapters(chapters(options));
     if (!writer->startWriting()) throwErrorOf(*writer, "writer");
     writer->startSession(MediaTime::fromSeconds(0));
 

@@ -70,6 +70,7 @@ class ExportRenderer {
     std::unique_ptr<platform::AssetReader> openAudioMix(const ExportOptions& options,
                                                         const ExportTiming& timing);
     void planClicksAndZoom(const ExportOptions& options);
+    std::vector<platform::Chapter> chapters(const ExportOptions& options) const;
     void runFrames(Run& run);
     void appendAudio(Run& run, double limit);
     void drainAudio(Run& run);

@@ -1,6 +1,7 @@
 #include "Cobaltreel/Shell/AppDelegate.hpp"
 
 #include "Cobaltreel/Capture/Awaiting.hpp"
+#include "Cobaltreel/Shell/InstanceAnswers.hpp"
 #include "Cobaltreel/Shell/OrphanSessions.hpp"
 #include "Cobaltreel/Shell/StatusLabels.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
@@ -53,6 +54,7 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       onboardingWindow_(permissions_, host_.mainLoop),
       coordinator_(std::move(recording)),
       hotkey_(host_.keys),
+      markKey_(host_.keys, HotkeyManager::markChord),
       model_(coordinator_, host_.clock, host_.mainLoop),
       stoppedAt_(-std::numeric_limits<double>::infinity()) {
     qApp->installEventFilter(this);
@@ -74,9 +76,11 @@ void AppDelegate::applicationDidFinishLaunching() {
     permissions_.refresh();
     if (!permissions_.allGranted()) onboardingWindow_.open();
     hotkey_.onPress = [this] { hotKeyPressed(); };
+    markKey_.onPress = [this] { coordinator_.mark({}); };
     const bool isWayland = host_.session.type == platform::SessionType::wayland;
     if (!hotkey_.registerChord())
         model_.setNotice(PopoverModel::hotKeyTopic, isWayland ? S::bindToggle() : S::shortcutTaken());
+    updateMarkKey();
     if (coordinator_.recordsOwnWindows()) model_.setNotice(PopoverModel::bubbleTopic, S::bubbleHides());
     if (host_.buttons && host_.buttons->unavailable())
         model_.setNotice(PopoverModel::clicksTopic, S::clicksUnseen());
@@ -108,6 +112,23 @@ void AppDelegate::hotKeyPressed() {
     if (!slipped) coordinator_.toggle();
 }
 
+/// Other programs have the keys back between recordings. A portal asks the user about keys, so it is not
+/// asked again and again.
+void AppDelegate::updateMarkKey() {
+    if (host_.session.type == platform::SessionType::wayland ||
+        coordinator_.state() == RecordingCoordinator::State::recording)
+        markKey_.registerChord();
+    else
+        markKey_.releaseChord();
+}
+
+std::string AppDelegate::onRequest(const platform::InstanceRequest& request) {
+    using Kind = platform::InstanceRequest::Kind;
+    if (request.kind == Kind::toggle) hotKeyPressed();
+    if (request.kind == Kind::show) openPanel();
+    return InstanceAnswers::answer(request, coordinator_, windows_->isExporting());
+}
+
 bool AppDelegate::isInPicture() const {
     return coordinator_.state() == RecordingCoordinator::State::recording && coordinator_.recordsOwnWindows();
 }
@@ -126,6 +147,7 @@ void AppDelegate::onStateChanged() {
     keepPanelOutOfPicture();
     const bool recording = coordinator_.state() == RecordingCoordinator::State::recording;
     if (std::exchange(wasRecording_, recording) && !recording) stoppedAt_ = host_.clock->now();
+    updateMarkKey();
     updateLabel();
 }
 

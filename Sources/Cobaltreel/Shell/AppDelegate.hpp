@@ -13,6 +13,7 @@
 #include <QRect>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace cobaltreel {
@@ -34,8 +35,8 @@ class AppDelegate final : public QObject {
 
     /// Brings up the panel, wherever the user left it.
     void openPanel();
-    /// What the keys do, too: starts or stops a recording.
-    void pressButton() { hotKeyPressed(); }
+    /// What another process wants; returns the answer.
+    std::string onRequest(const platform::InstanceRequest& request);
     /// Finishes the files of a recording under way, settles what becomes of the recordings in previews, then
     /// ends the application's event loop; first asks what becomes of an export that runs. A second call
     /// changes nothing.
@@ -65,6 +66,7 @@ class AppDelegate final : public QObject {
     void updateLabel();
     std::vector<platform::StatusMenuItem> statusMenu();
     void hotKeyPressed();
+    void updateMarkKey();
     void onStateChanged();
     void panelClosed();
     std::optional<QRect> statusItemFrame() const;
@@ -81,6 +83,7 @@ class AppDelegate final : public QObject {
     OnboardingWindow onboardingWindow_;
     RecordingCoordinator coordinator_;
     HotkeyManager hotkey_;
+    HotkeyManager markKey_;
     PopoverModel model_;
     std::unique_ptr<PanelWindow> panel_;
     PanelWindow::Look panelLook_ = PanelWindow::Look::popover;

@@ -56,12 +56,8 @@ void CobaltreelApp::run(platform::PlatformServices host,
                         const std::function<void(std::function<void()>)>& endsWith) {
     AppDelegate* delegate = nullptr;
     // Before anything else: two instances would fight for the devices and for the recordings.
-    const auto instance = host.singleInstance->claim([&delegate](platform::InstanceRequest request) {
-        if (!delegate) return;
-        if (request == platform::InstanceRequest::toggle)
-            delegate->pressButton();
-        else
-            delegate->openPanel();
+    const auto instance = host.singleInstance->claim([&delegate](const platform::InstanceRequest& request) {
+        return delegate ? delegate->onRequest(request) : std::string();
     });
     if (!instance) return;
 

@@ -15,10 +15,7 @@ EventLog read(const std::filesystem::path& file) {
     std::string_view rest = bytes;
     for (auto end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
         try {
-            const EventLog piece = SessionDocuments::decodeEventLog(rest.substr(0, end));
-            log.samples.insert(log.samples.end(), piece.samples.begin(), piece.samples.end());
-            log.windowFrames.insert(log.windowFrames.end(), piece.windowFrames.begin(),
-                                    piece.windowFrames.end());
+            log.append(SessionDocuments::decodeEventLog(rest.substr(0, end)));
         } catch (const DocumentError&) {
             // A damaged piece costs what it held.
         }

@@ -6,8 +6,9 @@ namespace cobaltreel {
 
 bool HotkeyManager::registerChord() {
     if (!keys_) return false;
+    if (hotKey_) return true;
     try {
-        hotKey_ = keys_->grabChord(chord, [this] {
+        hotKey_ = keys_->grabChord(wanted_, [this] {
             if (onPress) onPress();
         });
         return true;

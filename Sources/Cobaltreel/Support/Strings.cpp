@@ -35,6 +35,12 @@ QString S::timeLeft(const QString& time) {
     return isEnglish() ? time + QStringLiteral(" left") : QStringLiteral(u"נותרו ") + time;
 }
 
+QString S::markerAndOthers(const QString& marker, int others) {
+    if (others == 0) return marker;
+    return choose(u"\u2068%1\u2069 ועוד %2", u"\u2068%1\u2069 and %2 more")
+        .arg(marker, QString::number(others));
+}
+
 std::span<const S::Entry> S::catalogue() {
 #define COBALTREEL_ENTRY(name, hebrew, english) Entry{#name, hebrew, english},
     static const Entry entries[]{COBALTREEL_TEXTS(COBALTREEL_ENTRY)};

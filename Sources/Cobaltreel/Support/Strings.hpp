@@ -33,6 +33,9 @@ struct S {
     /// How long something still takes; `time` as minutes and seconds.
     static QString timeLeft(const QString& time);
 
+    /// A marker, with so many others at all but the same place.
+    static QString markerAndOthers(const QString& marker, int others);
+
     struct Entry {
         std::string_view name;
         QStringView hebrew;

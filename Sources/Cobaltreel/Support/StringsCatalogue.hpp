@@ -131,6 +131,9 @@
                        u"או הוסף את המשתמש לקבוצות \u2068video\u2069 ו-\u2068audio\u2069 והתחבר מחדש",        \
           u"This user may not open a camera or a microphone. Start PipeWire, which hands them out, or add "   \
           u"the user to the groups video and audio and log in again")                                        \
+    ENTRY(marker, u"סימון", u"Marker")                                                                        \
+    ENTRY(chapterStart, u"התחלה", u"Start")                                                                   \
+    ENTRY(quietReason, u"הקלטת מסך", u"A screen recording runs")                                              \
     ENTRY(settingsMissing, u"לא נמצאה תוכנית הגדרות של שולחן העבודה. אפשר להתקין \u2068pavucontrol\u2069 למיקרופון",\
           u"No settings program of the desktop was found. For the microphone, pavucontrol can be installed")
 // clang-format on

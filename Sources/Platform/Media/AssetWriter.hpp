@@ -7,6 +7,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace platform {
 
@@ -39,6 +41,13 @@ struct AudioSettings {
     bool expectsMediaDataInRealTime = false;
 };
 
+/// A named part of a movie, in seconds on the file's timeline.
+struct Chapter {
+    double start = 0;
+    double end = 0;
+    std::string title;  ///< UTF-8
+};
+
 /// One track being written: a bounded queue and an encoder thread. Appended from one thread at a time.
 class AssetWriterInput {
   public:
@@ -69,6 +78,9 @@ class AssetWriter {
     /// Inputs are added before `startWriting` and live as long as the writer.
     virtual AssetWriterInput& addVideoInput(const VideoSettings& settings) = 0;
     virtual AssetWriterInput& addAudioInput(const AudioSettings& settings) = 0;
+    /// What the file tells players of its parts, in ascending order; before `startWriting`. A kind of file
+    /// that has no chapters leaves them out.
+    virtual void setChapters(const std::vector<Chapter>& chapters) = 0;
     /// Opens the encoders and the file; false on failure, which `error` explains.
     virtual bool startWriting() = 0;
     /// The source time that becomes 0 on the file's timeline. Samples before it are cut away.

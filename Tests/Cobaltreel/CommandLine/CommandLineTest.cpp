@@ -144,6 +144,31 @@ TEST_F(CommandLineTest, ExportsWithTheOptionsThatWereAsked) {
     }
 }
 
+TEST_F(CommandLineTest, MarkersOfARunningRecordingBecomeChapters) {
+    EXPECT_EQ(run({"status"}).status, 4);
+    EXPECT_THAT(run({"mark", "too early"}).err, HasSubstr("nothing is being recorded"));
+    Program recording(cobaltreel({"record"}));
+    ASSERT_TRUE(recording.readUntil([](const auto&) { return run({"status"}).status == 0; }));
+    EXPECT_EQ(run({"mark", "first", "step"}).out, "marker 1: first step\n");
+    // Once the screen surely has been seen, and as far from the first as another chapter has to be.
+    ASSERT_TRUE(recording.readUntil([](const auto&) {
+        return json::parse(run({"status", "--json"}).out)["elapsed"].get<double>() >= 2;
+    }));
+    EXPECT_EQ(run({"mark", "ארוך" + std::string(10'000, 'x')}).status, 0);
+    const auto status = json::parse(run({"status", "--json"}).out);
+    EXPECT_EQ(status["state"], "recording");
+    EXPECT_EQ(status["markers"], 2);
+    recording.signal(SIGINT);
+    const auto result = recording.finish();
+    EXPECT_EQ(result.status, 0) << result.err;
+    const std::string movie = firstLine(run({"export", firstLine(result.out), "--name", "chapters"}).out);
+    const auto probed = json::parse(
+        Program({"ffprobe", "-v", "error", "-show_chapters", "-of", "json", movie}).finish().out)["chapters"];
+    ASSERT_GE(probed.size(), 2U) << probed;
+    EXPECT_EQ(probed[probed.size() - 1]["tags"]["title"].get<std::string>().substr(0, 8), "ארוך");
+    EXPECT_EQ(probed[0]["start"], 0);
+}
+
 TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
     const fs::path empty = copyOfSession("empty"), hostile = copyOfSession("hostile"),
                    noMovie = copyOfSession("nomovie");

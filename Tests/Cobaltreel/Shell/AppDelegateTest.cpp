@@ -14,8 +14,10 @@ namespace cobaltreel {
 namespace {
 
 using State = RecordingCoordinator::State;
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 const platform::StatusLabel idleLabel{"record.circle", ""};
 
@@ -167,6 +169,10 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     EXPECT_EQ(tray->labels.back(), (platform::StatusLabel{"record.circle.fill", "00:00"}));
     Q_EMIT shell->coordinator().deviceMessage("The camera is gone.", {}, "cam");
     EXPECT_THAT(notifications->shown, ElementsAre("The camera is gone.")) << "nobody looks at the panel";
+    EXPECT_TRUE(keys->pressChord(3));
+    EXPECT_THAT(shell->onRequest({platform::InstanceRequest::Kind::mark, "here"}), HasSubstr("\"number\":2"));
+    EXPECT_THAT(shell->onRequest({platform::InstanceRequest::Kind::status}),
+                AllOf(HasSubstr("\"state\":\"recording\""), HasSubstr("\"markers\":2")));
     EXPECT_FALSE(tray->labels.back().isStill);
     tray->isDrawnByDesktop = true;
     time->advance(65.9);
@@ -175,6 +181,8 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     keys->pressChord();
     ASSERT_TRUE(stateBecomes(State::idle));
     EXPECT_EQ(tray->labels.back(), idleLabel);
+    EXPECT_FALSE(keys->pressChord(3)) << "other programs have the key back";
+    EXPECT_THAT(shell->onRequest({platform::InstanceRequest::Kind::mark}), HasSubstr("notRecording"));
     time->advance(0.3);
     keys->pressChord();
     EXPECT_EQ(shell->coordinator().state(), State::idle) << "a slip of the finger";

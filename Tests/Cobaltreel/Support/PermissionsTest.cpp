@@ -79,7 +79,7 @@ TEST(Hotkey, TakesOptionCommandTwoAndGoesOnWithoutIt) {
         hotkey.onPress = [&] { ++presses; };
         EXPECT_FALSE(keys->pressChord());
         EXPECT_TRUE(hotkey.registerChord());
-        EXPECT_EQ(keys->chord, (platform::KeyChord{2, true, true}));
+        EXPECT_EQ(keys->chord, (platform::KeyChord{2, true, true, "toggle", "Start or stop a recording"}));
         EXPECT_TRUE(keys->pressChord());
         EXPECT_EQ(presses, 1);
         hotkey.onPress = nullptr;

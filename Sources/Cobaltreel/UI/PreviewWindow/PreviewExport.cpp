@@ -40,6 +40,7 @@ ExportOptions PreviewModel::exportOptions() const {
     options.cameraStyle = cameraStyle_;
     options.clickRipples = ripples_;
     options.systemAudio = systemAudio_ && meta_.systemAudioEnabled;
+    options.chapterNames = {S::chapterStart().toStdString(), S::marker().toStdString()};
     return options;
 }
 

@@ -20,6 +20,8 @@ AssetWriterInput& FFmpegWriter::addAudioInput(const AudioSettings& settings) {
     return *inputs_.emplace_back(std::make_unique<AudioWriterInput>(state_, settings));
 }
 
+void FFmpegWriter::setChapters(const std::vector<Chapter>& chapters) { state_.muxer.setChapters(chapters); }
+
 bool FFmpegWriter::startWriting() {
     if (status() != Status::unknown) return false;
     try {

@@ -17,6 +17,7 @@ class FFmpegWriter final : public AssetWriter {
 
     AssetWriterInput& addVideoInput(const VideoSettings& settings) override;
     AssetWriterInput& addAudioInput(const AudioSettings& settings) override;
+    void setChapters(const std::vector<Chapter>& chapters) override;
     bool startWriting() override;
     void startSession(MediaTime atSourceTime) override { state_.startSession(atSourceTime); }
     Status status() const override { return state_.status(); }

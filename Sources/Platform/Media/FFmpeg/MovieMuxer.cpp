@@ -75,6 +75,28 @@ void MovieMuxer::reserveIndex(double seconds, double framesPerSecond) {
     indexBytes_ = std::llround(head + 1.25 * (seconds + 2) * perSecond);
 }
 
+void MovieMuxer::setChapters(const std::vector<Chapter>& chapters) {
+    if (chapters.empty()) return;
+    // The library takes over the list and each of its entries, and frees them with the context.
+    auto** list = static_cast<AVChapter**>(av_calloc(chapters.size(), sizeof(AVChapter*)));
+    if (!list) throw std::bad_alloc();
+    context_->chapters = list;
+    // A title stands in the list of the file and, as the text of a track of its own, in the media data.
+    constexpr std::int64_t perChapter = 64, perTrack = 4096;
+    chapterBytes_ = perTrack;
+    for (const Chapter& each : chapters) {
+        auto* chapter = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+        if (!chapter) throw std::bad_alloc();
+        list[context_->nb_chapters++] = chapter;
+        chapter->id = context_->nb_chapters;
+        chapter->time_base = AV_TIME_BASE_Q;
+        chapter->start = std::llround(each.start * AV_TIME_BASE);
+        chapter->end = std::llround(each.end * AV_TIME_BASE);
+        check(av_dict_set(&chapter->metadata, "title", each.title.c_str(), 0), sentence());
+        chapterBytes_ += perChapter + static_cast<std::int64_t>(each.title.size());
+    }
+}
+
 void MovieMuxer::begin() {
     const std::lock_guard lock(mutex_);
     AVDictionary* options = nullptr;
@@ -85,7 +107,7 @@ void MovieMuxer::begin() {
         context_->max_interleave_delta = interleaveMicroseconds;
         context_->flags |= AVFMT_FLAG_FLUSH_PACKETS;
     } else if (indexBytes_ > 0) {
-        av_dict_set_int(&options, "moov_size", indexBytes_, 0);
+        av_dict_set_int(&options, "moov_size", indexBytes_ + chapterBytes_, 0);
     } else {
         av_dict_set(&options, "movflags", "faststart", 0);
     }

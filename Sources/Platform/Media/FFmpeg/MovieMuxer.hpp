@@ -30,6 +30,8 @@ class MovieMuxer {
     /// Keeps room in front for the index of that many seconds with `framesPerSecond` pictures each. Before
     /// `begin`.
     void reserveIndex(double seconds, double framesPerSecond);
+    /// Before `begin`, once.
+    void setChapters(const std::vector<Chapter>& chapters);
     /// Writes the file's head; the tracks are complete.
     void begin();
     /// Lets a movie that is written in fragments tell the host-clock time of its zero, whatever becomes of
@@ -67,6 +69,7 @@ class MovieMuxer {
     std::optional<double> writtenEnd_;  // seconds, of the longest track as far as packets came
     bool headOut_ = false;              // the fragmented file's track list is written
     std::int64_t indexBytes_ = 0;       // kept for the index; 0: as much as it will need
+    std::int64_t chapterBytes_ = 0;     // what chapters add to the index
     bool dirty_ = false;                // packets wait in the library's buffers
 };
 
