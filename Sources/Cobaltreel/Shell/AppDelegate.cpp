@@ -50,7 +50,7 @@ AppDelegate::AppDelegate(platform::PlatformServices host, RecordingServices reco
       windows_(recording.windows),
       defaults_(recording.defaults),
       permissions_({host_.mainLoop, host_.screenAccess, host_.deviceAccess, host_.systemSettings,
-                    host_.relauncher, [this] { quit(); }}),
+                    host_.relauncher, [this] { quit(); }, host_.session.type}),
       onboardingWindow_(permissions_, host_.mainLoop),
       coordinator_(std::move(recording)),
       hotkey_(host_.keys),

@@ -23,7 +23,8 @@ void Permissions::openSettings(const std::string& pane) {
 
 QString Permissions::hint() const {
     QStringList lines;
-    if (!screenGranted_) lines.append(S::screenHint());
+    const bool isWayland = services_.session == platform::SessionType::wayland;
+    if (!screenGranted_) lines.append(isWayland ? S::portalHint() : S::screenHint());
     if (!cameraGranted_ || !micGranted_) lines.append(S::devicesHint());
     if (settingsMissing_ && !allGranted()) lines.append(S::settingsMissing());
     return lines.join(QLatin1Char('\n'));

@@ -3,6 +3,7 @@
 #include "Platform/Capture/DeviceAccess.hpp"
 #include "Platform/Desktop/Relauncher.hpp"
 #include "Platform/Desktop/ScreenAccess.hpp"
+#include "Platform/Desktop/SessionType.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
@@ -23,6 +24,8 @@ struct PermissionServices {
     std::shared_ptr<platform::Relauncher> relauncher;
     /// Ends the application in good order.
     std::function<void()> quit;
+    /// What can help depends on it.
+    platform::SessionType session = platform::SessionType::x11;
 };
 
 /// The three permissions that a recording needs. Main thread only.

@@ -127,6 +127,11 @@
     ENTRY(exportedTo, u"הסרטון נשמר: \u2066%1\u2069", u"Saved: %1")                                         \
     ENTRY(screenHint, u"אי אפשר לקרוא את המסך. פתח את התוכנית בתוך שולחן העבודה שאתה רוצה להקליט",            \
           u"The screen cannot be read. Start the program inside the desktop that you want to record")        \
+    ENTRY(portalHint, u"שולחן העבודה הזה (\u2068Wayland\u2069) לא משתף את המסך עם תוכניות. התקן את "             \
+                      u"\u2068xdg-desktop-portal\u2069 עם החלק שלו לשולחן העבודה שלך "                          \
+                      u"(\u2068-gnome\u2069, \u2068-kde\u2069 או \u2068-wlr\u2069) והתחבר מחדש",            \
+          u"This Wayland desktop does not share its screen with programs. Install xdg-desktop-portal with "   \
+          u"the part for your desktop (-gnome, -kde or -wlr), then log in again")                             \
     ENTRY(devicesHint, u"אסור למשתמש הזה לפתוח מצלמה או מיקרופון. הפעל את \u2068PipeWire\u2069, שמחלק אותם, "\
                        u"או הוסף את המשתמש לקבוצות \u2068video\u2069 ו-\u2068audio\u2069 והתחבר מחדש",        \
           u"This user may not open a camera or a microphone. Start PipeWire, which hands them out, or add "   \

@@ -108,6 +108,9 @@ TEST_F(OnboardingTest, WhatToDoIsSaidWhereNoButtonCanHelp) {
     const QString hint = permissions_.hint();
     EXPECT_TRUE(hint.contains(S::screenHint()) && hint.contains(S::devicesHint()) &&
                 hint.contains(S::settingsMissing()));
+    Permissions onWayland(
+        {time_, screen_, devices_, settings_, relauncher_, [] {}, platform::SessionType::wayland});
+    EXPECT_TRUE(onWayland.hint().contains("xdg-desktop-portal"));
     EXPECT_TRUE(eventually([&] { return window_.window()->height() > 260; })) << "there is room for it";
     screen_->granted = true;
     devices_->camera = devices_->microphone = AuthorizationStatus::authorized;
