@@ -22,20 +22,20 @@ QCoro::Task<void> SourceLists::refreshContent() {
     const auto engine = engine_;
     std::optional<platform::ShareableContent> content;
     bool serverMissing = false;
-    try {
-        co_await engine->offMainThread([&] {
-            // The first question to the media server may wait for it: here, not on the main thread.
-            engine->services.capture->devices();
-            serverMissing = engine->services.capture->unavailable().has_value();
+    co_await engine->offMainThread([&] {
+        // The first question to the media server may wait for it: here, not on the main thread.
+        engine->services.capture->devices();
+        serverMissing = engine->services.capture->unavailable().has_value();
+        try {
             content = engine->services.screenCapture->shareableContent();
-        });
-    } catch (const std::exception&) {
-        co_return;
-    }
+        } catch (const std::exception&) {
+            // A screen that cannot be listed says nothing about the devices; a start reports it.
+        }
+    });
     if (!alive) co_return;
     devicesKnown_ = true;
     mediaServerMissing_ = serverMissing;
-    choices_.offer(*content, bundleIdentifier);
+    if (content) choices_.offer(*content, bundleIdentifier);
 }
 
 QCoro::Task<void> SourceLists::devicesChanged() {
