@@ -42,7 +42,8 @@ TEST_F(RecordingPreviewTest, OffersWhatIsWorthRecordingAndKeepsSelections) {
 
     capture->fakeDevices = {{}, {mic}, std::nullopt};
     makeCoordinator();
-    coordinator->refreshDevices();
+    choose();
+    EXPECT_TRUE(coordinator->devicesKnown()) << "whatever the screen says";
     EXPECT_EQ(coordinator->selectedMicID(), "mic") << "the first where there is no default";
     EXPECT_FALSE(coordinator->selectedCameraID());
 }
