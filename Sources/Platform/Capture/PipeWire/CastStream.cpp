@@ -62,7 +62,9 @@ CastStream::CastStream(UniqueFd remote, std::uint32_t node, ContentKind kind,
         due_ = std::make_unique<LoopEvent>(loop, [this] { deliverIfDue(); });
         patience_ = std::make_unique<LoopEvent>(loop, [this] {
             if (!isReady_)
-                fail(castError(noPictures, "The desktop shares the screen but sends no picture of it."));
+                fail(castError(noPictures,
+                               "The desktop shares the screen but sends no picture of it. "
+                               "Try again, or choose another screen or window."));
         });
         patience_->signalAfter(patience);
         connect(std::move(remote), node);
