@@ -66,11 +66,14 @@ std::string fault(const std::string& file, const IncludeRule& rule, const std::s
     if (!quoted) {
         const std::string name = family(header);
         if (name.empty()) return "is of no known library";
-        const auto& allowed = rule.libraries;
-        return std::find(allowed.begin(), allowed.end(), name) == allowed.end() ? "is of library " + name
-                                                                                : "";
+        const bool isAllowed = name == "std" || std::ranges::count(rule.libraries, name) > 0;
+        return isAllowed ? "" : "is of library " + name;
     }
-    if (!within(header, rule.mayInclude)) return "is outside what this folder may include";
+    const std::string own = file.substr(0, file.find('/', file.find('/') + 1));
+    const bool isCore = file.starts_with("CobaltreelCore/");
+    const bool isBasic = header.starts_with(isCore ? "CobaltreelCore/" : "Platform/Foundation/");
+    if (!isBasic && !header.starts_with(own) && !within(header, rule.mayInclude))
+        return "is outside what this folder may include";
     for (const auto folder : libraryFolders) {
         if (!header.starts_with(folder) || file.starts_with(folder)) continue;
         const bool named =

@@ -1,72 +1,44 @@
 #include "Fidelity/Ssim.hpp"
 
 #include <cstddef>
-#include <cstdint>
-#include <vector>
+
+#include <opencv2/imgproc.hpp>
 
 namespace fidelity {
 namespace {
 
-constexpr int block = 4;        // samples; a window is two blocks wide and high
-constexpr int windowArea = 64;  // samples
+constexpr int window = 8, apart = 4;  // samples
 
-struct Sums {
-    int a = 0, b = 0, squares = 0, products = 0;
-};
-
-/// Of each 4 × 4 block of one row of blocks.
-void sumBlocks(const platform::Plane& a, const platform::Plane& b, int row, std::vector<Sums>& sums) {
-    for (std::size_t column = 0; column < sums.size(); ++column) {
-        Sums sum;
-        for (int y = 0; y < block; ++y) {
-            const std::ptrdiff_t line = row * block + y;
-            const auto x = static_cast<std::ptrdiff_t>(column) * block;
-            const std::uint8_t* p = a.data + line * a.stride + x;
-            const std::uint8_t* q = b.data + line * b.stride + x;
-            for (int i = 0; i < block; ++i) {
-                sum.a += p[i];
-                sum.b += q[i];
-                sum.squares += p[i] * p[i] + q[i] * q[i];
-                sum.products += p[i] * q[i];
-            }
+/// The mean of each window of a plane.
+cv::Mat1d means(const cv::Mat1d& plane) {
+    cv::Mat1d sums, picked;
+    cv::integral(plane, sums, CV_64F);
+    picked.create((plane.rows - window) / apart + 1, (plane.cols - window) / apart + 1);
+    for (int y = 0; y < picked.rows; ++y)
+        for (int x = 0; x < picked.cols; ++x) {
+            const int left = x * apart, top = y * apart, right = left + window, bottom = top + window;
+            picked(y, x) = (sums(bottom, right) - sums(top, right) - sums(bottom, left) + sums(top, left)) /
+                           (window * window);
         }
-        sums[column] = sum;
-    }
+    return picked;
 }
 
-double similarityOf(const Sums& window) {
-    constexpr double c1 = 0.01 * 255 * 0.01 * 255, c2 = 0.03 * 255 * 0.03 * 255;
-    const double meanA = window.a / static_cast<double>(windowArea),
-                 meanB = window.b / static_cast<double>(windowArea);
-    const double squares = meanA * meanA + meanB * meanB, product = meanA * meanB;
-    const double variances = window.squares / static_cast<double>(windowArea) - squares,
-                 covariance = window.products / static_cast<double>(windowArea) - product;
-    return (2 * product + c1) * (2 * covariance + c2) / ((squares + c1) * (variances + c2));
+cv::Mat1d samplesOf(const platform::Plane& plane) {
+    const cv::Mat1b bytes(plane.height, plane.width, plane.data, static_cast<std::size_t>(plane.stride));
+    return cv::Mat1d(bytes);
 }
 
 }  // namespace
 
-double ssim(const platform::Plane& a, const platform::Plane& b) {
-    const int columns = a.width / block, rows = a.height / block;
-    if (columns < 2 || rows < 2) return 1;
-    std::vector<Sums> above(static_cast<std::size_t>(columns)), below(above.size());
-    sumBlocks(a, b, 0, above);
-    double total = 0;
-    for (int row = 1; row < rows; ++row) {
-        sumBlocks(a, b, row, below);
-        for (std::size_t i = 0; i + 1 < above.size(); ++i) {
-            Sums window;
-            for (const Sums* part : {&above[i], &above[i + 1], &below[i], &below[i + 1]}) {
-                window.a += part->a;
-                window.b += part->b;
-                window.squares += part->squares;
-                window.products += part->products;
-            }
-            total += similarityOf(window);
-        }
-        above.swap(below);
-    }
-    return total / (static_cast<double>(columns - 1) * (rows - 1));
+double ssim(const platform::Plane& planeA, const platform::Plane& planeB) {
+    if (planeA.width < window || planeA.height < window) return 1;
+    constexpr double c1 = 0.01 * 255 * 0.01 * 255, c2 = 0.03 * 255 * 0.03 * 255;
+    const cv::Mat1d a = samplesOf(planeA), b = samplesOf(planeB), meanA = means(a), meanB = means(b);
+    const cv::Mat1d squares = meanA.mul(meanA) + meanB.mul(meanB), product = meanA.mul(meanB);
+    const cv::Mat1d variances = means(a.mul(a) + b.mul(b)) - squares, covariance = means(a.mul(b)) - product;
+    const cv::Mat1d similar =
+        (2 * product + c1).mul(2 * covariance + c2) / (squares + c1).mul(variances + c2);
+    return cv::mean(similar)[0];
 }
 
 Similarity similarity(const platform::PixelBuffer& a, const platform::PixelBuffer& b) {

@@ -2,15 +2,7 @@ import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
 
-Grid {
-    id: board
-
-    required property InterfaceSettings settings
-
-    padding: 20
-    columns: 3
-    spacing: 20
-
+Board {
     BoardCell { caption: "text"; MacButton { text: S.quit } }
     BoardCell { caption: "picture"; MacButton { iconName: "gearshape"; verticalPadding: 5; tip: S.settings } }
     BoardCell { caption: "focus"; MacButton { text: S.cancel; showsFocus: true } }

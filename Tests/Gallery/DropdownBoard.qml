@@ -2,15 +2,12 @@ import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
 
-Grid {
+Board {
     id: board
 
-    required property InterfaceSettings settings
     readonly property string longName: "HD Pro Webcam C920 with a very long description (046d:082d)"
 
-    padding: 20
     columns: 2
-    spacing: 20
 
     BoardCell { caption: "closed"; room: 292; MacDropdown { width: parent.width; text: S.camera; content: [] } }
     BoardCell { caption: "focus"; room: 292; MacDropdown { width: parent.width; text: S.camera; content: []; showsFocus: true } }

@@ -1,5 +1,3 @@
-#include "Gallery/Gallery.hpp"
-
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
@@ -11,9 +9,13 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QQuickItem>
+#include <filesystem>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <stdexcept>
+#include <string_view>
+#include <vector>
 
 namespace cobaltreel {
 namespace {
@@ -21,10 +23,11 @@ namespace {
 struct Board {
     const char* picture;
     const char* type;
-    bool showsPanel = false;
+    const char* module = "Cobaltreel.Gallery";
+    QSize size = {};  // where the view has none of its own
 };
 
-constexpr Board boards[]{
+const Board boards[]{
     {"MacSwitch", "SwitchBoard"},
     {"MacSlider", "SliderBoard"},
     {"MacSegmented", "SegmentedBoard"},
@@ -35,8 +38,8 @@ constexpr Board boards[]{
     {"MacButton", "ButtonBoard"},
     {"Icons", "IconBoard"},
     {"Tip", "TipBoard"},
-    {"Panel", "PanelBoard", true},
-    {"SettingsWindow", "SettingsBoard"},
+    {"Panel", "PopoverView", "Cobaltreel.PopoverView"},
+    {"SettingsWindow", "SettingsView", "Cobaltreel.SettingsWindow", {320, 140}},
     {"Countdown", "CountdownBoard"},
 };
 
@@ -77,12 +80,12 @@ class GalleryPanel : FakeHost {
 QImage draw(const Board& board) {
     QVariantMap properties{{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}};
     std::unique_ptr<GalleryPanel> panel;
-    if (board.showsPanel) {
+    if (std::string_view(board.picture) == "Panel") {
         panel = std::make_unique<GalleryPanel>();
-        properties.insert(QStringLiteral("model"), QVariant::fromValue(&panel->model));
+        properties = {{QStringLiteral("model"), QVariant::fromValue(&panel->model)}};
     }
     AppWindow window(&AppWindows::engine(), nullptr);
-    AppWindows::setLocalizedContent(window, View::ofModule(QStringLiteral("Cobaltreel.Gallery"),
+    AppWindows::setLocalizedContent(window, View::ofModule(QString::fromLatin1(board.module),
                                                            QString::fromLatin1(board.type), properties));
     if (window.status() != QQuickView::Ready) throw std::runtime_error("the window could not be built");
     window.resize(window.initialSize());
@@ -90,36 +93,51 @@ QImage draw(const Board& board) {
     waitUntilSettled(window);
     // Lists are laid out with the first picture.
     const QQuickItem* root = window.rootObject();
-    window.resize(QSizeF(root->implicitWidth(), root->implicitHeight()).toSize());
+    window.resize(board.size.isEmpty() ? QSizeF(root->implicitWidth(), root->implicitHeight()).toSize()
+                                       : board.size);
     waitUntilSettled(window);
     return window.grabWindow();
 }
 
-}  // namespace
+/// Whether a picture shows more than a plain ground.
+bool showsSomething(const QImage& picture) {
+    std::set<QRgb> colors;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) colors.insert(picture.pixel(x, y));
+    return colors.size() > 10;
+}
 
-int runGallery(const GalleryOptions& options) {
-    try {
-        std::filesystem::create_directories(options.directory);
-        platform::UserDefaults::setStandard(std::make_shared<platform::InMemoryUserDefaults>());
+void drawAll(const std::filesystem::path& folder) {
+    std::filesystem::create_directories(folder);
+    platform::UserDefaults::setStandard(std::make_shared<platform::InMemoryUserDefaults>());
+    for (const Board& board : boards) {
+        std::vector<QImage> pictures;
         for (const Language language : allCases<Language>) {
             AppSettings::shared().setLanguage(language);
-            for (const Board& board : boards) {
-                const auto name = std::string(board.picture) + "-" + std::string(rawValue(language)) + ".png";
-                const auto file = options.directory / name;
-                try {
-                    if (!draw(board).save(QString::fromStdString(file.string())))
-                        throw std::runtime_error("the file can't be written; is the folder writable?");
-                } catch (const std::exception& error) {
-                    throw std::runtime_error(file.string() + ": " + error.what());
-                }
-                std::cout << file.string() << "\n";
-            }
+            const auto file =
+                folder / (std::string(board.picture) + "-" + std::string(rawValue(language)) + ".png");
+            pictures.push_back(draw(board));
+            if (!showsSomething(pictures.back())) throw std::runtime_error(file.string() + " shows nothing");
+            if (!pictures.back().save(QString::fromStdString(file.string())))
+                throw std::runtime_error(file.string() + " can't be written; is the folder writable?");
+            std::cout << file.string() << "\n";
         }
+        // Words, or which side is the leading one.
+        if (pictures[0] == pictures[1] && std::string_view(board.picture).starts_with("Mac"))
+            throw std::runtime_error(std::string(board.picture) + " looks the same in both languages");
+    }
+}
+
+}  // namespace
+
+int runGallery(const char* folder) {
+    try {
+        drawAll(folder);
+        return 0;
     } catch (const std::exception& error) {
         std::cerr << "gallery: " << error.what() << "\n";
         return 1;
     }
-    return 0;
 }
 
 }  // namespace cobaltreel

@@ -1,7 +1,11 @@
-#include "Gallery/Gallery.hpp"
-
+// Gallery FOLDER: draws every control in every state, in both languages, and writes one picture per control
+// and language ("MacSwitch-he.png"). The user's settings stay untouched.
 #include <QGuiApplication>
 #include <iostream>
+
+namespace cobaltreel {
+int runGallery(const char* folder);
+}
 
 int main(int argc, char** argv) {
     if (argc != 2) {
@@ -10,5 +14,5 @@ int main(int argc, char** argv) {
     }
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
-    return cobaltreel::runGallery({argv[1]});
+    return cobaltreel::runGallery(argv[1]);
 }

@@ -1,16 +1,7 @@
 import QtQuick
 import Cobaltreel.Controls
-import Cobaltreel.Windows
 
-Grid {
-    id: board
-
-    required property InterfaceSettings settings
-
-    padding: 20
-    columns: 3
-    spacing: 20
-
+Board {
     Repeater {
         model: [-0.2, 0, 0.02, 0.4, 1, 1.4]
 

@@ -2,18 +2,15 @@ import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
 
-Grid {
+Board {
     id: board
 
-    required property InterfaceSettings settings
     readonly property var styles: [{value: 0, title: S.bubble}, {value: 1, title: S.cutout}]
     readonly property var qualities: [
         {value: 0, title: S.quality720}, {value: 1, title: S.quality1080}, {value: 2, title: S.qualityFull}
     ]
 
-    padding: 20
     columns: 2
-    spacing: 20
 
     BoardCell { caption: "first"; room: 292; MacSegmented { width: 170; options: board.styles; selection: 0 } }
     BoardCell { caption: "last"; room: 292; MacSegmented { width: 170; options: board.styles; selection: 1 } }

@@ -1,15 +1,8 @@
 import QtQuick
 import Cobaltreel.Controls
-import Cobaltreel.Windows
 
-Grid {
-    id: board
-
-    required property InterfaceSettings settings
-
-    padding: 20
+Board {
     columns: 4
-    spacing: 20
 
     BoardCell { caption: "off"; room: 90; MacSwitch { isOn: false } }
     BoardCell { caption: "focus"; room: 90; MacSwitch { isOn: false; showsFocus: true } }

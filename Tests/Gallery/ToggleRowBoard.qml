@@ -2,14 +2,8 @@ import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
 
-Grid {
-    id: board
-
-    required property InterfaceSettings settings
-
-    padding: 20
+Board {
     columns: 2
-    spacing: 20
 
     BoardCell { caption: "together"; MacToggleRow { label: S.camera; isOn: true; stretch: false } }
     BoardCell { caption: "together, off"; MacToggleRow { label: S.mirror; isOn: false; stretch: false } }

@@ -1,5 +1,15 @@
 // A camera for tests: a PipeWire video source that draws a counter, flashes at given instants of the host
 // clock, and misbehaves when told to. Runs until a signal ends it; prints a line when it is there.
+#include "Rig/HostTime.hpp"
+#include "Rig/PersonPicture.hpp"
+#include "Rig/RigArguments.hpp"
+#include "Rig/RigEvents.hpp"
+#include "Rig/RigLoop.hpp"
+#include "Rig/RigPicture.hpp"
+#include "Rig/RigUrgency.hpp"
+
+#include <QBuffer>
+#include <QImage>
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -13,19 +23,6 @@
 #include <spa/buffer/meta.h>
 #include <spa/param/buffers.h>
 #include <spa/param/video/format-utils.h>
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavutil/opt.h>
-}
-
-#include "Rig/HostTime.hpp"
-#include "Rig/PersonPicture.hpp"
-#include "Rig/RigArguments.hpp"
-#include "Rig/RigEvents.hpp"
-#include "Rig/RigLoop.hpp"
-#include "Rig/RigPicture.hpp"
-#include "Rig/RigUrgency.hpp"
 
 namespace {
 
@@ -59,7 +56,6 @@ struct Options {
     int width = 1280;
     int height = 720;
     int rate = 30;
-    double quitAfter = 0;
     double garbageFrom = -1;  // seconds after the start
     bool sendsNothing = false;
     bool withoutTimes = false;
@@ -67,51 +63,18 @@ struct Options {
     RigEvents events;
 };
 
-class JpegEncoder {
-  public:
-    JpegEncoder(int width, int height, int rate) {
-        const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
-        context_.reset(avcodec_alloc_context3(codec));
-        context_->width = width;
-        context_->height = height;
-        context_->time_base = {1, rate};
-        context_->pix_fmt = AV_PIX_FMT_YUVJ420P;
-        context_->flags |= AV_CODEC_FLAG_QSCALE;
-        context_->global_quality = 4 * FF_QP2LAMBDA;
-        avcodec_open2(context_.get(), codec, nullptr);
-        frame_->format = AV_PIX_FMT_YUVJ420P;
-        frame_->width = width;
-        frame_->height = height;
-        av_frame_get_buffer(frame_.get(), 0);
-    }
-    std::size_t encode(const std::uint8_t* i420, std::uint8_t* to, std::size_t room) {
-        const int width = context_->width;
-        const int height = context_->height;
-        const int half = (width + 1) / 2;
-        const std::uint8_t* u = i420 + width * height;
-        const std::uint8_t* v = u + half * ((height + 1) / 2);
-        av_frame_make_writable(frame_.get());
-        libyuv::I420Copy(i420, width, u, half, v, half, frame_->data[0], frame_->linesize[0], frame_->data[1],
-                         frame_->linesize[1], frame_->data[2], frame_->linesize[2], width, height);
-        frame_->pts++;
-        if (avcodec_send_frame(context_.get(), frame_.get()) < 0) return 0;
-        if (avcodec_receive_packet(context_.get(), packet_.get()) < 0) return 0;
-        const std::size_t size = std::min(room, static_cast<std::size_t>(packet_->size));
-        std::memcpy(to, packet_->data, size);
-        av_packet_unref(packet_.get());
-        return size;
-    }
-
-  private:
-    struct Free {
-        void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-        void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-        void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-    };
-    std::unique_ptr<AVCodecContext, Free> context_;
-    std::unique_ptr<AVFrame, Free> frame_{av_frame_alloc()};
-    std::unique_ptr<AVPacket, Free> packet_{av_packet_alloc()};
-};
+QByteArray jpegOf(const std::uint8_t* i420, int width, int height) {
+    const int half = (width + 1) / 2;
+    const std::uint8_t* u = i420 + width * height;
+    QImage picture(width, height, QImage::Format_RGB32);
+    libyuv::I420ToARGB(i420, width, u, half, u + half * ((height + 1) / 2), half, picture.bits(),
+                       static_cast<int>(picture.bytesPerLine()), width, height);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    picture.save(&buffer, "JPEG", 85);
+    return bytes;
+}
 
 class Camera {
   public:
@@ -151,26 +114,21 @@ class Camera {
         const spa_rectangle size{static_cast<std::uint32_t>(options_.width),
                                  static_cast<std::uint32_t>(options_.height)};
         const spa_fraction rate{static_cast<std::uint32_t>(options_.rate), 1};
-        const spa_pod* format = nullptr;
-        if (isMjpeg())
-            format = static_cast<const spa_pod*>(spa_pod_builder_add_object(
-                &builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
-                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_mjpg),
-                SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate,
-                SPA_POD_Fraction(&rate)));
-        else
-            format = static_cast<const spa_pod*>(spa_pod_builder_add_object(
-                &builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
-                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
-                SPA_FORMAT_VIDEO_format, SPA_POD_Id(raw_.spa), SPA_FORMAT_VIDEO_size,
-                SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+        spa_pod_frame frame{};
+        spa_pod_builder_push_object(&builder, &frame, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
+        spa_pod_builder_add(&builder, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video),
+                            SPA_FORMAT_mediaSubtype,
+                            SPA_POD_Id(isMjpeg() ? SPA_MEDIA_SUBTYPE_mjpg : SPA_MEDIA_SUBTYPE_raw), 0);
+        if (!isMjpeg()) spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_format, SPA_POD_Id(raw_.spa), 0);
+        spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size),
+                            SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate), 0);
+        const auto* format = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
         if (pw_stream_connect(
                 stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
                 static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &format,
                 1) < 0)
             return fail("the camera cannot be offered");
         started_ = hostTime();
-        rig::quitAfter(loop_, options_.quitAfter);
         pw_main_loop_run(loop_);
         pw_stream_destroy(stream_);
         pw_main_loop_destroy(loop_);
@@ -286,8 +244,10 @@ class Camera {
             i420.size() + 2 * static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),
             128);
         if (isMjpeg()) {
-            if (!jpeg_) jpeg_ = std::make_unique<JpegEncoder>(width, height, options_.rate);
-            return static_cast<std::uint32_t>(jpeg_->encode(i420.data(), to, room));
+            const QByteArray jpeg = jpegOf(i420.data(), width, height);
+            const auto size = std::min(room, static_cast<std::uint32_t>(jpeg.size()));
+            std::memcpy(to, jpeg.data(), size);
+            return size;
         }
         const std::uint8_t* u =
             i420.data() + static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
@@ -301,7 +261,6 @@ class Camera {
 
     Options options_;
     PixelFormatName raw_{};
-    std::unique_ptr<JpegEncoder> jpeg_;
     std::unique_ptr<rig::PersonPicture> person_;
     pw_main_loop* loop_ = nullptr;
     pw_stream* stream_ = nullptr;
@@ -328,7 +287,6 @@ int main(int argc, char** argv) {
     arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
     arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
     arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
-    arguments.value("--quit-after", [&](const auto& text) { options.quitAfter = std::atof(text.c_str()); });
     arguments.value("--garbage-from",
                     [&](const auto& text) { options.garbageFrom = std::atof(text.c_str()); });
     arguments.flag("--nothing", options.sendsNothing);

@@ -25,10 +25,8 @@ struct Options {
     std::string description;
     int rate = 48000;
     int channels = 1;
-    double pitch = 1000;       // Hz
-    double loudness = 0.5;     // of a beep, 0…1
-    double background = 0.01;  // a quiet hum between beeps
-    double quitAfter = 0;
+    double pitch = 1000;    // Hz
+    double loudness = 0.5;  // of a beep, 0…1
     std::string processID;  // to be seen as a part of another program
     RigEvents events;
 };
@@ -78,7 +76,6 @@ class Tone {
         if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
                               params, 1) < 0)
             return fail("the sound cannot be offered");
-        rig::quitAfter(loop_, options_.quitAfter);
         pw_main_loop_run(loop_);
         pw_stream_destroy(stream_);
         pw_main_loop_destroy(loop_);
@@ -130,7 +127,7 @@ class Tone {
         for (std::uint32_t i = 0; i < frames; ++i) {
             const double now = first + static_cast<double>(i) / options_.rate;
             const auto beep = options_.events.since(now);
-            const double loudness = beep ? options_.loudness : options_.background;
+            const double loudness = beep ? options_.loudness : 0.01;  // a quiet hum between beeps
             // A cosine: a beep begins at full height.
             const double phase = 2 * std::numbers::pi * options_.pitch * beep.value_or(std::fmod(now, 1.0));
             for (int channel = 0; channel < options_.channels; ++channel)
@@ -165,10 +162,8 @@ int main(int argc, char** argv) {
     arguments.value("--channels", [&](const auto& text) { options.channels = std::atoi(text.c_str()); });
     arguments.value("--pitch", [&](const auto& text) { options.pitch = std::atof(text.c_str()); });
     arguments.value("--loudness", [&](const auto& text) { options.loudness = std::atof(text.c_str()); });
-    arguments.value("--background", [&](const auto& text) { options.background = std::atof(text.c_str()); });
     arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
     arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
-    arguments.value("--quit-after", [&](const auto& text) { options.quitAfter = std::atof(text.c_str()); });
     arguments.value("--process-id", [&](const auto& text) { options.processID = text; });
     arguments.read(argc, argv);
     if (options.isMicrophone == options.isSpeaker || options.rate <= 0 || options.channels <= 0) {

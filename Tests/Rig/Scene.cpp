@@ -3,6 +3,7 @@
 
 #include "Rig/FrameCounter.hpp"
 #include "Rig/HostTime.hpp"
+#include "Rig/RigArguments.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -10,8 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include <sys/ipc.h>
@@ -31,10 +30,8 @@ struct Options {
     int fillWidth = 0;  // 0: the whole desktop
     int fillHeight = 0;
     bool still = false;
-    bool counts = true;  // shows the counter
+    bool hidesCounter = false;
     double fps = 60;
-    double seconds = 0;  // 0: until it is told to end
-    std::string log;
 };
 
 [[noreturn]] void fail(const char* what) {
@@ -42,32 +39,18 @@ struct Options {
     std::exit(1);
 }
 
+/// RigScene [--fill | --fill-size WxH | --still] [--no-counter] [--fps N]
 Options parse(int argc, char** argv) {
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const auto value = [&] { return ++i < argc ? argv[i] : "0"; };
-        if (word == "--fill")
-            options.fill = true;
-        else if (word == "--fill-size") {
-            options.fill = true;
-            if (std::sscanf(value(), "%dx%d", &options.fillWidth, &options.fillHeight) != 2)
-                fail("--fill-size takes WxH");
-        } else if (word == "--still")
-            options.still = true;
-        else if (word == "--no-counter")
-            options.counts = false;
-        else if (word == "--fps")
-            options.fps = std::atof(value());
-        else if (word == "--seconds")
-            options.seconds = std::atof(value());
-        else if (word == "--log")
-            options.log = value();
-        else
-            fail(
-                "usage: RigScene [--fill | --fill-size WxH | --still] [--no-counter] [--fps N] [--seconds S] "
-                "[--log FILE]");
-    }
+    RigArguments arguments;
+    arguments.flag("--fill", options.fill);
+    arguments.value("--fill-size", [&](const auto& text) {
+        options.fill = std::sscanf(text.c_str(), "%dx%d", &options.fillWidth, &options.fillHeight) == 2;
+    });
+    arguments.flag("--still", options.still);
+    arguments.flag("--no-counter", options.hidesCounter);
+    arguments.value("--fps", [&](const auto& text) { options.fps = std::atof(text.c_str()); });
+    arguments.read(argc, argv);
     if (!(options.fps > 0)) fail("--fps must be positive");
     return options;
 }
@@ -88,7 +71,7 @@ class Scene {
             makeFill();
         else
             makeDesktop();
-        if (options_.counts) makeCounter();
+        if (!options_.hidesCounter) makeCounter();
         drawFrame(0);
         sync();
     }
@@ -103,7 +86,7 @@ class Scene {
 
     void drawFrame(std::uint32_t counter) {
         counter_ = counter;
-        if (options_.counts) drawCounter(counter);
+        if (!options_.hidesCounter) drawCounter(counter);
         if (options_.fill) {
             const auto w = static_cast<std::uint16_t>(fillWidth()),
                        h = static_cast<std::uint16_t>(fillHeight());
@@ -294,23 +277,12 @@ class Scene {
     std::uint32_t random_ = 7;
 };
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
     std::signal(SIGTERM, [](int) { ended = 1; });
     std::signal(SIGINT, [](int) { ended = 1; });
-    std::unique_ptr<std::FILE, CloseFile> log;
-    if (!options.log.empty()) {
-        log.reset(std::fopen(options.log.c_str(), "w"));
-        if (!log) fail("the log cannot be written");
-        std::setvbuf(log.get(), nullptr, _IOLBF, 0);
-    }
-
     Scene scene(options);
     std::puts("ready");
     std::fflush(stdout);
@@ -319,7 +291,6 @@ int main(int argc, char** argv) {
     std::uint32_t counter = 0;
     while (ended == 0 && !scene.lost()) {
         const double elapsed = hostTime() - begin;
-        if (options.seconds > 0 && elapsed >= options.seconds) break;
         if (options.still) {
             scene.sync();
             sleepUntil(hostTime() + 0.1);
@@ -328,9 +299,7 @@ int main(int argc, char** argv) {
         // Steps missed by a busy machine are left out; the counter tells.
         counter = std::max(counter + 1, static_cast<std::uint32_t>(elapsed * options.fps));
         sleepUntil(begin + counter / options.fps);
-        const double drawn = hostTime();
         scene.drawFrame(counter);
-        if (log) std::fprintf(log.get(), "%u %.6f\n", counter, drawn);
         scene.sync();
     }
     return 0;

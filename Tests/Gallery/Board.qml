@@ -1,7 +1,11 @@
 import QtQuick
-import Cobaltreel.PopoverView
 import Cobaltreel.Windows
 
-PopoverView {
+/// The cells of one control.
+Grid {
     required property InterfaceSettings settings
+
+    padding: 20
+    columns: 3
+    spacing: 20
 }
