@@ -1,7 +1,9 @@
 #include "CobaltreelCore/PersonSegmenter.hpp"
 #include "Fakes/FakeVision.hpp"
+#include "Platform/Imaging/RenderContext.hpp"
 
 #include <stdexcept>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +11,7 @@ namespace cobaltreel {
 namespace {
 
 using platform::ConstPixelBufferRef;
+using platform::Image;
 using platform::PixelBuffer;
 using platform::PixelFormat;
 using platform::Rect;
@@ -68,6 +71,46 @@ TEST_F(PersonSegmenterTest, OneRequestOfTheRightQualityFollowsTheCamera) {
     segmenter.mask(frame);
     PersonSegmenter(PersonSegmenter::Quality::accurate, vision).mask(frame);
     EXPECT_EQ(vision->levels, (std::vector{Request::QualityLevel::fast, Request::QualityLevel::accurate}));
+}
+
+struct Pixel {
+    int blue, green, red, alpha;
+    friend bool operator==(const Pixel&, const Pixel&) = default;
+};
+
+/// The pixel in column x and row y from the top.
+Pixel pixelAt(const PixelBuffer& buffer, int x, int y) {
+    const auto* p = buffer.plane().data + static_cast<std::ptrdiff_t>(y) * buffer.plane().stride + 4 * x;
+    return {p[0], p[1], p[2], p[3]};
+}
+
+TEST(PersonSegmenterPixels, TheEdgeOfTheMaskIsSoftAndItsSidesAreNot) {
+    auto half = gray(64, 48, 0);  // the person fills the right half
+    for (int y = 0; y < 48; ++y) std::memset(half->plane().data + y * half->plane().stride + 32, 255, 32);
+    auto vision = std::make_shared<FakeVision>();
+    vision->script = {[half] { return Masks{half}; }};
+    ConstPixelBufferRef small = std::make_shared<PixelBuffer>(PixelFormat::bgra, 128, 72);
+    PersonSegmenter segmenter(PersonSegmenter::Quality::fast, vision);
+    const auto mask = segmenter.mask(small);
+    ASSERT_TRUE(mask);
+    const auto pixels = platform::RenderContext().makeBitmap(*mask, 128, 72);
+    EXPECT_LE(pixelAt(*pixels, 40, 36).green, 2);
+    EXPECT_GE(pixelAt(*pixels, 90, 36).green, 253);
+    const int left = pixelAt(*pixels, 63, 36).green, right = pixelAt(*pixels, 64, 36).green;
+    EXPECT_TRUE(60 < left && left < right && right < 195) << left << " " << right;
+}
+
+TEST(PersonSegmenterPixels, TheCutOutKeepsWhatIsWhite) {
+    const platform::Color color{0.2, 0.4, 0.6, 1};
+    const Image picture = Image::constant(color).cropped({0, 0, 16, 16});
+    platform::RenderContext context;
+    const Pixel whole = pixelAt(*context.makeBitmap(picture, 16, 16), 8, 8);
+    const std::pair<int, Pixel> cases[]{{255, whole}, {0, Pixel{0, 0, 0, 0}}};
+    for (const auto& [value, expected] : cases) {
+        const auto cut = PersonSegmenter::apply(Image::fromBuffer(gray(16, 16, value)), picture);
+        ASSERT_TRUE(cut);
+        EXPECT_EQ(pixelAt(*context.makeBitmap(*cut, 16, 16), 8, 8), expected) << value;
+    }
 }
 
 }  // namespace

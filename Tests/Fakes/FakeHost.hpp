@@ -45,7 +45,7 @@ struct FakeHost {
         services.now = [this] {
             using std::chrono::system_clock;
             return system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(
-                std::chrono::duration<double>(1.7e9 + wallClockShift + time->now())));
+                std::chrono::duration<double>(1.7e9 + time->now())));
         };
         return services;
     }
@@ -78,7 +78,6 @@ struct FakeHost {
     const std::shared_ptr<FakeWindows> windows = std::make_shared<FakeWindows>();
     const std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
     std::int64_t freeBytes = 100'000'000'000;
-    double wallClockShift = 0;  // seconds
 };
 
 }  // namespace cobaltreel

@@ -21,13 +21,9 @@ void FakePlayer::replaceCurrentItem(PlayerItem item) {
 }
 
 void FakePlayer::opened() {
-    if (script.failure) {
-        fail(*script.failure);
-        return;
-    }
     open_ = true;
     settle(anchorTime_);
-    if (seekTarget_) seekTimer_ = loop_.scheduleOnce(script.seekDelay, [this] { arrive(); });
+    if (seekTarget_) seekTimer_ = loop_.scheduleOnce(0, [this] { arrive(); });
     scheduleBeat();
 }
 
@@ -47,7 +43,7 @@ void FakePlayer::setRate(double rate) {
 double FakePlayer::currentTime() const {
     if (seekTarget_) return *seekTarget_;
     if (!isMoving()) return anchorTime_;
-    const double played = (clock_.now() - anchorClock_) * rate_ * script.pace;
+    const double played = (clock_.now() - anchorClock_) * rate_;
     return std::clamp(anchorTime_ + played, 0.0, script.duration);
 }
 
@@ -59,7 +55,7 @@ void FakePlayer::seek(double seconds, double tolerance) {
     seeks.push_back({seconds, tolerance});
     if (!hasCurrentItem()) return;
     seekTarget_ = std::clamp(seconds, 0.0, script.duration);
-    if (open_) seekTimer_ = loop_.scheduleOnce(script.seekDelay, [this] { arrive(); });
+    if (open_) seekTimer_ = loop_.scheduleOnce(0, [this] { arrive(); });
 }
 
 void FakePlayer::arrive() {
@@ -100,10 +96,9 @@ void FakePlayer::settle(double seconds) {
 /// Sets the timer for the next thing that happens while time goes on: somebody to be called, or the end.
 void FakePlayer::scheduleBeat() {
     beatTimer_.reset();
-    const double speed = rate_ * script.pace;
-    if (!isMoving() || speed <= 0) return;
+    if (!isMoving() || rate_ <= 0) return;
     const double next = std::min(periodicObservers_.nextDue(), script.duration);
-    beatTimer_ = loop_.scheduleOnce(std::max(0.0, (next - currentTime()) / speed), [this] { beat(); });
+    beatTimer_ = loop_.scheduleOnce(std::max(0.0, (next - currentTime()) / rate_), [this] { beat(); });
 }
 
 void FakePlayer::beat() {

@@ -14,11 +14,8 @@ namespace platform {
 
 /// How a fake player behaves.
 struct PlayerScript {
-    double duration = 60;                  ///< of every item, seconds
-    double openDelay = 0;                  ///< seconds of the clock until an item is open
-    std::optional<PlatformError> failure;  ///< reported in place of opening
-    double seekDelay = 0;                  ///< seconds of the clock until a seek arrives
-    double pace = 1;                       ///< seconds played in a second of the clock at rate 1
+    double duration = 60;  ///< of every item, seconds
+    double openDelay = 0;  ///< seconds of the clock until an item is open
 };
 
 /// What a fake player was asked for.
@@ -39,7 +36,6 @@ class FakePlayer final : public ObservablePlayer {
     std::vector<PlayerItem> items;
     std::vector<SeekRequest> seeks;
     std::vector<double> rates;
-    std::vector<std::pair<int, int>> pictureSizes;
     bool muted = false;
 
     /// Moves the time without telling anybody, as playback that falls behind or runs ahead does.
@@ -61,7 +57,7 @@ class FakePlayer final : public ObservablePlayer {
     std::optional<double> duration() const override;
     void seek(double seconds, double tolerance) override;
     std::unique_ptr<Observation> addPeriodicTimeObserver(double interval, TimeHandler handler) override;
-    void setPictureSize(int width, int height) override { pictureSizes.emplace_back(width, height); }
+    void setPictureSize(int, int) override {}
     ConstPixelBufferRef picture() const override { return picture_; }
 
   private:

@@ -221,16 +221,6 @@ TEST_F(CameraMicRecorderTest, StopsInEveryOrder) {
     EXPECT_FALSE(session().isRunning());
 }
 
-TEST_F(CameraMicRecorderTest, HandsPicturesToThePreview) {
-    preview(camera);
-    std::vector<int> widths;
-    recorder->setPreviewFrameHandler([&](const auto& picture) { widths.push_back(picture->width()); });
-    session().deliverPicture(1000.0);
-    recorder->setPreviewFrameHandler({});
-    session().deliverPicture(1000.1);
-    EXPECT_THAT(widths, ElementsAre(1280));
-}
-
 platform::SampleBuffer soundOf(bool isFloat, const std::vector<double>& values, int channels) {
     auto audio = std::make_shared<platform::AudioBuffer>();
     audio->format = {48000, channels, isFloat};
@@ -255,14 +245,6 @@ TEST(PeakLevel, IsTheRootOfTheLargestSampleOfAnyChannel) {
     EXPECT_NEAR(level(soundOf(false, {0, 327.68, -327}, 1)), 0.22, 0.001);
     EXPECT_NEAR(level(soundOf(true, {0.01, -0.04, 0.02, 0}, 2)), 0.44, 1e-6);
     EXPECT_EQ(level(soundOf(true, {3.5}, 1)), 1);
-}
-
-TEST_F(CameraMicRecorderTest, MeasuresTheLevelWithAndWithoutAMovie) {
-    preview(std::nullopt);
-    session().deliverSound(1000.0, -0.04F);
-    EXPECT_NEAR(recorder->currentMicLevel(), 0.44, 1e-6);
-    session().deliverSound(1000.1, 0);
-    EXPECT_EQ(recorder->currentMicLevel(), 0);
 }
 
 TEST_F(CameraMicRecorderTest, WarnsOnceOfAMicrophoneThatStaysSilent) {

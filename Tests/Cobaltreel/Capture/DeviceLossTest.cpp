@@ -9,13 +9,13 @@
 #include "Platform/Capture/SystemAudioCapture.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Rig/BeepFinder.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 
 namespace cobaltreel {
@@ -47,13 +47,7 @@ double distanceToInstant(double time) {
 class DeviceLossTest : public rig::MediaTest {
   protected:
     DeviceLossTest() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "cobaltreel-XXXXXX").string();
-        folder = mkdtemp(pattern.data());
         recorder.onDeviceEvent = [this](const CaptureEvent& event) { events.push_back(event); };
-    }
-    ~DeviceLossTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
     }
 
     static std::vector<std::string> eachInstant(std::vector<std::string> arguments) {
@@ -201,45 +195,34 @@ class DeviceLossTest : public rig::MediaTest {
     std::shared_ptr<platform::VirtualTime> mainLoop = std::make_shared<platform::VirtualTime>();
     std::shared_ptr<platform::FakeScreenCapture> screenCapture =
         std::make_shared<platform::FakeScreenCapture>();
-    std::filesystem::path folder;
+    const rig::TemporaryFolder folder;
     std::vector<CaptureEvent> events;
     CameraMicRecorder recorder{devices, media, mainLoop};
 };
 
-TEST_F(DeviceLossTest, ACameraUnpluggedLeavesAGapInThePictureAlone) {
-    const auto player = startPlaying();
-    auto cameraDevice = plugInCamera();
-    const auto microphoneDevice = plugInMicrophone();
-    beginTake();
-    const Loss loss = lose(
-        1, [&] { cameraDevice.reset(); }, [&] { cameraDevice = plugInCamera(); });
-    const double end = now();
-    await(recorder.stop());
+TEST_F(DeviceLossTest, ADeviceUnpluggedLeavesAGapInItsTrackAlone) {
+    for (const bool isCamera : {true, false}) {
+        SCOPED_TRACE(isCamera ? "camera" : "microphone");
+        events.clear();
+        const auto player = startPlaying();
+        auto cameraDevice = plugInCamera(), microphoneDevice = plugInMicrophone();
+        auto& lost = isCamera ? cameraDevice : microphoneDevice;
+        beginTake();
+        const Loss loss = lose(
+            1, [&] { lost.reset(); }, [&] { lost = isCamera ? plugInCamera() : plugInMicrophone(); });
+        const double end = now();
+        await(recorder.stop());
 
-    EXPECT_FALSE(recorder.writingError());
-    ASSERT_THAT(events, SizeIs(2));
-    EXPECT_EQ(events[0].device, camera());
-    const auto seen = pictures();
-    expectNothingDuring(loss, seen.times);
-    expectInstants(seen.flashes, {*recorder.firstPTS(), end}, loss);
-    expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end}, std::nullopt);
-}
-
-TEST_F(DeviceLossTest, AMicrophoneUnpluggedLeavesAGapInTheSoundAlone) {
-    const auto player = startPlaying();
-    const auto cameraDevice = plugInCamera();
-    auto microphoneDevice = plugInMicrophone();
-    beginTake();
-    const Loss loss = lose(
-        1, [&] { microphoneDevice.reset(); }, [&] { microphoneDevice = plugInMicrophone(); });
-    const double end = now();
-    await(recorder.stop());
-
-    EXPECT_FALSE(recorder.writingError());
-    ASSERT_THAT(events, SizeIs(2));
-    EXPECT_EQ(events[0].device, microphone());
-    expectInstants(pictures().flashes, {*recorder.firstPTS(), end}, std::nullopt);
-    expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end}, loss);
+        EXPECT_FALSE(recorder.writingError());
+        ASSERT_THAT(events, SizeIs(2));
+        EXPECT_EQ(events[0].device, isCamera ? camera() : microphone());
+        const auto seen = pictures();
+        if (isCamera) expectNothingDuring(loss, seen.times);
+        const std::optional<Loss> none, one = loss;
+        expectInstants(seen.flashes, {*recorder.firstPTS(), end}, isCamera ? one : none);
+        expectInstants(beeps("camera.mov", *recorder.firstPTS()), {*recorder.firstPTS(), end},
+                       isCamera ? none : one);
+    }
 }
 
 TEST_F(DeviceLossTest, AMediaServerRestartedLeavesAGapInAllThatItServes) {

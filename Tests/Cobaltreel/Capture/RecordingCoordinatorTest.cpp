@@ -95,58 +95,19 @@ TEST_F(RecordingCoordinatorTest, RecordsWhatWasChosenOrWhatIsLeftOfIt) {
         CaptureMode mode;
         std::uint32_t displayID, windowID;
         bool screens;
-        std::int64_t width, height;
+        std::pair<std::int64_t, std::int64_t> pixels;
         DisplayFrame frame;
         double scale, mainHeight;
-        CaptureMode recorded;
     };
     const auto display = CaptureMode::display, aWindow = CaptureMode::window;
+    constexpr std::uint32_t closed = 999;
     for (const Case& c : std::initializer_list<Case>{
-             {"the other display, below the first one's lower edge",
-              display,
-              22,
-              101,
-              true,
-              1920,
-              1080,
-              {1512, -98, 1920, 1080},
-              1,
-              982,
-              display},
-             {"a display that no screen shows",
-              display,
-              22,
-              101,
-              false,
-              3840,
-              2160,
-              {0, 0, 1920, 1080},
-              2,
-              1117,
-              display},
-             {"a window of odd size", aWindow, 11, 101, true, 1282, 962, {0, 0, 641, 481}, 2, 982, aWindow},
-             {"a window without screens",
-              aWindow,
-              11,
-              102,
-              false,
-              1800,
-              1400,
-              {0, 0, 900, 700},
-              2,
-              1117,
-              aWindow},
-             {"a window that was closed meanwhile",
-              aWindow,
-              11,
-              999,
-              true,
-              3024,
-              1964,
-              {0, 0, 1512, 982},
-              2,
-              982,
-              display}}) {
+             {"another display", display, 22, 101, true, {1920, 1080}, {1512, -98, 1920, 1080}, 1, 982},
+             {"no screen shows it", display, 22, 101, false, {3840, 2160}, {0, 0, 1920, 1080}, 2, 1117},
+             {"a window of odd size", aWindow, 11, 101, true, {1282, 962}, {0, 0, 641, 481}, 2, 982},
+             {"no screens", aWindow, 11, 102, false, {1800, 1400}, {0, 0, 900, 700}, 2, 1117},
+             {"a closed window", aWindow, 11, closed, true, {3024, 1964}, {0, 0, 1512, 982}, 2, 982}}) {
+        const CaptureMode recorded = c.windowID == closed ? display : c.mode;
         SCOPED_TRACE(c.what);
         if (!c.screens) desktop->screenList.clear();
         coordinator->setMode(c.mode);
@@ -155,10 +116,10 @@ TEST_F(RecordingCoordinatorTest, RecordsWhatWasChosenOrWhatIsLeftOfIt) {
         record();
         stop();
         const SessionMeta& meta = windows->previews.back().meta;
-        EXPECT_EQ(meta.mode, c.recorded);
-        EXPECT_EQ(meta.displayID, c.recorded == display ? c.displayID : 0);
-        EXPECT_EQ(meta.windowID, c.recorded == aWindow ? c.windowID : 0);
-        EXPECT_EQ((std::pair{meta.captureWidthPx, meta.captureHeightPx}), (std::pair{c.width, c.height}));
+        EXPECT_EQ(meta.mode, recorded);
+        EXPECT_EQ(meta.displayID, recorded == display ? c.displayID : 0);
+        EXPECT_EQ(meta.windowID, recorded == aWindow ? c.windowID : 0);
+        EXPECT_EQ((std::pair{meta.captureWidthPx, meta.captureHeightPx}), c.pixels);
         EXPECT_EQ(meta.displayFramePoints, c.frame);
         EXPECT_EQ(meta.scaleFactor, c.scale);
         EXPECT_EQ(meta.mainScreenHeightPoints, c.mainHeight);

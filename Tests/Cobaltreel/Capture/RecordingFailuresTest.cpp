@@ -182,20 +182,6 @@ TEST_F(RecordingFailuresTest, AMovieThatCannotBeWrittenAnyMoreEndsTheRecording) 
     }
 }
 
-TEST_F(RecordingFailuresTest, WhatNoPictureReachedIsNotOfferedAsATake) {
-    for (const bool reaches : {true, false}) {
-        alerts->alerts.clear();
-        media->writing.createsFile = reaches;
-        media->writing.failsAfter = 1;
-        media->writing.error = PlatformError("disk", 28, "no space left");
-        record();
-        stream().deliverFrame(time->now());
-        stop();
-        ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
-        EXPECT_EQ(coordinator->meta()->screenFirstPTS.has_value(), reaches);
-    }
-}
-
 TEST_F(RecordingFailuresTest, DocumentsThatCannotBeWrittenAreSaid) {
     record();
     stream().deliverFrame(time->now());
@@ -231,15 +217,6 @@ TEST_F(RecordingFailuresTest, WhileItRunsTheFolderIsTrue) {
     const auto samples = folder.readEvents().samples;
     EXPECT_GT(samples.size(), 600U);
     EXPECT_TRUE(std::ranges::is_sorted(samples, {}, &MouseSample::t));
-}
-
-TEST_F(RecordingFailuresTest, TheWallClockNamesTheFolderAndNothingElse) {
-    record();
-    wallClockShift = 7200;
-    time->advance(10.5);
-    EXPECT_EQ(coordinator->state(), State::recording);
-    EXPECT_NEAR(coordinator->elapsed(), 10, 1);
-    stop();
 }
 
 TEST_F(RecordingFailuresTest, AStreamThatDiesEndsTheRecordingOnceTheUserKnows) {

@@ -6,7 +6,6 @@
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
 
 #include <cmath>
-#include <future>
 
 #include <opencv2/imgproc.hpp>
 
@@ -16,29 +15,6 @@ namespace {
 using composited::CompositedTake;
 using platform::MediaType;
 using platform::PixelFormat;
-using Request = platform::PersonSegmentationRequest;
-
-/// Counts the frames that are segmented.
-struct CountingVision : platform::VisionService {
-    platform::OpenCvVisionService real{std::filesystem::path()};
-    int frames = 0;
-
-    struct Counting : Request {
-        CountingVision& owner;
-        std::unique_ptr<Request> request;
-        Counting(CountingVision& counter, std::unique_ptr<Request> inner)
-            : owner(counter), request(std::move(inner)) {}
-        std::vector<platform::ConstPixelBufferRef> perform(const platform::PixelBuffer& frame) override {
-            ++owner.frames;
-            return request->perform(frame);
-        }
-    };
-    std::unique_ptr<Request> makePersonSegmentationRequest(Request::QualityLevel quality) override {
-        return std::make_unique<Counting>(*this, real.makePersonSegmentationRequest(quality));
-    }
-    std::optional<platform::PlatformError> unavailable() override { return real.unavailable(); }
-    std::string implementation() const override { return real.implementation(); }
-};
 
 class CutoutExportTest : public testing::Test {
   protected:
@@ -62,17 +38,17 @@ class CutoutExportTest : public testing::Test {
 
     static constexpr double seconds = 1.2;
     std::optional<CompositedTake> scene;
-    TemporaryFolder temporary;
+    rig::TemporaryFolder temporary;
     SessionFolder folder{temporary.path()};
     SessionMeta meta;
     ExportOptions options;
     std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
-    std::shared_ptr<CountingVision> vision = std::make_shared<CountingVision>();
+    std::shared_ptr<platform::VisionService> vision =
+        std::make_shared<platform::OpenCvVisionService>(std::filesystem::path());
 };
 
-TEST_F(CutoutExportTest, ThePersonIsShownWithoutTheRoomAndEachCameraFrameIsSegmentedOnce) {
+TEST_F(CutoutExportTest, ThePersonIsShownWithoutTheRoom) {
     ExportRenderer(folder, meta, media, vision).exportMovie(options);
-    EXPECT_EQ(vision->frames, static_cast<int>(seconds * PersonSession::cameraRate));
 
     const auto asset = media->asset(options.outputURL);
     const auto reader = media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0), {0, seconds},
@@ -112,21 +88,6 @@ TEST_F(CutoutExportTest, ThePersonIsShownWithoutTheRoomAndEachCameraFrameIsSegme
         ++frames;
     }
     EXPECT_EQ(frames, static_cast<int>(seconds * 30));
-}
-
-TEST_F(CutoutExportTest, CancellingStopsSoonWhileTheCameraIsSegmented) {
-    ExportRenderer renderer(folder, meta, media, vision);
-    std::promise<void> underWay;
-    bool told = false;
-    renderer.onProgress = [&](double) {
-        if (vision->frames >= 2 && !std::exchange(told, true)) underWay.set_value();
-    };
-    auto exporting = std::async(std::launch::async, [&] { renderer.exportMovie(options); });
-    underWay.get_future().wait();
-    renderer.cancelled = true;
-    EXPECT_THROW(exporting.get(), ExportRenderer::Error);
-    EXPECT_LT(vision->frames, static_cast<int>(seconds * PersonSession::cameraRate));
-    EXPECT_FALSE(std::filesystem::exists(options.outputURL));
 }
 
 }  // namespace

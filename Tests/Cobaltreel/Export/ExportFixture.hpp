@@ -2,36 +2,16 @@
 
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 #include "Fakes/FakeMedia.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 namespace cobaltreel {
-
-/// A folder that is removed at the end of the test.
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "cobaltreel-XXXXXX").string();
-        path_ = mkdtemp(name.data());
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 /// A session over scripted movies: 4 × 4 pixels, screen at 60 frames a second, the host clock of the
 /// first screen frame at 100 s.
@@ -64,7 +44,7 @@ class FakeExport : public testing::Test {
 
     static int luma(const platform::SampleBuffer& sample) { return sample.image->plane(0).data[0]; }
 
-    TemporaryFolder temporary;
+    rig::TemporaryFolder temporary;
     SessionFolder folder{temporary.path()};
     SessionMeta meta;
     ExportOptions options;

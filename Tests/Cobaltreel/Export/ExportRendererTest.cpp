@@ -64,13 +64,6 @@ TEST_F(ExportRendererTest, EveryOutputFrameShowsTheScreenOfItsTime) {
     EXPECT_EQ(media->readerRequests.front().range, (TimeRange{0.25, 0.75}));
 }
 
-TEST_F(ExportRendererTest, FrameCountIsTheWholeFramesOfTheSpanButAtLeastOne) {
-    EXPECT_EQ(ExportRenderer::frameCount(10), 300);
-    EXPECT_EQ(ExportRenderer::frameCount(0.02), 1);
-    EXPECT_EQ(ExportRenderer::frameCount(-5), 1);
-    EXPECT_EQ(ExportRenderer::frameCount(1.99), 59);
-}
-
 TEST_F(ExportRendererTest, NothingIsWrittenBeforeTheFirstScreenFrame) {
     auto& movie = media->movies[folder.screenMovie()];
     movie.frames = {{0.5, 7}, {0.6, 8}};

@@ -43,19 +43,5 @@ TEST(FrameSource, ShowsTheLatestFrameNotAfterTheTime) {
     }
 }
 
-TEST(FrameSource, KeepsItsLastFrameWhenTheMovieBreaksOff) {
-    auto movie = FakeMovie::withFrames(10, 10);
-    movie.readerFailsAfter = 4;
-    auto source = sourceOver(movie, 0);
-    source.advance(0.9);
-    EXPECT_EQ(shown(source), 4);
-
-    FakeMovie hole = FakeMovie::withFrames(10, 10);
-    hole.frames[5].withImage = false;
-    auto broken = sourceOver(hole, 0);
-    broken.advance(0.9);
-    EXPECT_EQ(shown(broken), 5);
-}
-
 }  // namespace
 }  // namespace cobaltreel

@@ -97,11 +97,7 @@ TEST_F(ShellTest, WithoutATrayThePanelIsAnOrdinaryWindowUntilOneComes) {
     ASSERT_NE(shell->panel(), nullptr);
     EXPECT_TRUE(shell->panel()->isOpen());
     EXPECT_FALSE(shell->panel()->flags() & Qt::FramelessWindowHint);
-    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
-    shell->coordinator().toggle();
-    ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
-    countdown->complete();
-    ASSERT_TRUE(stateBecomes(State::recording));
+    record();
     time->advance(2.5);
     EXPECT_EQ(shell->panel()->title(), "Cobaltreel 00:02");
     const_cast<PanelWindow*>(shell->panel())->close();
@@ -138,20 +134,15 @@ TEST_F(ShellTest, QuittingDuringAnExportAsks) {
     EXPECT_TRUE(std::isinf(windows->patience[0])) << "the export is finished first";
 }
 
-TEST_F(ShellTest, AnEndFromOutsideAsksNobody) {
+TEST_F(ShellTest, AnEndFromOutsideAsksNobodyAndGivesAnExportItsTime) {
     launch();
     windows->exporting = true;
     shell->end(60);
     EXPECT_TRUE(eventually([&] { return windows->patience == std::vector{60.0}; }));
-    EXPECT_TRUE(alerts->alerts.empty());
-}
-
-TEST_F(ShellTest, ASessionManagersLastWordEndsNoExportAtOnce) {
     launch();
-    windows->exporting = true;
-    QEvent lastWord(QEvent::Quit);
+    QEvent lastWord(QEvent::Quit);  // of a session manager
     QCoreApplication::sendEvent(qApp, &lastWord);
-    EXPECT_TRUE(eventually([&] { return windows->patience == std::vector{AppDelegate::patienceAtLogOut}; }));
+    EXPECT_TRUE(eventually([&] { return windows->patience.back() == AppDelegate::patienceAtLogOut; }));
     EXPECT_TRUE(alerts->alerts.empty());
 }
 
@@ -191,11 +182,7 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
 
 TEST_F(ShellTest, TheEndOfTheProgramFinishesTheRecordingFirst) {
     launch();
-    ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
-    keys->pressChord();
-    ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
-    countdown->complete();
-    ASSERT_TRUE(stateBecomes(State::recording));
+    record();
     time->advance(3);
     shell->quit();
     shell->quit();

@@ -34,6 +34,13 @@ class ShellTest : public TemporaryHome, public FakeHost {
         shell->applicationDidFinishLaunching();
         return *shell;
     }
+    void record() {
+        ASSERT_TRUE(eventually([&] { return shell->coordinator().selectedDisplayID().has_value(); }));
+        shell->coordinator().toggle();
+        ASSERT_TRUE(eventually([&] { return countdown->isRunning(); }));
+        countdown->complete();
+        ASSERT_TRUE(stateBecomes(RecordingCoordinator::State::recording));
+    }
     bool stateBecomes(RecordingCoordinator::State state) {
         return eventually([&] { return shell->coordinator().state() == state; });
     }

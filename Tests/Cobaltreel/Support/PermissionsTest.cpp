@@ -28,30 +28,6 @@ class PermissionsTest : public ::testing::Test {
         PermissionServices{time_, screen_, devices_, settings_, relauncher_, [this] { ++quits_; }}};
 };
 
-TEST_F(PermissionsTest, OnlyAuthorizedCountsAsGranted) {
-    EXPECT_FALSE(permissions_->screenGranted() || permissions_->cameraGranted() ||
-                 permissions_->micGranted());
-    int notices = 0;
-    QObject::connect(&*permissions_, &Permissions::changed, [&] { ++notices; });
-    permissions_->refresh();
-    EXPECT_TRUE(permissions_->allGranted());
-    permissions_->refresh();
-    EXPECT_EQ(notices, 6) << "the observers hear of every look";
-
-    for (const auto status :
-         {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted, AuthorizationStatus::denied}) {
-        devices_->camera = status;
-        permissions_->refresh();
-        EXPECT_FALSE(permissions_->cameraGranted());
-        EXPECT_TRUE(permissions_->micGranted());
-        EXPECT_FALSE(permissions_->allGranted());
-    }
-    devices_->camera = AuthorizationStatus::authorized;
-    screen_->granted = false;
-    permissions_->refresh();
-    EXPECT_FALSE(permissions_->allGranted());
-}
-
 TEST_F(PermissionsTest, AnAnswerRefreshesOnTheMainThreadWhateverItIs) {
     devices_->holdsAnswers = true;
     devices_->microphone = AuthorizationStatus::denied;

@@ -5,12 +5,7 @@
 
 namespace cobaltreel {
 
-namespace fs = std::filesystem;
-
 TemporaryHome::TemporaryHome() {
-    std::string pattern = (fs::temp_directory_path() / "cobaltreel-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary directory: " + pattern);
-    home = pattern;
     setVariable("HOME", home);
     setVariable("XDG_DATA_HOME", home / "data");
     setVariable("XDG_CONFIG_HOME", home / "config");
@@ -21,8 +16,6 @@ TemporaryHome::~TemporaryHome() {
     for (const auto& [name, value] : before_)
         value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
     tzset();
-    std::error_code ignored;
-    fs::remove_all(home, ignored);
 }
 
 void TemporaryHome::setVariable(const std::string& name, const std::optional<std::string>& value) {

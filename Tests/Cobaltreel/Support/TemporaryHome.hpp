@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Rig/TemporaryFolder.hpp"
+
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -18,7 +20,11 @@ class TemporaryHome : public ::testing::Test {
     /// Sets an environment variable, or removes it, until the end of the test.
     void setVariable(const std::string& name, const std::optional<std::string>& value);
 
-    std::filesystem::path home;
+  private:
+    rig::TemporaryFolder folder_;
+
+  protected:
+    const std::filesystem::path home = folder_.path();
 
   private:
     std::map<std::string, std::optional<std::string>> before_;

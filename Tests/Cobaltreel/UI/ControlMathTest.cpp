@@ -1,17 +1,10 @@
 #include "Cobaltreel/UI/MacControls/ControlMath.hpp"
-#include "Cobaltreel/UI/MacControls/SmoothRectangle.hpp"
-#include "Cobaltreel/UI/MacControls/SoftShadow.hpp"
 #include "Cobaltreel/UI/MacControls/TextDirection.hpp"
-
-#include <cmath>
-#include <limits>
 
 #include <gtest/gtest.h>
 
 namespace cobaltreel {
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 TEST(ControlMath, SliderValuesFollowThePointerAndStopAtTheBounds) {
     struct Case {
@@ -46,16 +39,6 @@ TEST(ControlMath, TheKnobStandsUnderThePointerThatSetItsValue) {
             const double value = ControlMath::sliderValue(x, 200, 2, 12, mirrored);
             EXPECT_NEAR(ControlMath::knobX(ControlMath::fraction(value, 2, 12), 200, mirrored) + 8, x, 1e-9);
         }
-}
-
-TEST(ControlMath, FractionsStayWithinTheirEnds) {
-    EXPECT_EQ(ControlMath::unit(1.4), 1);
-    EXPECT_EQ(ControlMath::unit(-0.2), 0);
-    EXPECT_EQ(ControlMath::unit(notANumber), 0);
-    EXPECT_EQ(ControlMath::fraction(5, 2, 2), 0);
-    EXPECT_EQ(ControlMath::fraction(5, 6, 8), 0);
-    EXPECT_EQ(ControlMath::fraction(notANumber, 0, 1), 0);
-    EXPECT_EQ(ControlMath::clamped(0.36, 0.15, 0.35), 0.35);
 }
 
 TEST(ControlMath, SegmentsAreEqualUpToAPointAndFillTheControl) {
@@ -96,41 +79,6 @@ TEST(TextDirection, OnlyTextsWithHebrewAreTurnedAndOnlyInHebrew) {
     const QString size = QStringLiteral(u"מסך 1 — 1512×982");
     EXPECT_EQ(TextDirection::laidOut(size, true), QStringLiteral(u"מסך 1 — 1512\u200E×\u200E982"));
     EXPECT_EQ(TextDirection::laidOut(size, false), size);
-}
-
-TEST(SmoothRectangle, CornersAreRoundAndTheSidesStraight) {
-    const QRectF box(10, 20, 100, 40);
-    const QPainterPath path = SmoothRectangle::outline(box, 8);
-    EXPECT_EQ(path.boundingRect(), box);
-    EXPECT_FALSE(path.contains(QPointF(11, 21)));
-    EXPECT_FALSE(path.contains(QPointF(109, 59)));
-    EXPECT_TRUE(path.contains(QPointF(60, 20.2)));
-    EXPECT_TRUE(path.contains(QPointF(10.2, 40)));
-    // Passes through the middle of the circular arc of the same radius.
-    const double inset = 8 * (1 - std::sqrt(0.5));
-    EXPECT_FALSE(path.contains(box.topLeft() + QPointF(inset - 0.2, inset - 0.2)));
-    EXPECT_TRUE(path.contains(box.topLeft() + QPointF(inset + 0.2, inset + 0.2)));
-    EXPECT_EQ(SmoothRectangle::outline(QRectF(0, 0, 10, 6), 40).boundingRect(), QRectF(0, 0, 10, 6));
-}
-
-TEST(SoftShadow, SpreadsTheCoverageAndKeepsItsAmount) {
-    QImage picture(81, 81, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(Qt::transparent);
-    for (int y = 30; y <= 50; ++y)
-        for (int x = 30; x <= 50; ++x) picture.setPixelColor(x, y, Qt::white);
-    const QImage shadow = SoftShadow::cast(picture, 10, QColor(0, 0, 0, 128));
-    double amount = 0;
-    for (int y = 0; y < 81; ++y)
-        for (int x = 0; x < 81; ++x) {
-            const QColor pixel = shadow.pixelColor(x, y);
-            EXPECT_EQ(pixel.red() + pixel.green() + pixel.blue(), 0);
-            amount += pixel.alpha();
-        }
-    EXPECT_NEAR(amount / (21 * 21 * 128), 1, 0.03);
-    EXPECT_NEAR(shadow.pixelColor(40, 40).alpha(), 120, 10);
-    EXPECT_NEAR(shadow.pixelColor(30, 40).alpha(), 64, 8);  // half at the edge
-    EXPECT_EQ(shadow.pixelColor(40, 5).alpha(), 0);
-    EXPECT_EQ(shadow.pixelColor(35, 28), shadow.pixelColor(45, 52));
 }
 
 }  // namespace

@@ -192,16 +192,6 @@ TEST_F(ControlsTest, SegmentsAnswerTapsAnywhereAndTheKeyboard) {
     }
 }
 
-TEST_F(ControlsTest, ASelectionThatMatchesNothingHighlightsNothing) {
-    Scene scene(segments);
-    const QRgb soft = qRgb(41, 41, 41), selected = qRgb(107, 107, 107);
-    EXPECT_EQ(pixel(scene, "none", {10, 6}), soft);
-    EXPECT_EQ(pixel(scene, "none", {160, 6}), soft);
-    scene.click("none", {10, 6});
-    EXPECT_EQ(pixel(scene, "none", {10, 6}), selected);
-    EXPECT_EQ(pixel(scene, "none", {160, 6}), soft);
-}
-
 TEST_F(ControlsTest, TabVisitsEveryControlOnceAndShowsWhereItIs) {
     Scene scene(QStringLiteral(R"(
         Column {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Cobaltreel/Support/AppSettings.hpp"
 #include "Platform/Desktop/Xcb/XcbConnection.hpp"
 
 #include <QGuiApplication>
@@ -7,6 +8,7 @@
 #include <QPixmap>
 #include <QPoint>
 #include <QScreen>
+#include <QTest>
 
 #include <gtest/gtest.h>
 #include <xcb/xtest.h>
@@ -66,6 +68,15 @@ inline QImage screenPart(const QRect& part) {
     QScreen* const screen = QGuiApplication::primaryScreen();
     const QRect own = part.translated(-screen->geometry().topLeft());
     return screen->grabWindow(0, own.x(), own.y(), own.width(), own.height()).toImage();
+}
+/// For whoever looks at the windows: COBALTREEL_PICTURES names a folder.
+inline void savePicture(const QString& name) {
+    const QByteArray folder = qgetenv("COBALTREEL_PICTURES");
+    if (folder.isEmpty()) return;
+    QTest::qWait(300);  // what moves or fades has come to rest
+    screenPart(QGuiApplication::primaryScreen()->geometry())
+        .save(QString::fromLocal8Bit(folder + '/' + qgetenv("COBALTREEL_RIG_WM")) + '-' + name + '-' +
+              QLatin1String(rawValue(AppSettings::shared().language()).data()) + ".png");
 }
 inline QRgb screenPixel(QPoint position) { return screenPart(QRect(position, QSize(1, 1))).pixel(0, 0); }
 

@@ -158,21 +158,6 @@ TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
     EXPECT_EQ(leaked_, 0);
 }
 
-TEST_F(ExcludedWindowsOnScreen, AreFoundByProcessToo) {
-    rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
-    ASSERT_EQ(scene.readLine(), "ready");
-    ColorWindow mine(connection_, 300, 300, 200, 200, {ownColor, true, "Mine"});
-    mine.show();
-    const ShareableContent content = service_.shareableContent();
-    Recording recording(service_,
-                        DisplayContentFilter{content.displays.at(0), {{"some.identifier", "", getpid()}}},
-                        configurationFor(content.displays[0].width(), content.displays[0].height()));
-    EXPECT_TRUE(recording.waitForPicture([](const PixelBuffer& picture) {
-        const std::uint32_t color = colorAt(picture, 400, 450);
-        return color != ownColor && color != 0;
-    }));
-}
-
 TEST_F(ExcludedWindowsOnScreen, TheRootsColorIsSeenWhereTheyAre) {
     const std::uint32_t color = 0x336699, before = 0;
     const auto paintRoot = [&](std::uint32_t with) {

@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Evdev/EvdevButtons.hpp"
 #include "Rig/Eventually.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <array>
 #include <filesystem>
@@ -20,11 +21,9 @@ namespace fs = std::filesystem;
 class EvdevButtonsTest : public testing::Test {
   protected:
     EvdevButtonsTest() {
-        fs::create_directories(folder);
         EXPECT_EQ(mkfifo(pipe.c_str(), 0600), 0);
         mouse = UniqueFd(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
     }
-    ~EvdevButtonsTest() override { fs::remove_all(folder); }
 
     static input_event event(int type, int code, int value) {
         input_event made{};
@@ -42,7 +41,7 @@ class EvdevButtonsTest : public testing::Test {
         return eventually([&] { return buttons.take() == expected; });
     }
 
-    const fs::path folder = fs::temp_directory_path() / ("cobaltreel-evdev." + std::to_string(getpid()));
+    const rig::TemporaryFolder folder;
     const fs::path pipe = folder / "mouse";
     UniqueFd mouse;
 };
@@ -87,7 +86,7 @@ TEST_F(EvdevButtonsTest, AMouseThatGoesLetsGoOfItsButtons) {
 }
 
 TEST_F(EvdevButtonsTest, SaysWhatItCostsWhenThereIsNothingToRead) {
-    EvdevButtons buttons(folder);  // a pipe that is no device
+    EvdevButtons buttons(folder.path());  // a pipe that is no device
     const auto reason = buttons.unavailable();
     ASSERT_TRUE(reason);
     EXPECT_NE(reason->description().find("no zoom"), std::string::npos);

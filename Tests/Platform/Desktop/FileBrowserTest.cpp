@@ -1,4 +1,5 @@
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -11,7 +12,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 namespace platform {
 
@@ -33,8 +33,6 @@ namespace {
 class FileBrowserTest : public testing::Test {
   protected:
     void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "cobaltreel-XXXXXX").string();
-        folder = mkdtemp(name.data());
         daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
         ASSERT_TRUE(daemon.waitForStarted()) << "install dbus-daemon";
         ASSERT_TRUE(daemon.waitForReadyRead());
@@ -47,7 +45,6 @@ class FileBrowserTest : public testing::Test {
         qputenv("PATH", path);
         daemon.kill();
         daemon.waitForFinished();
-        std::filesystem::remove_all(folder);
     }
 
     /// Stands for xdg-open: notes its argument and ends with a status.
@@ -82,7 +79,8 @@ class FileBrowserTest : public testing::Test {
         return outcome;
     }
 
-    std::filesystem::path folder;
+    const rig::TemporaryFolder temporary;
+    const std::filesystem::path folder = temporary.path();
     QProcess daemon;
     QString address;
     QByteArray path;

@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
 #include "Rig/Eventually.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <filesystem>
 #include <fstream>
@@ -15,8 +16,8 @@ namespace platform {
 
 TEST(Relauncher, TheNextInstanceStartsOnceThisOneHasEndedHoweverItEnds) {
     namespace fs = std::filesystem;
-    std::string place = (fs::temp_directory_path() / "relaunch-XXXXXX").string();
-    const fs::path folder = mkdtemp(place.data()), started = folder / "started";
+    const rig::TemporaryFolder folder;
+    const fs::path started = folder / "started";
     int ready[2];
     ASSERT_EQ(pipe2(ready, O_CLOEXEC), 0);
     const pid_t running = fork();
@@ -47,7 +48,6 @@ TEST(Relauncher, TheNextInstanceStartsOnceThisOneHasEndedHoweverItEnds) {
         return std::getline(file, line) && !line.empty();
     }));
     EXPECT_EQ(line.find("deaf"), line.npos) << "signals that were blocked reach the next instance";
-    fs::remove_all(folder);
 }
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 #include "Platform/Desktop/Posix/InstanceMessages.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <array>
 #include <cerrno>
@@ -29,19 +30,14 @@ std::string nobody(const InstanceRequest&) {
 
 class SingleInstanceTest : public ::testing::Test {
   protected:
-    SingleInstanceTest() {
-        std::string place = (fs::temp_directory_path() / "instance-XXXXXX").string();
-        folder_ = mkdtemp(place.data());
-    }
-    ~SingleInstanceTest() override { fs::remove_all(folder_); }
-
     PosixSingleInstance instance(const std::string& name = "test") { return {loop_, folder_, name}; }
     bool toldBecomes(int count) {
         return loop_->eventually([&] { return told_ == count; });
     }
 
     std::shared_ptr<VirtualTime> loop_ = std::make_shared<VirtualTime>();
-    fs::path folder_;
+    const rig::TemporaryFolder temporary_;
+    const fs::path folder_ = temporary_.path();
     int told_ = 0;
 };
 

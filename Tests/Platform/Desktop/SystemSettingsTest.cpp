@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 #include "Rig/Eventually.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <cstdlib>
 #include <filesystem>
@@ -45,13 +46,12 @@ TEST(SystemSettings, OpensTheDesktopsOwnPageElseAnyElseNothing) {
 }
 
 TEST(SystemSettings, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / std::to_string(getpid());
-    std::filesystem::create_directories(folder);
+    const rig::TemporaryFolder folder;
     const std::string path = getenv("PATH"), mask = (folder / "mask").string();
     std::ofstream(folder / "pavucontrol") << "#!/bin/sh\ngrep SigBlk /proc/self/status >" << mask
                                           << ".part\nmv " << mask << ".part " << mask << '\n';
     std::filesystem::permissions(folder / "pavucontrol", std::filesystem::perms::owner_all);
-    setenv("PATH", (folder.string() + ':' + path).c_str(), 1);
+    setenv("PATH", (folder.path().string() + ':' + path).c_str(), 1);
     sigset_t blocked, before;
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGTERM);
@@ -64,7 +64,6 @@ TEST(SystemSettings, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
     std::string name, bits;
     std::ifstream(mask) >> name >> bits;
     EXPECT_EQ(bits, std::string(16, '0'));
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace platform

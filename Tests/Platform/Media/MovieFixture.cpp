@@ -7,8 +7,6 @@
 #include <cstring>
 #include <future>
 
-#include <unistd.h>
-
 namespace platform::test {
 
 ConstPixelBufferRef greyPicture(int width, int height, int luma) {
@@ -88,14 +86,6 @@ std::string outputOf(const std::string& command) {
     if (pipe) ::pclose(pipe);
     return text;
 }
-
-void MovieTest::SetUp() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "movie-test-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-}
-
-void MovieTest::TearDown() { std::filesystem::remove_all(folder_); }
 
 OpenMovie MovieTest::begin(const std::filesystem::path& path, FileType type,
                            const std::optional<VideoSettings>& video,

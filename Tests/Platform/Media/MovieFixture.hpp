@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -53,11 +54,7 @@ std::string outputOf(const std::string& command);
 /// A test with a folder of its own, removed afterwards, and the real media service.
 class MovieTest : public testing::Test {
   protected:
-    void SetUp() override;
-    void TearDown() override;
-
     std::filesystem::path file(const std::string& name) const { return folder_ / name; }
-    const std::filesystem::path& folder() const { return folder_; }
 
     OpenMovie begin(const std::filesystem::path& path, FileType type,
                     const std::optional<VideoSettings>& video, const std::optional<AudioSettings>& audio = {},
@@ -83,7 +80,7 @@ class MovieTest : public testing::Test {
     std::shared_ptr<MediaService> media = makeFFmpegMediaService();
 
   private:
-    std::filesystem::path folder_;
+    rig::TemporaryFolder folder_;
 };
 
 inline constexpr VideoSettings smallH264{VideoCodec::h264, 64, 48, 400'000, 30, true, false};

@@ -58,7 +58,6 @@ class PacedOutputs final : public AudioOutputService {
 class PlayerTest : public MovieTest {
   protected:
     void SetUp() override {
-        MovieTest::SetUp();
         service = makeMoviePlayerService(std::make_shared<QtMainLoop>(), clock, media,
                                          std::make_shared<PacedOutputs>(clock));
         makePlayer();
@@ -280,19 +279,6 @@ TEST_F(PlayerTest, AnItemThatCannotBePlayedIsReportedByItsName) {
     }
     open(pieces);  // only the first video track counts
     EXPECT_EQ(shownPicture(), 0);
-}
-
-TEST_F(PlayerTest, WhatARecordingThatBrokeOffHoldsIsPlayed) {
-    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, evenTimes(120, 30));
-    std::filesystem::resize_file(file("a.mov"), std::filesystem::file_size(file("a.mov")) * 6 / 10);
-    open(file("a.mov"));
-    EXPECT_GT(*player->duration(), 1);
-    EXPECT_LT(*player->duration(), 4.1);
-    ASSERT_TRUE(seekAndWait(1));
-    EXPECT_EQ(shownPicture(), 30 % 20);
-    player->setRate(1);
-    EXPECT_TRUE(eventually([&] { return player->rate() == 0; }));
-    EXPECT_THAT(failures, testing::IsEmpty());
 }
 
 TEST_F(PlayerTest, APlayerMayGoAtAnyMoment) {

@@ -272,20 +272,5 @@ TEST_F(Sound, AMixOfAMissingFileDoesNotStart) {
     EXPECT_FALSE(reader->copyNextSampleBuffer());
 }
 
-TEST(CompositionOfTracks, RefusesSpansThatMakeNoSense) {
-    Composition composition;
-    auto& track = composition.addMutableTrack(MediaType::audio);
-    AssetTrack sound, picture;
-    sound.type = MediaType::audio;
-    EXPECT_THROW(track.insertTimeRange({1, 1}, nullptr, sound, 0), PlatformError);
-    EXPECT_THROW(track.insertTimeRange({2, 1}, nullptr, sound, 0), PlatformError);
-    EXPECT_THROW(track.insertTimeRange({-1, 1}, nullptr, sound, 0), PlatformError);
-    EXPECT_THROW(track.insertTimeRange({0, 1}, nullptr, sound, -0.1), PlatformError);
-    EXPECT_THROW(track.insertTimeRange({0, 1}, nullptr, picture, 0), PlatformError);
-    EXPECT_EQ(composition.duration(), 0);
-    track.insertTimeRange({1, 3}, nullptr, sound, 4);
-    EXPECT_EQ(composition.duration(), 6);
-}
-
 }  // namespace
 }  // namespace platform::test

@@ -267,16 +267,6 @@ TEST_F(Writing, AMovieWithoutSamplesIsStillFinished) {
     }
 }
 
-TEST_F(Writing, AFileThatCannotBeCreatedIsNamed) {
-    try {
-        media->makeWriter(file("no/such/folder/a.mp4"), FileType::mpeg4);
-        ADD_FAILURE() << "created";
-    } catch (const PlatformError& error) {
-        EXPECT_EQ(error.domain(), "FFmpeg");
-        EXPECT_THAT(error.description(), HasSubstr("no/such/folder/a.mp4"));
-    }
-}
-
 TEST_F(Writing, AFullDiskFailsTheWriterWithoutHanging) {
     // A limit on the size of files stands for the full disk, in a process of its own.
     for (const FileType type : {FileType::quickTimeMovie, FileType::mpeg4}) {

@@ -50,14 +50,15 @@ class PersonSegmentationTest : public ::testing::TestWithParam<Quality> {
     std::unique_ptr<PersonSegmentationRequest> request;
 };
 
-TEST_P(PersonSegmentationTest, FindsThePersonInTheVeryFirstFrameAndFollows) {
-    for (const unsigned seed : {21U, 22U, 23U}) {
+TEST_P(PersonSegmentationTest, FindsThePersonInTheVeryFirstFrameWhateverTheCameraMakesOfThem) {
+    for (int i = 0; i < CompositedTake::troubleCount; ++i) {
+        const auto trouble = static_cast<Trouble>(i);
+        SCOPED_TRACE(CompositedTake::name(trouble));
+        const CompositedTake scene(*person, drawnRoom(11U + static_cast<unsigned>(i)), trouble, Motion::sway);
         const auto fresh = service.makePersonSegmentationRequest(GetParam());
-        const CompositedTake scene(*person, drawnRoom(seed), Trouble::none, Motion::sway);
-        for (const double t : {0.0, 0.1, 0.2, 0.3}) {
+        for (const double t : {0.0, 0.3, 0.6}) {
             const auto frame = scene.at(t);
-            EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.9)
-                << "seed " << seed << " at " << t;
+            EXPECT_GT(overlap(maskOf(*fresh, *asBgra(frame.picture)), frame.truth), 0.95) << t;
         }
     }
 }

@@ -106,10 +106,7 @@ TEST_P(BubbleDesktopTest, IsARingedCircleAndNothingAroundIt) {
     showRound();
     EXPECT_EQ(frame(), QRect(24, 720 - 24 - 173, 173, 173));
     const QImage seen = screenPart(frame());
-    if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
-        screenPart({0, 280, 740, 440})
-            .save(QString::fromLocal8Bit(folder) +
-                  (GetParam() == Desktop::plain ? "/bubble-plain.png" : "/bubble-blended.png"));
+    savePicture(GetParam() == Desktop::plain ? "bubble-plain" : "bubble-blended");
     const QRgb ring = qRgb(191 + 23, 144 + 4, 21 + 4);  // 90 % of the ring's color over the picture
     for (const QPoint at : {QPoint(1, 86), QPoint(171, 86), QPoint(86, 1), QPoint(86, 171)})
         EXPECT_TRUE(isNear(seen.pixel(at), ring, 12))
@@ -193,10 +190,7 @@ TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
     handler(picture(red));
     EXPECT_TRUE(eventually([&] { return isNear(screenPixel(person), red); }));
     EXPECT_EQ(screenPixel(room), ApplicationWindow::color);
-    if (const QByteArray folder = qgetenv("COBALTREEL_PICTURES"); !folder.isEmpty())
-        screenPart({0, 280, 740, 440})
-            .save(QString::fromLocal8Bit(folder) +
-                  (GetParam() == Desktop::plain ? "/cutout-plain.png" : "/cutout-blended.png"));
+    savePicture(GetParam() == Desktop::plain ? "cutout-plain" : "cutout-blended");
     const QRect before = frame();
     input.drag(room, room + QPoint(50, -50));
     EXPECT_TRUE(eventually([&] { return below.releases == 1; })) << "what is not the person lets through";

@@ -10,7 +10,6 @@
 #include <functional>
 #include <memory>
 #include <semaphore>
-#include <stdexcept>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -184,52 +183,6 @@ TEST_F(CutoutFeederTest, NeverTwoAtOnce) {
     }));
     ASSERT_TRUE(time->eventually([&] { return shown.size() >= 2; }));
     EXPECT_EQ(shown.at(1).pixel(160, 90), green) << "what came meanwhile is dropped, not queued";
-}
-
-TEST_F(CutoutFeederTest, AFailureKeepsTheLastMaskAndNothingIsShownBeforeTheFirst) {
-    const auto feedAndWait = [&](int frames) {
-        time->stall(1);
-        feeder->feed(plain(red));
-        return time->eventually([&] { return begun == frames; });
-    };
-    answer = []() -> Masks { throw std::runtime_error("no camera today"); };
-    ::testing::internal::CaptureStderr();
-    ASSERT_TRUE(feedAndWait(1));
-    ASSERT_TRUE(time->eventually([&] {  // handled: the next is taken
-        time->stall(1);
-        feeder->feed(plain(red));
-        return begun >= 2;
-    }));
-    EXPECT_TRUE(shown.empty());
-    const std::string said = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
-
-    feeder = std::make_shared<CutoutFeeder>(time, time, vision);
-    listen(*feeder, {320, 180});
-    std::atomic<int> asked{0};
-    answer = [&]() -> Masks {
-        if (++asked == 1) return Masks{gray(16, 9, 255)};
-        throw std::runtime_error("gone");
-    };
-    feeder->feed(plain(red));
-    ASSERT_TRUE(time->eventually([&] { return shown.size() == 1; }));
-    ::testing::internal::CaptureStderr();
-    ASSERT_TRUE(time->eventually([&] {
-        time->stall(1);
-        feeder->feed(plain(blue));
-        return shown.size() >= 2;
-    }));
-    ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(shown.back().pixel(160, 90), blue);
-}
-
-TEST(CutoutFeeder, WithoutVisionThereIsNothingToShow) {
-    const auto time = std::make_shared<platform::VirtualTime>();
-    const auto feeder = std::make_shared<CutoutFeeder>(time, time, nullptr);
-    feeder->setSize({320, 180});
-    feeder->setTarget([](const QImage&) { FAIL(); });
-    feeder->feed(plain(red));
-    time->drain();
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include "Platform/Desktop/Xcb/XcbWindowManager.hpp"
 #include "Rig/ChildProcess.hpp"
 
+#include <QProcess>
+
 namespace cobaltreel {
 namespace {
 
@@ -74,7 +76,7 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
         open({});
         EXPECT_TRUE(eventually([&] { return room().contains(panel->geometry()); }))
             << "beside bars and docks, and on the main display";
-        save("panel");
+        savePicture("panel");
         input.click(onTerminal());
         EXPECT_TRUE(eventually([&] { return !panel->isOpen(); }));
 
@@ -114,7 +116,7 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
         SettingsWindow settings;
         settings.open();
         EXPECT_TRUE(QTest::qWaitForWindowActive(settings.window(), 10000));
-        save("settings");
+        savePicture("settings");
         workElsewhere();
         settings.open();
         EXPECT_TRUE(QTest::qWaitForWindowActive(settings.window(), 10000)) << "brought back to the front";
@@ -129,7 +131,7 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
             const QWindow* active = QGuiApplication::focusWindow();
             return active && active->modality() == Qt::ApplicationModal;
         }));
-        save("alert");
+        savePicture("alert");
         EXPECT_TRUE(panel->isOpen()) << "what the alert is about stays";
         input.key(0xff0d);
         EXPECT_TRUE(eventually([&] { return answers == 1; }));
@@ -190,7 +192,7 @@ TEST_F(DesktopManners, TheBubbleIsRoundAndKeepsOffBars) {
         EXPECT_TRUE(eventually([&] { return qRed(screenPixel({frame.center().x(), frame.y() + 1})) > 150; }));
         EXPECT_EQ(screenPixel(frame.topLeft()), before) << "what is around the empty bubble is seen";
     }
-    save("bubble");
+    savePicture("bubble");
 }
 
 }  // namespace

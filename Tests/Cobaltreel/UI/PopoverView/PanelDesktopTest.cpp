@@ -103,7 +103,7 @@ TEST_F(PanelDesktopTest, EveryControlChangesTheCoordinatorByARealClick) {
     for (int i = 0; i < 3; ++i) input.click(version.center());
     EXPECT_TRUE(eventually([&] { return control(S::versionEgg()) != nullptr; }));
     EXPECT_TRUE(eventually([&] { return control("Cobaltreel v1.0") == nullptr; }));
-    save("panel-egg");
+    savePicture("panel-egg");
     time->advance(3.1);
     EXPECT_TRUE(eventually([&] { return control("Cobaltreel v1.0") != nullptr; }));
 
@@ -214,7 +214,7 @@ TEST_F(PanelDesktopTest, NothingIsClippedInEitherLanguage) {
         SCOPED_TRACE(std::string(rawValue(language)));
         open();
         const auto expectWhole = [&](const char* name) {
-            save(name);
+            savePicture(name);
             EXPECT_EQ(shortened(panel->rootObject()).join(" | "), "") << name;
         };
         EXPECT_TRUE(eventually([&] { return control(S::camera() + ": HD Webcam C920") != nullptr; }));
@@ -285,7 +285,7 @@ TEST_F(PanelDesktopTest, ScrollsToTheControlThatTheKeyboardMovesTo) {
         input.key(tab);
         ASSERT_TRUE(eventually([&] { return panel->activeFocusItem() != before; }));
         EXPECT_TRUE(isInside(panel->activeFocusItem())) << i;
-        if (i == 8) save("panel-scrolled");
+        if (i == 8) savePicture("panel-scrolled");
     }
 }
 

@@ -11,7 +11,6 @@
 #include "Rig/QtEventually.hpp"
 
 #include <QAccessible>
-#include <QProcess>
 #include <QTest>
 #include <utility>
 
@@ -61,19 +60,6 @@ class PanelHarness : public CoordinatorTest {
         ASSERT_TRUE(eventually(isAtRest)) << name.toStdString();
         input.click(place.center());
     }
-    /// All of what is seen, where pictures are asked for.
-    void save(const QString& name) {
-        QTest::qWait(250);
-        const QByteArray folder = qgetenv("COBALTREEL_PICTURES");
-        if (folder.isEmpty()) return;
-        const QString language =
-            QString::fromStdString(std::string(rawValue(AppSettings::shared().language())));
-        const QString file = QString::fromLocal8Bit(folder + '/' + qgetenv("COBALTREEL_RIG_WM")) + '-' +
-                             name + '-' + language + ".png";
-        QProcess::execute("ffmpeg", {"-v", "error", "-y", "-f", "x11grab", "-i", qgetenv("DISPLAY"),
-                                     "-frames:v", "1", file});
-    }
-
     std::shared_ptr<platform::QtMainLoop> loop = std::make_shared<platform::QtMainLoop>();
     std::shared_ptr<platform::XcbPointerWatcher> pointer =
         std::make_shared<platform::XcbPointerWatcher>(loop);

@@ -2,8 +2,6 @@
 #include "Cobaltreel/Capture/CoordinatorHarness.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 
-#include <map>
-
 namespace cobaltreel {
 namespace {
 
@@ -70,39 +68,6 @@ TEST_F(PopoverModelTest, NamesWhatThereIsToChooseFrom) {
     EXPECT_EQ(model->currentWindowName(), "Window");
     EXPECT_EQ(model->currentCameraName(), "Camera");
     EXPECT_EQ(model->currentMicName(), "Headset");
-}
-
-TEST_F(PopoverModelTest, EveryChangeOfTheCoordinatorReachesTheView) {
-    std::map<std::string, int> changes;
-    const auto count = [&](auto signal, const char* name) {
-        QObject::connect(model.get(), signal, [&changes, name] { ++changes[name]; });
-    };
-    using M = PopoverModel;
-    count(&M::displayChanged, "display");
-    count(&M::windowChanged, "window");
-    count(&M::cameraChanged, "camera");
-    count(&M::micChanged, "mic");
-    count(&M::modeChanged, "mode");
-    count(&M::cameraCornerChanged, "corner");
-    count(&M::cameraStyleChanged, "style");
-    count(&M::stateChanged, "state");
-    choose();
-    for (const char* list : {"display", "window", "camera", "mic"}) EXPECT_GE(changes[list], 2) << list;
-
-    model->setMode("window");
-    model->setMode("nonsense");
-    model->setCameraCorner("topRight");
-    model->setCameraStyle("cutout");
-    EXPECT_EQ(coordinator->mode(), CaptureMode::window);
-    EXPECT_EQ(coordinator->cameraCorner(), CameraCorner::topRight);
-    EXPECT_EQ(coordinator->cameraStyle(), CameraStyle::cutout);
-    EXPECT_EQ(model->cameraCorner(), "topRight");
-    record();
-    EXPECT_TRUE(model->isRecording());
-    stop();
-    EXPECT_FALSE(model->isRecording());
-    for (const char* field : {"mode", "corner", "style"}) EXPECT_EQ(changes[field], 1) << field;
-    EXPECT_EQ(changes["state"], 3);
 }
 
 TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothingIsRecorded) {
@@ -283,38 +248,19 @@ TEST_F(PopoverModelTest, WithoutAMicrophonePermissionThereIsNoPreview) {
 }
 
 TEST(VersionEgg, ThreeTapsWithinASecondShowItForThree) {
-    const struct {
-        std::vector<double> taps;
-        bool shows;
-    } cases[]{{{0, 0.5, 0.9}, true},
-              {{0, 0.6, 1.2}, false},
-              {{0, 0.6, 1.2, 1.5}, true},
-              {{0, 0.5, 1.0}, false},
-              {{0, 0.1}, false}};
-    for (const auto& each : cases) {
+    for (const double apart : {0.45, 0.6}) {
         const auto time = std::make_shared<platform::VirtualTime>();
         VersionEgg egg(time, time);
-        double now = 0;
-        for (const double tap : each.taps) {
-            time->advance(tap - now);
-            now = tap;
+        for (int tap = 0; tap < 3; ++tap) {
+            if (tap > 0) time->advance(apart);
             egg.tap();
         }
-        EXPECT_EQ(egg.showEgg(), each.shows) << each.taps.back();
+        EXPECT_EQ(egg.showEgg(), apart < 0.5) << apart;
         time->advance(2.9);
-        EXPECT_EQ(egg.showEgg(), each.shows);
+        EXPECT_EQ(egg.showEgg(), apart < 0.5) << apart;
         time->advance(0.2);
         EXPECT_FALSE(egg.showEgg());
     }
-
-    // More taps start another three seconds; the earlier ones still end.
-    const auto time = std::make_shared<platform::VirtualTime>();
-    VersionEgg egg(time, time);
-    for (int i = 0; i < 3; ++i) egg.tap();
-    time->advance(2);
-    for (int i = 0; i < 3; ++i) egg.tap();
-    time->advance(1.1);
-    EXPECT_FALSE(egg.showEgg());
 }
 
 }  // namespace

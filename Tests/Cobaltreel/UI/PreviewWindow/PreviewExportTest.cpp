@@ -98,18 +98,6 @@ TEST_F(PreviewExportTest, SoundThatWasNotRecordedIsNotAskedFor) {
     EXPECT_EQ(media->mixedCompositions.back().tracks().size(), 1U);
 }
 
-TEST_F(PreviewExportTest, ANameOfNothingIsTheProducts) {
-    for (const auto& [name, file] : {std::pair(QString(), "Cobaltreel.mp4"),
-                                     {QStringLiteral("   "), "Cobaltreel-2.mp4"},
-                                     {QStringLiteral("///"), "---.mp4"},
-                                     {QStringLiteral(u"הדרכה"), "הדרכה.mp4"}}) {
-        players->players.clear();
-        open().setFilename(name);
-        runExport();
-        EXPECT_EQ(model->exportedURL(), exported(file));
-    }
-}
-
 TEST_F(PreviewExportTest, CancellingIsNotAFailure) {
     PreviewModel& preview = open();
     media->writing.createsFile = true;

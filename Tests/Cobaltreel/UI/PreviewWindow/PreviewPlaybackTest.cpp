@@ -226,13 +226,6 @@ TEST_F(PreviewTest, TheCutoutWorksOnOnePictureAtATimeAndKeepsTheLastPersonItSaw)
     EXPECT_GT(qAlpha(cutout->picture().pixel(4, 2)), 190);
 }
 
-TEST_F(PreviewTest, MinutesAndSeconds) {
-    EXPECT_EQ(PreviewModel::mmss(0), "00:00");
-    EXPECT_EQ(PreviewModel::mmss(59.999), "00:59");
-    EXPECT_EQ(PreviewModel::mmss(3725.9), "62:05");
-    EXPECT_EQ(PreviewModel::mmss(1e300), "16666666666666:40");
-}
-
 TEST_F(PreviewTest, ClosedWhileItIsStillOpening) {
     for (int i = 0; i < 20; ++i) {
         model = std::make_unique<PreviewModel>(folder, meta, services());

@@ -102,27 +102,6 @@ TEST_F(SoundTest, AMicrophoneThatComesBackWithAnotherRateLeavesAGapAndKeepsTime)
     });
 }
 
-TEST_F(SoundTest, GoesOnAfterTheMediaServerWasRestarted) {
-    expectNoFaults([&]() -> std::string {
-        collector.clear();
-        EXPECT_TRUE(isListed("rig.microphone", false));
-        auto device = startDevice("RigTone", {"--microphone"});
-        configure({microphone()});
-        if (!collector.waitForSound(10)) return "no sound";
-        kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
-        if (!collector.waitForEvent(CaptureEvent::Kind::lost)) return "not lost";
-        EXPECT_THAT(collector.events()[0].message, testing::HasSubstr("media server ended"));
-        device->wait();
-        if (!platform::eventually([&] { return !service.unavailable(); })) return "the server is not back";
-        const auto instants = instantsFromNow(1.0, 1);
-        device = startDevice("RigTone", {"--microphone", "--at", listed(instants)});
-        if (!collector.waitForEvent(CaptureEvent::Kind::returned)) return "not back";
-        if (!collector.waitForSoundUntil(instants.back() + 0.2)) return "no sound after the return";
-        session->stopRunning();
-        return faults(collector.sounds(), instants, 1);
-    });
-}
-
 TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
     std::atomic<int> changes{0};
     service.setDevicesChangedHandler([&] { ++changes; });

@@ -58,12 +58,6 @@ TEST_F(SystemAudioCaptureTest, FeedsTheAudioOutputWhileTheStreamRuns) {
     EXPECT_FALSE(screen->streams[0]->isRunning());
 }
 
-TEST_F(SystemAudioCaptureTest, LeavesAStreamWithoutSoundAlone) {
-    const auto stream = makeStream(false);
-    EXPECT_EQ(sound, nullptr);
-    EXPECT_TRUE(screen->streams[0]->hasOutput(StreamOutputType::audio));
-}
-
 TEST(SampleGate, BoundsWhatWaitsAndHandlesNothingOnceClosed) {
     SerialQueue queue("test");
     std::promise<void> release;
