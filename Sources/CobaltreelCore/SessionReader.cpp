@@ -1,9 +1,10 @@
 #include "CobaltreelCore/SessionDocuments.hpp"
 #include "CobaltreelCore/SessionFields.hpp"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
-#include <variant>
 
 #include <nlohmann/json.hpp>
 
@@ -13,282 +14,212 @@ namespace {
 
 using Json = nlohmann::json;
 
-/// A value that is neither an object nor a list.
-using Scalar = std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double, std::string_view>;
+constexpr int deepestNesting = 64;
 
-/// What is wrong with a value; absent when nothing is.
-using Complaint = std::optional<std::string>;
-
-Complaint assign(double& field, const Scalar& value) {
-    if (const auto* number = std::get_if<double>(&value))
-        field = *number;
-    else if (const auto* natural = std::get_if<std::uint64_t>(&value))
-        field = static_cast<double>(*natural);
-    else if (const auto* negative = std::get_if<std::int64_t>(&value))
-        field = static_cast<double>(*negative);
-    else
-        return "must be a number";
-    return std::nullopt;
+std::string joined(const std::string& path, std::string_view key) {
+    return path + (path.empty() || key.empty() ? "" : ".") + std::string(key);
 }
 
-Complaint assign(bool& field, const Scalar& value) {
-    const auto* truth = std::get_if<bool>(&value);
-    if (!truth) return "must be true or false";
-    field = *truth;
-    return std::nullopt;
+// The library converts between kinds (true becomes 1, 1.5 becomes 1); a document is held to its types.
+
+void decode(const Json& json, double& field, const std::string& path) {
+    if (!json.is_number()) throw DocumentError(path, "must be a number");
+    field = json.get<double>();
+}
+
+void decode(const Json& json, bool& field, const std::string& path) {
+    if (!json.is_boolean()) throw DocumentError(path, "must be true or false");
+    field = json.get<bool>();
 }
 
 template <typename Integer>
-requires std::same_as<Integer, std::int64_t> || std::same_as<Integer, std::uint32_t> Complaint
-assign(Integer& field, const Scalar& value) {
-    const auto* natural = std::get_if<std::uint64_t>(&value);
-    const auto* negative = std::get_if<std::int64_t>(&value);
-    if (natural && std::in_range<Integer>(*natural))
-        field = static_cast<Integer>(*natural);
-    else if (negative && std::in_range<Integer>(*negative))
-        field = static_cast<Integer>(*negative);
-    else
-        return "must be a whole number from " + std::to_string(std::numeric_limits<Integer>::min()) + " to " +
-               std::to_string(std::numeric_limits<Integer>::max());
-    return std::nullopt;
+requires std::same_as<Integer, std::int64_t> || std::same_as<Integer, std::uint32_t>
+void decode(const Json& json, Integer& field, const std::string& path) {
+    const bool isInRange = json.is_number_unsigned()  ? std::in_range<Integer>(json.get<std::uint64_t>())
+                           : json.is_number_integer() ? std::in_range<Integer>(json.get<std::int64_t>())
+                                                      : false;
+    if (!isInRange)
+        throw DocumentError(path, "must be a whole number from " +
+                                      std::to_string(std::numeric_limits<Integer>::min()) + " to " +
+                                      std::to_string(std::numeric_limits<Integer>::max()));
+    field = json.get<Integer>();
 }
 
-Complaint assign(std::string& field, const Scalar& value) {
-    const auto* text = std::get_if<std::string_view>(&value);
-    if (!text) return "must be a text";
-    field = *text;
-    return std::nullopt;
+void decode(const Json& json, std::string& field, const std::string& path) {
+    if (!json.is_string()) throw DocumentError(path, "must be a text");
+    field = json.get<std::string>();
 }
 
 template <typename Enumeration>
-requires std::is_enum_v<Enumeration> Complaint assign(Enumeration& field, const Scalar& value) {
-    const auto* text = std::get_if<std::string_view>(&value);
+requires std::is_enum_v<Enumeration>
+void decode(const Json& json, Enumeration& field, const std::string& path) {
+    const auto* text = json.get_ptr<const std::string*>();
     if (const auto found = text ? fromRawValue<Enumeration>(*text) : std::nullopt) {
         field = *found;
-        return std::nullopt;
+        return;
     }
     std::string complaint = "must be one of";
     for (const Enumeration candidate : allCases<Enumeration>)
         complaint.append(" \"").append(rawValue(candidate)).append("\"");
-    return complaint;
+    throw DocumentError(path, complaint);
 }
 
 template <typename Value>
-Complaint assign(std::optional<Value>& field, const Scalar& value) {
+void decode(const Json& json, std::optional<Value>& field, const std::string& path) {
     field.reset();
-    if (std::holds_alternative<std::nullptr_t>(value)) return std::nullopt;
-    return assign(field.emplace(), value);
+    if (!json.is_null()) decode(json, field.emplace(), path);
+}
+
+/// Its elements were taken while the list was parsed.
+template <typename Element>
+void decode(const Json& json, std::vector<Element>&, const std::string& path) {
+    if (!json.is_array()) throw DocumentError(path, "must be a list");
 }
 
 template <DescribedRecord Record>
-Complaint assign(Record&, const Scalar&) {
-    return "must be an object";
-}
-
-template <typename Element>
-Complaint assign(std::vector<Element>&, const Scalar&) {
-    return "must be a list";
-}
-
-/// Calls `visit` with the field of that number.
-template <typename Record, typename Visitor>
-void withField(Record& record, int number, Visitor&& visit) {
-    int index = 0;
-    eachField(record, [&](std::string_view, auto& field) {
-        if (index++ == number) visit(field);
+void decode(const Json& json, Record& record, const std::string& path) {
+    if (!json.is_object()) throw DocumentError(path, "must be an object");
+    eachField(record, [&]<typename Field>(std::string_view key, Field& field) {
+        const auto found = json.find(key);
+        if (found != json.end())
+            decode(*found, field, joined(path, key));
+        else if (!isOptional<Field> && !isLaterList<Field>)
+            throw DocumentError(joined(path, key), "is missing");
     });
 }
 
-/// Fills records straight from the parser's events: a log of half an hour needs no tree of values
-/// beside the records, and a hostile document gets neither memory nor stack.
+/// Watches the parser: what is not known is dropped before it takes memory, and each element of a list
+/// becomes a record as soon as it is whole, so that a log of half an hour needs no tree of values beside the
+/// records.
+template <typename Record>
 class Reader {
   public:
-    template <typename Record>
     static Record read(std::string_view json) {
-        Record record;
-        Reader reader(&record);
-        Json::sax_parse(json.begin(), json.end(), &reader);
-        return record;
-    }
-
-    bool null() { return take(nullptr); }
-    bool boolean(bool value) { return take(value); }
-    bool number_integer(std::int64_t value) { return take(value); }
-    bool number_unsigned(std::uint64_t value) { return take(value); }
-    bool number_float(double value, const std::string&) { return take(value); }
-    bool string(std::string& value) { return take(std::string_view(value)); }
-    bool binary(Json::binary_t&) { fail("must not be binary"); }
-    bool start_object(std::size_t) { return open(Bracket::object); }
-    bool start_array(std::size_t) { return open(Bracket::list); }
-    bool end_array() { return close(); }
-    bool end_object() {
-        if (skipped_ == 0) requireAllFields();
-        return close();
-    }
-
-    bool key(const std::string& key) {
-        if (skipped_ > 0) return true;
-        Level& level = levels_.back();
-        level.key = {};
-        level.field = unknownField;
-        visitRecord(level, [&](auto& record) {
-            int index = 0;
-            eachField(record, [&](std::string_view name, auto&) {
-                if (name == key) {
-                    level.key = name;
-                    level.field = index;
-                }
-                ++index;
-            });
-        });
-        if (level.field == unknownField) return true;
-        if (level.seen & bit(level.field)) fail("is there twice");
-        level.seen |= bit(level.field);
-        return true;
-    }
-
-    bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) {
-        constexpr int numberOverflow = 406;  // the parser's own number for it
-        if (error.id == numberOverflow) fail("holds a number that is too large");
-        fail("stops being JSON at byte " + std::to_string(position));
+        Reader reader;
+        const auto watch = [&reader](int depth, Json::parse_event_t event, Json& value) {
+            return reader.keep(depth, event, value);
+        };
+        try {
+            decode(Json::parse(json.begin(), json.end(), watch), reader.record_, "");
+        } catch (const Json::parse_error& error) {
+            throw DocumentError(reader.path(), "stops being JSON at byte " + std::to_string(error.byte));
+        } catch (const Json::out_of_range&) {
+            throw DocumentError(reader.path(), "holds a number that is too large");
+        }
+        return std::move(reader.record_);
     }
 
   private:
-    enum class Bracket { object, list };
+    using Event = Json::parse_event_t;
 
-    /// What is being filled.
-    using Target =
-        std::variant<SessionMeta*, DisplayFrame*, EventLog*, MouseSample*, WindowFrameSample*, Marker*,
-                     std::vector<MouseSample>*, std::vector<WindowFrameSample>*, std::vector<Marker>*>;
-    static constexpr int unknownField = -1;
-    static constexpr std::size_t deepestNesting = 64;
-
-    struct Level {
-        Target target;
-        std::string_view key{};  // of the field being read, empty for one that is not known
-        int field = unknownField;
-        std::uint32_t seen = 0;    // one bit for every field
-        std::size_t elements = 0;  // of a list, begun so far
-    };
-
-    explicit Reader(Target root) : root_(root) {}
-
-    static std::uint32_t bit(int field) { return std::uint32_t{1} << field; }
-
-    template <typename Visitor>
-    static void visitRecord(Level& level, Visitor&& visit) {
-        std::visit(
-            [&](auto* target) {
-                if constexpr (DescribedRecord<std::remove_pointer_t<decltype(target)>>) visit(*target);
-            },
-            level.target);
-    }
-
-    static bool isAtList(const Level& level) {
-        return std::visit([](auto* target) { return isList<std::remove_pointer_t<decltype(target)>>; },
-                          level.target);
-    }
-
-    bool take(const Scalar& value) {
-        if (skipped_ > 0) return true;
-        if (levels_.empty()) fail("must be an object");
-        Level& level = levels_.back();
-        if (isAtList(level)) {
-            ++level.elements;
+    /// Depths: 0 the document, 1 its fields, 2 the elements of a list, or fields of a field, 3 fields of an
+    /// element.
+    bool keep(int depth, Event event, const Json& value) {
+        if (event == Event::key) return keepKey(depth, value.get_ref<const std::string&>());
+        const bool begins = event == Event::object_start || event == Event::array_start;
+        if (begins && depth >= deepestNesting) fail("is nested too deeply");
+        if (depth >= unknownDepth_) return true;
+        if (begins) begin(depth, event == Event::object_start);
+        if (event == Event::value && depth == 2 && isInList_) {
+            ++element_;
             fail("must be an object");
         }
-        if (level.field == unknownField) return true;
-        Complaint complaint;
-        visitRecord(level, [&](auto& record) {
-            withField(record, level.field, [&](auto& field) { complaint = assign(field, value); });
-        });
-        if (complaint) fail(*complaint);
+        if (event == Event::array_end) isInList_ = false;
+        if (event != Event::object_end) return true;
+        if (depth == 0) keys_ = {};
+        if (depth != 2 || !isInList_) return true;
+        append(value);
+        return false;
+    }
+
+    bool keepKey(int depth, const std::string& key) {
+        if (depth > unknownDepth_) return false;
+        const std::size_t level = depth == 1 ? 0 : 1;
+        keys_[1] = {};
+        keys_[level] = level == 0 ? nameIn(record_, key) : innerName(key);
+        unknownDepth_ = keys_[level].empty() ? depth : nothingUnknown;
+        if (keys_[level].empty()) return false;
+        auto& seen = seen_[level];
+        if (std::ranges::find(seen, keys_[level]) != seen.end()) fail("is there twice");
+        seen.push_back(keys_[level]);
         return true;
     }
 
-    bool open(Bracket bracket) {
-        if (levels_.size() + skipped_ >= deepestNesting) fail("is nested too deeply");
-        if (skipped_ > 0 || (!levels_.empty() && isUnknown(levels_.back()))) {
-            ++skipped_;
-            return true;
+    void begin(int depth, bool isObject) {
+        bool belongs = depth == 0 && isObject;
+        if (depth == 0 && !isObject) fail("must be an object");
+        if (depth == 1) {
+            withField(
+                [&]<typename Field>(Field&) { belongs = isObject ? DescribedRecord<Field> : isList<Field>; });
+            isInList_ = belongs && !isObject;
+            element_ = -1;
+        } else if (depth == 2 && isInList_) {
+            ++element_;
+            keys_[1] = {};
+            belongs = isObject;
         }
-        const auto target = levels_.empty() ? std::optional(root_) : innerTarget(levels_.back(), bracket);
-        if (bracket == Bracket::list && levels_.empty()) fail("must be an object");
-        if (!target) fail(bracket == Bracket::object ? "must not be an object" : "must not be a list");
-        levels_.push_back({*target});
-        return true;
+        if (!belongs) fail(isObject ? "must not be an object" : "must not be a list");
+        seen_[depth == 0 ? 0 : 1].clear();
     }
 
-    bool close() {
-        if (skipped_ > 0)
-            --skipped_;
-        else
-            levels_.pop_back();
-        return true;
-    }
-
-    static bool isUnknown(const Level& level) { return level.field == unknownField && !isAtList(level); }
-
-    /// What an object or list fills at this place; absent when none belongs here.
-    static std::optional<Target> innerTarget(Level& level, Bracket bracket) {
-        std::optional<Target> inner;
-        const auto descend = [&]<typename Field>(Field& field) {
-            if constexpr (DescribedRecord<Field>) {
-                if (bracket == Bracket::object) inner = &field;
-            } else if constexpr (isList<Field>) {
-                if (bracket == Bracket::list) inner = &field;
-            }
-        };
-        std::visit(
-            [&]<typename Current>(Current* target) {
-                if constexpr (isList<Current>) {
-                    ++level.elements;
-                    if (bracket == Bracket::object) inner = &target->emplace_back();
-                } else {
-                    withField(*target, level.field, descend);
-                }
-            },
-            level.target);
-        return inner;
-    }
-
-    void requireAllFields() {
-        Level& level = levels_.back();
-        visitRecord(level, [&](auto& record) {
-            int index = 0;
-            eachField(record, [&]<typename Field>(std::string_view name, Field&) {
-                if (!isOptional<Field> && !isLaterList<Field> && !(level.seen & bit(index))) {
-                    level.key = name;
-                    fail("is missing");
-                }
-                ++index;
-            });
+    void append(const Json& value) {
+        keys_[1] = {};
+        withField([&]<typename Field>(Field& field) {
+            if constexpr (isList<Field>) decode(value, field.emplace_back(), path());
         });
     }
 
-    [[noreturn]] void fail(std::string reason) const {
-        std::string path;
-        for (const Level& level : levels_) {
-            if (isAtList(level)) {
-                if (level.elements > 0) path += "[" + std::to_string(level.elements - 1) + "]";
-            } else if (!level.key.empty()) {
-                path.append(path.empty() ? "" : ".").append(level.key);
-            }
-        }
-        throw DocumentError(std::move(path), std::move(reason));
+    /// Calls `visit` with the field of the document that is being read.
+    template <typename Visitor>
+    void withField(Visitor&& visit) {
+        eachField(record_, [&](std::string_view name, auto& field) {
+            if (name == keys_[0]) visit(field);
+        });
     }
 
-    Target root_;
-    std::vector<Level> levels_;
-    std::size_t skipped_ = 0;  // brackets open below a key that is not known
+    std::string_view innerName(const std::string& key) {
+        std::string_view found;
+        withField([&]<typename Field>(Field& field) {
+            if constexpr (DescribedRecord<Field>)
+                found = nameIn(field, key);
+            else if constexpr (isList<Field>)
+                found = nameIn(typename Field::value_type{}, key);
+        });
+        return found;
+    }
+
+    /// The key as the record's description names it; empty when it is not known.
+    template <typename Described>
+    static std::string_view nameIn(const Described& described, std::string_view key) {
+        std::string_view found;
+        eachField(described, [&](std::string_view name, const auto&) {
+            if (name == key) found = name;
+        });
+        return found;
+    }
+
+    std::string path() const {
+        const std::string element = isInList_ && element_ >= 0 ? "[" + std::to_string(element_) + "]" : "";
+        return joined(std::string(keys_[0]) + element, keys_[1]);
+    }
+    [[noreturn]] void fail(const char* reason) const { throw DocumentError(path(), reason); }
+
+    static constexpr int nothingUnknown = std::numeric_limits<int>::max();
+
+    Record record_;
+    std::array<std::string_view, 2> keys_;               // being read: of the document, and below it
+    std::array<std::vector<std::string_view>, 2> seen_;  // so far, of the same objects
+    int unknownDepth_ = nothingUnknown;                  // of the key whose value is dropped
+    bool isInList_ = false;
+    int element_ = -1;
 };
 
 }  // namespace
 
 SessionMeta SessionDocuments::decodeSessionMeta(std::string_view json) {
-    return Reader::read<SessionMeta>(json);
+    return Reader<SessionMeta>::read(json);
 }
 
-EventLog SessionDocuments::decodeEventLog(std::string_view json) { return Reader::read<EventLog>(json); }
+EventLog SessionDocuments::decodeEventLog(std::string_view json) { return Reader<EventLog>::read(json); }
 
 }  // namespace cobaltreel
