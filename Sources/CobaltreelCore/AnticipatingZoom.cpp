@@ -11,7 +11,7 @@ namespace {
 
 constexpr double never = -std::numeric_limits<double>::infinity();
 
-// The easing curve's steepest rise and strongest bend, for a way of 1 in a time of 1.
+// The easing curve's steepest rise and strongest bend, for a distance of 1 in a time of 1.
 constexpr double peakSpeed = 3, peakAcceleration = 12;
 
 struct Bounds {

@@ -30,7 +30,7 @@ namespace platform {
 struct PlatformServices : RecordingHost {
     Session session;  ///< decided once; the rest follows from it
     std::shared_ptr<PlayerService> players;
-    std::shared_ptr<PointerButtons> buttons;         ///< null where the desktop itself tells of the buttons
+    std::shared_ptr<PointerButtons> buttons;         ///< null where the desktop itself reports the buttons
     std::shared_ptr<KeyGrabber> keys;                ///< null without a display server
     std::shared_ptr<Compositor> compositor;          ///< null without a display server
     std::shared_ptr<WindowManager> windowManager;    ///< null without a display server

@@ -12,7 +12,7 @@
 
 namespace cobaltreel {
 
-/// What a recording captures, and its metadata so far: without times, and as yet without a camera.
+/// What a recording captures, and its metadata so far: without times, and not yet with a camera.
 struct CaptureTarget {
     ScreenRecorder::Target target;
     SessionMeta meta;

@@ -62,7 +62,7 @@ Movie lookAt(const std::filesystem::path& file, platform::MediaService& media) {
 
 bool hasBothEnds(const SessionMeta& meta) { return meta.screenFirstPTS && meta.recordingEndHostTime; }
 
-/// The ends that the movies and the journal tell of: the document may be older than the movies' first
+/// The ends that the movies and the journal report: the document may be older than the movies' first
 /// pictures.
 void completeTimes(SessionMeta& meta, const Movie& screen, const Movie& camera, const EventLog& events) {
     if (!meta.cameraFirstPTS && camera.isPlayable()) meta.cameraFirstPTS = camera.start;
@@ -159,7 +159,7 @@ Settled settle(const SessionFolder& folder, platform::MediaService& media) {
     return look(folder, media, true).settled;
 }
 
-bool isSurelyEmpty(const std::filesystem::path& movie, platform::MediaService& media) {
+bool isKnownEmpty(const std::filesystem::path& movie, platform::MediaService& media) {
     return lookAt(movie, media).contents == Movie::Contents::nothing;
 }
 

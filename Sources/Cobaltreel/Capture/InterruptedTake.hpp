@@ -17,7 +17,7 @@ struct Settled {
     enum class State {
         complete,  ///< `meta` tells both ends; so it was, or so it has been made
         running,   ///< another process records into it
-        empty,     ///< surely a recording of ours, and surely nothing in it that could be played
+        empty,     ///< certainly ours, and certainly without anything to play
         unclear,   ///< `reason` says why nothing is to be done about it
     };
     State state = State::unclear;
@@ -33,8 +33,8 @@ Settled examine(const SessionFolder& folder, platform::MediaService& media);
 /// movies tell them, the pointer's journal as events.json. What cannot be written is in `meta` all the same.
 Settled settle(const SessionFolder& folder, platform::MediaService& media);
 
-/// Whether a movie surely holds nothing that could be played: its writing failed before its first fragment.
-bool isSurelyEmpty(const std::filesystem::path& movie, platform::MediaService& media);
+/// Whether a movie certainly holds nothing to play: its writing failed before its first fragment.
+bool isKnownEmpty(const std::filesystem::path& movie, platform::MediaService& media);
 
 /// Settles, and removes the folder when it is empty. True when it has been removed.
 bool removeIfEmpty(const SessionFolder& folder, platform::MediaService& media);

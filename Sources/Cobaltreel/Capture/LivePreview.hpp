@@ -17,7 +17,7 @@ class LivePreview {
     LivePreview& operator=(const LivePreview&) = delete;
 
     /// Runs the chosen camera and microphone, or the one of the two that there is, and shows the bubble for
-    /// a camera; anew when they run already. False, and nothing happens, without any device.
+    /// a camera; restarts those that run. False, and nothing happens, without any device.
     bool start();
     /// Takes the bubble away; the devices are the recorder's to stop.
     void end();

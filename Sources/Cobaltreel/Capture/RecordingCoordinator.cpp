@@ -48,7 +48,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
 }
 
 RecordingCoordinator::~RecordingCoordinator() {
-    // Whoever waits for the countdown or for a change of the phase goes on, and sees that this has gone.
+    // Whoever waits for the countdown or for a change of the phase goes on, and sees that this is gone.
     abandonCountdown();
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase_);
 }
@@ -247,7 +247,7 @@ QCoro::Task<void> RecordingCoordinator::tick() {
     if (isFull && !disk.isFolderGone)
         co_await endByItself(S::stoppedDiskFull());
     else if (disk.isFolderGone || engine->writingError())
-        co_await endByItself({});  // the stop tells of what cannot be written
+        co_await endByItself({});  // the stop reports what cannot be written
 }
 
 QCoro::Task<void> RecordingCoordinator::endByItself(QString reason) {

@@ -38,7 +38,7 @@ QCoro::Task<std::optional<PlatformError>> RecordingEngine::completeTake(
     meta.cameraFirstPTS = cameraMic.firstPTS();
     co_await offMainThread([&] {
         // A take without a picture is no take, whatever the screen gave.
-        if (error && InterruptedTake::isSurelyEmpty(folder.screenMovie(), *services.media))
+        if (error && InterruptedTake::isKnownEmpty(folder.screenMovie(), *services.media))
             meta.screenFirstPTS.reset();
         meta.recordingEndHostTime = pictureEndedAt.value_or(services.clock->now());
         const auto unwritten = files->complete(events, meta);

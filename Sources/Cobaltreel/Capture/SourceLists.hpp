@@ -10,7 +10,7 @@
 namespace cobaltreel {
 
 /// Looks for displays, windows, cameras and microphones and offers them to the choices; cameras and
-/// microphones anew whenever they change. Main thread.
+/// microphones whenever they change. Main thread.
 class SourceLists {
   public:
     /// `choices` outlive this.

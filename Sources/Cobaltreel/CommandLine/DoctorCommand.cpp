@@ -57,7 +57,7 @@ std::vector<Finding> findHotKey(const platform::PlatformServices& services) {
 }
 
 Finding findDesktop(const platform::PlatformServices& services) {
-    // A Wayland desktop tells of its screens once one of them is shared.
+    // A Wayland desktop describes its screens once one of them is shared.
     if (services.session.type == platform::SessionType::wayland)
         return {"pointer and windows", true, services.desktop->implementation(), ""};
     if (services.desktop->screens().empty())

@@ -15,7 +15,7 @@
 
 namespace cobaltreel {
 
-/// What the permissions are asked of. Every pointer is set.
+/// The services behind the permissions. Every pointer is set.
 struct PermissionServices {
     std::shared_ptr<platform::MainLoop> mainLoop;
     std::shared_ptr<platform::ScreenAccess> screen;
@@ -40,7 +40,7 @@ class Permissions final : public QObject {
     bool micGranted() const { return micGranted_; }
     bool allGranted() const { return screenGranted_ && cameraGranted_ && micGranted_; }
 
-    /// Looks at all three anew; the observers are told even when nothing changed.
+    /// Checks all three again; the observers are told even when nothing changed.
     void refresh();
     /// Ask the user; refreshed once answered, whatever the answer.
     void requestScreen() { services_.screen->request(); }
@@ -50,7 +50,7 @@ class Permissions final : public QObject {
     void openSettings(const std::string& pane);
     /// What the user can do while something is not granted; empty when all is.
     QString hint() const;
-    /// Ends the application and starts it anew.
+    /// Ends the application and starts it again.
     void relaunch();
 
   Q_SIGNALS:

@@ -82,7 +82,7 @@
     ENTRY(clicksUnseen, u"קליקים לא נראים, ולכן אין זום ואין הדגשות. הרץ "                                    \
                         u"\u2066sudo usermod -aG input $USER\u2069 והתחבר מחדש",                             \
           u"Clicks are not seen, so there is no zoom and no ripples. Run sudo usermod -aG input $USER and "  \
-          u"log in anew")                                                                                    \
+          u"log in again")                                                                                   \
     ENTRY(bubbleHides, u"הבועה מוסתרת בזמן שמסך מוקלט", u"The bubble hides while a screen is recorded")       \
     ENTRY(bindToggle, u"אין כאן קיצור מקלדת כללי. קשור מקש ל-\u2068cobaltreel toggle\u2069 בהגדרות שולחן העבודה", \
           u"This desktop gives programs no keys. Bind one to cobaltreel toggle in its settings")             \

@@ -75,7 +75,7 @@ class CaptureStream {
     virtual void stopCapture(std::function<void(std::optional<PlatformError>)> done) = 0;
 };
 
-/// Codes of PlatformError("ScreenCapture") that tell of a decision of the user.
+/// Codes of PlatformError("ScreenCapture") for a decision of the user.
 enum UserDecision {
     choiceCancelled = 20,  ///< the desktop's own dialog was closed without a choice
     choiceRefused = 21,    ///< the desktop, or the user for good, does not allow it

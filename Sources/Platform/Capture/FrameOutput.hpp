@@ -17,7 +17,7 @@ class FrameOutput {
     /// PlatformError("ScreenCapture", `badConfiguration`) when that output is taken.
     void add(StreamOutputType type, SerialQueue& queue, CaptureStream::OutputHandler handler);
     /// Queues a frame for the handler. `dropped`: frames lost before it. False when the queue has no room;
-    /// the next one tells of that.
+    /// the next one reports that.
     bool deliver(MediaTime time, ConstPixelBufferRef image, std::uint32_t dropped);
     /// After it returns no handler is running and none is called. Any thread but the handler's.
     void close();

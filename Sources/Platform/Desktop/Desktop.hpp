@@ -14,7 +14,7 @@ struct PointerState {
     double x = 0;  ///< points, origin at the bottom left of the main screen, y up
     double y = 0;
     std::int64_t buttons = 0;  ///< bit 0 primary, bit 1 secondary, bit 2 middle, higher bits further ones
-    double delay = 0;          ///< seconds ago that it was so, where the desktop tells of it later
+    double delay = 0;          ///< seconds ago that it was so, where the desktop reports it later
 };
 
 /// A screen of the desktop.

@@ -11,7 +11,7 @@ class PointerWatch {
     virtual ~PointerWatch() = default;
 };
 
-/// Hears of the pointer's buttons wherever they are pressed. Main thread.
+/// Reports presses of the pointer's buttons anywhere. Main thread.
 class PointerWatcher {
   public:
     /// Where, in pixels with the origin at the top left of the whole desktop, y down.

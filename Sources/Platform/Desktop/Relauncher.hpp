@@ -2,7 +2,7 @@
 
 namespace platform {
 
-/// Starts this program anew. Main thread.
+/// Starts this program again. Main thread.
 class Relauncher {
   public:
     virtual ~Relauncher() = default;

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// What is asked of whoever arranges the windows of the desktop. Windows go by their number at the display
+/// What the window manager is asked to do. Windows go by their number at the display
 /// server. Main thread; every call is a short round trip or two.
 class WindowManager {
   public:

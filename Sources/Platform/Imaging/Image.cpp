@@ -84,7 +84,7 @@ Image Image::memoized() const {
     const Rect v = node_->visible;
     const double left = std::floor(v.x), low = std::floor(v.y);
     const Rect pixels{left, low, std::ceil(v.maxX()) - left, std::ceil(v.maxY()) - low};
-    // What is too large to keep is computed anew each time instead.
+    // What is too large to keep is computed each time instead.
     if (pixels.w > largestMemoSide || pixels.h > largestMemoSide) return *this;
     return make(MemoNode{node_, pixels}, node_->extent, v);
 }

@@ -2,7 +2,7 @@ import QtQuick
 import Cobaltreel.Controls
 
 /// One line of text to type, inside a rounded border. It shows `value`; what is typed goes out through
-/// `edited`. A text runs and stands the way of its first letter.
+/// `edited`. A text's first letter decides its direction and alignment.
 Item {
     id: control
 

@@ -79,7 +79,7 @@ void PanelWindow::open(std::optional<QRect> statusItem) {
     watchPresses();
 }
 
-/// Where the focus was refused, nothing else tells that the user has turned to something else.
+/// Where the focus was refused, only a press elsewhere shows that the user is done with the panel.
 void PanelWindow::watchPresses() {
     if (look_ != Look::popover || !pointer_) return;
     presses_ = pointer_->watchPresses([this](int x, int y) {
@@ -155,7 +155,7 @@ void PanelWindow::showEvent(QShowEvent* event) {
 void PanelWindow::hideEvent(QHideEvent* event) {
     AppWindow::hideEvent(event);
     presses_.reset();
-    // Nobody tells of the pointer's leaving, and a tooltip would stand there at the next opening.
+    // The pointer's leaving is not reported, and a tooltip would still be there at the next opening.
     QEvent leave(QEvent::Leave);
     QCoreApplication::sendEvent(this, &leave);
     model_.disappear();

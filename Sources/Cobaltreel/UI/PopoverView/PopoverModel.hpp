@@ -71,7 +71,7 @@ class PopoverModel : public QObject {
     /// preview. `disappear` gives that up wherever it has come to, and ends the preview.
     void appear();
     void disappear();
-    /// The user returned to a panel that stayed open: reloads what there is to choose from, unless showing
+    /// The user returned to a panel that stayed open: reloads the choices, unless showing
     /// it is still doing so.
     void turnTo();
 

@@ -66,7 +66,7 @@ struct AppWindows {
     static void bringForward(QWindow& window);
     /// What panels and docks leave of a screen, in points.
     static QRect room(const QScreen& screen);
-    /// Who is asked for both; without it the toolkit does what it can.
+    /// Serves both; without it the toolkit does what it can.
     static void setWindowManager(std::shared_ptr<platform::WindowManager> manager);
 
     /// Wraps a view of a window that is shown by other means, such as the popover.

@@ -3,7 +3,7 @@ import Cobaltreel.Controls
 import Cobaltreel.Windows
 
 /// The root of every window: gives `content` its layout direction and, when the language changes, throws
-/// it away and builds it anew. View-local state starts afresh.
+/// it away and builds it again. View-local state starts from nothing.
 Rectangle {
     id: root
 

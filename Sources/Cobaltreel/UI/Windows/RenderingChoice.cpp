@@ -13,7 +13,7 @@
 namespace cobaltreel {
 namespace {
 
-/// Asking a driver costs tens of megabytes that are never given back, so where the system has no graphics
+/// Asking a driver costs tens of megabytes that are never returned, so where the system has no graphics
 /// device (/dev/dri, the proprietary driver's own, or that of a guest of Windows) nobody is asked.
 bool hasGraphicsDevice() {
     const char* const devices[]{"/dev/dri", "/dev/nvidiactl", "/dev/dxg"};

@@ -8,8 +8,8 @@ namespace platform::pipewire {
 /// compositors write even where the format has none; what cannot be alpha is not believed.
 class CastShadow {
   public:
-    /// Makes of a window's picture the part that is the window. Decided anew when the picture's place or size
-    /// changes, or when something is drawn where the shadow was.
+    /// Makes of a window's picture the part that is the window. Decided again when the picture's place or
+    /// size changes, or when something is drawn where the shadow was.
     void cutOff(CastPicture& picture);
 
   private:

@@ -54,12 +54,12 @@ void initialiseLibrary() {
     static std::once_flag once;
     std::call_once(once, [] {
         pw_init(nullptr, nullptr);
-        // What the library has to say is for its developers; whoever wants to hear it asks for it.
+        // The library's log is for its developers; an environment variable turns it on.
         if (std::getenv("PIPEWIRE_DEBUG") == nullptr) pw_log_set_level(SPA_LOG_LEVEL_NONE);
     });
 }
 
-/// A node of which more is asked than the registry tells.
+/// A node, with more than the registry says about it.
 struct Connection::BoundNode {
     Connection* owner = nullptr;
     std::uint32_t id = 0;

@@ -16,7 +16,7 @@ namespace platform::pipewire {
 /// Before anything else of the library is used. Any thread, as often as need be.
 void initialiseLibrary();
 
-/// Hears of the media graph, on the connection's loop thread (with its lock held).
+/// Receives the media graph's events, on the connection's loop thread (with its lock held).
 class GraphListener {
   public:
     virtual ~GraphListener() = default;

@@ -56,7 +56,7 @@ MjpegDecoder::MjpegDecoder() : handles_(std::make_unique<Handles>()) {
     handles_->context.reset(avcodec_alloc_context3(codec));
     if (!handles_->context || !handles_->packet || !handles_->frame) throw std::bad_alloc();
     handles_->context->thread_count = 1;                 // more threads hold pictures back
-    handles_->context->log_level_offset = AV_LOG_TRACE;  // a damaged picture is told of otherwise
+    handles_->context->log_level_offset = AV_LOG_TRACE;  // a damaged picture is reported otherwise
     handles_->context->err_recognition = AV_EF_EXPLODE;
     if (avcodec_open2(handles_->context.get(), codec, nullptr) < 0) handles_->context.reset();
 }

@@ -243,7 +243,7 @@ void PipeWireCaptureSession::streamFailed(Input& input, const std::string& reaso
     retry_->signalAfter(Connection::retryInterval);
 }
 
-/// What fails after this fails anew, and is told anew.
+/// A failure after this counts as a new one, and is reported again.
 void PipeWireCaptureSession::streamDelivered(Input& input) {
     if (std::exchange(input.attempts, 0) >= attemptsUntilReported)
         notify(CaptureEvent::Kind::returned, *input.device, quoted(*input.device) + " can be used again.");

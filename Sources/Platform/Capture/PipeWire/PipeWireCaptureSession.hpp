@@ -66,7 +66,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     void reconcile();
     void reconcileCamera();
     void reconcileMicrophone();
-    /// The node to record, absent while the device is away; tells of its loss and its return.
+    /// The node to record, absent while the device is away; reports its loss and its return.
     const Node* presentNode(Input& input);
     void streamFailed(Input& input, const std::string& reason);
     void streamDelivered(Input& input);

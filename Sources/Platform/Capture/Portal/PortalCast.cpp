@@ -204,7 +204,7 @@ bool PortalCast::endsWith(const PortalAnswer& answer) {
         finish(PlatformError("ScreenCapture", choiceRefused,
                              "The desktop does not share the screen" +
                                  (answer.reason.empty() ? std::string(".") : ": " + answer.reason) +
-                                 " Allow it in the desktop's settings, or start anew and choose a screen."));
+                                 " Allow it in the desktop's settings, or start again and choose a screen."));
     return true;
 }
 

@@ -106,7 +106,7 @@ QVariantMap PortalScreenCapture::requirePortal() {
         throw PlatformError(
             "ScreenCapture", portalLacks,
             "This Wayland desktop has no portal that shares the screen. Install xdg-desktop-portal with "
-            "the part for your desktop: xdg-desktop-portal-gnome, -kde or -wlr; then log in anew.");
+            "the part for your desktop: xdg-desktop-portal-gnome, -kde or -wlr; then log in again.");
     const std::lock_guard lock(mutex_);
     portal_ = properties;
     return *std::move(properties);
@@ -168,7 +168,7 @@ void PortalScreenCapture::open(const CastWish& wish) {
     opening_->open(wish, [this, wish](const std::optional<PlatformError>& error) {
         const auto cast = std::exchange(opening_, nullptr);
         if (error && error->code() == choiceRefused && !wish.restoreToken.empty()) {
-            // The desktop no longer knows that choice, so the user chooses anew.
+            // The desktop no longer knows that choice, so the user chooses again.
             remember(wish.kind, {});
             CastWish anew = wish;
             anew.restoreToken.clear();
@@ -206,7 +206,7 @@ std::unique_ptr<CaptureStream> PortalScreenCapture::makeStream(
     }
     if (!grant)
         throw PlatformError("ScreenCapture", notGranted,
-                            "Nothing has been chosen in the desktop's dialog to be recorded. Start anew.");
+                            "Nothing has been chosen in the desktop's dialog to be recorded. Start again.");
     if (configuration.width <= 0 || configuration.height <= 0 ||
         configuration.pixelFormat != PixelFormat::bgra)
         throw PlatformError("ScreenCapture", notGranted,

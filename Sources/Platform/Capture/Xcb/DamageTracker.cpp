@@ -11,7 +11,7 @@ DamageTracker::DamageTracker(const XcbConnection& connection, xcb_drawable_t dra
     const bool isThere =
         extension != nullptr &&
         connection.reply(xcb_damage_query_version_reply, xcb_damage_query_version(connection.get(), 1, 1));
-    if (connection.isBroken()) return;  // the stream tells of that
+    if (connection.isBroken()) return;  // the stream reports that
     if (!isThere)
         throw PlatformError("ScreenCapture", serverLacks,
                             "The X server of display \"" + connection.name() +

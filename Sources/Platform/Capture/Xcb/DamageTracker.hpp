@@ -21,9 +21,9 @@ class DamageTracker {
     DamageTracker(const DamageTracker&) = delete;
     DamageTracker& operator=(const DamageTracker&) = delete;
 
-    /// The box or rectangle, in the drawable's pixels, when the event tells of one.
+    /// The box or rectangle, in the drawable's pixels, when the event names one.
     std::optional<PixelRect> boxOf(const xcb_generic_event_t& event) const;
-    /// Begins anew; drawing that the server does from here on is told of again.
+    /// Begins again: what is drawn from here on is reported again.
     void clear();
 
   private:

@@ -25,7 +25,7 @@ void DisplaySource::findDisplay() {
         return monitor.displayID == display_.displayID;
     });
     const auto root = outerBounds(connection_, connection_.root());
-    if (connection_.isBroken()) return;  // the stream tells of that
+    if (connection_.isBroken()) return;  // the stream reports that
     if (found == monitors.end())
         throw PlatformError("ScreenCapture", contentVanished,
                             "The display \"" + display_.name +

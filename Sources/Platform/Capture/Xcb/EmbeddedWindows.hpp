@@ -14,7 +14,7 @@ class EmbeddedWindows {
   public:
     EmbeddedWindows(XcbConnection& connection, const std::vector<RunningApplication>& applications);
 
-    /// Looks for them anew, at the next update.
+    /// Looks for them again at the next update.
     void invalidate() { isStale_ = true; }
     /// Finds out where they are now. `isOthers`: whether a top-level window belongs to somebody else.
     void update(const std::vector<TopLevel>& stack, const std::function<bool(const TopLevel&)>& isOthers);

@@ -80,7 +80,7 @@ bool ExcludedWindows::handle(const xcb_generic_event_t& event) {
         kinds_.erase(window);
         redirected_.erase(window);
     } else if (const auto kept = redirected_.find(window); kept != redirected_.end()) {
-        // Here, before the events that tell of its painting.
+        // Here, before the events that report its painting.
         kept->second->update(*topLevel, coveredOf(*topLevel));
     }
     const bool isOfInterest = event.response_type == XCB_MAP_NOTIFY ||
@@ -202,7 +202,7 @@ bool ExcludedWindows::composeHole(const PixelRect& hole, const Plane& picture) {
         if (!each.isShown || kindOf(each.window) != Kind::shown) continue;
         const auto window = redirected_.find(each.window);
         if (window == redirected_.end()) {
-            if (!each.bounds.intersected(hole).isEmpty()) return false;  // shown since; prepare anew
+            if (!each.bounds.intersected(hole).isEmpty()) return false;  // shown since; prepare again
             continue;
         }
         if (embedded_.isForOneAlone(each.window)) continue;

@@ -7,7 +7,7 @@
 namespace platform {
 
 /// The contents that Composite keeps of one window, under a name of our own. Once the window is resized or
-/// shown anew it has other contents, and these stay as they were.
+/// shown again it has other contents, and these stay as they were.
 class NamedPixmap {
   public:
     /// Absent when the window has no contents at the moment: hidden, being resized, not redirected, gone.

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Which part of a window's contents nobody has painted yet. The server fills contents that it makes anew
+/// Which part of a window's contents nobody has painted yet. The server fills new contents
 /// (for a window that is shown, redirected or resized) with what the screen showed at that place: other
 /// windows, that is. Only what was painted since may be used.
 ///

@@ -80,7 +80,7 @@ void WindowSource::updateFrame() {
     const bool isFirst = frame_ == XCB_NONE;
     frame_ = frameOf(connection_, window_);
     if (frame_ == XCB_NONE) {
-        if (connection_.isBroken()) return;  // the stream tells of that
+        if (connection_.isBroken()) return;  // the stream reports that
         failGone();
     }
     const std::uint32_t own =

@@ -15,7 +15,7 @@
 namespace platform {
 
 /// A stream that takes pictures on a thread and a connection of its own. The thread sleeps until the server
-/// tells of a change; it ends with the stream. Callbacks must not destroy the stream.
+/// reports a change; it ends with the stream. Callbacks must not destroy the stream.
 class X11CaptureStream final : public CaptureStream {
   public:
     using SourceMaker =

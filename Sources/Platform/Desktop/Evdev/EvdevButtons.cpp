@@ -93,7 +93,7 @@ std::optional<PlatformError> EvdevButtons::unavailable() {
                              " may be read: a recording has no zoom and no ripples. Install Cobaltreel's "
                              "Debian package, which gives "
                              "the user at the screen mice and touchpads; or run: sudo usermod -aG input "
-                             "$USER, and log in anew.");
+                             "$USER, and log in again.");
 }
 
 void EvdevButtons::openAll() {

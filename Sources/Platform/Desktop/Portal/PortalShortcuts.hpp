@@ -29,7 +29,7 @@ class PortalShortcuts final : public QObject, public std::enable_shared_from_thi
     struct Grab;
     struct Chord {
         KeyChord keys;
-        std::function<void()> pressed;  // empty once given back
+        std::function<void()> pressed;  // empty once released
     };
 
     explicit PortalShortcuts(std::shared_ptr<PortalBus> bus) : bus_(std::move(bus)) {}

@@ -24,7 +24,7 @@ namespace {
 
 using Draw = std::function<StatusPicture(const StatusLabel&, int)>;
 
-/// Draws the label anew in whatever size a tray has.
+/// Draws the label in whatever size a tray has.
 class LabelIcon final : public QIconEngine {
   public:
     LabelIcon(Draw draw, StatusLabel label) : draw_(std::move(draw)), label_(std::move(label)) {}

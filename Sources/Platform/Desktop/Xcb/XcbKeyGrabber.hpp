@@ -9,7 +9,7 @@
 namespace platform {
 
 /// Grabs keys of an X11 session. A passive grab keeps the key from every other program; the raw events
-/// of the input extension also tell of presses of Escape while somebody else, such as an open menu, holds
+/// of the input extension also report presses of Escape while somebody else, such as an open menu, holds
 /// the whole keyboard.
 class XcbKeyGrabber final : public KeyGrabber {
   public:

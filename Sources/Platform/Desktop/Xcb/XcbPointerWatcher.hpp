@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// Hears of raw button presses, which come whoever has grabbed the pointer.
+/// Receives raw button presses, which arrive even while another client grabs the pointer.
 class XcbPointerWatcher final : public PointerWatcher {
   public:
     /// An empty name means $DISPLAY.

@@ -30,7 +30,7 @@ const int* coefficients(ColorMatrix matrix) {
 
 bool isPlanar420(int format) { return format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P; }
 
-/// A buffer of a pool that is made anew when the shape or the matrix changes.
+/// A buffer of a pool that is replaced when the shape or the matrix changes.
 PixelBufferRef takeFrom(std::optional<PixelBufferPool>& pool, PixelFormat format, int width, int height,
                         ColorMatrix matrix) {
     const auto renew = [&] { pool.emplace(format, width, height, poolLimit, matrix); };

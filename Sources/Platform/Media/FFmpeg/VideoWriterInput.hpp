@@ -43,7 +43,7 @@ class VideoWriterInput final : public WriterInput {
     /// The last picture while it stands in the movie coarser than it should, or not at all.
     ConstPixelBufferRef coarse_;
     ConstPixelBufferRef lastPicture_;  // in real time
-    std::int64_t lastEncoded_ = -1;    // time of the last picture that the encoder has given back
+    std::int64_t lastEncoded_ = -1;    // time of the last picture that the encoder has returned
     /// The last time is one of a repetition; a picture that bears an earlier one still has to be shown.
     bool hasRepeated_ = false;
 };
