@@ -1,6 +1,6 @@
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Fakes/FakeDeviceAccess.hpp"
 #include "Fakes/FakeShellServices.hpp"
 #include "Fakes/VirtualTime.hpp"

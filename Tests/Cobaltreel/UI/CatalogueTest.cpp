@@ -2,7 +2,7 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/MacControls/TextDirection.hpp"
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Cobaltreel/UI/Windows/Texts.hpp"
 
 #include <QGlyphRun>

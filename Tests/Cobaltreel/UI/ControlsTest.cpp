@@ -1,5 +1,5 @@
 // The controls under pointer, touch, keyboard and assistive technology.
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QAccessible>
@@ -11,7 +11,7 @@ namespace {
 
 class ControlsTest : public LocalisedTest {};
 
-QRgb pixel(Scene& scene, const char* name, QPointF position) {
+QRgb pixel(QmlScene& scene, const char* name, QPointF position) {
     const QImage picture = scene.window().grabWindow();
     return picture.pixel(scene.item(name)->mapToScene(position).toPoint());
 }
@@ -27,7 +27,7 @@ const QString switches = QStringLiteral(R"(
     })");
 
 TEST_F(ControlsTest, SwitchAnswersTapTouchAndSpaceAndHoldsNoStateOfItsOwn) {
-    Scene scene(switches);
+    QmlScene scene(switches);
     EXPECT_EQ(scene.item("a")->size(), QSizeF(38, 22));
     scene.clickCentre("a");
     EXPECT_TRUE(scene.get("a", "isOn").toBool());
@@ -50,7 +50,7 @@ TEST_F(ControlsTest, SwitchAnswersTapTouchAndSpaceAndHoldsNoStateOfItsOwn) {
 
 TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColor) {
     for (const bool rightToLeft : {false, true}) {
-        Scene scene(switches, rightToLeft);
+        QmlScene scene(switches, rightToLeft);
         const QPointF left(11, 11), right(27, 11), track(19, 2);
         EXPECT_EQ(pixel(scene, "a", rightToLeft ? right : left), qRgb(255, 255, 255));
         EXPECT_EQ(pixel(scene, "a", track), qRgb(77, 77, 77));
@@ -64,7 +64,7 @@ TEST_F(ControlsTest, TheKnobGlidesToTheTrailingEndAndTheTrackChangesColor) {
 
 TEST_F(ControlsTest, ToggleRowTakesTapsOnItsLabelAndPlacesItsSwitch) {
     for (const bool rightToLeft : {false, true}) {
-        Scene scene(switches, rightToLeft);
+        QmlScene scene(switches, rightToLeft);
         scene.click("row", {rightToLeft ? 290.0 : 10.0, 11});
         EXPECT_FALSE(scene.get("row", "isOn").toBool());
         scene.click("row", {rightToLeft ? 10.0 : 290.0, 11});
@@ -87,7 +87,7 @@ const QString sliders = QStringLiteral(R"(
     })");
 
 TEST_F(ControlsTest, AfterThePointerTheArrowsAreNotTheSliders) {
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         Item { objectName: "around"; width: 300; height: 100
             property int arrows: 0
             Keys.onRightPressed: ++arrows
@@ -100,7 +100,7 @@ TEST_F(ControlsTest, AfterThePointerTheArrowsAreNotTheSliders) {
 }
 
 TEST_F(ControlsTest, SliderFollowsPointerAndTouchFromTheFirstContact) {
-    Scene scene(sliders);
+    QmlScene scene(sliders);
     const auto value = [&] { return scene.get("s", "value").toDouble(); };
     scene.click("s", {108, 8});
     EXPECT_DOUBLE_EQ(value(), 0.25);
@@ -121,7 +121,7 @@ TEST_F(ControlsTest, SliderFollowsPointerAndTouchFromTheFirstContact) {
 
 TEST_F(ControlsTest, SliderAnswersTheKeyboardInReadingDirection) {
     for (const bool rightToLeft : {false, true}) {
-        Scene scene(sliders, rightToLeft);
+        QmlScene scene(sliders, rightToLeft);
         const auto value = [&] { return scene.get("s", "value").toDouble(); };
         scene.item("s")->forceActiveFocus(Qt::TabFocusReason);
         const Qt::Key forward = rightToLeft ? Qt::Key_Left : Qt::Key_Right;
@@ -153,7 +153,7 @@ TEST_F(ControlsTest, SliderAndLevelFillFromTheLeadingEnd) {
     const QRgb accent = qRgb(0, 122, 255), off = qRgb(77, 77, 77), on = qRgb(51, 199, 89),
                empty = qRgb(71, 71, 71);
     for (const bool rightToLeft : {false, true}) {
-        Scene scene(body, rightToLeft);
+        QmlScene scene(body, rightToLeft);
         const double leading = rightToLeft ? 180 : 20, trailing = 200 - leading;
         EXPECT_EQ(pixel(scene, "s", {leading, 8}), accent);
         EXPECT_EQ(pixel(scene, "s", {trailing, 8}), off);
@@ -175,7 +175,7 @@ const QString segments = QStringLiteral(R"(
 
 TEST_F(ControlsTest, SegmentsAnswerTapsAnywhereAndTheKeyboard) {
     for (const bool rightToLeft : {false, true}) {
-        Scene scene(segments, rightToLeft);
+        QmlScene scene(segments, rightToLeft);
         const auto chosen = [&] { return scene.get("m", "selection").toString(); };
         scene.click("m", {5, 5});
         EXPECT_EQ(chosen(), rightToLeft ? "c" : "a");
@@ -193,7 +193,7 @@ TEST_F(ControlsTest, SegmentsAnswerTapsAnywhereAndTheKeyboard) {
 }
 
 TEST_F(ControlsTest, TabVisitsEveryControlOnceAndShowsWhereItIs) {
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         Column {
             spacing: 20
             MacSwitch { objectName: "a"; isOn: true; Accessible.name: "a" }
@@ -215,7 +215,7 @@ TEST_F(ControlsTest, TabVisitsEveryControlOnceAndShowsWhereItIs) {
 }
 
 TEST_F(ControlsTest, ButtonAnswersPointerSpaceAndReturn) {
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         MacButton { objectName: "b"; text: "Push"; property int pushes: 0; onClicked: ++pushes })"));
     scene.clickCentre("b");
     scene.press(Qt::Key_Return);
@@ -228,7 +228,7 @@ TEST_F(ControlsTest, ButtonAnswersPointerSpaceAndReturn) {
 }
 
 TEST_F(ControlsTest, LongTextsEndInAnEllipsisAndAreShownWholeInATooltip) {
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         ControlText { id: text; objectName: "long"; width: 80; label: "A name much too long for its place" }
         ControlText { objectName: "short"; y: 60; width: 200; label: "Short" })"));
     EXPECT_TRUE(scene.get("long", "truncated").toBool());
@@ -247,7 +247,7 @@ TEST_F(ControlsTest, LongTextsEndInAnEllipsisAndAreShownWholeInATooltip) {
 
 TEST_F(ControlsTest, AssistiveTechnologyReadsRoleNameAndValueAndCanAct) {
     QAccessible::setActive(true);
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         Column {
             MacToggleRow { objectName: "row"; label: "Camera"; isOn: true; stretch: false; onEdited: on => isOn = on }
             MacSlider { objectName: "s"; lowerBound: 0; upperBound: 2; value: 1; Accessible.name: "Size"; onEdited: v => value = v }

@@ -3,7 +3,7 @@
 #include "Cobaltreel/UI/CountdownWindow/Countdown.hpp"
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"

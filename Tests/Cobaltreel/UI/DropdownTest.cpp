@@ -1,4 +1,4 @@
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QTest>
@@ -19,15 +19,15 @@ class DropdownTest : public LocalisedTest {
             onChosen: value => last = value
             content: Array.from({length: 60}, (_, i) => ({value: i, title: "Device " + i})) })";
 
-    bool isOpen(Scene& scene, const char* name = "d") { return scene.get(name, "isOpen").toBool(); }
-    bool opens(Scene& scene, const char* name = "d") {
+    bool isOpen(QmlScene& scene, const char* name = "d") { return scene.get(name, "isOpen").toBool(); }
+    bool opens(QmlScene& scene, const char* name = "d") {
         return eventually([&] { return isOpen(scene, name); });
     }
-    QString chosen(Scene& scene) { return scene.get("d", "last").toString(); }
+    QString chosen(QmlScene& scene) { return scene.get("d", "last").toString(); }
 };
 
 TEST_F(DropdownTest, APressOpensItAndATapOnAnItemChoosesIt) {
-    Scene scene(QString::fromLatin1(body));
+    QmlScene scene(QString::fromLatin1(body));
     scene.clickCentre("d");
     ASSERT_TRUE(opens(scene));
     scene.click("d", {100, 27 + 4 + 4 + 10});  // the first item, below the label and the menu's padding
@@ -36,7 +36,7 @@ TEST_F(DropdownTest, APressOpensItAndATapOnAnItemChoosesIt) {
 }
 
 TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
-    Scene scene(QString::fromLatin1(body));
+    QmlScene scene(QString::fromLatin1(body));
     scene.clickCentre("d");
     ASSERT_TRUE(opens(scene));
     scene.clickCentre("d");
@@ -49,7 +49,7 @@ TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
 }
 
 TEST_F(DropdownTest, NoPressOnOrBesideAnOpenMenuReachesWhatIsBelow) {
-    Scene scene(QStringLiteral(R"(
+    QmlScene scene(QStringLiteral(R"(
         Column { id: below; objectName: "below"; width: 200
             property int edits: 0
             MacDropdown { objectName: "d"; width: 200; text: "A device whose name is longer than there is room for"
@@ -90,7 +90,7 @@ TEST_F(DropdownTest, NoPressOnOrBesideAnOpenMenuReachesWhatIsBelow) {
 }
 
 TEST_F(DropdownTest, KeyboardOpensMovesChoosesAndLeaves) {
-    Scene scene(QString::fromLatin1(body));
+    QmlScene scene(QString::fromLatin1(body));
     scene.item("d")->forceActiveFocus(Qt::TabFocusReason);
     for (const Qt::Key opener : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Down}) {
         scene.press(opener);
@@ -116,7 +116,7 @@ TEST_F(DropdownTest, KeyboardOpensMovesChoosesAndLeaves) {
 }
 
 TEST_F(DropdownTest, WithoutItemsItStaysClosed) {
-    Scene scene(QString::fromLatin1(body));
+    QmlScene scene(QString::fromLatin1(body));
     scene.clickCentre("empty");
     EXPECT_FALSE(isOpen(scene, "empty"));
     scene.clickCentre("d");
@@ -124,7 +124,7 @@ TEST_F(DropdownTest, WithoutItemsItStaysClosed) {
 }
 
 TEST_F(DropdownTest, AMenuLongerThanTheWindowScrollsInsideIt) {
-    Scene scene(QString::fromLatin1(body));
+    QmlScene scene(QString::fromLatin1(body));
     scene.item("many")->forceActiveFocus(Qt::TabFocusReason);
     scene.press(Qt::Key_Return);
     ASSERT_TRUE(opens(scene, "many"));

@@ -1,5 +1,5 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"

@@ -8,7 +8,7 @@
 #include "Cobaltreel/UI/PreviewWindow/PictureView.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Fakes/FakeFileBrowser.hpp"
 #include "Platform/PlatformServices.hpp"

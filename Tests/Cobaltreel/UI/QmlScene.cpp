@@ -1,4 +1,4 @@
-#include "Cobaltreel/UI/Scene.hpp"
+#include "Cobaltreel/UI/QmlScene.hpp"
 
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
@@ -13,7 +13,7 @@
 
 namespace cobaltreel {
 
-Scene::Scene(const QString& body, bool rightToLeft) : view_(&AppWindows::engine(), nullptr) {
+QmlScene::QmlScene(const QString& body, bool rightToLeft) : view_(&AppWindows::engine(), nullptr) {
     const QString source = QStringLiteral(
                                "import QtQuick\nimport Cobaltreel.Controls\nimport Cobaltreel.Windows\n"
                                "Item { width: 400; height: 300; focus: true\n"
@@ -31,43 +31,43 @@ Scene::Scene(const QString& body, bool rightToLeft) : view_(&AppWindows::engine(
     if (!QTest::qWaitForWindowActive(&view_)) throw std::runtime_error("the window does not become active");
 }
 
-QQuickItem* Scene::item(const char* objectName) const {
+QQuickItem* QmlScene::item(const char* objectName) const {
     auto* found = view_.rootObject()->findChild<QQuickItem*>(QLatin1String(objectName));
     if (!found) throw std::runtime_error(std::string("no item ") + objectName);
     return found;
 }
 
-QVariant Scene::get(const char* objectName, const char* property) const {
+QVariant QmlScene::get(const char* objectName, const char* property) const {
     return item(objectName)->property(property);
 }
 
-QPoint Scene::inWindow(const char* objectName, QPointF position) const {
+QPoint QmlScene::inWindow(const char* objectName, QPointF position) const {
     return item(objectName)->mapToScene(position).toPoint();
 }
 
-void Scene::click(const char* objectName, QPointF position) {
+void QmlScene::click(const char* objectName, QPointF position) {
     QTest::mouseClick(&view_, Qt::LeftButton, Qt::NoModifier, inWindow(objectName, position));
 }
 
-void Scene::clickCentre(const char* objectName) {
+void QmlScene::clickCentre(const char* objectName) {
     const QQuickItem* target = item(objectName);
     click(objectName, QPointF(target->width() / 2, target->height() / 2));
 }
 
-void Scene::doubleClick(const char* objectName) {
+void QmlScene::doubleClick(const char* objectName) {
     const QQuickItem* target = item(objectName);
     QTest::mouseDClick(&view_, Qt::LeftButton, Qt::NoModifier,
                        inWindow(objectName, QPointF(target->width() / 2, target->height() / 2)));
 }
 
-void Scene::drag(const char* objectName, QPointF from, QPointF to) {
+void QmlScene::drag(const char* objectName, QPointF from, QPointF to) {
     QTest::mousePress(&view_, Qt::LeftButton, Qt::NoModifier, inWindow(objectName, from));
     for (const double share : {0.25, 0.5, 0.75, 1.0})
         QTest::mouseMove(&view_, inWindow(objectName, from + share * (to - from)));
     QTest::mouseRelease(&view_, Qt::LeftButton, Qt::NoModifier, inWindow(objectName, to));
 }
 
-void Scene::touchDrag(const char* objectName, QPointF from, QPointF to) {
+void QmlScene::touchDrag(const char* objectName, QPointF from, QPointF to) {
     static QPointingDevice* const screen = QTest::createTouchDevice();
     QTest::touchEvent(&view_, screen).press(1, inWindow(objectName, from), &view_);
     for (const double share : {0.25, 0.5, 0.75, 1.0})
@@ -75,7 +75,9 @@ void Scene::touchDrag(const char* objectName, QPointF from, QPointF to) {
     QTest::touchEvent(&view_, screen).release(1, inWindow(objectName, to), &view_);
 }
 
-void Scene::press(Qt::Key key, Qt::KeyboardModifiers modifiers) { QTest::keyClick(&view_, key, modifiers); }
+void QmlScene::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QTest::keyClick(&view_, key, modifiers);
+}
 
 platform::InMemoryUserDefaults& LocalisedTest::stored() {
     static const auto defaults = [] {

@@ -13,10 +13,10 @@
 namespace cobaltreel {
 
 /// A window with a view written in the test, its keyboard and its pointer.
-class Scene {
+class QmlScene {
   public:
     /// `body` stands inside an Item of 400 × 300 in which the kit and the texts are imported.
-    explicit Scene(const QString& body, bool rightToLeft = false);
+    explicit QmlScene(const QString& body, bool rightToLeft = false);
 
     QQuickItem* item(const char* objectName) const;
     QVariant get(const char* objectName, const char* property) const;
