@@ -65,6 +65,7 @@ ExportOptions optionsOf(const SessionMeta& meta, const std::filesystem::path& ou
     options.autoZoom = true;
     options.bubble = meta.cameraEnabled;
     options.systemAudio = meta.systemAudioEnabled;
+    options.cameraStyle = meta.cameraStyle.value_or(CameraStyle::bubble);
     options.outputURL = output;
     return options;
 }

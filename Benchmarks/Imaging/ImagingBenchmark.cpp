@@ -1,7 +1,11 @@
-#include "Platform/Imaging/Canvas.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Cobaltreel/Scene/SceneRenderer.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -30,24 +34,16 @@ PixelBufferRef makePicture(PixelFormat format, int width, int height) {
     return buffer;
 }
 
-Image zoomed(const Image& screen, const Rect& crop, int width, int height) {
-    return screen.cropped(crop)
-        .translated(-crop.x, -crop.y)
-        .scaled(width / crop.w, height / crop.h)
-        .cropped({0, 0, static_cast<double>(width), static_cast<double>(height)});
-}
-
 /// A part of a 1920 × 1080 frame, from the given corner, to a whole target.
 void resampleScreen(benchmark::State& state, PixelFormat targetFormat, double cropWidth, int width,
                     int height, bool moving) {
-    const Image screen = Image::fromBuffer(makePicture(PixelFormat::i420, 1920, 1080));
+    const auto screen = makePicture(PixelFormat::i420, 1920, 1080);
     PixelBuffer target(targetFormat, width, height);
-    RenderContext context;
+    Resampler resampler;
     double creep = 0;
     for (auto _ : state) {
         const double w = cropWidth - creep;
-        context.render(zoomed(screen, {creep, creep, w, w * 9 / 16}, width, height), target,
-                       {0, 0, static_cast<double>(width), static_cast<double>(height)});
+        resampler.draw(*screen, {creep, creep, w, w * 9 / 16}, target, boundsOf(target));
         if (moving) creep = creep > 90 ? 0.1 : creep + 0.1;
         benchmark::ClobberMemory();
     }
@@ -66,72 +62,38 @@ BENCHMARK_CAPTURE(resampleScreen, wholeToBgra720, PixelFormat::bgra, 1920, 1280,
 BENCHMARK_CAPTURE(resampleScreen, wholeToBgra1080, PixelFormat::bgra, 1920, 1920, 1080, false)
     ->Unit(benchmark::kMillisecond);
 
-struct BubbleParts {
-    Image mask;
-    Image ring;
-    Image shadow;
+/// Finds the same person in every frame.
+class FoundPerson final : public VisionService, public PersonSegmentationRequest {
+  public:
+    std::unique_ptr<PersonSegmentationRequest> makePersonSegmentationRequest(QualityLevel) override {
+        return std::make_unique<FoundPerson>();
+    }
+    std::optional<PlatformError> unavailable() override { return std::nullopt; }
+    std::string implementation() const override { return "found"; }
+    std::vector<ConstPixelBufferRef> perform(const PixelBuffer&) override { return {mask_}; }
+
+  private:
+    ConstPixelBufferRef mask_ = makePicture(PixelFormat::gray8, 512, 384);
 };
-
-BubbleParts makeBubble(int diameter) {
-    const Rect circle{2, 2, diameter - 4.0, diameter - 4.0};
-    Canvas mask(diameter, diameter), ring(diameter, diameter), shadow(diameter, diameter);
-    mask.fillEllipse(circle, {1, 1, 1, 1});
-    ring.strokeEllipse(circle, {0.83, 0.63, 0.09, 0.9}, 3);
-    shadow.fillEllipse(circle, {0, 0, 0, 0.35});
-    return {mask.image().memoized(), ring.image().memoized(), shadow.image().gaussianBlurred(12)->memoized()};
-}
-
-Image bubbleOver(const Image& camera, const BubbleParts& parts, int diameter, const Image& below) {
-    const double scale = diameter / 720.0;
-    const Image face = camera.cropped({280, 0, 720, 720}).translated(-280, 0).scaled(scale, scale);
-    return parts.ring
-        .compositedOver(face.blendedWithMask(parts.mask)->compositedOver(parts.shadow.translated(0, -4)))
-        .translated(1920 - diameter - 32.4, 32.4)
-        .compositedOver(below);
-}
-
-Image cutoutOver(const Image& camera, const Image& mask, const Image& below) {
-    const double scale = 270.0 / 720;
-    const Rect box{0, 0, 480, 270};
-    const Image person = camera.blendedWithMask(mask)->scaled(scale, scale).cropped(box);
-    const Image silhouette = *Image::constant({0, 0, 0, 0.35})
-                                  .cropped(box)
-                                  .blendedWithMask(mask.scaled(scale, scale).cropped(box));
-    return person.compositedOver(silhouette.gaussianBlurred(10)->translated(0, -4))
-        .translated(1920 - 480 - 32.4, 32.4)
-        .compositedOver(below);
-}
-
-Image rippleOver(const Image& below) {
-    Canvas canvas(1920, 1080);
-    const Rect square{900.3, 500.7, 120, 120};
-    canvas.fillEllipse(square, {0.83, 0.63, 0.09, 0.2});
-    canvas.strokeEllipse(square, {1, 1, 1, 0.4}, 3);
-    return canvas.image().compositedOver(below);
-}
 
 enum class Overlay { none, ripple, bubble, cutout };
 
 /// One whole frame of an export: a zoomed screen with its overlay, into i420.
 void composeFrame(benchmark::State& state, Overlay overlay) {
-    const Image screen = Image::fromBuffer(makePicture(PixelFormat::i420, 1920, 1080));
-    const Image camera = Image::fromBuffer(makePicture(PixelFormat::i420, 1280, 720));
-    const BubbleParts parts = makeBubble(270);
-    const ConstPixelBufferRef maskPixels = makePicture(PixelFormat::gray8, 512, 384);
+    using namespace cobaltreel;
+    Scene scene{makePicture(PixelFormat::i420, 1920, 1080), {100.3, 354.3, 1200, 675}, {}, nullptr};
+    if (overlay == Overlay::ripple) scene.ripples = {{960.3, 519.3, 1}};
+    // A camera frame that is still shown is not drawn again.
+    const ConstPixelBufferRef cameras[] = {makePicture(PixelFormat::i420, 1280, 720),
+                                           makePicture(PixelFormat::i420, 1280, 720)};
+    const auto style = overlay == Overlay::cutout ? CameraStyle::cutout : CameraStyle::bubble;
+    SceneRenderer renderer({1920, 1080, style, CameraCorner::bottomRight, 270},
+                           std::make_shared<FoundPerson>());
     PixelBuffer target(PixelFormat::i420, 1920, 1080);
-    RenderContext context;
+    std::size_t frame = 0;
     for (auto _ : state) {
-        Image frame = zoomed(screen, {100.3, 50.7, 1200, 675}, 1920, 1080);
-        if (overlay == Overlay::ripple) frame = rippleOver(frame);
-        if (overlay == Overlay::bubble) frame = bubbleOver(camera, parts, 270, frame);
-        if (overlay == Overlay::cutout) {
-            const Image mask = Image::fromBuffer(maskPixels)
-                                   .scaled(2.5, 1.875)
-                                   .gaussianBlurred(1.5)
-                                   ->cropped({0, 0, 1280, 720});
-            frame = cutoutOver(camera, mask, frame);
-        }
-        context.render(frame, target, {0, 0, 1920, 1080});
+        if (overlay == Overlay::bubble || overlay == Overlay::cutout) scene.camera = cameras[frame++ % 2];
+        renderer.render(scene, target);
         benchmark::ClobberMemory();
     }
 }

@@ -1,5 +1,8 @@
 #include "CobaltreelCore/PersonSegmenter.hpp"
 
+#include "Platform/Imaging/Blend.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
+
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -11,7 +14,9 @@ namespace cobaltreel {
 namespace {
 
 using platform::ConstPixelBufferRef;
-using platform::Image;
+using platform::PixelBuffer;
+using platform::PixelBufferRef;
+using platform::PixelFormat;
 using Request = platform::PersonSegmentationRequest;
 
 constexpr double edgeSoftness = 1.5;  // pixels of the frame; hides the steps of an enlarged mask
@@ -21,20 +26,20 @@ Request::QualityLevel level(PersonSegmenter::Quality quality) {
                                                      : Request::QualityLevel::accurate;
 }
 
-Image softMask(ConstPixelBufferRef mask, double frameWidth, double frameHeight) {
-    const double sx = frameWidth / mask->width();
-    const double sy = frameHeight / mask->height();
-    const Image scaled = Image::fromBuffer(std::move(mask)).scaled(sx, sy);
-    const Image soft = scaled.gaussianBlurred(edgeSoftness).value_or(scaled);
-    return soft.cropped({0, 0, frameWidth, frameHeight}).memoized();
-}
-
 }  // namespace
 
 PersonSegmenter::PersonSegmenter(Quality quality, std::shared_ptr<platform::VisionService> vision)
     : quality_(quality), vision_(std::move(vision)) {}
 
-std::optional<Image> PersonSegmenter::mask(const ConstPixelBufferRef& frame) {
+ConstPixelBufferRef PersonSegmenter::softMask(const PixelBuffer& found, const PixelBuffer& frame) {
+    PixelBuffer scaled(PixelFormat::gray8, frame.width(), frame.height());
+    resampler_.draw(found, boundsOf(found), scaled, boundsOf(scaled));
+    const auto soft = std::make_shared<PixelBuffer>(PixelFormat::gray8, frame.width(), frame.height());
+    resampler_.blur(scaled, *soft, edgeSoftness);
+    return soft;
+}
+
+ConstPixelBufferRef PersonSegmenter::mask(const ConstPixelBufferRef& frame) {
     std::vector<ConstPixelBufferRef> results;
     try {
         if (!request_) request_ = vision_->makePersonSegmentationRequest(level(quality_));
@@ -45,11 +50,11 @@ std::optional<Image> PersonSegmenter::mask(const ConstPixelBufferRef& frame) {
     if (results.empty()) return noteFailure("no results");
     const ConstPixelBufferRef& found = results.front();
     if (!found || found->width() < 1 || found->height() < 1) return noteFailure("empty mask buffer");
-    lastMask_ = softMask(found, frame->width(), frame->height());
+    lastMask_ = softMask(*found, *frame);
     return lastMask_;
 }
 
-std::optional<Image> PersonSegmenter::noteFailure(std::string_view reason) {
+ConstPixelBufferRef PersonSegmenter::noteFailure(std::string_view reason) {
     if (!std::exchange(didLogFailure_, true)) {
         const std::string line = "Cobaltreel PersonSegmenter: segmentation failed (" + std::string(reason) +
                                  "); using last mask / bubble fallback\n";
@@ -58,8 +63,12 @@ std::optional<Image> PersonSegmenter::noteFailure(std::string_view reason) {
     return lastMask_;
 }
 
-std::optional<Image> PersonSegmenter::apply(const Image& mask, const Image& image) {
-    return image.blendedWithMask(mask);
+PixelBufferRef PersonSegmenter::apply(const PixelBuffer& mask, const PixelBuffer& image) {
+    if (mask.width() != image.width() || mask.height() != image.height()) return nullptr;
+    auto person = std::make_shared<PixelBuffer>(PixelFormat::bgra, image.width(), image.height());
+    convertPixels(image, *person);
+    multiplyByMask(*person, mask);
+    return person;
 }
 
 }  // namespace cobaltreel

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Platform/Imaging/Image.hpp"
+#include "Platform/Imaging/Resampler.hpp"
 #include "Platform/Vision/PersonSegmentation.hpp"
 
 #include <memory>
-#include <optional>
 #include <string_view>
 
 namespace cobaltreel {
@@ -20,26 +19,31 @@ class PersonSegmenter {
     /// `vision` must be there; it is first asked when the first frame comes.
     PersonSegmenter(Quality quality, std::shared_ptr<platform::VisionService> vision);
 
-    /// The person in `frame` (bgra or i420, not null): white on black, extent (0, 0, width, height) of
-    /// the frame, soft edges; its pixels are computed at most once. On a failure the last good mask,
-    /// absent when there is none yet; the first failure writes one line to the standard error stream.
-    std::optional<platform::Image> mask(const platform::ConstPixelBufferRef& frame);
+    /// The person in `frame` (bgra or i420, not null): white on black with soft edges, a gray8 buffer of the
+    /// frame's size. On a failure the last good mask, null when there is none yet; the first failure writes
+    /// one line to the standard error stream.
+    platform::ConstPixelBufferRef mask(const platform::ConstPixelBufferRef& frame);
 
-    /// The most recent good mask.
-    const std::optional<platform::Image>& lastMask() const { return lastMask_; }
+    /// The most recent good mask; null before the first.
+    const platform::ConstPixelBufferRef& lastMask() const { return lastMask_; }
 
     Quality quality() const { return quality_; }
 
-    /// `image` where `mask` is white, transparent where it is black. Both share origin and size.
-    static std::optional<platform::Image> apply(const platform::Image& mask, const platform::Image& image);
+    /// A bgra copy of `image` (bgra or i420): the picture where `mask` is white, transparent where it is
+    /// black. Null when their sizes differ.
+    static platform::PixelBufferRef apply(const platform::PixelBuffer& mask,
+                                          const platform::PixelBuffer& image);
 
   private:
-    std::optional<platform::Image> noteFailure(std::string_view reason);
+    platform::ConstPixelBufferRef noteFailure(std::string_view reason);
+    platform::ConstPixelBufferRef softMask(const platform::PixelBuffer& found,
+                                           const platform::PixelBuffer& frame);
 
     Quality quality_;
     std::shared_ptr<platform::VisionService> vision_;
     std::unique_ptr<platform::PersonSegmentationRequest> request_;
-    std::optional<platform::Image> lastMask_;
+    platform::Resampler resampler_;
+    platform::ConstPixelBufferRef lastMask_;
     bool didLogFailure_ = false;
 };
 

@@ -21,7 +21,6 @@ inline const std::vector<IncludeRule> includeTable{
 
     {"Platform/Imaging/", {}, {}, true},
     {"Platform/Imaging/", {}, {"simd"}},
-    {"Platform/Imaging/Yuv/", {}, {"yuv"}},
     {"Platform/Imaging/QtRaster/", {}, {"qt-core", "qt-gui"}},
 
     {"Platform/Vision/", {"Platform/Imaging/"}, {}},
@@ -67,12 +66,15 @@ inline const std::vector<IncludeRule> includeTable{
      {"Cobaltreel/Support/", "CobaltreelCore/", "Platform/Imaging/", "Platform/Media/", "Platform/Capture/",
       "Platform/Desktop/", "Platform/Vision/", "Platform/RecordingHost.hpp"},
      {"qt-core", "qcoro"}},
+    {"Cobaltreel/Scene/", {"Cobaltreel/Support/", "CobaltreelCore/", "Platform/Imaging/"}, {}},
     {"Cobaltreel/Export/",
-     {"Cobaltreel/Support/", "CobaltreelCore/", "Platform/Imaging/", "Platform/Media/", "Platform/Vision/"},
+     {"Cobaltreel/Scene/", "Cobaltreel/Support/", "CobaltreelCore/", "Platform/Imaging/", "Platform/Media/",
+      "Platform/Vision/"},
      {"qt-core"}},
     {"Cobaltreel/UI/",
-     {"Cobaltreel/Capture/", "Cobaltreel/Export/", "Cobaltreel/Support/", "CobaltreelCore/",
-      "Platform/Imaging/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/", "Platform/Vision/"},
+     {"Cobaltreel/Capture/", "Cobaltreel/Export/", "Cobaltreel/Scene/", "Cobaltreel/Support/",
+      "CobaltreelCore/", "Platform/Imaging/", "Platform/Media/", "Platform/Capture/", "Platform/Desktop/",
+      "Platform/Vision/"},
      {"qt-core", "qt-gui", "qcoro"}},
     {"Cobaltreel/Shell/",
      {"Cobaltreel/UI/", "Cobaltreel/Capture/", "Cobaltreel/Support/", "CobaltreelCore/", "Platform/"},
@@ -88,9 +90,9 @@ inline const std::vector<IncludeRule> includeTable{
 /// Folders of one library each: nobody outside may include their headers but the chooser and, where a
 /// rule above names them, a sibling of the same library.
 inline const std::vector<std::string_view> libraryFolders{
-    "Platform/Foundation/Qt/",    "Platform/Imaging/Yuv/",   "Platform/Imaging/QtRaster/",
-    "Platform/Vision/OpenCv/",    "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",
-    "Platform/Capture/PipeWire/", "Platform/Desktop/Xcb/",   "Platform/Media/PipeWire/",
-    "Platform/Desktop/Qt/",       "Platform/Desktop/Posix/", "Platform/Capture/Portal/",
-    "Platform/Desktop/Portal/",   "Platform/Desktop/Evdev/",
+    "Platform/Foundation/Qt/", "Platform/Imaging/QtRaster/", "Platform/Vision/OpenCv/",
+    "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",      "Platform/Capture/PipeWire/",
+    "Platform/Desktop/Xcb/",   "Platform/Media/PipeWire/",   "Platform/Desktop/Qt/",
+    "Platform/Desktop/Posix/", "Platform/Capture/Portal/",   "Platform/Desktop/Portal/",
+    "Platform/Desktop/Evdev/",
 };

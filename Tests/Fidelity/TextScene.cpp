@@ -1,6 +1,6 @@
 #include "Fidelity/TextScene.hpp"
 
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <QFont>
 #include <QPainter>

@@ -1,5 +1,6 @@
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 
+#include "Cobaltreel/Scene/SceneRenderer.hpp"
 #include "CobaltreelCore/Transforms.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
 #include "Platform/Foundation/DurableFiles.hpp"
@@ -65,6 +66,7 @@ struct ExportRenderer::Run {
     double duration;
     std::int64_t frames;
     FrameComposer composer;
+    SceneRenderer renderer;
     FrameSource screen;
     std::optional<FrameSource> camera;
     std::unique_ptr<AssetReader> audio;  // null once there is no sound or no more of it
@@ -74,7 +76,7 @@ struct ExportRenderer::Run {
     double audioEnd = -std::numeric_limits<double>::infinity();  // time of the last run of sound appended
     std::optional<PlatformError> audioError{};                   // why there is no more of it
     std::int64_t written = 0;                                    // frames
-    std::optional<platform::Image> lastImage{};
+    std::optional<Scene> lastScene{};
     platform::PixelBufferRef lastRendered{};
 };
 
@@ -192,8 +194,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     const double duration = timing.duration();
 
     planClicksAndZoom(options);
-    FrameComposer composer({options, meta_, zoomMoves_, preparedClicks_, wOut, hOut}, vision_);
-    if (options.bubble && meta_.cameraEnabled) composer.makeBubbleStatics(composer.overlayHeight());
+    const FrameComposer composer({options, meta_, zoomMoves_, preparedClicks_, wOut, hOut});
 
     auto screenReader = openScreen(options);
     auto cameraReader = openCamera(options, timing);
@@ -221,7 +222,8 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
             hOut,
             duration,
             frameCount(duration, options.framesPerSecond),
-            std::move(composer),
+            composer,
+            SceneRenderer(composer.layout(), vision_),
             FrameSource(std::move(screenReader), options.trimStart),
             std::nullopt,
             std::move(audioReader),
@@ -243,7 +245,6 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
 void ExportRenderer::runFrames(Run& run) {
     const int rate = run.options.framesPerSecond;
     const std::int32_t timescale = timescaleOf(rate);
-    const platform::Rect bounds{0, 0, static_cast<double>(run.wOut), static_cast<double>(run.hOut)};
     for (std::int64_t i = 0; i < run.frames; ++i) {
         if (cancelled) return;
         const double t = static_cast<double>(i) / rate;
@@ -252,15 +253,15 @@ void ExportRenderer::runFrames(Run& run) {
         appendAudio(run, t + audioLead);
         if (!run.screen.current()) continue;
 
-        const auto image =
+        Scene scene =
             run.composer.compose(run.screen.current(), run.camera ? run.camera->current() : nullptr, t);
-        if (!run.lastImage || !run.lastImage->isSameRecipe(image)) {
+        if (scene != run.lastScene) {
             auto* pool = run.videoInput->pixelBufferPool();
             if (!pool) throw Error::setup("pool");
             run.lastRendered = pool->createPixelBuffer();
             if (!run.lastRendered) throw Error::setup("pixel buffer");
-            ci_.render(image, *run.lastRendered, bounds);
-            run.lastImage = image;
+            run.renderer.render(scene, *run.lastRendered);
+            run.lastScene = std::move(scene);
         }
 
         while (!run.videoInput->waitUntilReady(readinessPoll) && !cancelled &&

@@ -6,8 +6,8 @@
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "CobaltreelCore/TrimMath.hpp"
 #include "CobaltreelCore/ZoomEngine.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
 #include "Platform/Media/MediaService.hpp"
+#include "Platform/Vision/PersonSegmentation.hpp"
 
 #include <atomic>
 #include <functional>
@@ -80,7 +80,6 @@ class ExportRenderer {
     SessionMeta meta_;
     std::shared_ptr<platform::MediaService> media_;
     std::shared_ptr<platform::VisionService> vision_;
-    platform::RenderContext ci_;
     std::vector<Click> preparedClicks_;
     std::vector<CameraMove> zoomMoves_;
 };

@@ -17,17 +17,6 @@ struct Rect {
 
     Rect translated(double dx, double dy) const { return {x + dx, y + dy, w, h}; }
     Rect insetBy(double d) const { return {x + d, y + d, w - 2 * d, h - 2 * d}; }
-    Rect intersected(const Rect& o) const {
-        const double left = std::max(x, o.x), low = std::max(y, o.y);
-        const double right = std::min(maxX(), o.maxX()), high = std::min(maxY(), o.maxY());
-        return right > left && high > low ? Rect{left, low, right - left, high - low} : Rect{};
-    }
-    Rect united(const Rect& o) const {
-        if (isEmpty()) return o;
-        if (o.isEmpty()) return *this;
-        const double left = std::min(x, o.x), low = std::min(y, o.y);
-        return {left, low, std::max(maxX(), o.maxX()) - left, std::max(maxY(), o.maxY()) - low};
-    }
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 

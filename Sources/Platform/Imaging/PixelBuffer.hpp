@@ -45,6 +45,10 @@ class PixelBuffer {
     int height() const { return height_; }
     int planeCount() const { return format_ == PixelFormat::i420 ? 3 : 1; }
     const Plane& plane(int index = 0) const { return planes_[static_cast<std::size_t>(index)]; }
+    /// The first sample of a plane's row.
+    std::uint8_t* row(int y, int index = 0) const {
+        return plane(index).data + static_cast<std::ptrdiff_t>(y) * plane(index).stride;
+    }
 
   private:
     PixelFormat format_;

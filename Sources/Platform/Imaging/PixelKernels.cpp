@@ -24,43 +24,9 @@ constexpr int byteShift = sumShift + 1;
 constexpr int filterShift = sumShift + 14;
 constexpr std::int32_t filterRounding = 1 << (filterShift - 1);
 
-[[gnu::always_inline]] inline std::int16_t scaledSample(std::int16_t value, std::int16_t weight) {
-    return static_cast<std::int16_t>(((static_cast<std::int32_t>(value) * weight >> 14) + 1) >> 1);
-}
 [[gnu::always_inline]] inline std::int16_t scaledSample(std::uint8_t value, std::int16_t weight) {
-    return scaledSample(static_cast<std::int16_t>(value << byteShift), weight);
-}
-
-template <typename Sample>
-[[gnu::always_inline]] inline void weighBody(const Sample* const* rows, const std::int16_t* weights, int taps,
-                                             int count, std::int16_t* __restrict sums) {
-    if (taps == 1) {
-        const Sample* __restrict r0 = rows[0];
-        const std::int16_t w0 = weights[0];
-        for (int i = 0; i < count; ++i) sums[i] = scaledSample(r0[i], w0);
-        return;
-    }
-    const Sample* __restrict r0 = rows[0];
-    const Sample* __restrict r1 = rows[1];
-    const std::int16_t w0 = weights[0], w1 = weights[1];
-    for (int i = 0; i < count; ++i)
-        sums[i] = static_cast<std::int16_t>(scaledSample(r0[i], w0) + scaledSample(r1[i], w1));
-    int t = 2;
-    for (; t + 4 <= taps; t += 4) {
-        const Sample* __restrict a = rows[t];
-        const Sample* __restrict b = rows[t + 1];
-        const Sample* __restrict c = rows[t + 2];
-        const Sample* __restrict d = rows[t + 3];
-        const std::int16_t wa = weights[t], wb = weights[t + 1], wc = weights[t + 2], wd = weights[t + 3];
-        for (int i = 0; i < count; ++i)
-            sums[i] = static_cast<std::int16_t>(sums[i] + scaledSample(a[i], wa) + scaledSample(b[i], wb) +
-                                                scaledSample(c[i], wc) + scaledSample(d[i], wd));
-    }
-    for (; t < taps; ++t) {
-        const Sample* __restrict a = rows[t];
-        const std::int16_t wa = weights[t];
-        for (int i = 0; i < count; ++i) sums[i] = static_cast<std::int16_t>(sums[i] + scaledSample(a[i], wa));
-    }
+    return static_cast<std::int16_t>(((static_cast<std::int32_t>(value << byteShift) * weight >> 14) + 1) >>
+                                     1);
 }
 
 [[gnu::always_inline]] inline void roundSumsBody(const std::int16_t* __restrict sums, int count,
@@ -130,11 +96,10 @@ void filterRow(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t*
 
 void weighBytes(const std::uint8_t* const* rows, const std::int16_t* weights, int taps, int count,
                 std::int16_t* sums) {
-    weighBody(rows, weights, taps, count, sums);
-}
-void weighSums(const std::int16_t* const* rows, const std::int16_t* weights, int taps, int count,
-               std::int16_t* sums) {
-    weighBody(rows, weights, taps, count, sums);
+    std::fill_n(sums, count, std::int16_t{0});
+    for (int t = 0; t < taps; ++t)
+        for (int i = 0; i < count; ++i)
+            sums[i] = static_cast<std::int16_t>(sums[i] + scaledSample(rows[t][i], weights[t]));
 }
 void roundSums(const std::int16_t* sums, int count, std::uint8_t* out) { roundSumsBody(sums, count, out); }
 void blendOver(const std::uint8_t* top, std::uint8_t* below, int pixels) {
@@ -190,10 +155,6 @@ COBALTREEL_AVX2 void weighBytesAvx2(const std::uint8_t* const* rows, const std::
     }
     for (; t + 4 <= taps; t += 4) weighByteRows<4, true>(rows + t, weights + t, count, sums);
     for (; t < taps; ++t) weighByteRows<1, true>(rows + t, weights + t, count, sums);
-}
-COBALTREEL_AVX2 void weighSumsAvx2(const std::int16_t* const* rows, const std::int16_t* weights, int taps,
-                                   int count, std::int16_t* sums) {
-    weighBody(rows, weights, taps, count, sums);
 }
 COBALTREEL_AVX2 void roundSumsAvx2(const std::int16_t* sums, int count, std::uint8_t* out) {
     roundSumsBody(sums, count, out);
@@ -309,14 +270,14 @@ COBALTREEL_AVX2 void filterBgraAvx2(const std::int16_t* sums, const AxisFilter& 
 }  // namespace
 
 const PixelKernels& portablePixelKernels() {
-    static constexpr PixelKernels kernels{weighBytes,   weighSums, roundSums,     filterRow<1>,
+    static constexpr PixelKernels kernels{weighBytes,   roundSums, filterRow<1>,
                                           filterRow<4>, blendOver, multiplyByMask};
     return kernels;
 }
 
 const PixelKernels& pixelKernels() {
 #ifdef COBALTREEL_X86
-    static constexpr PixelKernels avx2{weighBytesAvx2, weighSumsAvx2, roundSumsAvx2,     filterGrayAvx2,
+    static constexpr PixelKernels avx2{weighBytesAvx2, roundSumsAvx2, filterGrayAvx2,
                                        filterBgraAvx2, blendOverAvx2, multiplyByMaskAvx2};
     if (hasAvx2()) return avx2;
 #endif

@@ -10,11 +10,9 @@ struct AxisFilter;
 /// and a quarter of that beyond on both sides, where a filter overshoots.
 /// Rows passed in never overlap the row written, except where a kernel works in place.
 struct PixelKernels {
-    /// sums[i] = Σ rows[t][i] · weights[t] / unit, t below `taps`: 16384 for bytes, 32768 for sums.
+    /// sums[i] = Σ rows[t][i] · weights[t] / 16384, t below `taps`.
     void (*weighBytes)(const std::uint8_t* const* rows, const std::int16_t* weights, int taps, int count,
                        std::int16_t* sums);
-    void (*weighSums)(const std::int16_t* const* rows, const std::int16_t* weights, int taps, int count,
-                      std::int16_t* sums);
     void (*roundSums)(const std::int16_t* sums, int count, std::uint8_t* out);
     /// Applies a horizontal filter to one row of sums, one value a sample; `sums` starts at the
     /// filter's `low` and is readable `rowOverhang` values beyond its span.

@@ -2,7 +2,6 @@
 
 #include "Platform/Imaging/PixelBuffer.hpp"
 
-#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -23,9 +22,5 @@ inline int fixedPoint(double value) { return static_cast<int>(std::lround(value 
 [[gnu::always_inline]] inline std::uint8_t byteOf(int value) {
     return static_cast<std::uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
 }
-
-/// Levels of luma as full-range gray, and back.
-std::array<std::uint8_t, 256> grayOfLuma(ColorMatrix matrix);
-std::array<std::uint8_t, 256> lumaOfGray(ColorMatrix matrix);
 
 }  // namespace platform::imaging

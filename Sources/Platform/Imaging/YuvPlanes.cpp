@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstring>
 
 namespace platform::imaging {
 
@@ -20,17 +19,6 @@ I420View viewOf(const PixelBuffer& buffer, int left, int top, int width, int hei
         view.stride[place] = plane.stride;
     }
     return view;
-}
-
-void fillBlack(const I420View& to, ColorMatrix matrix) {
-    const int luma = figuresOf(matrix).lumaOffset;
-    for (std::size_t i = 0; i < 3; ++i) {
-        const int width = i == 0 ? to.width : (to.width + 1) / 2;
-        const int height = i == 0 ? to.height : (to.height + 1) / 2;
-        for (int y = 0; y < height; ++y)
-            std::memset(to.data[i] + static_cast<std::ptrdiff_t>(y) * to.stride[i], i == 0 ? luma : 128,
-                        static_cast<std::size_t>(width));
-    }
 }
 
 void convertMatrix(const I420View& picture, ColorMatrix from, ColorMatrix to) {

@@ -21,8 +21,6 @@ inline I420View viewOf(const PixelBuffer& buffer) {
     return viewOf(buffer, 0, 0, buffer.width(), buffer.height());
 }
 
-void fillBlack(const I420View& to, ColorMatrix matrix);
-
 /// Rewrites planes of one matrix as those of another.
 void convertMatrix(const I420View& picture, ColorMatrix from, ColorMatrix to);
 

@@ -210,10 +210,7 @@ void PicturePlayer::draw() {
         pool_.emplace(PixelFormat::bgra, width, height, picturesKept);
     PixelBufferRef picture = pool_->createPixelBuffer();
     if (!picture) picture = std::make_shared<PixelBuffer>(PixelFormat::bgra, width, height);
-    const Image scaled =
-        Image::fromBuffer(current_->image)
-            .scaled(static_cast<double>(width) / image.width(), static_cast<double>(height) / image.height());
-    context_.render(scaled, *picture, {0, 0, static_cast<double>(width), static_cast<double>(height)});
+    resampler_.draw(image, boundsOf(image), *picture, boundsOf(*picture));
     bool first = false;
     {
         const std::lock_guard lock(mutex_);

@@ -2,7 +2,7 @@
 
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/Resampler.hpp"
 #include "Platform/Media/AssetReader.hpp"
 #include "Platform/Media/Motion.hpp"
 #include "Platform/Media/PlayableItem.hpp"
@@ -95,7 +95,7 @@ class PicturePlayer {
     std::optional<Composition::Segment> source_;
     std::optional<Frame> current_;
     std::optional<Frame> next_;
-    RenderContext context_;
+    Resampler resampler_;
     std::optional<PixelBufferPool> pool_;
     NamedThread thread_;
 };

@@ -1,5 +1,5 @@
 #include "Platform/Capture/CaptureHarness.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <algorithm>
 #include <random>

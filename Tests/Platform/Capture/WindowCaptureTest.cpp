@@ -1,6 +1,6 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <algorithm>
 

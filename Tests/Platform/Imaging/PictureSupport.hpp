@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Platform/Imaging/Image.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
 
 #include <algorithm>
 #include <array>
@@ -17,6 +16,9 @@
 // Small pictures for the tests. Rows count from the top, as in memory.
 
 namespace platform::test {
+
+constexpr ColorMatrix matrices[] = {ColorMatrix::bt601Limited, ColorMatrix::bt601Full,
+                                    ColorMatrix::bt709Limited, ColorMatrix::bt709Full};
 
 /// Blue, green, red, alpha.
 using Pixel = std::array<int, 4>;
@@ -101,6 +103,18 @@ inline int largestDifference(const PixelBuffer& a, const PixelBuffer& b, int pla
         for (int x = margin * bytes; x < (p.width - margin) * bytes; ++x)
             largest = std::max(largest, std::abs(p.data[y * p.stride + x] - q.data[y * q.stride + x]));
     return largest;
+}
+
+/// Of the colors of two bgra pictures, in decibels.
+inline double peakSignalToNoise(const PixelBuffer& a, const PixelBuffer& b) {
+    double squares = 0;
+    for (int y = 0; y < a.height(); ++y)
+        for (int x = 0; x < a.width(); ++x)
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double d = pixelAt(a, x, y)[c] - pixelAt(b, x, y)[c];
+                squares += d * d;
+            }
+    return 10 * std::log10(255.0 * 255.0 * 3 * a.width() * a.height() / std::max(squares, 1e-9));
 }
 
 }  // namespace platform::test

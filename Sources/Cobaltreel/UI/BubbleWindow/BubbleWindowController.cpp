@@ -4,7 +4,6 @@
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindow.hpp"
 #include "Cobaltreel/UI/BubbleWindow/CutoutFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
-#include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 #include "Cobaltreel/UI/Windows/ScreenRoom.hpp"
 
 #include <QGuiApplication>
@@ -39,9 +38,8 @@ void BubbleWindowController::show(CameraCorner corner, double diameter, CameraSt
     place(corner, diameter);
     if (style == CameraStyle::bubble) {
         const double density = panel_->devicePixelRatio();
-        panel_->setPicture(
-            RoundStencil((QSizeF(panel_->size()) * density).toSize(), BubbleGeometry::ringWidth * density)
-                .empty());
+        panel_->setPicture(RoundFeeder::empty((QSizeF(panel_->size()) * density).toSize(),
+                                              BubbleGeometry::ringWidth * density));
     }
     panel_->show();
     panel_->raise();

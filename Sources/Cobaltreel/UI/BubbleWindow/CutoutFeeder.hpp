@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Cobaltreel/Scene/PersonCutout.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleFeeder.hpp"
-#include "CobaltreelCore/PersonSegmenter.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
 
 namespace cobaltreel {
 
@@ -34,9 +33,7 @@ class CutoutFeeder final : public BubbleFeeder {
     bool busy_ = false;
     double lastTime_ = 0;  // host clock, when the last accepted frame arrived
 
-    // The queue's own.
-    PersonSegmenter segmenter_;
-    platform::RenderContext ci_;
+    PersonCutout cutout_;  // the queue's own
 
     platform::SerialQueue queue_{"cobaltreel.cutout.seg", 1};  // ends before what its work uses
 };

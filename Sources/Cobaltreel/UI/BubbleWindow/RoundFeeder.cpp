@@ -1,9 +1,7 @@
 #include "Cobaltreel/UI/BubbleWindow/RoundFeeder.hpp"
 
 #include "Cobaltreel/UI/Windows/QtImage.hpp"
-#include "Platform/Imaging/Image.hpp"
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -48,25 +46,25 @@ void RoundFeeder::renderAll() {
 void RoundFeeder::render(const platform::ConstPixelBufferRef& frame) {
     const QSize shown = size();
     if (shown.isEmpty()) return;
-    const double width = shown.width(), height = shown.height();
-    if (!stencil_ || stencil_->size() != shown) {
+    if (!bubble_ || QSize(bubble_->width(), bubble_->height()) != shown) {
         pool_.emplace(platform::PixelFormat::bgra, shown.width(), shown.height(), picturesAtOnce);
-        stencil_.emplace(shown, ringWidth_);
+        bubble_.emplace(shown.width(), shown.height(),
+                        RoundBubble::Shape::filling(shown.width(), shown.height(), ringWidth_));
     }
     const platform::PixelBufferRef target = pool_->createPixelBuffer();
     if (!target) return;
+    bubble_->draw(frame.get(), *target, resampler_);
+    hand(imageOver(target, QImage::Format_ARGB32_Premultiplied));
+}
 
-    const double scale = std::max(width / frame->width(), height / frame->height());
-    const platform::Image picture =
-        platform::Image::fromBuffer(frame)
-            .scaled(scale, scale)
-            .translated((width - frame->width() * scale) / 2, (height - frame->height() * scale) / 2);
-    context_.render(picture, *target, {0, 0, width, height});
-    constexpr auto format = QImage::Format_ARGB32_Premultiplied;
-    const platform::Plane& plane = target->plane();
-    QImage round(plane.data, plane.width, plane.height, plane.stride, format);
-    stencil_->cut(round);
-    hand(imageOver(target, format));
+QImage RoundFeeder::empty(QSize size, double ringWidth) {
+    const RoundBubble bubble(size.width(), size.height(),
+                             RoundBubble::Shape::filling(size.width(), size.height(), ringWidth));
+    const auto target =
+        std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, size.width(), size.height());
+    platform::Resampler resampler;
+    bubble.draw(nullptr, *target, resampler);
+    return imageOver(target, QImage::Format_ARGB32_Premultiplied);
 }
 
 }  // namespace cobaltreel

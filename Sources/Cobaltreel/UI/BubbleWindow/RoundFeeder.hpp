@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Cobaltreel/Scene/RoundBubble.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleFeeder.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleGeometry.hpp"
-#include "Cobaltreel/UI/BubbleWindow/RoundStencil.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
 
 #include <atomic>
 #include <optional>
@@ -22,6 +21,9 @@ class RoundFeeder final : public BubbleFeeder {
 
     void feed(const platform::ConstPixelBufferRef& frame) override;
 
+    /// The bubble before the first frame: the ring around black. Pixels.
+    static QImage empty(QSize size, double ringWidth);
+
   private:
     void renderAll();
     void render(const platform::ConstPixelBufferRef& frame);
@@ -32,9 +34,9 @@ class RoundFeeder final : public BubbleFeeder {
     std::atomic<double> ringWidth_{BubbleGeometry::ringWidth};
 
     // The queue's own.
-    platform::RenderContext context_;
+    platform::Resampler resampler_;
     std::optional<platform::PixelBufferPool> pool_;
-    std::optional<RoundStencil> stencil_;
+    std::optional<RoundBubble> bubble_;
 
     platform::SerialQueue queue_{"cobaltreel.bubble.round", 1};  // ends before what its work uses
 };

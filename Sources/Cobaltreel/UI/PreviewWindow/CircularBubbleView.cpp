@@ -1,25 +1,19 @@
 #include "Cobaltreel/UI/PreviewWindow/CircularBubbleView.hpp"
 
-#include "Cobaltreel/Support/Colors.hpp"
-#include "Cobaltreel/UI/Windows/QtColor.hpp"
+#include "Cobaltreel/UI/Windows/QtImage.hpp"
 
 #include <QPainter>
-#include <QPainterPath>
-#include <QPen>
 #include <QQuickWindow>
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace cobaltreel {
 namespace {
 
-constexpr qreal ringWidth = 2;
+constexpr double ringWidth = 2;  // points
 
 }  // namespace
-
-CircularBubbleView::CircularBubbleView(QQuickItem* parent) : QQuickPaintedItem(parent) {
-    setAntialiasing(true);
-}
 
 void CircularBubbleView::setSource(PictureSource* source) {
     if (source == source_) return;
@@ -49,26 +43,16 @@ void CircularBubbleView::requestSize() {
 void CircularBubbleView::paint(QPainter* painter) {
     const QImage picture = source_ ? source_->picture() : QImage();
     if (picture.isNull()) return;
-    painter->setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    const double side = std::min(width(), height());
-    const QRectF circle((width() - side) / 2, (height() - side) / 2, side, side);
-
-    // The middle of the picture, as large as its smaller side.
-    const int cut = std::min(picture.width(), picture.height());
-    const QRectF middle((picture.width() - cut) / 2.0, (picture.height() - cut) / 2.0, cut, cut);
-    QPainterPath outline;
-    outline.addEllipse(circle);
-    QBrush brush(picture);
-    QTransform place;
-    place.translate(circle.x(), circle.y());
-    place.scale(side / cut, side / cut);
-    place.translate(-middle.x(), -middle.y());
-    brush.setTransform(place);
-    painter->fillPath(outline, brush);
-
-    painter->setPen(QPen(qtColor(Colors::ring), ringWidth));
-    painter->setBrush(Qt::NoBrush);
-    painter->drawEllipse(circle.adjusted(ringWidth / 2, ringWidth / 2, -ringWidth / 2, -ringWidth / 2));
+    const double density = window() ? window()->effectiveDevicePixelRatio() : 1;
+    const int side = std::max(1, static_cast<int>(std::lround(std::min(width(), height()) * density)));
+    if (!bubble_ || bubble_->width() != side)
+        bubble_.emplace(side, side, RoundBubble::Shape::filling(side, side, ringWidth * density));
+    const auto drawn = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::bgra, side, side);
+    const platform::PixelBuffer camera = bufferOver(picture);
+    bubble_->draw(&camera, *drawn, resampler_);
+    QImage round = imageOver(drawn, QImage::Format_ARGB32_Premultiplied);
+    round.setDevicePixelRatio(density);
+    painter->drawImage(QPointF((width() - side / density) / 2, (height() - side / density) / 2), round);
 }
 
 }  // namespace cobaltreel

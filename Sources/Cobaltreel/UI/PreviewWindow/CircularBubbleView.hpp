@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Cobaltreel/Scene/RoundBubble.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
 
 #include <QPointer>
 #include <QQuickPaintedItem>
+#include <optional>
 
 #include <QtQml/qqmlregistration.h>
 
@@ -16,7 +18,7 @@ class CircularBubbleView : public QQuickPaintedItem {
     Q_PROPERTY(cobaltreel::PictureSource* source READ source WRITE setSource NOTIFY sourceChanged FINAL)
 
   public:
-    explicit CircularBubbleView(QQuickItem* parent = nullptr);
+    using QQuickPaintedItem::QQuickPaintedItem;
 
     PictureSource* source() const { return source_; }
     void setSource(PictureSource* source);
@@ -32,6 +34,8 @@ class CircularBubbleView : public QQuickPaintedItem {
     void requestSize();
 
     QPointer<PictureSource> source_;
+    std::optional<RoundBubble> bubble_;
+    platform::Resampler resampler_;
 };
 
 }  // namespace cobaltreel

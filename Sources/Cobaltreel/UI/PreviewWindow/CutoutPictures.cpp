@@ -1,11 +1,9 @@
 #include "Cobaltreel/UI/PreviewWindow/CutoutPictures.hpp"
 
+#include "Cobaltreel/Scene/PersonCutout.hpp"
 #include "Cobaltreel/UI/Windows/QtImage.hpp"
-#include "CobaltreelCore/PersonSegmenter.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
 
 #include <exception>
-#include <optional>
 #include <utility>
 
 namespace cobaltreel {
@@ -18,18 +16,14 @@ constexpr double interval = 0.05;
 /// What the queue works with.
 struct CutoutPictures::Work {
     explicit Work(std::shared_ptr<platform::VisionService> vision)
-        : segmenter(PersonSegmenter::Quality::fast, std::move(vision)) {}
+        : cutout(PersonSegmenter::Quality::fast, std::move(vision)) {}
 
-    PersonSegmenter segmenter;
-    platform::RenderContext context;
+    PersonCutout cutout;
 
     /// Null when nobody is known to be there.
     platform::ConstPixelBufferRef cutOut(const platform::ConstPixelBufferRef& buffer) {
         try {
-            const auto mask = segmenter.mask(buffer);
-            if (!mask) return nullptr;
-            const auto person = PersonSegmenter::apply(*mask, platform::Image::fromBuffer(buffer));
-            return person ? context.makeBitmap(*person, buffer->width(), buffer->height()) : nullptr;
+            return cutout.picture(buffer, buffer->width(), buffer->height());
         } catch (const std::exception&) {
             return nullptr;  // the overlay keeps what it shows
         }

@@ -21,4 +21,16 @@ inline QImage imageOver(platform::ConstPixelBufferRef buffer, QImage::Format for
     return {pixels, plane.width, plane.height, plane.stride, format, letGo, kept.release()};
 }
 
+/// The pixels of an image of 32 bits a pixel without a copy, to be read only; the buffer keeps the image
+/// alive.
+inline platform::PixelBuffer bufferOver(const QImage& image) {
+    const platform::Plane plane{const_cast<uchar*>(image.constBits()), static_cast<int>(image.bytesPerLine()),
+                                image.width(), image.height()};
+    return {platform::PixelFormat::bgra,
+            image.width(),
+            image.height(),
+            {plane},
+            std::make_shared<const QImage>(image)};
+}
+
 }  // namespace cobaltreel

@@ -1,7 +1,7 @@
 #include "Platform/Capture/Frames/FrameMaker.hpp"
 
 #include "Platform/Capture/Frames/Letterbox.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <array>
 #include <cstring>

@@ -9,7 +9,7 @@
 #include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
-#include "Platform/Imaging/RenderContext.hpp"
+#include "Platform/Imaging/ConvertPixels.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QProcess>
