@@ -10,7 +10,7 @@ pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
     libavformat libavcodec libavutil libswresample libswscale)
 pkg_check_modules(X265 REQUIRED IMPORTED_TARGET x265)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
-    xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-res)
+    xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-res xcb-screensaver)
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
 pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 pkg_check_modules(EVDEV REQUIRED IMPORTED_TARGET libevdev)

@@ -13,6 +13,7 @@
 #include "Platform/Desktop/Portal/PortalScreenAccess.hpp"
 #include "Platform/Desktop/Posix/PosixRelauncher.hpp"
 #include "Platform/Desktop/Posix/PosixSingleInstance.hpp"
+#include "Platform/Desktop/Qt/BusInhibitor.hpp"
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
 #include "Platform/Desktop/Qt/QtNotifications.hpp"
 #include "Platform/Desktop/Qt/QtStatusItem.hpp"
@@ -24,6 +25,7 @@
 #include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
+#include "Platform/Desktop/Xcb/XcbScreenInhibitor.hpp"
 #include "Platform/Desktop/Xcb/XcbWindowManager.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
@@ -141,6 +143,11 @@ PlatformServices PlatformServices::makeDefault(const std::string& ownBundleIdent
     // Who wants the sound asks `capture->unavailable()` beforehand; the picture is captured either way.
     services.screenCapture = std::make_shared<SystemAudioCapture>(
         screenCapture, [pipeWire] { return pipeWire->makeSystemAudio(); });
+    std::vector<std::shared_ptr<Inhibitor>> inhibitors{std::make_shared<BusInhibitor>(ownBundleIdentifier)};
+    // XWayland's screen saver blanks nothing.
+    if (services.session.type == SessionType::x11)
+        inhibitors.push_back(std::make_shared<XcbScreenInhibitor>());
+    services.inhibitor = std::make_shared<InhibitorGroup>(std::move(inhibitors));
     services.fileBrowser = std::make_shared<QtFileBrowser>();
     services.notifications = std::make_shared<QtNotifications>();
     services.deviceAccess = std::make_shared<PipeWireDeviceAccess>(services.capture);

@@ -53,7 +53,17 @@ std::vector<Finding> findHotKey(const platform::PlatformServices& services) {
         return {{"hot key", true, "cobaltreel toggle", "", reason->description()}};
     if (services.session.type == platform::SessionType::wayland)
         return {{"hot key", true, "Alt+Super+2, or what the desktop's settings say instead", ""}};
-    return {{"hot key", true, "Alt+Super+2", ""}};
+    return {{"hot key", true, "Alt+Super+2; Alt+Super+3 marks a moment", ""}};
+}
+
+/// A desktop that offers neither is no fault of the machine.
+std::vector<Finding> findQuiet(const platform::PlatformServices& services) {
+    const auto offer = services.inhibitor->offer();
+    const auto row = [](const char* what, const std::string& who, const char* otherwise) {
+        return Finding{what, true, who.empty() ? otherwise : who, ""};
+    };
+    return {row("notifications held back", offer.notifications, "not by this desktop; switch them off there"),
+            row("screen kept lit", offer.screen, "not by this desktop")};
 }
 
 Finding findDesktop(const platform::PlatformServices& services) {
@@ -99,6 +109,7 @@ std::vector<Finding> examine() {
     std::vector<Finding> findings{findSession(services), findScreen(services), findDesktop(services)};
     for (auto& finding : findButtons(services)) findings.push_back(std::move(finding));
     for (auto& finding : findHotKey(services)) findings.push_back(std::move(finding));
+    for (auto& finding : findQuiet(services)) findings.push_back(std::move(finding));
     findings.push_back(findDevices(services));
     for (const auto& encoder : services.media->encoders()) {
         const bool works = !encoder.encoder.empty();

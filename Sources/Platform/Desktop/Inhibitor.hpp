@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -18,7 +19,7 @@ class Inhibitor {
   public:
     virtual ~Inhibitor() = default;
     /// Returns at once; what the desktop does not offer goes on as before. `reason` is for the desktop to
-    /// show.
+    /// show. Null when nothing can be held back.
     virtual std::unique_ptr<Inhibition> inhibit(const std::string& reason) = 0;
 
     /// Who would hold back what, for a person to read; empty: nobody. Waits for the desktop, two seconds at
@@ -28,6 +29,33 @@ class Inhibitor {
         std::string screen;
     };
     virtual Offer offer() = 0;
+};
+
+/// Several as one. The first that offers something is named.
+class InhibitorGroup final : public Inhibitor {
+  public:
+    explicit InhibitorGroup(std::vector<std::shared_ptr<Inhibitor>> members) : members_(std::move(members)) {}
+
+    std::unique_ptr<Inhibition> inhibit(const std::string& reason) override {
+        auto all = std::make_unique<All>();
+        for (const auto& member : members_) all->parts.push_back(member->inhibit(reason));
+        return all;
+    }
+    Offer offer() override {
+        Offer all;
+        for (const auto& member : members_) {
+            Offer one = member->offer();
+            if (all.notifications.empty()) all.notifications = std::move(one.notifications);
+            if (all.screen.empty()) all.screen = std::move(one.screen);
+        }
+        return all;
+    }
+
+  private:
+    struct All final : Inhibition {
+        std::vector<std::unique_ptr<Inhibition>> parts;
+    };
+    std::vector<std::shared_ptr<Inhibitor>> members_;
 };
 
 }  // namespace platform
