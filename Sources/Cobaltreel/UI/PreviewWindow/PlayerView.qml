@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Cobaltreel.Controls
 import Cobaltreel.Windows
@@ -166,6 +168,51 @@ FocusScope {
                 height: 3
                 radius: 1.5
                 color: Color.kept
+            }
+        }
+        Repeater {
+            model: {
+                // Both change what there is to show.
+                S.marker;
+                view.model.markers.count;
+                return view.model.markers.placesIn(timeLine.width - 16);
+            }
+
+            Item {
+                id: marker
+
+                required property var modelData
+
+                objectName: "marker"
+                // Above the way of the knob's centre.
+                x: timeLine.x + 8 + (timeLine.width - 16) * modelData.fraction - width / 2
+                y: 1
+                width: 14
+                height: 12
+                Accessible.role: Accessible.Button
+                Accessible.name: modelData.label
+                Accessible.onPressAction: view.model.goTo(modelData.time)
+
+                SmoothRectangle {
+                    anchors.bottom: parent.bottom
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    width: over.hovered ? 6 : 4
+                    height: 9
+                    radius: 2
+                    color: over.hovered ? Color.text : Color.focusRing
+                }
+                HoverHandler {
+                    id: over
+                }
+                TapHandler {
+                    onTapped: view.model.goTo(marker.modelData.time)
+                }
+                Tip {
+                    visible: over.hovered
+                    delay: 200
+                    y: -height - 4
+                    text: marker.modelData.label
+                }
             }
         }
         ControlText {

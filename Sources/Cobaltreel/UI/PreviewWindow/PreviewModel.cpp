@@ -94,6 +94,15 @@ void PreviewModel::setUpPlayback() {
                 play(folder_.screenMovie(), false);
             startCameraSync();
         });
+        std::vector<Marker> markers;
+        try {
+            markers = folder_.readEvents().markers;
+        } catch (const std::exception&) {
+            // Without its log a session has none.
+        }
+        postWhileAlive([this, markers = std::move(markers)] {
+            markers_.show(markers, meta_.screenFirstPTS.value_or(0), duration_);
+        });
     });
 }
 
@@ -181,6 +190,10 @@ void PreviewModel::step(double seconds) {
 
 void PreviewModel::goTo(double seconds) {
     if (std::isfinite(seconds)) seekTo(std::clamp(seconds, 0.0, duration_));
+}
+
+void PreviewModel::goToMarker(bool forward) {
+    if (const auto time = markers_.next(position_, forward)) goTo(*time);
 }
 
 std::unique_ptr<PictureSource> PreviewModel::makeCutoutPictures() {

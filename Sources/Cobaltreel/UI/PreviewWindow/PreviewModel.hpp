@@ -5,6 +5,7 @@
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PictureSource.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewServices.hpp"
+#include "Cobaltreel/UI/PreviewWindow/TimelineMarkers.hpp"
 #include "CobaltreelCore/Models.hpp"
 #include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
@@ -57,6 +58,8 @@ class PreviewModel : public QObject {
     Q_PROPERTY(QString missingDevices READ missingDevices NOTIFY missingDevicesChanged FINAL)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged FINAL)
     Q_PROPERTY(double position READ position NOTIFY positionChanged FINAL)
+    /// Empty until they have been read.
+    Q_PROPERTY(cobaltreel::TimelineMarkers* markers READ markers CONSTANT FINAL)
     Q_PROPERTY(cobaltreel::PictureSource* screenPictures READ screenPictures CONSTANT FINAL)
     /// Null when the session has no camera, or its movie cannot be played.
     Q_PROPERTY(
@@ -117,6 +120,7 @@ class PreviewModel : public QObject {
     bool hasExported() const { return hasExported_; }
     bool isPlaying() const { return isPlaying_; }
     double position() const { return position_; }
+    TimelineMarkers* markers() { return &markers_; }
     PictureSource* screenPictures() const { return screenPictures_.get(); }
     PictureSource* cameraPictures() const { return cameraPictures_.get(); }
     QString playbackProblem() const { return playbackProblem_; }
@@ -135,6 +139,8 @@ class PreviewModel : public QObject {
     Q_INVOKABLE void step(double seconds);
     /// Goes to a time, playing on if it plays.
     Q_INVOKABLE void goTo(double seconds);
+    /// Goes to the next marker, or to the one before; stays where there is none.
+    Q_INVOKABLE void goToMarker(bool forward);
     /// Brings the camera to where the screen is; without `force` only when it is too far off.
     void resyncBubble(double mainSeconds, bool force);
 
@@ -229,6 +235,7 @@ class PreviewModel : public QObject {
     bool isPlaying_ = false;
     double position_ = 0;
     QString playbackProblem_;
+    TimelineMarkers markers_;
 
     double exportStart_ = 0;
     platform::Lifetime lifetime_;

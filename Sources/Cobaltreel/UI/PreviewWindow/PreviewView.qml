@@ -33,12 +33,20 @@ FocusScope {
             model.exportMovie();
     }
 
+    /// A frame, with Shift a second, with Ctrl to the next marker.
+    function answerArrow(event: KeyEvent, forward: bool) {
+        if (event.modifiers & Qt.ControlModifier)
+            model.goToMarker(forward);
+        else
+            model.step((event.modifiers & Qt.ShiftModifier ? 1 : frame) * (forward ? 1 : -1));
+    }
+
     Keys.onSpacePressed: event => {
         if (!event.isAutoRepeat)
             model.togglePlay();
     }
-    Keys.onLeftPressed: event => model.step(event.modifiers & Qt.ShiftModifier ? -1 : -frame)
-    Keys.onRightPressed: event => model.step(event.modifiers & Qt.ShiftModifier ? 1 : frame)
+    Keys.onLeftPressed: event => answerArrow(event, false)
+    Keys.onRightPressed: event => answerArrow(event, true)
     Keys.onReturnPressed: exportOnReturn()
     Keys.onEnterPressed: exportOnReturn()
 

@@ -1,9 +1,11 @@
+#include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewComposition.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewHarness.hpp"
 #include "Fakes/FakeVision.hpp"
 
 #include <atomic>
 #include <cstring>
+#include <filesystem>
 #include <future>
 #include <limits>
 #include <stdexcept>
@@ -224,6 +226,33 @@ TEST_F(PreviewTest, TheCutoutWorksOnOnePictureAtATimeAndKeepsTheLastPersonItSaw)
     release.set_value();
     settle([&] { return pictures == 2; });
     EXPECT_GT(qAlpha(cutout->picture().pixel(4, 2)), 190);
+}
+
+TEST_F(PreviewTest, MarkersAreOnTheTimeLineAndCanBeGoneTo) {
+    EventLog log;
+    log.markers = {{99, "before"}, {101, ""}, {105, "שלב"}, {105.01, "close"}, {111, "after"}};
+    std::filesystem::create_directories(folder.dir);
+    folder.writeEvents(log);
+    auto& preview = open();
+    settle([&] { return preview.markers()->count() > 0; });
+    EXPECT_EQ(preview.markers()->count(), 3) << "of the recorded time";
+    AppSettings::shared().setLanguage(Language::en);
+    const auto places = preview.markers()->placesIn(100);
+    ASSERT_EQ(places.size(), 2) << "two that a pointer cannot tell apart are one";
+    EXPECT_EQ(places[0].toMap()["label"], QStringLiteral(u"\u2068Marker 2\u2069 · 00:01"));
+    EXPECT_EQ(places[1].toMap()["fraction"], 0.5);
+    EXPECT_EQ(places[1].toMap()["label"], QStringLiteral(u"\u2068\u2068שלב\u2069 and 1 more\u2069 · 00:05"));
+    EXPECT_EQ(preview.markers()->placesIn(100'000).size(), 3);
+    EXPECT_TRUE(preview.markers()->placesIn(0).isEmpty());
+
+    for (const auto& [forward, there] :
+         {std::pair{true, 1.0}, {true, 5.0}, {true, 5.0}, {false, 1.0}, {false, 1.0}}) {
+        preview.goToMarker(forward);
+        EXPECT_EQ(preview.position(), there);
+    }
+    log.markers.assign(10'000, {102, "x"});
+    preview.markers()->show(log.markers, 100, 10);
+    EXPECT_EQ(preview.markers()->placesIn(700).size(), 1);
 }
 
 TEST_F(PreviewTest, ClosedWhileItIsStillOpening) {
