@@ -61,6 +61,7 @@ void addToggleCommand(CLI::App& app, CommandBody& body);
 void addMarkCommand(CLI::App& app, CommandBody& body);
 void addStatusCommand(CLI::App& app, CommandBody& body);
 void addDoctorCommand(CLI::App& app, CommandBody& body);
+void addCompletionCommand(CLI::App& app, CommandBody& body);
 
 /// What happens when no subcommand was chosen: the application itself.
 void chooseApplication(CommandBody& body);

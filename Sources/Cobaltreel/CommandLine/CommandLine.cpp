@@ -98,6 +98,7 @@ int runCommandLine(int argc, char** argv) {
     addMarkCommand(app, body);
     addStatusCommand(app, body);
     addDoctorCommand(app, body);
+    addCompletionCommand(app, body);
 
     try {
         app.parse(argc, argv);
