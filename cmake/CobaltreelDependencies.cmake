@@ -9,6 +9,7 @@ find_package(CLI11 2.1 REQUIRED)
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
     libavformat libavcodec libavutil libswresample libswscale)
 pkg_check_modules(X265 REQUIRED IMPORTED_TARGET x265)
+pkg_check_modules(IMAGEQUANT REQUIRED IMPORTED_TARGET imagequant)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET
     xcb xcb-shm xcb-shape xcb-randr xcb-xfixes xcb-damage xcb-composite xcb-xinput xcb-res xcb-screensaver)
 pkg_check_modules(XCB_XTEST REQUIRED IMPORTED_TARGET xcb-xtest)
@@ -21,6 +22,11 @@ find_path(LIBYUV_INCLUDE_DIR libyuv.h REQUIRED)
 add_library(LibYuv INTERFACE)
 target_link_libraries(LibYuv INTERFACE ${LIBYUV_LIBRARY})
 target_include_directories(LibYuv SYSTEM INTERFACE ${LIBYUV_INCLUDE_DIR})
+
+# Nor does giflib everywhere.
+find_library(GIF_LIBRARY gif REQUIRED)
+add_library(GifLib INTERFACE)
+target_link_libraries(GifLib INTERFACE ${GIF_LIBRARY})
 
 # OpenCV's CMake package comes only with all of its modules and what those need; these three are enough.
 find_path(OPENCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4 REQUIRED)

@@ -21,6 +21,8 @@ std::string family(const std::string& header) {
         {std::regex("libyuv.*"), "yuv"},
         {std::regex("libav.*|libsw.*"), "ffmpeg"},
         {std::regex("x265\\.h"), "x265"},
+        {std::regex("gif_lib\\.h"), "gif"},
+        {std::regex("libimagequant\\.h"), "imagequant"},
         {std::regex("xcb/.*|X11/.*"), "xcb"},
         {std::regex("nlohmann/.*"), "json"},
         {std::regex("CLI/.*"), "cli"},

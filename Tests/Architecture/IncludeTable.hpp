@@ -27,7 +27,8 @@ inline const std::vector<IncludeRule> includeTable{
     {"Platform/Vision/OpenCv/", {"Platform/Imaging/"}, {"os", "opencv", "json", "yuv"}},
 
     {"Platform/Media/", {"Platform/Imaging/"}, {}},
-    {"Platform/Media/FFmpeg/", {"Platform/Imaging/"}, {"os", "ffmpeg", "x265", "yuv"}},
+    {"Platform/Media/FFmpeg/", {"Platform/Imaging/", "Platform/Media/Gif/"}, {"os", "ffmpeg", "x265", "yuv"}},
+    {"Platform/Media/Gif/", {"Platform/Imaging/"}, {"os", "gif", "imagequant"}},
     {"Platform/Media/PipeWire/", {"Platform/Capture/PipeWire/"}, {"pipewire"}},
 
     {"Platform/Capture/", {"Platform/Imaging/"}, {}},
@@ -94,5 +95,5 @@ inline const std::vector<std::string_view> libraryFolders{
     "Platform/Media/FFmpeg/",  "Platform/Capture/Xcb/",      "Platform/Capture/PipeWire/",
     "Platform/Desktop/Xcb/",   "Platform/Media/PipeWire/",   "Platform/Desktop/Qt/",
     "Platform/Desktop/Posix/", "Platform/Capture/Portal/",   "Platform/Desktop/Portal/",
-    "Platform/Desktop/Evdev/",
+    "Platform/Desktop/Evdev/", "Platform/Media/Gif/",
 };

@@ -4,10 +4,13 @@
 #include "Cobaltreel/CommandLine/Progress.hpp"
 #include "Cobaltreel/CommandLine/TrimArguments.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Cobaltreel/Export/GifSize.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -23,10 +26,24 @@ struct ExportArguments : TrimArguments {
     std::optional<bool> autoZoom, camera, ripples, systemAudio;
     std::optional<CameraStyle> style;
     std::optional<OutputSize> size;
-    int framesPerSecond = ExportRenderer::framesPerSecond;
+    std::optional<int> framesPerSecond;
+    std::optional<ExportFormat> format;
     std::string name;
     std::string output;
+    bool force = false;
 };
+
+const std::map<std::string, ExportFormat> formats{
+    {"mp4", ExportFormat::mp4}, {"webm", ExportFormat::webm}, {"gif", ExportFormat::gif}};
+
+std::string nameOf(ExportFormat format) {
+    return std::ranges::find(formats, format, [](const auto& each) { return each.second; })->first;
+}
+
+/// What a GIF that nobody asked more of shows, a second; and what it can show at most.
+constexpr int usualGifRate = 15, maxGifRate = 50;
+/// Beyond so many bytes a GIF is made only by force.
+constexpr double bearableGifBytes = 100e6;
 
 /// The longer side of the largest movie that encoders and players take.
 constexpr std::int64_t longestSide = 7680;
@@ -75,10 +92,12 @@ void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& 
     command.add_option(flag, value, what)->transform(oneOf(positions))->type_name("on|off");
 }
 
-std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session) {
+std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session,
+                                 ExportFormat format) {
     if (arguments.output.empty())
-        return Paths::uniqueOutputURL(arguments.name.empty() ? Paths::defaultExportName().toStdString()
-                                                             : arguments.name);
+        return Paths::uniqueOutputURL(
+            arguments.name.empty() ? Paths::defaultExportName().toStdString() : arguments.name,
+            '.' + nameOf(format));
     namespace fs = std::filesystem;
     const auto refuse = [&](const std::string& why) -> void {
         throw CommandError("--output " + arguments.output + " " + why, ExitStatus::usage);
@@ -95,9 +114,24 @@ std::filesystem::path outputFile(const ExportArguments& arguments, const Session
         refuse("is in the session's own folder; choose another");
     if (fs::exists(SessionFolder{real.parent_path()}.metaFile(), error))
         refuse("is in the folder of a session; choose another");
-    if (QString::fromStdString(file.extension().string()).toLower() != QLatin1String(".mp4"))
-        refuse("must end in .mp4; other formats are not written");
     return file;
+}
+
+/// The one asked for, or that of the file's name.
+ExportFormat formatOf(const ExportArguments& arguments) {
+    if (arguments.output.empty()) return arguments.format.value_or(ExportFormat::mp4);
+    const auto refuse = [&](const std::string& why) -> void {
+        throw CommandError("--output " + arguments.output + " " + why, ExitStatus::usage);
+    };
+    const QString extension =
+        QString::fromStdString(std::filesystem::path(arguments.output).extension().string()).toLower();
+    const auto named = formats.find(extension.mid(1).toStdString());
+    if (arguments.format && (named == formats.end() || named->second != *arguments.format)) {
+        const std::string name = nameOf(*arguments.format);
+        refuse("does not fit --format " + name + "; it must end in ." + name);
+    }
+    if (named == formats.end()) refuse("must end in .mp4, .webm or .gif; other formats are not written");
+    return named->second;
 }
 
 /// What the preview window starts with, changed by what was asked.
@@ -106,9 +140,17 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     ExportOptions options;
     options.trimStart = trim.start;
     options.trimEnd = trim.end;
-    options.quality = arguments.quality;
+    options.format = formatOf(arguments);
+    const bool isGif = options.format == ExportFormat::gif;
+    options.quality =
+        isGif && arguments.qualityOption->empty() ? ExportOptions::Quality::p720 : arguments.quality;
     options.size = arguments.size;
-    options.framesPerSecond = arguments.framesPerSecond;
+    options.framesPerSecond =
+        arguments.framesPerSecond.value_or(isGif ? usualGifRate : ExportRenderer::framesPerSecond);
+    if (isGif && options.framesPerSecond > maxGifRate)
+        throw CommandError("--fps " + std::to_string(options.framesPerSecond) + ": a GIF shows at most " +
+                               std::to_string(maxGifRate) + " pictures a second",
+                           ExitStatus::usage);
     options.zoomTiming = arguments.zoomTiming;
     options.autoZoom = arguments.autoZoom.value_or(meta.autoZoomEnabled);
     options.bubble = arguments.camera.value_or(meta.cameraEnabled);
@@ -116,8 +158,36 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     options.clickRipples = arguments.ripples.value_or(true);
     options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
     options.chapterNames = {S::chapterStart().toStdString(), S::marker().toStdString()};
-    options.outputURL = outputFile(arguments, session.folder);
+    options.outputURL = outputFile(arguments, session.folder, options.format);
     return options;
+}
+
+bool hasSound(platform::MediaService& media, const std::filesystem::path& movie) {
+    try {
+        return !media.asset(movie)->loadTracks(platform::MediaType::audio).empty();
+    } catch (const platform::PlatformError&) {
+        return false;
+    }
+}
+
+/// Says what a GIF leaves out and, of a large one, what it will take; refuses one that nobody can want.
+void considerGif(platform::MediaService& media, const ExportArguments& arguments,
+                 const SessionArgument& session, const ExportOptions& options, const OutputSize& size,
+                 std::span<const CameraMove> moves) {
+    const double duration = options.trimEnd - options.trimStart;
+    const double bytes = estimatedGifBytes(size, options.framesPerSecond, duration, moves, options.bubble);
+    constexpr double megabyte = 1e6, worthAWord = 20;
+    const std::string estimate = "a GIF of " + minutesAndSeconds(duration) + " at " + std::to_string(size.w) +
+                                 'x' + std::to_string(size.h) + " takes about " +
+                                 std::to_string(std::llround(bytes / megabyte)) + " MB";
+    if (bytes > bearableGifBytes && !arguments.force)
+        throw CommandError(estimate +
+                           ", which few programs show; trim it, choose a smaller --size or --fps, write an "
+                           ".mp4, or repeat with --force");
+    if (bytes > worthAWord * megabyte) std::cerr << "cobaltreel: " << estimate << '\n';
+    if (hasSound(media, session.folder.cameraMovie()) ||
+        (options.systemAudio && hasSound(media, session.folder.screenMovie())))
+        std::cerr << "cobaltreel: a GIF has no sound; that of the recording is left out\n";
 }
 
 ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
@@ -134,6 +204,10 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
                   << ", which has the shape of the recording\n";
 
     ExportRenderer renderer(session.folder, session.meta, services.media, services.vision);
+    if (options.format == ExportFormat::gif) {
+        renderer.planClicksAndZoom(options);
+        considerGif(*services.media, arguments, session, options, size, renderer.zoomMoves());
+    }
     const auto handling = interrupt.handle([&renderer] { renderer.cancelled = true; });
     Progress progress("Exporting");
     renderer.onProgress = [&](double share) {
@@ -155,14 +229,23 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
 }  // namespace
 
 void addExportCommand(CLI::App& app, CommandBody& body) {
-    auto* command = app.add_subcommand("export", "Compose a session into one MP4");
+    auto* command = app.add_subcommand("export", "Compose a session into one movie: MP4, WebM or GIF");
     auto arguments = std::make_shared<ExportArguments>();
     arguments->addTo(*command);
+    command
+        ->add_option(
+            "--format", arguments->format,
+            "Kind of file: mp4, webm or gif; default as the file of --output is named, else mp4. A GIF is "
+            "720 lines high unless --size or --quality says otherwise")
+        ->transform(oneOf(formats))
+        ->type_name("mp4|webm|gif");
+    command->add_flag("--force", arguments->force, "Write a GIF of any size");
     addSize(*command, arguments->size, arguments->qualityOption);
-    command->add_option("--fps", arguments->framesPerSecond, "Pictures a second, 1 to 60")
+    command
+        ->add_option("--fps", arguments->framesPerSecond,
+                     "Pictures a second, 1 to 60; default 30, of a GIF 15")
         ->type_name("N")
-        ->check(CLI::Range(1, 60))
-        ->default_str("30");
+        ->check(CLI::Range(1, 60));
     addSwitch(*command, "--auto-zoom", arguments->autoZoom, "Follow the clicks; default as recorded");
     addSwitch(*command, "--camera", arguments->camera, "Show the camera; default as recorded");
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},

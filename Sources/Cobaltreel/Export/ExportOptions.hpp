@@ -12,10 +12,14 @@
 
 namespace cobaltreel {
 
+/// Kinds of file that an export makes.
+enum class ExportFormat { mp4, webm, gif };
+
 /// What to export, and how.
 struct ExportOptions {
     enum class Quality { p720, p1080, full };
 
+    ExportFormat format = ExportFormat::mp4;
     double trimStart = 0;  ///< seconds on the screen movie's timeline
     double trimEnd = 0;    ///< seconds on the screen movie's timeline
     Quality quality = Quality::p1080;

@@ -51,6 +51,18 @@ std::int32_t timescaleOf(int framesPerSecond) {
     return usual % framesPerSecond == 0 ? usual : usual * framesPerSecond;
 }
 
+platform::FileType fileType(ExportFormat format) {
+    switch (format) {
+        case ExportFormat::webm:
+            return platform::FileType::webm;
+        case ExportFormat::gif:
+            return platform::FileType::gif;
+        case ExportFormat::mp4:
+            break;
+    }
+    return platform::FileType::mpeg4;
+}
+
 [[noreturn]] void throwErrorOf(const AssetWriter& writer, const char* stage) {
     if (const auto error = writer.error()) throw *error;
     throw ExportRenderer::Error::setup(stage);
@@ -198,21 +210,26 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
 
     auto screenReader = openScreen(options);
     auto cameraReader = openCamera(options, timing);
-    auto audioReader = openAudioMix(options, timing);
+    auto audioReader = options.format == ExportFormat::gif ? nullptr : openAudioMix(options, timing);
 
     platform::PendingFile file(options.outputURL);
-    auto writer = media_->makeWriter(file.path(), platform::FileType::mpeg4);
+    auto writer = media_->makeWriter(file.path(), fileType(options.format));
+    const bool isWeb = options.format == ExportFormat::webm;
     auto& videoInput =
-        writer->addVideoInput({.codec = platform::VideoCodec::h264,
+        writer->addVideoInput({.codec = isWeb ? platform::VideoCodec::vp9 : platform::VideoCodec::h264,
                                .width = wOut,
                                .height = hOut,
                                .averageBitRate = averageBitRate(options, size),
                                .expectedFrameRate = static_cast<double>(options.framesPerSecond),
                                .h264HighProfile = true,
                                .expectedDuration = duration + audioTail});
-    AssetWriterInput* audioInput =
-        audioReader ? &writer->addAudioInput({.sampleRate = 48000, .channels = 2, .bitRate = 128000})
-                    : nullptr;
+    AssetWriterInput* audioInput = audioReader
+                                       ? &writer->addAudioInput({.sampleRate = 48000,
+                                                                 .channels = 2,
+                                                                 .bitRate = 128000,
+                                                                 .codec = isWeb ? platform::AudioCodec::opus
+                                                                                : platform::AudioCodec::aac})
+                                       : nullptr;
     writer->setChapters(chapters(options));
     if (!writer->startWriting()) throwErrorOf(*writer, "writer");
     writer->startSession(MediaTime::fromSeconds(0));

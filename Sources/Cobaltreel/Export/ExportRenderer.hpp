@@ -59,6 +59,8 @@ class ExportRenderer {
     static std::vector<Click> clicksInOutputTime(const EventLog& log, const SessionMeta& meta,
                                                  double trimStart, double trimEnd);
 
+    /// Fills `preparedClicks` and `zoomMoves`, which `exportMovie` does by itself, too.
+    void planClicksAndZoom(const ExportOptions& options);
     const std::vector<Click>& preparedClicks() const { return preparedClicks_; }
     const std::vector<CameraMove>& zoomMoves() const { return zoomMoves_; }
 
@@ -69,7 +71,6 @@ class ExportRenderer {
                                                       const ExportTiming& timing);
     std::unique_ptr<platform::AssetReader> openAudioMix(const ExportOptions& options,
                                                         const ExportTiming& timing);
-    void planClicksAndZoom(const ExportOptions& options);
     std::vector<platform::Chapter> chapters(const ExportOptions& options) const;
     void runFrames(Run& run);
     void appendAudio(Run& run, double limit);

@@ -95,7 +95,7 @@ QString defaultExportName() {
     return S::filenameDefault(plain.toString(now, u"yyyy-MM-dd"), plain.toString(now, u"HH.mm"));
 }
 
-path uniqueOutputURL(std::string_view baseName) {
+path uniqueOutputURL(std::string_view baseName, std::string_view extension) {
     const path folder = exportsFolder();
     std::error_code ignored;
     std::filesystem::create_directories(folder, ignored);
@@ -104,8 +104,9 @@ path uniqueOutputURL(std::string_view baseName) {
     const auto candidate = [&](const QString& ending) {
         return folder / fromQt(shortened(name, longestFileName - ending.size()) + ending);
     };
-    path file = candidate(QStringLiteral(".mp4"));
-    for (int n = 2; isTaken(file); ++n) file = candidate(QStringLiteral("-%1.mp4").arg(n));
+    const QString ending = QString::fromUtf8(extension.data(), static_cast<qsizetype>(extension.size()));
+    path file = candidate(ending);
+    for (int n = 2; isTaken(file); ++n) file = candidate(QStringLiteral("-%1").arg(n) + ending);
     return file;
 }
 

@@ -27,9 +27,9 @@ std::filesystem::path exportsFolder();
 QString defaultExportName();
 
 /// A file in the exports folder, which is created, that does not exist yet: the proposed name (UTF-8)
-/// cleaned of what cannot stand in a file name, shortened to what the file system holds, plus ".mp4",
+/// cleaned of what cannot stand in a file name, shortened to what the file system holds, plus the extension,
 /// numbered from 2 when taken. Never throws for a folder that cannot be created or read.
-std::filesystem::path uniqueOutputURL(std::string_view baseName);
+std::filesystem::path uniqueOutputURL(std::string_view baseName, std::string_view extension = ".mp4");
 
 }  // namespace Paths
 

@@ -15,8 +15,11 @@ namespace platform {
 enum class FileType {
     quickTimeMovie,  ///< written in fragments, for its user alone: whole up to the last second after a crash
     mpeg4,           ///< index in front, ready for the network
+    webm,            ///< the same
+    gif,             ///< one picture track of no codec, without end; no sound
 };
-enum class VideoCodec { hevc, h264 };
+enum class VideoCodec { hevc, h264, vp9 };
+enum class AudioCodec { aac, opus };
 
 struct VideoSettings {
     VideoCodec codec = VideoCodec::h264;
@@ -29,8 +32,8 @@ struct VideoSettings {
     bool expectsMediaDataInRealTime = false;
     /// The colors of the track. Pictures of another matrix are converted, at a cost.
     ColorMatrix matrix = ColorMatrix::bt709Limited;
-    /// Seconds that an mpeg4 file will have at most, when that is known before: room is kept for the index in
-    /// front. Otherwise (0) the whole file is moved up at its end.
+    /// Seconds that an mpeg4 or webm file will have at most, when that is known before: room is kept for the
+    /// index in front. Otherwise (0) the whole file is moved up at its end.
     double expectedDuration = 0;
 };
 
@@ -39,6 +42,7 @@ struct AudioSettings {
     int channels = 2;
     std::int64_t bitRate = 128000;
     bool expectsMediaDataInRealTime = false;
+    AudioCodec codec = AudioCodec::aac;
 };
 
 /// A named part of a movie, in seconds on the file's timeline.

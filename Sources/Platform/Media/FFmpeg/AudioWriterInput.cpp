@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <new>
+#include <vector>
 
 namespace platform::ffmpeg {
 namespace {
@@ -12,7 +13,28 @@ namespace {
 /// has been through that silence: about four seconds for every twenty minutes of it.
 double queueLength(const AudioSettings& settings) { return settings.expectsMediaDataInRealTime ? 30 : 2; }
 
+/// Fills the frame from the queue, whose channels lie apart.
+void readInterleaved(AVAudioFifo* waiting, AVFrame& frame) {
+    const auto channels = static_cast<std::size_t>(frame.ch_layout.nb_channels);
+    const auto count = static_cast<std::size_t>(frame.nb_samples);
+    std::vector<float> apart(channels * count);
+    std::vector<void*> planes;
+    for (std::size_t c = 0; c < channels; ++c) planes.push_back(apart.data() + c * count);
+    av_audio_fifo_read(waiting, planes.data(), frame.nb_samples);
+    auto* together = reinterpret_cast<float*>(frame.data[0]);
+    for (std::size_t i = 0; i < count; ++i)
+        for (std::size_t c = 0; c < channels; ++c) *together++ = apart[c * count + i];
+}
+
 }  // namespace
+
+const AVCodec* audioEncoder(AudioCodec codec) {
+    // FFmpeg's own encoder for Opus is an experiment.
+    return codec == AudioCodec::opus ? avcodec_find_encoder_by_name("libopus")
+                                     : avcodec_find_encoder(AV_CODEC_ID_AAC);
+}
+
+std::string nameOf(AudioCodec codec) { return codec == AudioCodec::opus ? "Opus" : "AAC"; }
 
 AudioWriterInput::AudioWriterInput(WriterState& state, const AudioSettings& settings)
     : WriterInput(state, queueLength(settings), "encode.audio"),
@@ -21,12 +43,12 @@ AudioWriterInput::AudioWriterInput(WriterState& state, const AudioSettings& sett
                  [this] { encodeFrames(encoder_->frame_size); }) {}
 
 void AudioWriterInput::open() {
-    const std::string sentence = "The encoder for AAC sound does not open";
-    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
+    const std::string sentence = "The encoder for " + nameOf(settings_.codec) + " sound does not open";
+    const AVCodec* codec = audioEncoder(settings_.codec);
     if (!codec) throw libraryError(AVERROR_ENCODER_NOT_FOUND, sentence);
     encoder_.reset(avcodec_alloc_context3(codec));
     if (!encoder_) throw std::bad_alloc();
-    encoder_->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    encoder_->sample_fmt = settings_.codec == AudioCodec::opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
     encoder_->sample_rate = settings_.sampleRate;
     av_channel_layout_default(&encoder_->ch_layout, settings_.channels);
     encoder_->bit_rate = settings_.bitRate;
@@ -62,12 +84,15 @@ void AudioWriterInput::encodeFrames(int atLeast) {
     AVAudioFifo* waiting = conformer_.output();
     while (av_audio_fifo_size(waiting) >= atLeast) {
         const FramePtr frame = makeFrame();
-        frame->format = AV_SAMPLE_FMT_FLTP;
+        frame->format = encoder_->sample_fmt;
         frame->sample_rate = settings_.sampleRate;
         frame->nb_samples = std::min(encoder_->frame_size, av_audio_fifo_size(waiting));
         check(av_channel_layout_copy(&frame->ch_layout, &encoder_->ch_layout), "Sound cannot be encoded");
         check(av_frame_get_buffer(frame.get(), 0), "Sound cannot be encoded");
-        av_audio_fifo_read(waiting, reinterpret_cast<void**>(frame->data), frame->nb_samples);
+        if (encoder_->sample_fmt == AV_SAMPLE_FMT_FLT)
+            readInterleaved(waiting, *frame);
+        else
+            av_audio_fifo_read(waiting, reinterpret_cast<void**>(frame->data), frame->nb_samples);
         frame->pts = *conformer_.firstFrame() + encodedFrames_;
         encodedFrames_ += frame->nb_samples;
         feedEncoder(frame.get());

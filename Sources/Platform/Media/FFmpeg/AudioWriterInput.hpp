@@ -7,7 +7,11 @@
 
 namespace platform::ffmpeg {
 
-/// Sound into a movie, as AAC.
+/// The library's encoder; null when it has none.
+const AVCodec* audioEncoder(AudioCodec codec);
+std::string nameOf(AudioCodec codec);
+
+/// Sound into a movie.
 class AudioWriterInput final : public WriterInput {
   public:
     AudioWriterInput(WriterState& state, const AudioSettings& settings);

@@ -184,11 +184,13 @@ ChosenEncoder chooseVideoEncoder(const VideoSettings& settings, bool globalHeade
             passOver(problem.description());
         }
     }
-    const char* codec = settings.codec == VideoCodec::hevc ? "HEVC" : "H.264";
+    const char* codec = settings.codec == VideoCodec::hevc  ? "HEVC"
+                        : settings.codec == VideoCodec::vp9 ? "VP9"
+                                                            : "H.264";
     throw PlatformError("FFmpeg", code,
                         std::string("No encoder for ") + codec + " of " + std::to_string(settings.width) +
                             " × " + std::to_string(settings.height) + " pixels works here. " +
-                            chosen.passedOver + " Install FFmpeg with libx264 and libx265.");
+                            chosen.passedOver + " Install FFmpeg with libx264, libx265 and libvpx.");
 }
 
 }  // namespace platform::ffmpeg

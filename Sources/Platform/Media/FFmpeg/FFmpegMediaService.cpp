@@ -2,12 +2,14 @@
 
 #include "Platform/Media/FFmpeg/AudioMixReader.hpp"
 #include "Platform/Media/FFmpeg/AudioMixer.hpp"
+#include "Platform/Media/FFmpeg/AudioWriterInput.hpp"
 #include "Platform/Media/FFmpeg/EncoderTrial.hpp"
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/FFmpegAsset.hpp"
 #include "Platform/Media/FFmpeg/FFmpegWriter.hpp"
 #include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 #include "Platform/Media/FFmpeg/VideoTrackReader.hpp"
+#include "Platform/Media/Gif/GifWriter.hpp"
 
 #include <x265.h>
 
@@ -26,10 +28,10 @@ EncoderReport videoReport(const std::string& purpose, const VideoSettings& setti
     }
 }
 
-EncoderReport audioReport() {
-    const std::string purpose = "sound (AAC)";
-    if (const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC)) return {purpose, codec->name, ""};
-    return {purpose, "", "FFmpeg here has no encoder for AAC. Install FFmpeg's libavcodec with it."};
+EncoderReport audioReport(AudioCodec audio) {
+    const std::string name = nameOf(audio), purpose = "sound (" + name + ")";
+    if (const AVCodec* codec = audioEncoder(audio)) return {purpose, codec->name, ""};
+    return {purpose, "", "FFmpeg here has no encoder for " + name + ". Install FFmpeg's libavcodec with it."};
 }
 
 class FFmpegMediaService final : public MediaService {
@@ -50,15 +52,20 @@ class FFmpegMediaService final : public MediaService {
         return std::make_unique<AudioMixer>(composition);
     }
     std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override {
+        if (type == FileType::gif) return makeGifWriter(path);
         return std::make_unique<FFmpegWriter>(path, type);
     }
     std::vector<EncoderReport> encoders() override {
         const VideoSettings screen{VideoCodec::hevc, 1280, 720, 20'000'000, 60, false, true};
         const VideoSettings camera{VideoCodec::h264, 1280, 720, 4'000'000, 30, false, true};
         const VideoSettings exported{VideoCodec::h264, 1920, 1080, 10'000'000, 30, true, false};
+        const VideoSettings web{VideoCodec::vp9, 1920, 1080, 10'000'000, 30, false, false};
         return {videoReport("screen recording (HEVC)", screen),
-                videoReport("camera recording (H.264)", camera), videoReport("export (H.264)", exported),
-                audioReport()};
+                videoReport("camera recording (H.264)", camera),
+                videoReport("export (H.264)", exported),
+                videoReport("export (VP9)", web),
+                audioReport(AudioCodec::aac),
+                audioReport(AudioCodec::opus)};
     }
     std::string implementation() const override { return std::string("FFmpeg ") + av_version_info(); }
 };

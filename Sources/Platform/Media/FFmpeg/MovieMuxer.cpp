@@ -31,7 +31,7 @@ MovieMuxer::MovieMuxer(const std::filesystem::path& path, FileType type) : path_
     captureLibraryLog();
     const std::string what = "The movie " + path.string() + " cannot be created";
     AVFormatContext* context = nullptr;
-    const char* format = type == FileType::quickTimeMovie ? "mov" : "mp4";
+    const char* format = type == FileType::quickTimeMovie ? "mov" : type == FileType::webm ? "webm" : "mp4";
     const std::string url = "file:" + path.string();
     check(avformat_alloc_output_context2(&context, nullptr, format, url.c_str()), what);
     context_.reset(context);
@@ -67,6 +67,12 @@ int MovieMuxer::addTrack(const AVCodecContext& encoder) {
 }
 
 void MovieMuxer::reserveIndex(double seconds, double framesPerSecond) {
+    if (type_ == FileType::webm) {
+        // One entry for each key frame; some of them the encoder adds by itself.
+        constexpr double bytesPerSecond = 40, head = 1024;
+        indexBytes_ = std::llround(head + bytesPerSecond * seconds);
+        return;
+    }
     // What one sample takes at the most: size, duration, offset and place in its chunk, for pictures also
     // their reordering and whether they are key frames; and a quarter more, since an index that is too long
     // for its place would cost the movie.
@@ -100,16 +106,22 @@ void MovieMuxer::setChapters(const std::vector<Chapter>& chapters) {
 void MovieMuxer::begin() {
     const std::lock_guard lock(mutex_);
     AVDictionary* options = nullptr;
-    av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
-    if (isFragmented()) {
+    if (type_ == FileType::webm) {
+        // Where the room does not suffice the library moves the rest up.
+        av_dict_set(&options, "cues_to_front", "1", 0);
+        av_dict_set_int(&options, "reserve_index_space", indexBytes_, 0);
+    } else if (isFragmented()) {
+        av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
         av_dict_set(&options, "movflags", "delay_moov+default_base_moof+use_metadata_tags", 0);
         av_dict_set_int(&options, "frag_duration", fragmentMicroseconds, 0);
         context_->max_interleave_delta = interleaveMicroseconds;
         context_->flags |= AVFMT_FLAG_FLUSH_PACKETS;
-    } else if (indexBytes_ > 0) {
-        av_dict_set_int(&options, "moov_size", indexBytes_ + chapterBytes_, 0);
     } else {
-        av_dict_set(&options, "movflags", "faststart", 0);
+        av_dict_set_int(&options, "movie_timescale", movieTimescale, 0);
+        if (indexBytes_ > 0)
+            av_dict_set_int(&options, "moov_size", indexBytes_ + chapterBytes_, 0);
+        else
+            av_dict_set(&options, "movflags", "faststart", 0);
     }
     const int result = avformat_write_header(context_.get(), &options);
     av_dict_free(&options);
