@@ -92,12 +92,8 @@ void addSwitch(CLI::App& command, const std::string& flag, std::optional<bool>& 
     command.add_option(flag, value, what)->transform(oneOf(positions))->type_name("on|off");
 }
 
-std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session,
-                                 ExportFormat format) {
-    if (arguments.output.empty())
-        return Paths::uniqueOutputURL(
-            arguments.name.empty() ? Paths::defaultExportName().toStdString() : arguments.name,
-            '.' + nameOf(format));
+/// The file that --output names.
+std::filesystem::path outputFile(const ExportArguments& arguments, const SessionFolder& session) {
     namespace fs = std::filesystem;
     const auto refuse = [&](const std::string& why) -> void {
         throw CommandError("--output " + arguments.output + " " + why, ExitStatus::usage);
@@ -140,6 +136,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     ExportOptions options;
     options.trimStart = trim.start;
     options.trimEnd = trim.end;
+    if (!arguments.output.empty()) options.outputURL = outputFile(arguments, session.folder);
     options.format = formatOf(arguments);
     const bool isGif = options.format == ExportFormat::gif;
     options.quality =
@@ -158,7 +155,10 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     options.clickRipples = arguments.ripples.value_or(true);
     options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
     options.chapterNames = {S::chapterStart().toStdString(), S::marker().toStdString()};
-    options.outputURL = outputFile(arguments, session.folder, options.format);
+    if (arguments.output.empty())
+        options.outputURL = Paths::uniqueOutputURL(
+            arguments.name.empty() ? Paths::defaultExportName().toStdString() : arguments.name,
+            '.' + nameOf(options.format));
     return options;
 }
 

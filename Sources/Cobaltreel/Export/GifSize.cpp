@@ -7,7 +7,7 @@ namespace cobaltreel {
 double estimatedGifBytes(const OutputSize& size, int framesPerSecond, double duration,
                          std::span<const CameraMove> moves, bool showsCamera) {
     // Bytes a pixel and picture.
-    constexpr double moving = 0.20, resting = 0.003, camera = 0.03;
+    constexpr double moving = 0.16, resting = 0.004, camera = 0.008;
     double seconds = 0;
     for (const CameraMove& move : moves)
         seconds += std::max(0.0, std::min(move.tEnd, duration) - std::max(move.tStart, 0.0));

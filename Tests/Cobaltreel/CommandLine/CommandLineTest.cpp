@@ -169,6 +169,40 @@ TEST_F(CommandLineTest, MarkersOfARunningRecordingBecomeChapters) {
     EXPECT_EQ(probed[0]["start"], 0);
 }
 
+TEST_F(CommandLineTest, ExportsInOtherFormats) {
+    const struct {
+        std::vector<std::string> options;
+        const char* file;
+        const char* begin;
+        const char* probed;
+    } cases[]{
+        {{"--format", "gif", "--name", "short"}, "short.gif", "GIF89a", "gif,1280,720,15/1\n"},
+        {{"--output", "wide.webm", "--size", "640p", "--fps", "10"},
+         "wide.webm",
+         "\x1A\x45\xDF\xA3",
+         "vp9,1138,640,10/1\n"},
+        {{"--size", "640x640", "--fps", "24", "--name", "boxed"}, "boxed.mp4", "", "h264,640,360,24/1\n"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> words{"export", session, "--trim-end", "1", "--zoom-timing", "anticipating"};
+        for (const auto& word : c.options)
+            words.push_back(word == "wide.webm" ? (videos() / word).string() : word);
+        const auto result = run(words);
+        ASSERT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(firstLine(result.out), (videos() / c.file).string());
+        std::ifstream stream(videos() / c.file, std::ios::binary);
+        std::string head(std::char_traits<char>::length(c.begin), '\0');
+        stream.read(head.data(), static_cast<std::streamsize>(head.size()));
+        EXPECT_EQ(head, c.begin);
+        EXPECT_EQ(Program({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
+                           "stream=codec_name,width,height,r_frame_rate", "-of", "csv=p=0",
+                           (videos() / c.file).string()})
+                      .finish()
+                      .out,
+                  c.probed);
+    }
+}
+
 TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
     const fs::path empty = copyOfSession("empty"), hostile = copyOfSession("hostile"),
                    noMovie = copyOfSession("nomovie");
@@ -208,6 +242,12 @@ TEST_F(CommandLineTest, BadInputIsRefusedWithTheRemedy) {
          2,
          "cobaltreel: --quality: p4320 is none of full, p1080, p720;"},
         {{"export", session, "--output", "movie.avi"}, 2, "must end in .mp4"},
+        {{"export", session, "--format", "avi"}, 2, "avi is none of gif, mp4, webm"},
+        {{"export", session, "--format", "gif", "--output", "a.mp4"}, 2, "does not fit --format gif"},
+        {{"export", session, "--format", "webm", "--output", "a"}, 2, "must end in .webm"},
+        {{"export", session, "--format", "gif", "--fps", "60"}, 2, "at most 50"},
+        {{"export", session, "--format", "gif", "--size", "4320p", "--fps", "50"}, 1, "repeat with --force"},
+        {{"export", session, "--output", "/no/such/folder/out.gif"}, 1, "/no/such/folder"},
         {{"export", session, "--zoom-timing", "early"}, 2, "early is none of anticipating, on-click"},
         {{"export", session, "--fps", "0"}, 2, "--fps"},
         {{"export", session, "--fps", "-1"}, 2, "--fps"},

@@ -33,8 +33,12 @@ class Writing : public MovieTest {
         VideoSettings settings = realTime ? smallHevc : smallH264;
         settings.expectedFrameRate = 40;
         settings.expectedDuration = expectedDuration;
-        const auto [writer, video, audio] =
-            begin(path, type, settings, AudioSettings{48000, 2, 128000, realTime}, origin);
+        AudioSettings sound{48000, 2, 128000, realTime};
+        if (type == FileType::webm) {
+            settings.codec = VideoCodec::vp9;
+            sound.codec = AudioCodec::opus;
+        }
+        const auto [writer, video, audio] = begin(path, type, settings, sound, origin);
         const ConstPixelBufferRef dark = greyPicture(settings.width, settings.height, 40);
         const ConstPixelBufferRef bright = greyPicture(settings.width, settings.height, 220);
         const auto inFlash = [](double time) {
@@ -62,7 +66,8 @@ TEST_F(Writing, FlashesAndBeepsStayTogether) {
     };
     for (const Case& c : {Case{FileType::mpeg4, false, 0}, Case{FileType::quickTimeMovie, true, 0},
                           Case{FileType::mpeg4, false, 0.55}, Case{FileType::quickTimeMovie, true, 0.55},
-                          Case{FileType::quickTimeMovie, true, 3.3}}) {
+                          Case{FileType::quickTimeMovie, true, 3.3}, Case{FileType::webm, false, 0},
+                          Case{FileType::webm, false, 0.55}}) {
         SCOPED_TRACE(testing::Message() << static_cast<int>(c.type) << " delay " << c.soundDelay);
         const auto path = file("sync.mov");
         writeFlashesAndBeeps(path, c.type, c.realTime, c.soundDelay, 6);
@@ -84,7 +89,10 @@ TEST_F(Writing, FlashesAndBeepsStayTogether) {
         const double start = media->asset(path)->loadTracks(MediaType::audio).at(0).timeRange.start;
         // Where the file has an edit list the priming of the decoder comes before late sound.
         const double priming = c.type == FileType::mpeg4 && c.soundDelay > 0 ? 1024.0 / 48000 : 0;
-        EXPECT_NEAR(start, c.soundDelay - priming, 0.0002);
+        // WebM's times are whole milliseconds, and the packet that primes the decoder is left out.
+        const bool isWeb = c.type == FileType::webm;
+        const double rounding = isWeb ? 0.001 : 0.0002, leftOut = isWeb ? 0.0135 : 0;
+        EXPECT_NEAR(start, c.soundDelay - priming + leftOut, rounding);
 
         if (!installed("ffmpeg")) continue;
         // The same as another program sees it: its decoder, times by its own clock.
@@ -98,7 +106,7 @@ TEST_F(Writing, FlashesAndBeepsStayTogether) {
         const auto otherBeeps = onsets(sound);
         ASSERT_EQ(otherBeeps.size(), expected.size());
         for (std::size_t i = 0; i < otherBeeps.size(); ++i)
-            EXPECT_NEAR(otherBeeps[i], expected[i], 0.0002) << i;
+            EXPECT_NEAR(otherBeeps[i], expected[i], rounding) << i;
     }
 }
 

@@ -13,6 +13,15 @@ namespace {
 /// has been through that silence: about four seconds for every twenty minutes of it.
 double queueLength(const AudioSettings& settings) { return settings.expectsMediaDataInRealTime ? 30 : 2; }
 
+/// Declares that nothing precedes the sound. Where something does, some versions of the library write WebM's
+/// sound as early as that, and others do not.
+void leavePrimingOut(AVCodecContext& encoder) {
+    constexpr int preSkipOffset = 10;  // in the head of an Opus stream, two bytes
+    if (encoder.extradata_size < preSkipOffset + 2) return;
+    encoder.extradata[preSkipOffset] = encoder.extradata[preSkipOffset + 1] = 0;
+    encoder.initial_padding = 0;
+}
+
 /// Fills the frame from the queue, whose channels lie apart.
 void readInterleaved(AVAudioFifo* waiting, AVFrame& frame) {
     const auto channels = static_cast<std::size_t>(frame.ch_layout.nb_channels);
@@ -55,6 +64,7 @@ void AudioWriterInput::open() {
     encoder_->time_base = {1, settings_.sampleRate};
     if (state_.muxer.wantsGlobalHeaders()) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     check(avcodec_open2(encoder_.get(), codec, nullptr), sentence);
+    if (settings_.codec == AudioCodec::opus) leavePrimingOut(*encoder_);
     track_ = state_.muxer.addTrack(*encoder_);
 }
 
@@ -72,11 +82,12 @@ void AudioWriterInput::encodeRest() {
     feedEncoder(nullptr);
 }
 
-/// The encoder's first packet only primes the decoder and lies before the sound. A fragmented file cannot
-/// hide it: players would take its time for the movie's zero and show every picture 21 ms late. Without
-/// it the first 21 ms of sound fade in.
+/// The encoder's first packet primes the decoder and begins before the sound. A fragmented file cannot hide
+/// it: players would take its time for the movie's zero and show every picture 21 ms late. Without it the
+/// first 21 ms of sound fade in; with Opus, 14.
 bool AudioWriterInput::isWanted(const AVPacket& packet) {
-    return !state_.muxer.isFragmented() || packet.pts >= conformer_.firstFrame().value_or(0);
+    const bool hidesPriming = !state_.muxer.isFragmented() && settings_.codec != AudioCodec::opus;
+    return hidesPriming || packet.pts >= conformer_.firstFrame().value_or(0);
 }
 
 /// Encodes full encoder frames while `atLeast` frames of sound are waiting.

@@ -78,8 +78,8 @@ std::size_t GifPictures::markTile(const PixelBuffer& picture, int left, int top,
     const auto difference = [](const std::uint8_t* a, const std::uint8_t* b) {
         return std::max({std::abs(a[0] - b[0]), std::abs(a[1] - b[1]), std::abs(a[2] - b[2])});
     };
-    const auto distance = [](const std::uint8_t* a, const std::uint8_t* b) {
-        const int blue = a[0] - b[0], green = a[1] - b[1], red = a[2] - b[2];
+    const auto distance = [](const std::uint8_t* a, const Color& b) {
+        const int blue = a[0] - b.b, green = a[1] - b.g, red = a[2] - b.r;
         return blue * blue + green * green + red * red;
     };
     unsigned inexact = 0;
@@ -102,11 +102,12 @@ std::size_t GifPictures::markTile(const PixelBuffer& picture, int left, int top,
         marked = eachRow([&](const std::uint8_t* now, std::size_t at) {
             unsigned markedInRow = 0;
             for (int x = 0; x < width; ++x, now += 4, ++at) {
-                const Color& color = palette_.colors()[palette_.nearest(now)];
-                const std::uint8_t nearest[]{color.b, color.g, color.r};
-                const bool isBetter = difference(now, shown_.data() + at * 4) > settledNoise &&
-                                      distance(now, nearest) < distance(now, canvas_.data() + at * 4);
-                changed_[at] = static_cast<std::uint8_t>(isBetter);
+                // Drawing it in a color that is off as much as what is there helps nobody, unless new colors
+                // do.
+                const bool helps =
+                    distance(now, palette_.color(now)) < distance(now, canvas_[at]) || !palette_.serves(now);
+                const bool isOff = difference(now, shown_.data() + at * 4) > settledNoise;
+                changed_[at] = static_cast<std::uint8_t>(isOff && helps);
                 markedInRow += changed_[at];
             }
             return markedInRow;
@@ -152,17 +153,14 @@ Patch GifPictures::patchOf(const PixelBuffer& picture) {
     for (int y = top; y < bottom; ++y) {
         const std::uint8_t* pixels = plane.data + static_cast<std::ptrdiff_t>(y) * plane.stride;
         const std::uint8_t* mark = changed_.data() + static_cast<std::ptrdiff_t>(y) * width_;
-        std::uint8_t* canvas = canvas_.data() + static_cast<std::ptrdiff_t>(y) * width_ * 4;
+        Color* canvas = canvas_.data() + static_cast<std::ptrdiff_t>(y) * width_;
         for (int x = left; x < right; ++x) {
             if (!mark[x]) {
                 patch.pixels.push_back(still);
                 continue;
             }
             const std::uint8_t index = palette_.nearest(pixels + x * 4);
-            const Color& color = palette_.colors()[index];
-            canvas[x * 4] = color.b;
-            canvas[x * 4 + 1] = color.g;
-            canvas[x * 4 + 2] = color.r;
+            canvas[x] = palette_.colors()[index];
             patch.pixels.push_back(index);
         }
     }
@@ -174,7 +172,7 @@ void GifPictures::add(const PixelBuffer& picture, double time) {
     std::size_t count = changed_.size();
     if (shown_.empty()) {
         shown_.resize(changed_.size() * 4);
-        canvas_.resize(changed_.size() * 4);
+        canvas_.resize(changed_.size());
         std::ranges::fill(changed_, std::uint8_t{1});
     } else {
         count = markChanges(picture, time);

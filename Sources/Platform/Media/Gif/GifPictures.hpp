@@ -35,7 +35,7 @@ class GifPictures {
     int width_, height_;
     ScenePalette palette_;
     std::vector<std::uint8_t> shown_;    // bgra, each pixel as it was when it was drawn
-    std::vector<std::uint8_t> canvas_;   // bgra, what a player shows
+    std::vector<Color> canvas_;          // what a player shows
     std::vector<std::uint8_t> changed_;  // 1 for each pixel to be drawn
     std::vector<double> quietSince_;     // by tile: when something was drawn there last
     bool isSettled_ = false;

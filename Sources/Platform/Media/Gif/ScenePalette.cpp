@@ -11,8 +11,7 @@
 namespace platform::gif {
 namespace {
 
-// A pixel that is off by more than this many levels (in the mean of the channels) shows; so many may be.
-constexpr int visibleDistance = 3 * 6 * 6;
+// So many of the pixels may be off visibly.
 constexpr double bearableShare = 0.02;
 
 // What is drawn now counts so many times as much as what is on screen already and may be drawn later.
@@ -100,7 +99,7 @@ bool ScenePalette::serves(const PixelBuffer& picture, const std::vector<std::uin
         for (int x = 0; x < plane.width; ++x, pixel += 4, ++marked) {
             if (!*marked) continue;
             ++all;
-            off += found(binOf(pixel)).distance > visibleDistance;
+            off += serves(pixel) ? 0U : 1U;
         }
     }
     return static_cast<double>(off) <= bearableShare * static_cast<double>(all);

@@ -23,11 +23,17 @@ class ScenePalette {
     /// Whether the marked pixels look right in these colors.
     bool serves(const PixelBuffer& picture, const std::vector<std::uint8_t>& mask);
 
+    /// The same of one bgra pixel.
+    bool serves(const std::uint8_t* bgra) { return found(binOf(bgra)).distance <= visibleDistance; }
+
     const std::vector<Color>& colors() const { return colors_; }
     /// The index of the color nearest to that of a bgra pixel.
     std::uint8_t nearest(const std::uint8_t* bgra) { return found(binOf(bgra)).index; }
+    const Color& color(const std::uint8_t* bgra) { return colors_[nearest(bgra)]; }
 
   private:
+    /// A color that is off by more than four levels, in the mean of the channels, shows on plain areas.
+    static constexpr int visibleDistance = 3 * 4 * 4;
     /// Colors that differ by less than four levels in each channel are looked up as one.
     static constexpr int binBits = 6;
     static constexpr std::size_t bins = std::size_t{1} << (3 * binBits);
