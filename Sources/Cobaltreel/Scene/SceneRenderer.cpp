@@ -1,5 +1,6 @@
 #include "Cobaltreel/Scene/SceneRenderer.hpp"
 
+#include "Cobaltreel/Scene/Shadow.hpp"
 #include "Cobaltreel/Support/Colors.hpp"
 #include "Platform/Imaging/Blend.hpp"
 #include "Platform/Imaging/Ellipse.hpp"
