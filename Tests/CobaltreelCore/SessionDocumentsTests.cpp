@@ -246,17 +246,6 @@ TEST(EventLogDocument, NamesTheElementItCannotRead) {
         EXPECT_EQ(faultyKey(SessionDocuments::decodeEventLog, c.json), c.key) << c.json;
 }
 
-TEST(EventLogDocument, EveryTruncationIsAnError) {
-    EventLog log;
-    log.samples = {{1.25, -2, 3, 1}, {2.25, 4, 5e-7, 0}};
-    log.windowFrames = {{1, 2, 3, 4, 5}};
-    const std::string json = SessionDocuments::encode(log);
-    for (std::size_t length = 0; length < json.size(); ++length)
-        EXPECT_THROW(SessionDocuments::decodeEventLog(std::string_view(json).substr(0, length)),
-                     DocumentError)
-            << length;
-}
-
 TEST(EventLogDocument, DeepNestingIsRefusedWhereverItStands) {
     const std::string brackets(1'000'000, '[');
     std::string objects;

@@ -4,8 +4,8 @@
 #include "Rig/PersonPicture.hpp"
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
-#include "Rig/RigLoop.hpp"
 #include "Rig/RigPicture.hpp"
+#include "Rig/RigStream.hpp"
 #include "Rig/RigUrgency.hpp"
 
 #include <QBuffer>
@@ -76,7 +76,7 @@ QByteArray jpegOf(const std::uint8_t* i420, int width, int height) {
     return bytes;
 }
 
-class Camera {
+class Camera final : public rig::RigStream {
   public:
     explicit Camera(Options options) : options_(std::move(options)) {
         if (!isMjpeg())
@@ -85,30 +85,8 @@ class Camera {
     }
 
     int run() {
-        loop_ = pw_main_loop_new(nullptr);
-        rig::quitAtSignals(loop_);
         frameTimer_ = pw_loop_add_timer(
-            pw_main_loop_get_loop(loop_),
-            [](void* self, std::uint64_t) { static_cast<Camera*>(self)->onFrameTime(); }, this);
-        static const pw_stream_events events = [] {
-            pw_stream_events table{};
-            table.version = PW_VERSION_STREAM_EVENTS;
-            table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char*) {
-                static_cast<Camera*>(self)->onState(state);
-            };
-            table.param_changed = [](void* self, std::uint32_t id, const spa_pod* param) {
-                if (id == SPA_PARAM_Format && param != nullptr) static_cast<Camera*>(self)->offerBuffers();
-            };
-            table.process = [](void* self) { static_cast<Camera*>(self)->fillBuffer(); };
-            return table;
-        }();
-        stream_ = pw_stream_new_simple(
-            pw_main_loop_get_loop(loop_), options_.name.c_str(),
-            pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, options_.name.c_str(),
-                              PW_KEY_NODE_DESCRIPTION, options_.description.c_str(), nullptr),
-            &events, this);
-        if (stream_ == nullptr) return fail("no media server");
-
+            loop(), [](void* self, std::uint64_t) { static_cast<Camera*>(self)->onFrameTime(); }, this);
         std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
         const spa_rectangle size{static_cast<std::uint32_t>(options_.width),
@@ -123,41 +101,22 @@ class Camera {
         spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size),
                             SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate), 0);
         const auto* format = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
-        if (pw_stream_connect(
-                stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-                static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &format,
-                1) < 0)
-            return fail("the camera cannot be offered");
         started_ = hostTime();
-        pw_main_loop_run(loop_);
-        pw_stream_destroy(stream_);
-        pw_main_loop_destroy(loop_);
-        return status_;
+        return RigStream::run(
+            options_.name.c_str(),
+            pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, options_.name.c_str(),
+                              PW_KEY_NODE_DESCRIPTION, options_.description.c_str(), nullptr),
+            PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS, format);
     }
 
   private:
     bool isMjpeg() const { return options_.format == "mjpeg"; }
-    int fail(const char* why) {
-        std::fprintf(stderr, "RigCamera: %s\n", why);
-        return 1;
-    }
 
-    void onState(pw_stream_state state) {
-        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
-            // The server went away.
-            status_ = 1;
-            pw_main_loop_quit(loop_);
-            return;
-        }
-        if (state == PW_STREAM_STATE_PAUSED && !announced_) {
-            announced_ = true;
-            std::puts("there");
-            std::fflush(stdout);
-        }
-        if (state == PW_STREAM_STATE_STREAMING)
+    void onStreaming(bool streams) override {
+        if (streams)
             scheduleNext();
         else
-            pw_loop_update_timer(pw_main_loop_get_loop(loop_), frameTimer_, nullptr, nullptr, false);
+            pw_loop_update_timer(loop(), frameTimer_, nullptr, nullptr, false);
     }
 
     /// Frames lie on a grid of the host clock that the first listed event is on, so that an event and the
@@ -168,16 +127,16 @@ class Camera {
         const double after = std::max(hostTime(), nextFrame_ + step / 2);
         nextFrame_ = anchor + (std::floor((after - anchor) / step) + 1) * step;
         timespec when = rig::timespecOf(nextFrame_);
-        pw_loop_update_timer(pw_main_loop_get_loop(loop_), frameTimer_, &when, nullptr, true);
+        pw_loop_update_timer(loop(), frameTimer_, &when, nullptr, true);
     }
 
     void onFrameTime() {
         frameTime_ = nextFrame_;
-        if (!options_.sendsNothing) pw_stream_trigger_process(stream_);
+        if (!options_.sendsNothing) pw_stream_trigger_process(stream());
         scheduleNext();
     }
 
-    void offerBuffers() {
+    void onFormat() override {
         std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
         const int pixels = options_.width * options_.height;
@@ -190,13 +149,13 @@ class Camera {
             static_cast<const spa_pod*>(spa_pod_builder_add_object(
                 &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type,
                 SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size, SPA_POD_Int(sizeof(spa_meta_header))))};
-        pw_stream_update_params(stream_, params, 2);
+        pw_stream_update_params(stream(), params, 2);
     }
 
     int stride() const { return isMjpeg() ? 0 : options_.width * raw_.bytesPerPixel; }
 
-    void fillBuffer() {
-        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_);
+    void onProcess() override {
+        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream());
         if (buffer == nullptr) return;
         spa_data& data = buffer->buffer->datas[0];
         auto* const header = static_cast<spa_meta_header*>(
@@ -211,7 +170,7 @@ class Camera {
         data.chunk->stride = stride();
         data.chunk->size =
             data.data == nullptr ? 0 : drawInto(static_cast<std::uint8_t*>(data.data), data.maxsize);
-        pw_stream_queue_buffer(stream_, buffer);
+        pw_stream_queue_buffer(stream(), buffer);
         ++counter_;
     }
 
@@ -262,15 +221,11 @@ class Camera {
     Options options_;
     PixelFormatName raw_{};
     std::unique_ptr<rig::PersonPicture> person_;
-    pw_main_loop* loop_ = nullptr;
-    pw_stream* stream_ = nullptr;
     spa_source* frameTimer_ = nullptr;
     double started_ = 0;
     double nextFrame_ = 0;
     double frameTime_ = 0;
     std::uint16_t counter_ = 0;
-    bool announced_ = false;
-    int status_ = 0;
 };
 
 }  // namespace

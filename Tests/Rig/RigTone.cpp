@@ -2,7 +2,7 @@
 // beeping at given instants of the host clock. Runs until a signal ends it; prints a line when it is there.
 #include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
-#include "Rig/RigLoop.hpp"
+#include "Rig/RigStream.hpp"
 #include "Rig/RigUrgency.hpp"
 
 #include <array>
@@ -31,22 +31,11 @@ struct Options {
     RigEvents events;
 };
 
-class Tone {
+class Tone final : public rig::RigStream {
   public:
     explicit Tone(Options options) : options_(std::move(options)) {}
 
     int run() {
-        loop_ = pw_main_loop_new(nullptr);
-        rig::quitAtSignals(loop_);
-        static const pw_stream_events events = [] {
-            pw_stream_events table{};
-            table.version = PW_VERSION_STREAM_EVENTS;
-            table.state_changed = [](void* self, pw_stream_state, pw_stream_state state, const char*) {
-                static_cast<Tone*>(self)->onState(state);
-            };
-            table.process = [](void* self) { static_cast<Tone*>(self)->play(); };
-            return table;
-        }();
         pw_properties* props =
             pw_properties_new(PW_KEY_NODE_NAME, options_.name.c_str(), PW_KEY_NODE_DESCRIPTION,
                               options_.description.c_str(), nullptr);
@@ -62,9 +51,6 @@ class Tone {
             pw_properties_set(props, PW_KEY_MEDIA_CATEGORY, "Playback");
             flags |= PW_STREAM_FLAG_AUTOCONNECT;
         }
-        stream_ =
-            pw_stream_new_simple(pw_main_loop_get_loop(loop_), options_.name.c_str(), props, &events, this);
-        if (stream_ == nullptr) return fail("no media server");
         std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), memory.size());
         spa_audio_info_raw format{};
@@ -72,22 +58,11 @@ class Tone {
         format.rate = static_cast<std::uint32_t>(options_.rate);
         format.channels = static_cast<std::uint32_t>(options_.channels);
         setPositions(format);
-        const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
-        if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
-                              params, 1) < 0)
-            return fail("the sound cannot be offered");
-        pw_main_loop_run(loop_);
-        pw_stream_destroy(stream_);
-        pw_main_loop_destroy(loop_);
-        return status_;
+        return RigStream::run(options_.name.c_str(), props, flags,
+                              spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format));
     }
 
   private:
-    int fail(const char* why) {
-        std::fprintf(stderr, "RigTone: %s\n", why);
-        return 1;
-    }
-
     static void setPositions(spa_audio_info_raw& format) {
         static constexpr std::array<std::uint32_t, 6> surround{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR,
                                                                SPA_AUDIO_CHANNEL_FC, SPA_AUDIO_CHANNEL_LFE,
@@ -97,21 +72,10 @@ class Tone {
         if (format.channels == 1) format.position[0] = SPA_AUDIO_CHANNEL_MONO;
     }
 
-    void onState(pw_stream_state state) {
-        if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED) {
-            status_ = 1;
-            pw_main_loop_quit(loop_);
-        } else if (state == PW_STREAM_STATE_PAUSED && !announced_) {
-            announced_ = true;
-            std::puts("there");
-            std::fflush(stdout);
-        }
-    }
-
     /// On the graph's thread. A beep begins with the sample that is taken (by a microphone) or heard (from
     /// the speaker) at the instant.
-    void play() {
-        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream_);
+    void onProcess() override {
+        pw_buffer* const buffer = pw_stream_dequeue_buffer(stream());
         if (buffer == nullptr) return;
         spa_data& data = buffer->buffer->datas[0];
         const std::uint32_t frameBytes = static_cast<std::uint32_t>(options_.channels) * sizeof(float);
@@ -119,7 +83,7 @@ class Tone {
         if (buffer->requested > 0)
             frames = std::min<std::uint32_t>(frames, static_cast<std::uint32_t>(buffer->requested));
         pw_time time{};
-        pw_stream_get_time_n(stream_, &time, sizeof time);
+        pw_stream_get_time_n(stream(), &time, sizeof time);
         double first =
             static_cast<double>(time.now) * 1e-9 + static_cast<double>(time.buffered) / options_.rate;
         if (time.rate.denom > 0) first += static_cast<double>(time.delay) * time.rate.num / time.rate.denom;
@@ -138,14 +102,10 @@ class Tone {
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<std::int32_t>(frameBytes);
         data.chunk->size = frames * frameBytes;
-        pw_stream_queue_buffer(stream_, buffer);
+        pw_stream_queue_buffer(stream(), buffer);
     }
 
     Options options_;
-    pw_main_loop* loop_ = nullptr;
-    pw_stream* stream_ = nullptr;
-    bool announced_ = false;
-    int status_ = 0;
 };
 
 }  // namespace

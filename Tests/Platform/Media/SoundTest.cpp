@@ -272,5 +272,24 @@ TEST_F(Sound, AMixOfAMissingFileDoesNotStart) {
     EXPECT_FALSE(reader->copyNextSampleBuffer());
 }
 
+TEST(CompositionOfTracks, RefusesSpansThatMakeNoSense) {
+    AssetTrack sound, picture;
+    sound.type = MediaType::audio;
+    const struct {
+        TimeRange source;
+        AssetTrack track;
+        double at;
+    } cases[] = {{{1, 1}, sound, 0},
+                 {{2, 1}, sound, 0},
+                 {{-1, 1}, sound, 0},
+                 {{0, 1}, sound, -0.1},
+                 {{0, 1}, picture, 0}};
+    Composition composition;
+    auto& track = composition.addMutableTrack(MediaType::audio);
+    for (const auto& c : cases)
+        EXPECT_THROW(track.insertTimeRange(c.source, nullptr, c.track, c.at), PlatformError);
+    EXPECT_EQ(composition.duration(), 0);
+}
+
 }  // namespace
 }  // namespace platform::test

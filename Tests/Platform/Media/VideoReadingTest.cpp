@@ -182,46 +182,6 @@ TEST_F(VideoReading, ReadsPixelFormatsAndStartOffsetsOfOtherProducers) {
     }
 }
 
-TEST_F(VideoReading, DamagedFilesEndWithoutHanging) {
-    const auto times = evenTimes(120, 30);
-    writePictures(file("a.mp4"), FileType::mpeg4, smallH264, times);
-    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, times);
-    for (const char* name : {"a.mp4", "a.mov"}) {
-        const auto size = std::filesystem::file_size(file(name));
-        for (int part = 0; part < 20; ++part) {
-            for (const bool garbage : {false, true}) {
-                const auto damaged = file("damaged");
-                std::filesystem::copy_file(file(name), damaged,
-                                           std::filesystem::copy_options::overwrite_existing);
-                const auto at = size * static_cast<unsigned>(part) / 20;
-                if (garbage) {
-                    std::fstream stream(damaged, std::ios::in | std::ios::out | std::ios::binary);
-                    stream.seekp(static_cast<std::streamoff>(at));
-                    for (int i = 0; i < 200; ++i) stream.put(static_cast<char>(i * 37 + part));
-                } else {
-                    std::filesystem::resize_file(damaged, at);
-                }
-                try {
-                    const auto asset = media->asset(damaged);
-                    const auto tracks = asset->loadTracks(MediaType::video);
-                    if (tracks.empty()) continue;
-                    const auto reader = media->makeTrackReader(asset, tracks[0], {0.5, 3}, PixelFormat::i420);
-                    if (!reader->startReading()) continue;
-                    std::size_t count = 0;
-                    while (reader->copyNextSampleBuffer()) ++count;
-                    EXPECT_LE(count, times.size());
-                    if (reader->status() == AssetReader::Status::failed)
-                        EXPECT_THAT(reader->error()->description(), testing::HasSubstr(damaged.string()));
-                    else
-                        EXPECT_EQ(reader->status(), AssetReader::Status::completed);
-                } catch (const PlatformError& error) {
-                    EXPECT_THAT(error.description(), testing::HasSubstr(damaged.string()));
-                }
-            }
-        }
-    }
-}
-
 TEST_F(VideoReading, WhatIsNoMovieIsNamedInTheError) {
     std::ofstream(file("notes.txt")) << "These are notes, not a movie.\n";
     std::ofstream(file("empty.mov")).flush();

@@ -275,6 +275,17 @@ TEST_F(Writing, AMovieWithoutSamplesIsStillFinished) {
     }
 }
 
+TEST_F(Writing, AFileThatCannotBeCreatedIsNamed) {
+    for (const FileType type : {FileType::mpeg4, FileType::quickTimeMovie}) {
+        try {
+            media->makeWriter(file("no/such/folder/a.mp4"), type);
+            ADD_FAILURE() << "created";
+        } catch (const PlatformError& error) {
+            EXPECT_THAT(error.description(), HasSubstr("no/such/folder/a.mp4"));
+        }
+    }
+}
+
 TEST_F(Writing, AFullDiskFailsTheWriterWithoutHanging) {
     // A limit on the size of files stands for the full disk, in a process of its own.
     for (const FileType type : {FileType::quickTimeMovie, FileType::mpeg4}) {
