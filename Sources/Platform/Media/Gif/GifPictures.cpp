@@ -86,12 +86,26 @@ std::size_t GifPictures::markTile(const PixelBuffer& picture, int left, int top,
     unsigned marked = eachRow([&](const std::uint8_t* now, std::size_t at) {
         const std::uint8_t* before = shown_.data() + at * 4;
         std::uint8_t* marks = changed_.data() + at;
+        const auto bytes = static_cast<std::size_t>(width) * 4;
+        if (std::memcmp(now, before, bytes) == 0) {
+            std::fill_n(marks, width, std::uint8_t{0});
+            return 0U;
+        }
+        // Loops of a fixed length over bytes, which the compiler turns into vector code.
+        constexpr std::size_t side = tileSide;
+        std::array<std::uint8_t, side * 4> a{}, b{}, noisy{}, rough{};
+        std::memcpy(a.data(), now, bytes);
+        std::memcpy(b.data(), before, bytes);
+        for (std::size_t i = 0; i < side * 4; ++i) {
+            const auto off = static_cast<std::uint8_t>(std::max(a[i], b[i]) - std::min(a[i], b[i]));
+            noisy[i] = off > noise;
+            rough[i] = off > settledNoise;
+        }
         unsigned markedInRow = 0, inexactInRow = 0;
-        for (int x = 0; x < width; ++x) {
-            const int off = difference(now + x * 4, before + x * 4);
-            marks[x] = static_cast<std::uint8_t>(off > noise);
+        for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x) {
+            marks[x] = noisy[x * 4] | noisy[x * 4 + 1] | noisy[x * 4 + 2];
             markedInRow += marks[x];
-            inexactInRow += off > settledNoise;
+            inexactInRow += static_cast<unsigned>(rough[x * 4] | rough[x * 4 + 1] | rough[x * 4 + 2]);
         }
         inexact += inexactInRow;
         return markedInRow;
