@@ -16,7 +16,8 @@ constexpr float silence = 0.01F;
 
 }  // namespace
 
-Ear::Ear(platform::pipewire::Connection& connection, const std::string& speaker) : connection_(connection) {
+Ear::Ear(platform::pipewire::PipeWireConnection& connection, const std::string& speaker)
+    : connection_(connection) {
     const platform::pipewire::LoopLock lock(connection_.threadLoop());
     if (!connection_.isConnected()) throw std::runtime_error("there is no media server to hear");
     stream_.reset(

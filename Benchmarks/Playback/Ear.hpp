@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 
 #include <cstdint>
 #include <mutex>
@@ -14,7 +14,7 @@ namespace cobaltreel::benchmarks {
 class Ear {
   public:
     /// `speaker` is the name of its node. Throws std::runtime_error when it cannot be heard.
-    Ear(platform::pipewire::Connection& connection, const std::string& speaker);
+    Ear(platform::pipewire::PipeWireConnection& connection, const std::string& speaker);
     ~Ear();
 
     /// The frequency heard around a time of the host clock, hertz; absent in silence and where it jumps.
@@ -29,7 +29,7 @@ class Ear {
     void listen();
     static std::optional<double> frequencyIn(const std::vector<float>& samples);
 
-    platform::pipewire::Connection& connection_;
+    platform::pipewire::PipeWireConnection& connection_;
     mutable std::mutex mutex_;
     std::vector<Chunk> chunks_;
     platform::pipewire::StreamHandle stream_;

@@ -243,7 +243,7 @@ class Measurement {
     /// How far what is heard is from what is seen, after starts, pauses, jumps and a change of the speaker.
     void sound() {
         if (!std::getenv("COBALTREEL_RIG_MEDIA")) return;
-        platform::pipewire::Connection connection;
+        platform::pipewire::PipeWireConnection connection;
         connection.waitForGraph(2);
         const Ear speaker(connection, "rig.speaker"), headphones(connection, "rig.headphones");
         struct Look {

@@ -5,8 +5,8 @@
 // free again, covered by the preview and seen in its picture.
 
 #include "Measuring.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Foundation/Clock.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 #include "Rig/ChildProcess.hpp"
 
 #include <algorithm>

@@ -19,10 +19,8 @@
 #include "Platform/Desktop/Qt/QtStatusItem.hpp"
 #include "Platform/Desktop/Qt/QtSystemSettings.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 #include "Platform/Desktop/Xcb/XcbScreenInhibitor.hpp"
@@ -34,6 +32,8 @@
 #include "Platform/Media/MoviePlayer.hpp"
 #include "Platform/Media/PipeWire/PipeWireAudioOutput.hpp"
 #include "Platform/Vision/OpenCv/OpenCvVisionService.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
 
 #include <utility>
 

@@ -23,6 +23,8 @@ inline const std::vector<IncludeRule> includeTable{
     {"Platform/Imaging/", {}, {"simd"}},
     {"Platform/Imaging/QtRaster/", {}, {"qt-core", "qt-gui"}},
 
+    {"Platform/Xcb/", {"Platform/Imaging/"}, {"os", "xcb"}},
+
     {"Platform/Vision/", {"Platform/Imaging/"}, {}},
     {"Platform/Vision/OpenCv/", {"Platform/Imaging/"}, {"os", "opencv", "json", "yuv"}},
 
@@ -33,7 +35,7 @@ inline const std::vector<IncludeRule> includeTable{
 
     {"Platform/Capture/", {"Platform/Imaging/"}, {}},
     {"Platform/Capture/Frames/", {"Platform/Imaging/"}, {"yuv"}},
-    {"Platform/Capture/Xcb/", {"Platform/Imaging/", "Platform/Desktop/Xcb/"}, {"os", "xcb", "yuv"}},
+    {"Platform/Capture/Xcb/", {"Platform/Imaging/", "Platform/Xcb/"}, {"os", "xcb", "yuv"}},
     {"Platform/Capture/PipeWire/",
      {"Platform/Imaging/", "Platform/Desktop/CastScreen.hpp"},
      {"os", "pipewire", "yuv", "ffmpeg"}},
@@ -42,7 +44,7 @@ inline const std::vector<IncludeRule> includeTable{
      {"os", "qt-core", "qt-dbus"}},
 
     {"Platform/Desktop/", {"Platform/Imaging/"}, {}},
-    {"Platform/Desktop/Xcb/", {"Platform/Imaging/", "Platform/Capture/Xcb/"}, {"os", "xcb"}},
+    {"Platform/Desktop/Xcb/", {"Platform/Imaging/", "Platform/Xcb/"}, {"os", "xcb"}},
     {"Platform/Desktop/Qt/", {"Platform/Imaging/"}, {"os", "qt-core", "qt-gui", "qt-dbus"}},
     {"Platform/Desktop/Portal/", {"Platform/Imaging/"}, {"os", "qt-core", "qt-dbus"}},
     {"Platform/Desktop/Evdev/", {"Platform/Imaging/"}, {"os", "evdev"}},

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <QGuiApplication>
 #include <QImage>

@@ -7,10 +7,10 @@
 #include "Cobaltreel/UI/SettingsWindow/SettingsWindow.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QGuiApplication>

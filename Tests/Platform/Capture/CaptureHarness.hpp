@@ -2,7 +2,7 @@
 
 #include "Platform/Capture/Recording.hpp"
 #include "Platform/Capture/Xcb/XcbScreenCaptureService.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 #include "Rig/ChildProcess.hpp"
 
 #include <cstdlib>

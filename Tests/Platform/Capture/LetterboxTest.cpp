@@ -1,5 +1,5 @@
 #include "Platform/Capture/Frames/DirtyArea.hpp"
-#include "Platform/Capture/Frames/FrameGrid.hpp"
+#include "Platform/Capture/Frames/FramePacer.hpp"
 #include "Platform/Capture/Frames/Letterbox.hpp"
 #include "Platform/Capture/Frames/RectList.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
@@ -96,10 +96,10 @@ TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
     EXPECT_TRUE(area.rects().empty());
 }
 
-TEST(FrameGrid, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
+TEST(FramePacer, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
     constexpr double interval = 1.0 / 60;
     for (const double phase : {0.0, 0.0005, 0.4, 0.999}) {
-        FrameGrid grid(interval);
+        FramePacer grid(interval);
         grid.take(1000);
         int taken = 0;
         double last = 1000;
@@ -118,8 +118,8 @@ TEST(FrameGrid, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
     }
 }
 
-TEST(FrameGrid, DoesNotCatchUpAfterAPause) {
-    FrameGrid grid(0.1);
+TEST(FramePacer, DoesNotCatchUpAfterAPause) {
+    FramePacer grid(0.1);
     grid.take(10);
     grid.take(12.34);
     EXPECT_NEAR(grid.nextTime(), 12.4, 1e-9);

@@ -1,6 +1,6 @@
 #include "Platform/Capture/CaptureHarness.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Imaging/ConvertPixels.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 

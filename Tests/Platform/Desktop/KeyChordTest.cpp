@@ -1,8 +1,8 @@
 // The hot key on a real X server, pressed by the server's own test input.
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
-#include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Xcb/XcbKeyboard.hpp"
 
 #include <cstdlib>
 #include <thread>

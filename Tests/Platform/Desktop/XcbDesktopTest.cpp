@@ -1,8 +1,8 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/VirtualMonitor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 #include <cmath>

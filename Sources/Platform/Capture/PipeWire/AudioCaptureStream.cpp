@@ -30,7 +30,7 @@ void copyOut(const std::vector<std::byte>& ring, std::uint32_t at, void* to, std
 
 }  // namespace
 
-AudioCaptureStream::AudioCaptureStream(Connection& connection, const Setup& setup, Receiver receive,
+AudioCaptureStream::AudioCaptureStream(PipeWireConnection& connection, const Setup& setup, Receiver receive,
                                        std::function<void(const std::string&)> failed)
     : channels_(setup.channels),
       receive_(std::move(receive)),

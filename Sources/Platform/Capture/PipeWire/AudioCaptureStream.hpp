@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Capture/PipeWire/TimestampSmoother.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
@@ -32,7 +32,7 @@ class AudioCaptureStream {
 
     /// `failed` is told when the server refuses or ends the stream; the owner then destroys it, but not in
     /// the call. Throws PlatformError when the stream cannot be made.
-    AudioCaptureStream(Connection& connection, const Setup& setup, Receiver receive,
+    AudioCaptureStream(PipeWireConnection& connection, const Setup& setup, Receiver receive,
                        std::function<void(const std::string& reason)> failed);
     ~AudioCaptureStream();
     AudioCaptureStream(const AudioCaptureStream&) = delete;

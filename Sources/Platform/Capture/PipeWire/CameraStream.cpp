@@ -126,7 +126,7 @@ std::int64_t presentationTime(const spa_meta_header* header) {
 
 }  // namespace
 
-CameraStream::CameraStream(Connection& connection, const Setup& setup,
+CameraStream::CameraStream(PipeWireConnection& connection, const Setup& setup,
                            const std::vector<OfferedFormat>& offered, Handlers handlers)
     : setup_(setup), handlers_(std::move(handlers)), converter_(setup.width, setup.height, picturesOut) {
     stream_.reset(pw_stream_new(

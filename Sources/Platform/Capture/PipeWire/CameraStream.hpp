@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
 #include "Platform/Capture/PipeWire/MjpegDecoder.hpp"
 #include "Platform/Capture/PipeWire/PictureConverter.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <atomic>
@@ -31,8 +31,8 @@ class CameraStream {
     };
 
     /// Throws PlatformError when the stream cannot be made.
-    CameraStream(Connection& connection, const Setup& setup, const std::vector<OfferedFormat>& offered,
-                 Handlers handlers);
+    CameraStream(PipeWireConnection& connection, const Setup& setup,
+                 const std::vector<OfferedFormat>& offered, Handlers handlers);
     ~CameraStream();
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;

@@ -1,6 +1,6 @@
 #include "Platform/Capture/PipeWire/CastStream.hpp"
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <algorithm>
@@ -246,7 +246,7 @@ void CastStream::start(const StreamConfiguration& configuration, FrameOutput& ou
     output_ = &output;
     showsCursor_ = configuration.showsCursor;
     interval_ = configuration.minimumFrameInterval.seconds();
-    grid_.emplace(interval_);
+    pacer_.emplace(interval_);
     frames_.emplace(configuration);
     if (picture_) {
         picture_->changes.reset();
@@ -272,9 +272,9 @@ void CastStream::stop() {
 void CastStream::deliverIfDue() {
     if (output_ == nullptr || !picture_ || hasEnded_ || !(isPictureNew_ || isPointerNew_)) return;
     const double time = HostClock().now();
-    const double due = std::max(notBefore_, grid_->nextTime(isPictureNew_ ? 1 : FrameGrid::slotsOfPointer));
+    const double due = std::max(notBefore_, pacer_->nextTime(isPictureNew_ ? 1 : FramePacer::slotsOfPointer));
     if (time >= due) {
-        grid_->take(time);
+        pacer_->take(time);
         deliver();
     } else {
         // Whatever else comes until then is in the next frame anyway.

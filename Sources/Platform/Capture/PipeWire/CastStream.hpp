@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/FrameOutput.hpp"
-#include "Platform/Capture/Frames/FrameGrid.hpp"
+#include "Platform/Capture/Frames/FramePacer.hpp"
 #include "Platform/Capture/PipeWire/CastFrames.hpp"
 #include "Platform/Capture/PipeWire/CastPicture.hpp"
 #include "Platform/Capture/PipeWire/CastPointer.hpp"
@@ -92,7 +92,7 @@ class CastStream {
     // While frames are delivered.
     FrameOutput* output_ = nullptr;
     std::optional<CastFrames> frames_;
-    std::optional<FrameGrid> grid_;
+    std::optional<FramePacer> pacer_;
     bool showsCursor_ = true;
     double interval_ = 0;  // seconds
     double notBefore_ = 0;

@@ -1,7 +1,7 @@
 #include "Platform/Capture/PipeWire/PipeWireCaptureService.hpp"
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
 #include "Platform/Capture/PipeWire/PipeWireCaptureSession.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Capture/PipeWire/PipeWireSystemAudio.hpp"
 
 #include <utility>
@@ -32,7 +32,7 @@ CaptureDevices devicesIn(const pipewire::Graph& graph) {
 /// Tells the service's owner of changed devices. Everything with the loop's lock held.
 class PipeWireCaptureService::DeviceWatch final : public pipewire::GraphListener {
   public:
-    explicit DeviceWatch(pipewire::Connection& connection) : connection_(connection) {}
+    explicit DeviceWatch(pipewire::PipeWireConnection& connection) : connection_(connection) {}
 
     std::function<void()> changed;
 
@@ -45,12 +45,12 @@ class PipeWireCaptureService::DeviceWatch final : public pipewire::GraphListener
     }
     void disconnected() override {}
 
-    pipewire::Connection& connection_;
+    pipewire::PipeWireConnection& connection_;
     CaptureDevices known_;
 };
 
 PipeWireCaptureService::PipeWireCaptureService()
-    : connection_(std::make_shared<pipewire::Connection>()),
+    : connection_(std::make_shared<pipewire::PipeWireConnection>()),
       watch_(std::make_unique<DeviceWatch>(*connection_)) {
     const LoopLock lock(connection_->threadLoop());
     connection_->addListener(*watch_);

@@ -12,7 +12,7 @@
 namespace platform {
 
 namespace pipewire {
-class Connection;
+class PipeWireConnection;
 }
 
 /// Cameras, microphones and system audio through the desktop's PipeWire server. Keeps a connection to the
@@ -31,11 +31,11 @@ class PipeWireCaptureService final : public CaptureService {
 
     std::unique_ptr<SystemAudioSource> makeSystemAudio();
     /// For others that talk to the same server.
-    const std::shared_ptr<pipewire::Connection>& connection() const { return connection_; }
+    const std::shared_ptr<pipewire::PipeWireConnection>& connection() const { return connection_; }
 
   private:
     class DeviceWatch;
-    std::shared_ptr<pipewire::Connection> connection_;
+    std::shared_ptr<pipewire::PipeWireConnection> connection_;
     std::unique_ptr<DeviceWatch> watch_;
 };
 

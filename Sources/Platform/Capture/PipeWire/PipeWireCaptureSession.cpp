@@ -16,7 +16,7 @@ std::string quoted(const CaptureDevice& device) { return "\"" + device.name + "\
 
 }  // namespace
 
-PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<Connection> connection)
+PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection)
     : connection_(std::move(connection)) {
     const LoopLock lock(connection_->threadLoop());
     retry_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
@@ -240,7 +240,7 @@ void PipeWireCaptureSession::streamFailed(Input& input, const std::string& reaso
     if (++input.attempts == attemptsUntilReported)
         notify(CaptureEvent::Kind::failed, *input.device,
                quoted(*input.device) + " cannot be used (" + reason + "). Another program may be using it.");
-    retry_->signalAfter(Connection::retryInterval);
+    retry_->signalAfter(PipeWireConnection::retryInterval);
 }
 
 /// A failure after this counts as a new one, and is reported again.

@@ -3,7 +3,7 @@
 #include "Platform/Capture/CaptureSession.hpp"
 #include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
 #include "Platform/Capture/PipeWire/CameraStream.hpp"
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Capture/SampleGate.hpp"
 
 #include <array>
@@ -18,7 +18,7 @@ namespace platform::pipewire {
 /// Keeps one stream open for each device in use for as long as the device is there.
 class PipeWireCaptureSession final : public CaptureSession, private GraphListener {
   public:
-    explicit PipeWireCaptureSession(std::shared_ptr<Connection> connection);
+    explicit PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection);
     ~PipeWireCaptureSession() override;
 
     void beginConfiguration() override;
@@ -73,7 +73,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
     void notify(CaptureEvent::Kind kind, const CaptureDevice& device, const std::string& message);
     Gates makeGates() const;
 
-    std::shared_ptr<Connection> connection_;
+    std::shared_ptr<PipeWireConnection> connection_;
     Configuration pending_;  // the configuring queue's
 
     // With the loop's lock held.

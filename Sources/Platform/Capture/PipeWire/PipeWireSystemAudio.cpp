@@ -37,7 +37,7 @@ struct PipeWireSystemAudio::Link {
     }
 };
 
-PipeWireSystemAudio::PipeWireSystemAudio(std::shared_ptr<Connection> connection)
+PipeWireSystemAudio::PipeWireSystemAudio(std::shared_ptr<PipeWireConnection> connection)
     : connection_(std::move(connection)) {
     const LoopLock lock(connection_->threadLoop());
     retry_ = std::make_unique<LoopEvent>(connection_->loop(), [this] {
@@ -91,7 +91,7 @@ void PipeWireSystemAudio::openStream() {
         },
         [this](const std::string&) {
             hasFailed_ = true;
-            retry_->signalAfter(Connection::retryInterval);
+            retry_->signalAfter(PipeWireConnection::retryInterval);
         });
 }
 
@@ -104,7 +104,7 @@ void PipeWireSystemAudio::graphChanged() {
     try {
         if (!stream_) openStream();
     } catch (const PlatformError&) {
-        retry_->signalAfter(Connection::retryInterval);
+        retry_->signalAfter(PipeWireConnection::retryInterval);
         return;
     }
     const auto wanted = wantedLinks();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 #include "Platform/Capture/SampleGate.hpp"
 #include "Platform/Capture/SystemAudio.hpp"
 
@@ -19,7 +19,7 @@ namespace platform::pipewire {
 /// process plays is simply not linked.
 class PipeWireSystemAudio final : public SystemAudioSource, private GraphListener {
   public:
-    explicit PipeWireSystemAudio(std::shared_ptr<Connection> connection);
+    explicit PipeWireSystemAudio(std::shared_ptr<PipeWireConnection> connection);
     ~PipeWireSystemAudio() override;
 
     void start(SerialQueue& queue, SampleHandler handler) override;
@@ -37,7 +37,7 @@ class PipeWireSystemAudio final : public SystemAudioSource, private GraphListene
     bool isRecorded(const Node& node) const;
     void makeLink(const PortPair& ports);
 
-    std::shared_ptr<Connection> connection_;
+    std::shared_ptr<PipeWireConnection> connection_;
 
     // With the loop's lock held.
     bool running_ = false;

@@ -1,8 +1,8 @@
 #include "Platform/Capture/Xcb/ContentReader.hpp"
 
 #include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/ShareableContent.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Imaging/PixelRect.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <cstdint>
 #include <optional>

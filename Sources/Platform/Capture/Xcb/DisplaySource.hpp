@@ -4,8 +4,8 @@
 #include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/ExcludedWindows.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <cstdint>
 #include <memory>

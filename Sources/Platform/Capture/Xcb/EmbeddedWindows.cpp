@@ -1,7 +1,7 @@
 #include "Platform/Capture/Xcb/EmbeddedWindows.hpp"
 
 #include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 #include <cstdint>

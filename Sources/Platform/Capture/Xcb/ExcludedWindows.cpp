@@ -2,8 +2,8 @@
 
 #include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 #include <optional>

@@ -2,7 +2,7 @@
 
 #include "Platform/Capture/CaptureStream.hpp"
 #include "Platform/Capture/Xcb/FrameGrabber.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <optional>
 

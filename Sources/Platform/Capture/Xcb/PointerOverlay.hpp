@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/Capture/Frames/FrameMaker.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Imaging/PixelBuffer.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <cstdint>
 #include <map>

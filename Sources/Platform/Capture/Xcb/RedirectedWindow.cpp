@@ -1,7 +1,7 @@
 #include "Platform/Capture/Xcb/RedirectedWindow.hpp"
 
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/Clock.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/RootBackdrop.hpp"
 
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <libyuv.h>
 #include <xcb/composite.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/Frames/RectList.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <cstdint>
 

@@ -5,7 +5,7 @@
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
 #include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/WindowStack.hpp"
 
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 

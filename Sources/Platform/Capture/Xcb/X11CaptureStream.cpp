@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/X11CaptureStream.hpp"
 
-#include "Platform/Capture/Frames/FrameGrid.hpp"
+#include "Platform/Capture/Frames/FramePacer.hpp"
 #include "Platform/Foundation/Clock.hpp"
 
 #include <algorithm>
@@ -119,7 +119,7 @@ void X11CaptureStream::capture(const Done& started, bool& hasStarted) {
 }
 
 void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& source) {
-    FrameGrid grid(configuration_.minimumFrameInterval.seconds());
+    FramePacer pacer(configuration_.minimumFrameInterval.seconds());
     while (!isStopping()) {
         while (const XcbEvent event{xcb_poll_for_event(connection.get())})
             if (event->response_type != 0) source.handle(*event);
@@ -133,16 +133,16 @@ void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& so
             continue;
         }
         const double now = HostClock().now();
-        if (now < grid.nextTime()) {
+        if (now < pacer.nextTime()) {
             // Whatever else happens until then is in the next picture anyway.
-            sleep(nullptr, true, grid.nextTime());
+            sleep(nullptr, true, pacer.nextTime());
             continue;
         }
-        if (change == PictureSource::Change::pointer && now < grid.nextTime(FrameGrid::slotsOfPointer)) {
-            sleep(&connection, false, grid.nextTime(FrameGrid::slotsOfPointer));
+        if (change == PictureSource::Change::pointer && now < pacer.nextTime(FramePacer::slotsOfPointer)) {
+            sleep(&connection, false, pacer.nextTime(FramePacer::slotsOfPointer));
             continue;
         }
-        grid.take(now);
+        pacer.take(now);
         auto picture = source.grab();
         if (picture && !output_.deliver(picture->time, std::move(picture->picture), picture->droppedBefore))
             source.touch();

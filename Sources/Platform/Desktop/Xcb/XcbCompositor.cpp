@@ -1,6 +1,6 @@
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 namespace platform {
 

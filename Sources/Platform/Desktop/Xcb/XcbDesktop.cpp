@@ -1,7 +1,7 @@
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
 
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <map>
 

@@ -1,10 +1,10 @@
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbEventWatch.hpp"
-#include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
-#include "Platform/Desktop/Xcb/XcbRawInput.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbEventWatch.hpp"
+#include "Platform/Xcb/XcbKeyboard.hpp"
+#include "Platform/Xcb/XcbRawInput.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -1,10 +1,10 @@
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbRawInput.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbRawInput.hpp"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "Platform/Desktop/Xcb/XcbScreenAccess.hpp"
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 namespace platform {
 

@@ -1,6 +1,6 @@
 #include "Platform/Desktop/Xcb/XcbTrayWatch.hpp"
 
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
-#include "Platform/Desktop/Xcb/XcbEventWatch.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbEventWatch.hpp"
 
 #include <cstdint>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/Desktop/WindowManager.hpp"
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Imaging/PixelRect.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <array>
 #include <string>

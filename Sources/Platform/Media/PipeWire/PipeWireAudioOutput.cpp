@@ -1,6 +1,6 @@
 #include "Platform/Media/PipeWire/PipeWireAudioOutput.hpp"
 
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 
 #include <algorithm>
 #include <array>
@@ -13,9 +13,9 @@
 namespace platform {
 namespace {
 
-using pipewire::Connection;
 using pipewire::LoopEvent;
 using pipewire::LoopLock;
+using pipewire::PipeWireConnection;
 
 constexpr std::uint32_t sampleRate = 48000;
 constexpr std::uint32_t channels = 2;
@@ -25,7 +25,7 @@ constexpr double nanoseconds = 1e9;
 /// Everything but `setActive` and the stream's callback happens on the connection's loop, or with its lock.
 class PipeWireAudioOutput final : public AudioOutput, private pipewire::GraphListener {
   public:
-    PipeWireAudioOutput(std::shared_ptr<Connection> connection, Render render)
+    PipeWireAudioOutput(std::shared_ptr<PipeWireConnection> connection, Render render)
         : connection_(std::move(connection)), render_(std::move(render)) {
         const LoopLock lock(connection_->threadLoop());
         update_ = std::make_unique<LoopEvent>(connection_->loop(), [this] { update(); });
@@ -64,7 +64,7 @@ class PipeWireAudioOutput final : public AudioOutput, private pipewire::GraphLis
     bool open();
     void fill();
 
-    std::shared_ptr<Connection> connection_;
+    std::shared_ptr<PipeWireConnection> connection_;
     Render render_;
     std::atomic<bool> active_{false};
     std::unique_ptr<LoopEvent> update_;
@@ -91,7 +91,7 @@ bool PipeWireAudioOutput::open() {
             if (!pipewire::failureOf(before, state, error)) return;
             // Without a speaker there is no use; one may come.
             output.hasFailed_ = true;
-            output.update_->signalAfter(Connection::retryInterval);
+            output.update_->signalAfter(PipeWireConnection::retryInterval);
         };
         return table;
     }();
@@ -112,7 +112,7 @@ bool PipeWireAudioOutput::open() {
                           params, 1) >= 0)
         return true;
     hasFailed_ = true;
-    update_->signalAfter(Connection::retryInterval);
+    update_->signalAfter(PipeWireConnection::retryInterval);
     return false;
 }
 
@@ -142,19 +142,19 @@ void PipeWireAudioOutput::fill() {
 
 class PipeWireAudioOutputService final : public AudioOutputService {
   public:
-    explicit PipeWireAudioOutputService(std::shared_ptr<Connection> connection)
+    explicit PipeWireAudioOutputService(std::shared_ptr<PipeWireConnection> connection)
         : connection_(std::move(connection)) {}
     std::unique_ptr<AudioOutput> makeOutput(AudioOutput::Render render) override {
         return std::make_unique<PipeWireAudioOutput>(connection_, std::move(render));
     }
 
   private:
-    std::shared_ptr<Connection> connection_;
+    std::shared_ptr<PipeWireConnection> connection_;
 };
 
 }  // namespace
 
-std::shared_ptr<AudioOutputService> makePipeWireAudioOutputs(std::shared_ptr<Connection> connection) {
+std::shared_ptr<AudioOutputService> makePipeWireAudioOutputs(std::shared_ptr<PipeWireConnection> connection) {
     return std::make_shared<PipeWireAudioOutputService>(std::move(connection));
 }
 

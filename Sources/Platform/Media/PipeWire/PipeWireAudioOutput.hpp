@@ -7,11 +7,11 @@
 namespace platform {
 
 namespace pipewire {
-class Connection;
+class PipeWireConnection;
 }
 
 /// Outputs on the desktop's PipeWire server, over the program's one connection to it.
 std::shared_ptr<AudioOutputService> makePipeWireAudioOutputs(
-    std::shared_ptr<pipewire::Connection> connection);
+    std::shared_ptr<pipewire::PipeWireConnection> connection);
 
 }  // namespace platform

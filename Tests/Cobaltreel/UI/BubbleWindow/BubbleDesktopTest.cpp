@@ -6,10 +6,10 @@
 #include "Fakes/FakeVision.hpp"
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
-#include "Platform/Desktop/Xcb/XcbWindows.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Platform/Imaging/ConvertPixels.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QProcess>

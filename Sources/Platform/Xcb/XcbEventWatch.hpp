@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
 #include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <functional>
 #include <memory>

@@ -28,15 +28,15 @@ class GraphListener {
 
 /// The one connection to the media server: a loop thread of its own, a mirror of the graph, and a new
 /// attempt every second while the server is away. Any thread, unless said otherwise.
-class Connection {
+class PipeWireConnection {
   public:
     /// Seconds between two attempts to use a device that has failed.
     static constexpr double retryInterval = 0.5;
 
-    Connection();
-    ~Connection();
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
+    PipeWireConnection();
+    ~PipeWireConnection();
+    PipeWireConnection(const PipeWireConnection&) = delete;
+    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
 
     pw_thread_loop* threadLoop() const { return loop_.get(); }
     pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }

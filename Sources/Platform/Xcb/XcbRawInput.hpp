@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include <cstdint>
 

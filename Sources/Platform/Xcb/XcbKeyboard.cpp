@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Xcb/XcbKeyboard.hpp"
+#include "Platform/Xcb/XcbKeyboard.hpp"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbConnection.hpp"
 
 #include "Platform/Foundation/PlatformError.hpp"
 

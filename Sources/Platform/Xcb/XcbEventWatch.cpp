@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Xcb/XcbEventWatch.hpp"
+#include "Platform/Xcb/XcbEventWatch.hpp"
 
 #include <utility>
 

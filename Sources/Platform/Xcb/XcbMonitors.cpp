@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Xcb/XcbMonitors.hpp"
+#include "Platform/Xcb/XcbMonitors.hpp"
 
 #include <algorithm>
 #include <set>

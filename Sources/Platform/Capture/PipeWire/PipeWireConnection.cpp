@@ -1,4 +1,4 @@
-#include "Platform/Capture/PipeWire/Connection.hpp"
+#include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 
 #include <algorithm>
 #include <array>
@@ -60,8 +60,8 @@ void initialiseLibrary() {
 }
 
 /// A node, with more than the registry says about it.
-struct Connection::BoundNode {
-    Connection* owner = nullptr;
+struct PipeWireConnection::BoundNode {
+    PipeWireConnection* owner = nullptr;
     std::uint32_t id = 0;
     Proxy<pw_node> proxy;
     Hook hook;
@@ -94,8 +94,8 @@ struct Connection::BoundNode {
     }
 };
 
-struct Connection::BoundMetadata {
-    Connection* owner = nullptr;
+struct PipeWireConnection::BoundMetadata {
+    PipeWireConnection* owner = nullptr;
     std::uint32_t id = 0;
     Proxy<pw_metadata> proxy;
     Hook hook;
@@ -111,7 +111,7 @@ struct Connection::BoundMetadata {
     }
 };
 
-Connection::Connection() {
+PipeWireConnection::PipeWireConnection() {
     initialiseLibrary();
     loop_.reset(pw_thread_loop_new("cobaltreel.media", nullptr));
     if (!loop_) throw std::bad_alloc();
@@ -139,7 +139,7 @@ Connection::Connection() {
         throw PlatformError("PipeWire", errno, "No thread can be started for the media server.");
 }
 
-Connection::~Connection() {
+PipeWireConnection::~PipeWireConnection() {
     pw_thread_loop_stop(loop_.get());
     const LoopLock lock(loop_.get());
     disconnect();
@@ -148,13 +148,13 @@ Connection::~Connection() {
     context_.reset();
 }
 
-void Connection::addListener(GraphListener& listener) { listeners_.push_back(&listener); }
+void PipeWireConnection::addListener(GraphListener& listener) { listeners_.push_back(&listener); }
 
-void Connection::removeListener(GraphListener& listener) { std::erase(listeners_, &listener); }
+void PipeWireConnection::removeListener(GraphListener& listener) { std::erase(listeners_, &listener); }
 
-void Connection::changed() { tellListeners_->signal(); }
+void PipeWireConnection::changed() { tellListeners_->signal(); }
 
-void Connection::connect() {
+void PipeWireConnection::connect() {
     attempted_ = true;
     core_.reset(pw_context_connect(context_.get(), nullptr, 0));
     if (!core_) {
@@ -167,10 +167,10 @@ void Connection::connect() {
         pw_core_events events{};
         events.version = PW_VERSION_CORE_EVENTS;
         events.done = [](void* self, std::uint32_t id, int sequence) {
-            static_cast<Connection*>(self)->onCoreDone(id, sequence);
+            static_cast<PipeWireConnection*>(self)->onCoreDone(id, sequence);
         };
         events.error = [](void* self, std::uint32_t id, int, int result, const char*) {
-            static_cast<Connection*>(self)->onCoreError(id, result);
+            static_cast<PipeWireConnection*>(self)->onCoreError(id, result);
         };
         return events;
     }();
@@ -179,10 +179,10 @@ void Connection::connect() {
         events.version = PW_VERSION_REGISTRY_EVENTS;
         events.global = [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
                            const spa_dict* props) {
-            static_cast<Connection*>(self)->onGlobal(id, type, props);
+            static_cast<PipeWireConnection*>(self)->onGlobal(id, type, props);
         };
         events.global_remove = [](void* self, std::uint32_t id) {
-            static_cast<Connection*>(self)->onGlobalRemoved(id);
+            static_cast<PipeWireConnection*>(self)->onGlobalRemoved(id);
         };
         return events;
     }();
@@ -197,7 +197,7 @@ void Connection::connect() {
     syncSequence_ = pw_core_sync(core_.get(), PW_ID_CORE, 0);
 }
 
-void Connection::disconnect() {
+void PipeWireConnection::disconnect() {
     if (!core_) return;
     for (GraphListener* listener : std::vector(listeners_)) listener->disconnected();
     boundNodes_.clear();
@@ -210,7 +210,7 @@ void Connection::disconnect() {
     changed();
 }
 
-void Connection::onCoreDone(std::uint32_t id, int sequence) {
+void PipeWireConnection::onCoreDone(std::uint32_t id, int sequence) {
     if (id != PW_ID_CORE) return;
     for (const auto& [nodeID, bound] : boundNodes_) {
         if (bound->formatsAnswer != sequence) continue;
@@ -227,14 +227,14 @@ void Connection::onCoreDone(std::uint32_t id, int sequence) {
     changed();
 }
 
-void Connection::onCoreError(std::uint32_t id, int result) {
+void PipeWireConnection::onCoreError(std::uint32_t id, int result) {
     if (id != PW_ID_CORE || result != -EPIPE) return;
     connectError_ = EPIPE;
     // Not here: what is called here still belongs to the connection that ended.
     reconnect_->signal();
 }
 
-void Connection::onGlobal(std::uint32_t id, const char* type, const spa_dict* props) {
+void PipeWireConnection::onGlobal(std::uint32_t id, const char* type, const spa_dict* props) {
     if (std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
         Node node;
         node.id = id;
@@ -272,7 +272,7 @@ void Connection::onGlobal(std::uint32_t id, const char* type, const spa_dict* pr
     changed();
 }
 
-void Connection::onGlobalRemoved(std::uint32_t id) {
+void PipeWireConnection::onGlobalRemoved(std::uint32_t id) {
     boundNodes_.erase(id);
     if (metadata_ && metadata_->id == id) {
         metadata_.reset();
@@ -282,7 +282,7 @@ void Connection::onGlobalRemoved(std::uint32_t id) {
     if (graph_.nodes.erase(id) + graph_.ports.erase(id) + graph_.clientProcessIDs.erase(id) > 0) changed();
 }
 
-void Connection::bindNode(Node& node) {
+void PipeWireConnection::bindNode(Node& node) {
     static const pw_node_events events = [] {
         pw_node_events table{};
         table.version = PW_VERSION_NODE_EVENTS;
@@ -303,7 +303,7 @@ void Connection::bindNode(Node& node) {
     boundNodes_[node.id] = std::move(bound);
 }
 
-void Connection::bindMetadata(std::uint32_t id) {
+void PipeWireConnection::bindMetadata(std::uint32_t id) {
     static const pw_metadata_events events = [] {
         pw_metadata_events table{};
         table.version = PW_VERSION_METADATA_EVENTS;
@@ -324,7 +324,7 @@ void Connection::bindMetadata(std::uint32_t id) {
     pw_metadata_add_listener(metadata_->proxy.get(), metadata_->hook.get(), &events, metadata_.get());
 }
 
-void Connection::waitForGraph(double seconds) {
+void PipeWireConnection::waitForGraph(double seconds) {
     const LoopLock lock(loop_.get());
     timespec until{};
     pw_thread_loop_get_time(loop_.get(), &until, static_cast<std::int64_t>(seconds * 1e9));
@@ -332,7 +332,7 @@ void Connection::waitForGraph(double seconds) {
         if (pw_thread_loop_timed_wait_full(loop_.get(), &until) < 0) return;
 }
 
-std::optional<PlatformError> Connection::unavailable() const {
+std::optional<PlatformError> PipeWireConnection::unavailable() const {
     const LoopLock lock(loop_.get());
     if (core_ && connectError_ == 0) return std::nullopt;
     return PlatformError(

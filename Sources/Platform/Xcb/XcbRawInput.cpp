@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Xcb/XcbRawInput.hpp"
+#include "Platform/Xcb/XcbRawInput.hpp"
 
 #include <utility>
 

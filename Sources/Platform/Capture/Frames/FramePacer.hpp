@@ -9,14 +9,14 @@ namespace platform {
 /// When frames may be taken: at most one in each slot of a steady grid that begins with the first frame.
 /// The grid never shifts, so a source that draws at the same rate is met once in every slot, early or late
 /// by whatever its jitter is.
-class FrameGrid {
+class FramePacer {
   public:
     /// Slots between pictures that differ in the pointer alone. Such a picture costs the encoder almost as
     /// much as a new one, and an export shows thirty a second.
     static constexpr int slotsOfPointer = 2;
 
     /// Seconds of one slot; 0 for no limit.
-    explicit FrameGrid(double interval) : interval_(interval) {}
+    explicit FramePacer(double interval) : interval_(interval) {}
 
     /// The earliest time of the host clock at which the next frame may be taken, so many slots after the
     /// last.
