@@ -40,23 +40,23 @@ RoundBubble::Shape RoundBubble::Shape::filling(double width, double height, doub
 RoundBubble::RoundBubble(int width, int height, const Shape& shape)
     : picture_(shape.picture),
       fixed_(PixelFormat::bgra, width, height),
-      remains_(PixelFormat::gray8, width, height) {
+      bubbleMask_(PixelFormat::gray8, width, height) {
     if (shape.shadowRadius > 0) {
-        drawCoverage(shape.circle.translated(0, shadowDrop), remains_);
+        drawCoverage(shape.circle.translated(0, shadowDrop), bubbleMask_);
         platform::Resampler resampler;
-        drawShadow(remains_, shape.shadowRadius, fixed_, resampler);
+        drawShadow(bubbleMask_, shape.shadowRadius, fixed_, resampler);
     }
-    drawCoverage(shape.circle, remains_);
-    PixelBuffer outside(PixelFormat::gray8, width, height), ring(PixelFormat::bgra, width, height);
-    strokeEllipse(ring, shape.ring, Colors::ring, shape.ringWidth);
+    drawCoverage(shape.circle, bubbleMask_);
+    PixelBuffer outside(PixelFormat::gray8, width, height), bubbleRing(PixelFormat::bgra, width, height);
+    strokeEllipse(bubbleRing, shape.ring, Colors::ring, shape.ringWidth);
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            std::uint8_t& inside = remains_.row(y)[x];
+            std::uint8_t& inside = bubbleMask_.row(y)[x];
             outside.row(y)[x] = static_cast<std::uint8_t>(255 - inside);
-            inside = static_cast<std::uint8_t>((inside * (255 - ring.row(y)[4 * x + 3]) + 127) / 255);
+            inside = static_cast<std::uint8_t>((inside * (255 - bubbleRing.row(y)[4 * x + 3]) + 127) / 255);
         }
     multiplyByMask(fixed_, outside);
-    blendOver(ring, fixed_, 0, 0);
+    blendOver(bubbleRing, fixed_, 0, 0);
 }
 
 void RoundBubble::draw(const PixelBuffer* camera, PixelBuffer& target, platform::Resampler& resampler) const {
@@ -64,7 +64,7 @@ void RoundBubble::draw(const PixelBuffer* camera, PixelBuffer& target, platform:
         resampler.draw(*camera, middleOf(*camera, picture_), target, picture_);
     else
         fillBlack(target);
-    multiplyByMask(target, remains_);
+    multiplyByMask(target, bubbleMask_);
     add(fixed_, target);
 }
 

@@ -23,8 +23,8 @@ class RoundBubble {
 
     RoundBubble(int width, int height, const Shape& shape);
 
-    int width() const { return remains_.width(); }
-    int height() const { return remains_.height(); }
+    int width() const { return bubbleMask_.width(); }
+    int height() const { return bubbleMask_.height(); }
 
     /// Fills `target` (bgra, of the bubble's size) with the bubble; transparent around it. The part of
     /// `camera` that is shown is the largest in its middle with the shape's aspect. Null shows black.
@@ -33,8 +33,8 @@ class RoundBubble {
 
   private:
     platform::Rect picture_;
-    platform::PixelBuffer fixed_;    // ring and shadow; premultiplied
-    platform::PixelBuffer remains_;  // how much of the picture does; gray8
+    platform::PixelBuffer fixed_;       // ring and shadow; premultiplied
+    platform::PixelBuffer bubbleMask_;  // how much of the picture remains beneath the ring; gray8
 };
 
 }  // namespace cobaltreel
