@@ -245,7 +245,7 @@ void addExportCommand(CLI::App& app, CommandBody& body) {
         ->add_option("--fps", arguments->framesPerSecond,
                      "Pictures a second, 1 to 60; default 30, of a GIF 15")
         ->type_name("N")
-        ->check(CLI::Range(1, 60));
+        ->check(CLI::Range(1, 60).description(""));
     addSwitch(*command, "--auto-zoom", arguments->autoZoom, "Follow the clicks; default as recorded");
     addSwitch(*command, "--camera", arguments->camera, "Show the camera; default as recorded");
     static const std::map<std::string, CameraStyle> styles{{"bubble", CameraStyle::bubble},
