@@ -1,5 +1,7 @@
+#include "Platform/Media/Gif/ScenePalette.hpp"
 #include "Platform/Media/MovieFixture.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -130,6 +132,14 @@ TEST_F(GifWriting, EachSceneHasItsColors) {
         // The mixed scene has every color there is.
         EXPECT_LT(sum / (width * height), scenes[i] == mixed ? 20 : 4) << i;
     }
+}
+
+TEST(GifPalette, ALargePictureOfOneColorKeepsIt) {
+    PixelBuffer white(PixelFormat::bgra, 3840, 2160);
+    std::ranges::fill_n(white.plane().data, white.plane().stride * white.plane().height, 255);
+    gif::ScenePalette palette;
+    palette.choose(white, std::vector<std::uint8_t>(std::size_t{3840} * 2160, 1));
+    EXPECT_TRUE(palette.serves(white.plane().data));
 }
 
 TEST_F(GifWriting, WhatAMoveLeavesBehindIsCleaned) {

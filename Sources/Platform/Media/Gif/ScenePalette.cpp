@@ -39,7 +39,8 @@ void require(liq_error result) {
 
 /// The sum of the colors in a bin.
 struct Tally {
-    std::uint32_t count = 0, r = 0, g = 0, b = 0;
+    std::uint32_t count = 0;
+    std::uint64_t r = 0, g = 0, b = 0;  // a large white picture would not fit into 32 bits
 };
 
 }  // namespace
@@ -64,7 +65,7 @@ void ScenePalette::choose(const PixelBuffer& picture, const std::vector<std::uin
     std::vector<liq_histogram_entry> entries;
     for (const Tally& tally : tallies) {
         if (tally.count == 0) continue;
-        const auto mean = [&](std::uint32_t sum) {
+        const auto mean = [&](std::uint64_t sum) {
             return static_cast<unsigned char>((sum + tally.count / 2) / tally.count);
         };
         entries.push_back({{mean(tally.r), mean(tally.g), mean(tally.b), 255}, tally.count});
