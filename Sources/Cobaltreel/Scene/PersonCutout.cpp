@@ -26,6 +26,7 @@ PixelBufferRef PersonCutout::picture(const ConstPixelBufferRef& frame, int maxWi
         return std::max(1, static_cast<int>(std::lround(side * scale)));
     };
     const auto person = PersonSegmenter::apply(*mask, *frame);
+    if (!person) return nullptr;  // the mask of an earlier frame, of another size
     const auto shown = std::make_shared<PixelBuffer>(PixelFormat::bgra, scaled(width), scaled(height));
     resampler_.draw(*person, boundsOf(*person), *shown, boundsOf(*shown));
     return shown;
@@ -35,10 +36,11 @@ bool PersonCutout::draw(const ConstPixelBufferRef& frame, PixelBuffer& target, c
                         double shadowRadius) {
     const auto mask = segmenter_.mask(frame);
     if (!mask) return false;
+    const auto person = PersonSegmenter::apply(*mask, *frame);
+    if (!person) return false;
     PixelBuffer silhouette(PixelFormat::gray8, target.width(), target.height());
     resampler_.draw(*mask, boundsOf(*mask), silhouette, to.translated(0, shadowDrop));
     drawShadow(silhouette, shadowRadius, target, resampler_);
-    const auto person = PersonSegmenter::apply(*mask, *frame);
     PixelBuffer shown(PixelFormat::bgra, target.width(), target.height());
     resampler_.draw(*person, boundsOf(*person), shown, to);
     blendOver(shown, target, 0, 0);

@@ -242,5 +242,15 @@ TEST_F(SceneRendererTest, ThePersonIsCutOutBeforeBeingMadeSmaller) {
             ASSERT_NEAR(at(6 + x, 144 + y).red, expected.row(y)[4 * x + 2], 3) << x << ", " << y;
 }
 
+TEST_F(SceneRendererTest, TheMaskOfAFrameOfAnotherSizeCutsNothing) {
+    vision->script = {[] { return Masks{gray(320, 200, 255)}; },
+                      []() -> Masks { throw std::runtime_error("no memory"); }};
+    PersonCutout cutout(PersonSegmenter::Quality::fast, vision);
+    EXPECT_TRUE(cutout.picture(plain(320, 200, white), 80, 50));
+    EXPECT_FALSE(cutout.picture(plain(160, 100, white), 80, 50));
+    PixelBuffer target(PixelFormat::bgra, 80, 50);
+    EXPECT_FALSE(cutout.draw(plain(160, 100, white), target, boundsOf(target), 2));
+}
+
 }  // namespace
 }  // namespace cobaltreel
