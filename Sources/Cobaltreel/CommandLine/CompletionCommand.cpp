@@ -144,7 +144,12 @@ void printBash(const Subcommand& program, const std::vector<Subcommand>& command
             if (!argument.words.empty()) std::cout << ' ' << joined(argument.words);
         std::cout << '"';
         if (takesSession(command))
-            std::cout << "\n        [[ $current == -* ]] || words=$(ls " << sessionsFolder << " 2>/dev/null)";
+            // A folder's name is a word as it is, never code to be expanded.
+            std::cout << "\n        if [[ $current != -* ]]; then\n            local name\n"
+                         "            compopt -o filenames\n            while IFS= read -r name; do\n"
+                         "                [[ $name == \"$current\"* ]] && COMPREPLY+=(\"$name\")\n"
+                         "            done < <(ls "
+                      << sessionsFolder << " 2>/dev/null)\n            return\n        fi";
         std::cout << " ;;\n";
     }
     std::cout << "    esac\n    COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n}\n"
@@ -230,7 +235,7 @@ void addCompletionCommand(CLI::App& app, CommandBody& body) {
     auto shell = std::make_shared<std::string>();
     command->add_option("shell", *shell, "bash, zsh or fish")
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}, CLI::ignore_case))
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}))
         ->type_name("bash|zsh|fish");
     command->callback([&app, &body, shell] {
         body.run = [&app, shell] {
