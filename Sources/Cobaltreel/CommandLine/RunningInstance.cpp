@@ -4,6 +4,9 @@
 #include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Platform/PlatformServices.hpp"
 
+#include <exception>
+#include <utility>
+
 namespace cobaltreel {
 
 using platform::PlatformServices;
@@ -17,14 +20,21 @@ std::shared_ptr<platform::SingleInstance> terminalRecording() {
 
 std::vector<nlohmann::json> queryRunning(const platform::InstanceRequest& request) {
     std::vector<nlohmann::json> answers;
+    std::exception_ptr failure;
+    // One that does not answer must not hide the other.
     for (const auto& instance : {runningApplication(), terminalRecording()}) {
-        const auto answer = instance->query(request);
-        if (!answer) continue;
-        auto parsed = nlohmann::json::parse(*answer, nullptr, false);
-        if (!parsed.is_object())
-            throw CommandError("the application has just begun or is about to end; try again");
-        answers.push_back(std::move(parsed));
+        try {
+            const auto answer = instance->query(request);
+            if (!answer) continue;
+            auto parsed = nlohmann::json::parse(*answer, nullptr, false);
+            if (!parsed.is_object())
+                throw CommandError("the application has just begun or is about to end; try again");
+            answers.push_back(std::move(parsed));
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
     }
+    if (answers.empty() && failure) std::rethrow_exception(failure);
     return answers;
 }
 

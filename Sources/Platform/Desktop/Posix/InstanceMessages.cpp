@@ -151,7 +151,8 @@ std::string receiveAnswer(int socket) {
             fail(ETIMEDOUT, "The application that runs does not answer. End it, and start it again.");
     std::array<char, maxMessage> bytes{};
     const ssize_t size = recv(socket, bytes.data(), bytes.size(), 0);
-    const auto parts = parse({bytes.data(), static_cast<std::size_t>(size < 0 ? 0 : size)});
+    if (size <= 0) fail(ECONNRESET, "The application ended before it answered. Try again.");
+    const auto parts = parse({bytes.data(), static_cast<std::size_t>(size)});
     if (!parts || parts->first != done)
         fail(EPROTO, "The application that runs is of another version. End it, and start it again.");
     return std::string(parts->second);

@@ -94,22 +94,28 @@ class Claim final : public InstanceClaim {
   private:
     void listen() {
         const auto onRequest = onRequest_;  // outlives this claim if the callback gives it up
-        // However often: what was wanted last is what is wanted now.
-        std::optional<InstanceRequest> last;
-        for (int count = 0; count < maxAtOnce; ++count) {
+        // All of them first: a callback may give up this claim.
+        std::vector<ReceivedRequest> all;
+        while (all.size() < maxAtOnce) {
             auto received = receiveRequest(socket_.get());
             if (!received) break;
-            if (!received->request)
-                sendAnswer(received->answerTo, std::nullopt);
-            else if (received->answerTo)
-                sendAnswer(received->answerTo, onRequest(*received->request));
-            else
-                last = std::move(received->request);
+            all.push_back(std::move(*received));
         }
-        if (last) onRequest(*last);
+        for (std::size_t index = 0; index < all.size(); ++index) {
+            const ReceivedRequest& each = all[index];
+            // Pressed again because nothing happened yet: once is enough.
+            const bool isRepeated = index + 1 < all.size() && !each.answerTo && !all[index + 1].answerTo &&
+                                    each.request == all[index + 1].request;
+            if (!each.request)
+                sendAnswer(each.answerTo, std::nullopt);
+            else if (each.answerTo)
+                sendAnswer(each.answerTo, onRequest(*each.request));
+            else if (!isRepeated)
+                onRequest(*each.request);
+        }
     }
 
-    static constexpr int maxAtOnce = 64;  // then the main thread does something else
+    static constexpr std::size_t maxAtOnce = 64;  // then the main thread does something else
 
     UniqueFd lock_;
     fs::path file_;
