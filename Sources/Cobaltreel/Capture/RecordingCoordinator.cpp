@@ -95,6 +95,7 @@ void RecordingCoordinator::toggle() {
 }
 
 RecordingCoordinator::Marked RecordingCoordinator::mark(const QString& text) {
+    if (phase_ == Phase::stopping) return Marked::ending;
     if (phase_ != Phase::recording) return Marked::notRecording;
     Marker marker{engine_->services.clock->now(), MarkerText::cleaned(text).toStdString()};
     return engine_->keeper.mark(std::move(marker)) ? Marked::marked : Marked::tooMany;

@@ -64,7 +64,7 @@ class RecordingCoordinator final : public RecordingChoices {
 
     /// Starts a recording when idle, stops one that runs; nothing during the countdown.
     void toggle();
-    enum class Marked { marked, notRecording, tooMany };
+    enum class Marked { marked, notRecording, ending, tooMany };
     /// Marks this moment of the recording that runs. The text is kept as `MarkerText::cleaned` leaves it.
     Marked mark(const QString& text);
     /// Of the current or last recording.

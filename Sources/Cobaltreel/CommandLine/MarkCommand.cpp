@@ -24,11 +24,13 @@ ExitStatus runMark(const std::vector<std::string>& words) {
         }
         if (answer.value("reason", "") == "tooMany")
             throw CommandError("the recording has as many markers as it can hold; this one was not set");
+        if (answer.value("reason", "") == "ending")
+            throw CommandError("the recording is just being completed; this marker was not set");
     }
     if (answers.empty())
         throw CommandError(
             "nothing is being recorded: the application does not run; start it with: cobaltreel");
-    throw CommandError("nothing is being recorded; start a recording first, with: cobaltreel toggle");
+    throw CommandError("nothing is being recorded; start a recording first");
 }
 
 }  // namespace

@@ -50,8 +50,9 @@ std::string mark(RecordingCoordinator& coordinator, const std::string& text) {
                        {QStringLiteral("number"), coordinator.markerCount()},
                        {QStringLiteral("text"), cleaned}});
     return toJson({{QStringLiteral("marked"), false},
-                   {QStringLiteral("reason"),
-                    marked == Marked::tooMany ? QStringLiteral("tooMany") : QStringLiteral("notRecording")}});
+                   {QStringLiteral("reason"), marked == Marked::tooMany  ? QStringLiteral("tooMany")
+                                              : marked == Marked::ending ? QStringLiteral("ending")
+                                                                         : QStringLiteral("notRecording")}});
 }
 
 std::string answer(const platform::InstanceRequest& request, RecordingCoordinator& coordinator,

@@ -15,7 +15,7 @@ namespace InstanceAnswers {
 std::string status(const RecordingCoordinator& coordinator, bool isExporting);
 
 /// Marks this moment: {"marked": true, "number": from one, "text": as it is kept}, or {"marked": false,
-/// "reason": "notRecording" | "tooMany"}.
+/// "reason": "notRecording" | "ending" | "tooMany"}.
 std::string mark(RecordingCoordinator& coordinator, const std::string& text);
 
 /// The answer to either; empty for the other requests.

@@ -21,6 +21,7 @@ QString shortened(const QString& text) {
     qsizetype end = finder.position();
     // One character with an endless pile of marks.
     if (end <= 0) end = maxLength - 1;
+    if (head[end - 1].isHighSurrogate()) --end;
     return head.left(end).trimmed() + QChar(u'…');
 }
 

@@ -25,6 +25,15 @@ constexpr double headDelaySeconds = 0.75;
 // The least common multiple of 48000 and 90000: starts of tracks are exact in it.
 constexpr int movieTimescale = 720'000;
 
+/// The list of chapters in an MP4 holds titles of at most 255 bytes, and the library cuts inside a letter.
+std::string fittingTitle(const std::string& title) {
+    constexpr std::size_t maxBytes = 255;
+    std::size_t end = std::min(title.size(), maxBytes);
+    const auto isInsideLetter = [&] { return end < title.size() && (title[end] & 0xc0) == 0x80; };
+    while (end > 0 && isInsideLetter()) --end;
+    return title.substr(0, end);
+}
+
 }  // namespace
 
 MovieMuxer::MovieMuxer(const std::filesystem::path& path, FileType type) : path_(path), type_(type) {
@@ -98,8 +107,9 @@ void MovieMuxer::setChapters(const std::vector<Chapter>& chapters) {
         chapter->time_base = AV_TIME_BASE_Q;
         chapter->start = std::llround(each.start * AV_TIME_BASE);
         chapter->end = std::llround(each.end * AV_TIME_BASE);
-        check(av_dict_set(&chapter->metadata, "title", each.title.c_str(), 0), sentence());
-        chapterBytes_ += perChapter + static_cast<std::int64_t>(each.title.size());
+        const std::string title = type_ == FileType::mpeg4 ? fittingTitle(each.title) : each.title;
+        check(av_dict_set(&chapter->metadata, "title", title.c_str(), 0), sentence());
+        chapterBytes_ += perChapter + static_cast<std::int64_t>(title.size());
     }
 }
 
