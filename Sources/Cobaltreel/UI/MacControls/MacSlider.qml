@@ -43,9 +43,11 @@ Item {
     }
 
     /// After the pointer has used it nothing shows that the arrows would be the slider's: they are not, then.
+    /// With a modifier they belong to the window.
     function answerArrow(event: KeyEvent, steps: real) {
-        event.accepted = !usedByPointer;
-        if (!usedByPointer)
+        const mine = !usedByPointer && !(event.modifiers & (Qt.ControlModifier | Qt.ShiftModifier));
+        event.accepted = mine;
+        if (mine)
             nudge(steps);
     }
 
