@@ -85,7 +85,7 @@ int runCommandLine(int argc, char** argv) {
     app.footer(
         "Without a command the application starts, or shows the panel of the one that runs.\n"
         "Results go to standard output, progress and messages to standard error.\n"
-        "Exit status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+        "Exit status: 0 done, 1 failed, 2 wrong usage, 3 and 4 of status, 130 interrupted.");
 
     CommandBody body;
     addSourcesCommand(app, body);

@@ -18,12 +18,12 @@ class Inhibition {
 class Inhibitor {
   public:
     virtual ~Inhibitor() = default;
-    /// Returns at once; what the desktop does not offer goes on as before. `reason` is for the desktop to
-    /// show. Null when nothing can be held back.
+    /// Connects to the desktop and does not wait for its services; what it does not offer goes on as before.
+    /// `reason` is for the desktop to show. Null when nothing can be held back.
     virtual std::unique_ptr<Inhibition> inhibit(const std::string& reason) = 0;
 
-    /// Who would hold back what, for a person to read; empty: nobody. Waits for the desktop, two seconds at
-    /// most.
+    /// Who would hold back what, for a person to read; empty: nobody. Waits up to two seconds
+    /// for each service.
     struct Offer {
         std::string notifications;
         std::string screen;
