@@ -45,8 +45,12 @@ void BubbleWindow::setPicture(const QImage& picture) {
 }
 
 void BubbleWindow::cutOut() {
-    const QRegion seen = outline() - coveredByOurs();
-    setMask(seen.isEmpty() ? nothing : seen);
+    QRegion seen = outline() - coveredByOurs();
+    if (seen.isEmpty()) seen = nothing;
+    if (seen == mask()) return;
+    setMask(seen);
+    // What was cut out until now has no picture: under a compositing manager it may stay black.
+    update();
 }
 
 /// By the order of the windows it cannot be done: some window managers keep windows that pass them by in
