@@ -1,5 +1,6 @@
 #include "Platform/Foundation/NamedThread.hpp"
 
+#include <csignal>
 #include <utility>
 
 #include <pthread.h>
@@ -12,6 +13,12 @@ NamedThread::NamedThread(const std::string& name, std::function<void()> body)
           const std::string shown =
               name.size() <= kernelLimit ? name : name.substr(name.size() - kernelLimit);
           pthread_setname_np(pthread_self(), shown.c_str());
+          // Writing to a server that has gone, or whose socket is shut down to stop a wait, is an error, not
+          // the end.
+          sigset_t brokenPipe;
+          sigemptyset(&brokenPipe);
+          sigaddset(&brokenPipe, SIGPIPE);
+          pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
           body();
       }) {}
 

@@ -7,7 +7,8 @@
 namespace platform {
 
 /// A thread with a name (cut to the kernel's 15 characters, its last ones kept) that is joined when
-/// its owner destroys it. The body must not throw.
+/// its owner destroys it. The body must not throw. SIGPIPE is blocked in it: a write to a closed socket fails
+/// with EPIPE.
 class NamedThread {
   public:
     NamedThread() = default;

@@ -1,13 +1,17 @@
 #include "Platform/Foundation/BoundedQueue.hpp"
 #include "Platform/Foundation/MediaTime.hpp"
+#include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 
 #include <atomic>
+#include <cerrno>
 #include <future>
 #include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace platform {
 namespace {
@@ -34,6 +38,16 @@ TEST(SerialQueue, RunsWorkInOrderOnOneThreadUpToItsCapacity) {
     queue.sync([&] { done.push_back(4); });
     EXPECT_THAT(done, ElementsAre(1, 2, 4));
     EXPECT_FALSE(queue.isCurrent());
+}
+
+TEST(NamedThread, ABrokenPipeDoesNotEndTheProcess) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    close(ends[0]);
+    int error = 0;
+    NamedThread("writer", [&] { error = write(ends[1], "x", 1) < 0 ? errno : 0; }).join();
+    close(ends[1]);
+    EXPECT_EQ(error, EPIPE);
 }
 
 TEST(SerialQueue, RunsWhatItAcceptedBeforeItEnds) {
