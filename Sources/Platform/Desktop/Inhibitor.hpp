@@ -22,8 +22,8 @@ class Inhibitor {
     /// `reason` is for the desktop to show. Null when nothing can be held back.
     virtual std::unique_ptr<Inhibition> inhibit(const std::string& reason) = 0;
 
-    /// Who would hold back what, for a person to read; empty: nobody. Waits up to two seconds
-    /// for each service.
+    /// Who would hold back what, for a person to read; empty: nobody. Waits two seconds at most for the
+    /// services' answers.
     struct Offer {
         std::string notifications;
         std::string screen;

@@ -43,7 +43,7 @@ class SingleInstance {
     /// instance that is just beginning or ending. Throws PlatformError when neither can be had.
     virtual std::unique_ptr<InstanceClaim> claim(InstanceHandler onRequest) = 0;
     /// Sends to the instance that runs; false when none does. Of `show` and `toggle` that wait, the last
-    /// counts. Throws PlatformError for a text that is too long.
+    /// counts. Throws PlatformError for a text that is too long, and where others could be listening.
     virtual bool send(const InstanceRequest& request) = 0;
     /// The same, and waits for the answer, five seconds at most; absent when no instance runs. Throws
     /// PlatformError when one runs and does not answer, or does not know the request.

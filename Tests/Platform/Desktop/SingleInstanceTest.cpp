@@ -145,6 +145,8 @@ TEST_F(SingleInstanceTest, WhatAKilledInstanceLeavesIsNotInTheWay) {
 TEST_F(SingleInstanceTest, APlaceThatIsNotTheUsersOwnIsRefused) {
     chmod(folder_.c_str(), 0777);
     EXPECT_THROW(instance().claim(nobody), PlatformError);
+    EXPECT_THROW(instance().send({InstanceRequest::Kind::mark, "Secret"}), PlatformError);
+    EXPECT_THROW(instance().query({InstanceRequest::Kind::status}), PlatformError);
     chmod(folder_.c_str(), 0700);
     fs::create_directory_symlink(folder_, folder_ / "link");
     EXPECT_THROW(PosixSingleInstance(loop_, folder_ / "link", "test").claim(nobody), PlatformError);

@@ -40,13 +40,21 @@ fs::path runtimeFolder() {
     return fs::temp_directory_path() / ("cobaltreel-" + std::to_string(getuid()));
 }
 
-/// Makes the folder if need be. What another user could write in is refused.
-void requirePrivate(const fs::path& folder) {
-    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail(folder, errno, "cannot be made");
+/// False when there is no such folder. One that another user could write in is refused.
+bool isPrivate(const fs::path& folder) {
     struct stat found {};
-    if (lstat(folder.c_str(), &found) != 0) fail(folder, errno, "cannot be read");
+    if (lstat(folder.c_str(), &found) != 0) {
+        if (errno == ENOENT) return false;
+        fail(folder, errno, "cannot be read");
+    }
     if (!S_ISDIR(found.st_mode) || found.st_uid != getuid() || (found.st_mode & 0022) != 0)
         fail(folder, EACCES, "is not private");
+    return true;
+}
+
+void makePrivate(const fs::path& folder) {
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) fail(folder, errno, "cannot be made");
+    isPrivate(folder);
 }
 
 std::string nameOfDisplay(const std::string& name) {
@@ -134,7 +142,7 @@ PosixSingleInstance::PosixSingleInstance(std::shared_ptr<MainLoop> mainLoop, fs:
     : mainLoop_(std::move(mainLoop)), folder_(std::move(folder)), name_(name) {}
 
 std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(InstanceHandler onRequest) {
-    requirePrivate(folder_);
+    makePrivate(folder_);
     const fs::path lockFile = folder_ / (name_ + ".lock"), socketFile = folder_ / (name_ + ".socket");
     const auto deadline = std::chrono::steady_clock::now() + patience;
     for (;;) {
@@ -149,10 +157,11 @@ std::unique_ptr<InstanceClaim> PosixSingleInstance::claim(InstanceHandler onRequ
 }
 
 bool PosixSingleInstance::send(const InstanceRequest& request) {
-    return sendRequest(addressOf(folder_ / (name_ + ".socket")), request, nullptr);
+    return isPrivate(folder_) && sendRequest(addressOf(folder_ / (name_ + ".socket")), request, nullptr);
 }
 
 std::optional<std::string> PosixSingleInstance::query(const InstanceRequest& request) {
+    if (!isPrivate(folder_)) return std::nullopt;
     const fs::path file = folder_ / (name_ + ".socket");
     AnswerSockets sockets;
     if (!sendRequest(addressOf(file), request, &sockets.theirs)) return std::nullopt;

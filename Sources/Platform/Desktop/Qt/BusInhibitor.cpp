@@ -8,6 +8,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusReply>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -151,9 +152,10 @@ Inhibitor::Offer BusInhibitor::offer() {
     Offer offer;
     if (!hasSessionBus()) return offer;
     const Connection connection;
-    const auto query = [&connection](QDBusMessage message) {
+    const QDeadlineTimer deadline(offerMilliseconds);  // for all of them together
+    const auto query = [&connection, &deadline](QDBusMessage message) {
         message.setAutoStartService(false);
-        return connection.bus().call(message, QDBus::Block, offerMilliseconds);
+        return connection.bus().call(message, QDBus::Block, static_cast<int>(deadline.remainingTime()));
     };
     const QDBusReply<QStringList> capabilities = query(notifications.call("GetCapabilities"));
     if (capabilities.isValid() && capabilities.value().contains(inhibitions)) {
