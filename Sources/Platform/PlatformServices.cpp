@@ -46,7 +46,7 @@ bool isServerXwayland() {
         XcbConnection connection;
         return isXwayland(connection);
     } catch (const PlatformError&) {
-        return false;  // no display, which whoever needs one says
+        return false;  // no display; the service that needs one says so
     }
 }
 
@@ -105,7 +105,7 @@ std::shared_ptr<ScreenCaptureService> chooseWayland(PlatformServices& services) 
         windowKeys = std::make_shared<XcbKeyGrabber>(services.mainLoop);
         services.windowManager = std::make_shared<XcbWindowManager>();
     } catch (const PlatformError&) {
-        // Without XWayland there are no windows, which whoever needs them says.
+        // Without XWayland there are no windows; the service that needs them says so.
     }
     services.keys = std::make_shared<PortalKeys>(portal, windowKeys);
     const auto capture =

@@ -25,7 +25,7 @@
 
 namespace platform {
 
-/// The host's services, chosen in one place and handed to whoever needs them. A service that the
+/// The host's services, chosen in one place and handed to their users. A service that the
 /// machine lacks is still there and fails with a sentence that says what is missing.
 struct PlatformServices : RecordingHost {
     Session session;  ///< decided once; the rest follows from it

@@ -99,7 +99,7 @@ Look look(const SessionFolder& folder, platform::MediaService& media, bool repai
         settled.state = State::running;
         return result;
     }
-    // Which of its times are absent is told by the document; damaged, it may still belong to good movies.
+    // The document says which of its times are absent; damaged, it may still belong to good movies.
     bool isReadable = false;
     try {
         settled.meta = folder.readMeta();

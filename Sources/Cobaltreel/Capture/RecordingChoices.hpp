@@ -14,7 +14,7 @@
 
 namespace cobaltreel {
 
-/// What there is to record and what the user has chosen of it. Main thread only. Observers are told by
+/// What there is to record and what the user has chosen of it. Main thread only. Observers are notified by
 /// `willChange` before any field changes, and by the field's own signal after it did. Only the camera
 /// style outlives the run, in the user defaults.
 class RecordingChoices : public QObject {

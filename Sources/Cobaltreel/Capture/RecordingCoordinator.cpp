@@ -48,7 +48,7 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
 }
 
 RecordingCoordinator::~RecordingCoordinator() {
-    // Whoever waits for the countdown or for a change of the phase goes on, and sees that this is gone.
+    // Coroutines that wait for the countdown or a change of phase resume, and see that this is gone.
     abandonCountdown();
     for (const auto& changed : std::exchange(awaitingChange_, {})) changed(phase_);
 }
@@ -351,7 +351,7 @@ void RecordingCoordinator::abandonCountdown() {
 
 void RecordingCoordinator::startCameraPreview() {
     if (phase_ == Phase::idle && !preview_->start()) return stopCameraPreview();
-    // A recording keeps its devices; whoever looks sees their level.
+    // A recording keeps its devices, so the meter shows their level.
     meter_->start();
 }
 

@@ -117,7 +117,7 @@ int runCommandLine(int argc, char** argv) {
             std::cerr << "cobaltreel: " << error.what() << "; " << commandOf(app) << " --help tells more\n";
         return static_cast<int>(asked ? ExitStatus::done : ExitStatus::usage);
     }
-    // Whoever reads our messages may go; a recording goes on.
+    // The reader of our output may close its end; a recording goes on.
     std::signal(SIGPIPE, SIG_IGN);
     try {
         platform::requireOpenFiles(openFilesNeeded);

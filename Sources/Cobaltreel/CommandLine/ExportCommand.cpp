@@ -40,7 +40,7 @@ std::string nameOf(ExportFormat format) {
     return std::ranges::find(formats, format, [](const auto& each) { return each.second; })->first;
 }
 
-/// What a GIF that nobody asked more of shows, a second; and what it can show at most.
+/// Pictures a second of a GIF: by default, and the most that the format can show.
 constexpr int usualGifRate = 15, maxGifRate = 50;
 /// Beyond so many bytes a GIF is made only by force.
 constexpr double bearableGifBytes = 100e6;

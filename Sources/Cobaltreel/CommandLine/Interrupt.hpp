@@ -16,7 +16,7 @@ class Interrupt {
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    /// Who is told while this lives.
+    /// The handler is called only while this lives.
     class Handling {
       public:
         explicit Handling(Interrupt& interrupt) : interrupt_(interrupt) {}

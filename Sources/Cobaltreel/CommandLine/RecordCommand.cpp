@@ -175,7 +175,7 @@ ExitStatus report(const RecordArguments& arguments, const RecordingCoordinator& 
                   << " frames were dropped because the encoder was behind\n";
     std::error_code ignored;
     if (std::filesystem::exists(session.screenMovie(), ignored)) std::cout << session.dir.string() << '\n';
-    // What there is of it can be opened and exported; whoever waits for the whole must know.
+    // What there is of it can be opened and exported; a script that waits for the whole take must know.
     return coordinator.endedByFailure() ? ExitStatus::failed : ExitStatus::done;
 }
 

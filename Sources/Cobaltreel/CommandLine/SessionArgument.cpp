@@ -32,7 +32,7 @@ SessionArgument openSession(const std::string& text, platform::MediaService& med
         throw CommandError("there is no session folder " + text +
                            "; `cobaltreel sessions` lists the recordings");
     const SessionFolder folder{fs::absolute(dir, ignored)};
-    // The plan of a session that is told to be whole needs no movie.
+    // The plan of a complete session needs no movie.
     InterruptedTake::Settled settled{State::complete, folder.readMeta(), {}};
     const bool tellsBothEnds = settled.meta.screenFirstPTS && settled.meta.recordingEndHostTime;
     if (!tellsBothEnds || fs::exists(folder.journalFile(), ignored))

@@ -65,7 +65,7 @@ void CobaltreelApp::run(platform::PlatformServices host,
     AppWindows::setWindowManager(host.windowManager);
     AppDelegate shell(host, recordingServices(host));
     delegate = &shell;
-    // A log-out waits for whoever is told beforehand.
+    // A log-out waits for the handlers of this signal.
     QObject::connect(
         qApp, &QGuiApplication::commitDataRequest, &shell,
         [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit(AppDelegate::patienceAtLogOut)); },

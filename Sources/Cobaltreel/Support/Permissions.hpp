@@ -40,7 +40,7 @@ class Permissions final : public QObject {
     bool micGranted() const { return micGranted_; }
     bool allGranted() const { return screenGranted_ && cameraGranted_ && micGranted_; }
 
-    /// Checks all three again; the observers are told even when nothing changed.
+    /// Checks all three again; observers are notified even when nothing changed.
     void refresh();
     /// Ask the user; refreshed once answered, whatever the answer.
     void requestScreen() { services_.screen->request(); }

@@ -19,7 +19,7 @@ struct SessionFolder {
     std::filesystem::path metaFile() const { return dir / "session.json"; }
     std::filesystem::path eventsFile() const { return dir / "events.json"; }
 
-    /// The pointer log of a recording that runs or was cut off; whoever records holds it.
+    /// The pointer log of a recording that runs or was cut off; the recording process holds its lock.
     std::filesystem::path journalFile() const { return dir / "events.journal"; }
 
     /// Replaces session.json or events.json as a whole: a reader sees the old document or the new one,
@@ -37,7 +37,7 @@ struct SessionFolder {
     /// The folder is one, not a link, and holds nothing but regular files of our names.
     bool holdsOnlyOurFiles() const;
     /// Removes our files and the folder, if it is empty then; follows no link. False when something is left.
-    /// The journal is for whoever holds it to remove.
+    /// Only the holder of the journal's lock removes it.
     bool remove(bool withJournal = true) const;
 };
 

@@ -107,7 +107,7 @@ class ScreenCaptureService {
     virtual void requestContent(ContentKind kind, std::uint32_t contentID, Granted done) = 0;
     /// Throws PlatformError when the display server cannot be reached or refuses.
     virtual ShareableContent shareableContent() = 0;
-    /// `onStopped` is told once, on a thread of the stream's, when a running stream dies by itself.
+    /// `onStopped` is called once, on a thread of the stream's, when a running stream dies by itself.
     /// Throws PlatformError when the content of the filter no longer exists.
     virtual std::unique_ptr<CaptureStream> makeStream(
         const ContentFilter& filter, const StreamConfiguration& configuration,

@@ -11,8 +11,7 @@
 namespace platform {
 
 /// What is known of a screen that another program shares as a stream of pictures: its place on the desktop
-/// and the pointer on it. Written by whoever receives the stream, read by whoever asks for the desktop. Any
-/// thread.
+/// and the pointer on it. Written by the stream's receiver, read by the desktop. Any thread.
 class CastScreen {
   public:
     struct Place {

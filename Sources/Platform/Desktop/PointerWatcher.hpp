@@ -18,8 +18,8 @@ class PointerWatcher {
     using Pressed = std::function<void(int x, int y)>;
 
     virtual ~PointerWatcher() = default;
-    /// Calls `pressed` on the main thread, in a later turn, for every press; whoever the press is meant for
-    /// gets it all the same. Null when the desktop does not tell.
+    /// Calls `pressed` on the main thread, in a later turn, for every press; the window that the press is
+    /// meant for gets it all the same. Null when the desktop does not tell.
     virtual std::unique_ptr<PointerWatch> watchPresses(Pressed pressed) = 0;
 };
 

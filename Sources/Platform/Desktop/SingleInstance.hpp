@@ -31,7 +31,8 @@ struct InstanceRequest {
     friend bool operator==(const InstanceRequest&, const InstanceRequest&) = default;
 };
 
-/// Returns the answer, of at most `InstanceRequest::maxText` bytes; it goes to whoever waits for one.
+/// Returns the answer, of at most `InstanceRequest::maxText` bytes; it goes to the sender if that waits for
+/// one.
 using InstanceHandler = std::function<std::string(const InstanceRequest&)>;
 
 /// Main thread.

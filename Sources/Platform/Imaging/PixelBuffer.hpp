@@ -26,7 +26,7 @@ struct Plane {
     int height = 0;
 };
 
-/// A picture in memory. Shared by reference; whoever received it from a reader or a capture stream
+/// A picture in memory. Shared by reference; the receiver of one from a reader or a capture stream
 /// does not write to it. The memory is its own, a pool's, or kept alive by `owner`.
 class PixelBuffer {
   public:

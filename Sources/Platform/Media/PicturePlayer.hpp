@@ -48,7 +48,7 @@ class PicturePlayer {
     void setSize(int width, int height);
     /// The latest picture (bgra, opaque) and the item it is of; null when none came since the last call.
     std::pair<ConstPixelBufferRef, std::uint64_t> takePicture();
-    /// Makes the thread end soon. Nothing is told afterwards but what is under way.
+    /// Makes the thread end soon. No callback begins afterwards.
     void stop();
 
   private:

@@ -99,7 +99,7 @@ class PeriodicObservers {
     ObserverList<double, bool> list_;
 };
 
-/// A player with its observers; what happens to it is told by the class that plays.
+/// A player with its observers; the class that plays reports what happens to it.
 class ObservablePlayer : public Player {
   public:
     std::unique_ptr<Observation> observeTimeControlStatus(

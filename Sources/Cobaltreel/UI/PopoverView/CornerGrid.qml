@@ -38,7 +38,7 @@ Grid {
             outline: Qt.rgba(1, 1, 1, 0.1)
             verticalPadding: 5
             font.pixelSize: 11
-            // The template's own state: it is what a screen reader is told that comes later.
+            // The template's own state: a screen reader that starts later reads this.
             checkable: true
             autoExclusive: true
             checked: isChosen

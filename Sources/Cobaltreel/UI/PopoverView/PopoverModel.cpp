@@ -132,7 +132,7 @@ QString PopoverModel::notice() const {
 }
 
 void PopoverModel::noteWhatIsMissing() {
-    // What a recording loses is told in words of its own.
+    // A device lost during a recording has its own message.
     if (!coordinator_.devicesKnown() || isRecording()) return;
     const bool noServer = coordinator_.mediaServerMissing();
     const bool noCamera = coordinator_.cameraEnabled() && coordinator_.cameras().empty();

@@ -82,7 +82,7 @@ void PreviewModel::exportMovie() {
 }
 
 void PreviewModel::exportEnded(const Outcome& outcome) {
-    // First what happened, so that whoever waits for the end finds it.
+    // The result first, so that it is there when the end is announced.
     if (outcome.file) {
         hasExported_ = true;
         change(exportedURL_, outcome.file, &PreviewModel::exportedURLChanged);

@@ -23,7 +23,7 @@ constexpr double shortestRecording = 0.5;
 constexpr double shortestTrim = 0.1;
 constexpr double syncInterval = 0.5;
 constexpr double playingSeekTolerance = 0.03;
-/// How often the position is told, seconds.
+/// How often the position is reported, seconds.
 constexpr double positionInterval = 0.05;
 /// This close to the end counts as the end when playing is asked for, seconds.
 constexpr double endRoom = 0.05;

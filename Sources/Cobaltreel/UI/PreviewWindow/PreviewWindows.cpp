@@ -81,7 +81,7 @@ void PreviewWindows::finish(Preview* preview) {
     const auto closed = std::move(preview->closed);
     // Not when a later one was given up, or failed.
     const bool hasExported = preview->model.hasExported() && preview->model.isExported();
-    // The files are closed before whoever is told may delete them.
+    // The files are closed first: the callback may delete them.
     previews_.erase(found);
     if (closed) closed(hasExported);
     if (previews_.empty() && ended_) std::exchange(ended_, nullptr)();

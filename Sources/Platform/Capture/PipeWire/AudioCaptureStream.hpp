@@ -25,12 +25,12 @@ class AudioCaptureStream {
 
     struct Setup {
         std::string name;    ///< shown in the desktop's mixer
-        std::string target;  ///< node to record; empty: whoever makes links to the stream
+        std::string target;  ///< node to record; empty: the node that is linked to the stream
         int channels = 1;
     };
     using Receiver = std::function<void(SampleBuffer)>;
 
-    /// `failed` is told when the server refuses or ends the stream; the owner then destroys it, but not in
+    /// `failed` is called when the server refuses or ends the stream; the owner then destroys it, but not in
     /// the call. Throws PlatformError when the stream cannot be made.
     AudioCaptureStream(PipeWireConnection& connection, const Setup& setup, Receiver receive,
                        std::function<void(const std::string& reason)> failed);

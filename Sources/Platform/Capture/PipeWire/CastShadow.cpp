@@ -22,7 +22,7 @@ class AlphaView {
     bool isShadow(const PixelRect& area) const {
         return all(area, [](int alpha, int color) { return alpha < strongestShadow && color <= darkest; });
     }
-    /// Whether the fourth byte can be the alpha of premultiplied colors; whatever else stands there is less
+    /// Whether the fourth byte can be the alpha of premultiplied colors; anything else there is less
     /// than some of them.
     bool isAlpha(const PixelRect& area) const {
         return all(area, [](int alpha, int color) { return color <= alpha + rounding; });

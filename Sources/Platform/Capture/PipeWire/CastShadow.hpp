@@ -4,8 +4,8 @@
 
 namespace platform::pipewire {
 
-/// Leaves out the shadow that stands around a window in a compositor's pictures. It is told by the alpha that
-/// compositors write even where the format has none; what cannot be alpha is not believed.
+/// Leaves out the shadow that stands around a window in a compositor's pictures. It is recognised by the
+/// alpha that compositors write even where the format has none; what cannot be alpha is not believed.
 class CastShadow {
   public:
     /// Makes of a window's picture the part that is the window. Decided again when the picture's place or

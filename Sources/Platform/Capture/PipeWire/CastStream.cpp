@@ -277,7 +277,7 @@ void CastStream::deliverIfDue() {
         pacer_->take(time);
         deliver();
     } else {
-        // Whatever else comes until then is in the next frame anyway.
+        // Anything that comes until then is in the next frame anyway.
         due_->signalAfter(std::max(due - time, 1e-6));
     }
 }

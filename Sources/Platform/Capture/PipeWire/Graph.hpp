@@ -19,7 +19,7 @@ struct Node {
     std::string mediaClass;
     std::string linkGroup;               ///< nodes of one effect or loopback share it; empty for others
     std::optional<int> processID;        ///< of the program behind it, once it is known
-    bool detailsKnown = false;           ///< what is told only after asking has arrived
+    bool detailsKnown = false;           ///< the parameters, which come only on request, have arrived
     std::vector<OfferedFormat> formats;  ///< of a camera
 };
 

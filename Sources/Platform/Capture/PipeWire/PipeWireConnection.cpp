@@ -129,7 +129,7 @@ PipeWireConnection::PipeWireConnection() {
         connect();
     });
     tellListeners_ = std::make_unique<LoopEvent>(loop(), [this] {
-        // A copy: a listener may leave while it is told.
+        // A copy: a listener may remove itself during its call.
         for (GraphListener* listener : std::vector(listeners_))
             if (std::ranges::find(listeners_, listener) != listeners_.end()) listener->graphChanged();
         pw_thread_loop_signal(loop_.get(), false);

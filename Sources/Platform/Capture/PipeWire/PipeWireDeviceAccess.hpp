@@ -8,9 +8,9 @@
 
 namespace platform {
 
-/// A desktop of this kind asks nobody: whoever may open a device may use it. So consent is lacking only
-/// where there are devices, this user may open none of them, and the media graph offers none either. A
-/// machine without a camera or a microphone has nothing to consent to. Main thread.
+/// There is no consent dialog on this kind of desktop: a user who may open a device may use it. Consent is
+/// lacking only where there are devices, this user may open none of them, and the media graph offers none
+/// either. A machine without a camera or a microphone has nothing to consent to. Main thread.
 class PipeWireDeviceAccess final : public DeviceAccess {
   public:
     /// What the machine has of one kind.

@@ -134,7 +134,7 @@ void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& so
         }
         const double now = HostClock().now();
         if (now < pacer.nextTime()) {
-            // Whatever else happens until then is in the next picture anyway.
+            // Anything that happens until then is in the next picture anyway.
             sleep(nullptr, true, pacer.nextTime());
             continue;
         }

@@ -9,7 +9,7 @@ namespace platform {
 
 class PortalShortcuts;
 
-/// Chords by the desktop's portal, which lets the user confirm or change the keys; Escape by whoever
+/// Chords by the desktop's portal, which lets the user confirm or change the keys; Escape by the one who
 /// serves our own windows. A desktop whose portal hands out no keys refuses them.
 class PortalKeys final : public KeyGrabber {
   public:

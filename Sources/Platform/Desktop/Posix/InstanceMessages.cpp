@@ -115,7 +115,7 @@ bool sendRequest(const sockaddr_un& to, const InstanceRequest& request, const Un
     if (errno != EAGAIN) return false;
     if (answerTo)
         fail(EAGAIN, "The application that runs does not answer: too many requests wait. Try again.");
-    return true;  // it was told often enough
+    return true;  // enough such requests wait there already
 }
 
 std::optional<ReceivedRequest> receiveRequest(int socket) {

@@ -88,7 +88,7 @@ class Claim final : public InstanceClaim {
           socket_(makeRequestSocket()),
           onRequest_(std::move(onRequest)) {
         const sockaddr_un address = addressOf(file_);
-        // Whoever holds the lock owns the socket: one that is still there is of an instance that has ended.
+        // The lock's holder owns the socket: one that is still there belongs to an instance that has ended.
         unlink(file_.c_str());
         if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
             fail(file_, errno, "cannot be listened at");

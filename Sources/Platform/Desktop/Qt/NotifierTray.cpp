@@ -37,7 +37,7 @@ NotifierTray::NotifierTray(std::function<void()> changed) : changed_(std::move(c
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &NotifierTray::query);
     for (const auto* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
         bus.connect(trayService, objectPath, trayService, QLatin1String(signal), this, SLOT(query()));
-    // Whoever starts needs to know before it shows anything.
+    // The caller needs the answer before it shows anything.
     const QDBusReply<QDBusVariant> answer = bus.call(trayQuestion(), QDBus::Block, trayPatience);
     there_ = answer.isValid() && answer.value().variant().toBool();
 }

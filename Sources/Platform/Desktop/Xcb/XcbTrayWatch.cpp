@@ -12,7 +12,7 @@ namespace {
 /// The selection of the first screen's tray, as the system tray protocol names it.
 xcb_atom_t traySelection(XcbConnection& connection) { return connection.atom("_NET_SYSTEM_TRAY_S0"); }
 
-/// Without the extension nothing is ever told, which leaves whoever has no tray at the start without one.
+/// Without the extension nothing is ever reported: no tray at the start means no tray.
 XcbConnection watchingConnection(const std::string& displayName) {
     XcbConnection connection(displayName);
     if (connection.extension(xcb_xfixes_id) == nullptr) return connection;

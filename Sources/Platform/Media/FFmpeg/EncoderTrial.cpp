@@ -97,7 +97,7 @@ class Trial {
             return "of " + std::to_string(trialPictures) + " pictures " + std::to_string(decoded_) +
                    " came back";
         // A machine that stands still for a moment makes a good encoder late once; twelve pictures at half
-        // of the wished pace are no accident.
+        // of the required pace are no accident.
         if (each > 2 / settings_.expectedFrameRate) {
             char text[80];
             std::snprintf(text, sizeof text, "a picture takes %.0f ms, too long for %.0f a second",
