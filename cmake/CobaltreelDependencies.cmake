@@ -8,6 +8,7 @@ find_package(CLI11 2.1 REQUIRED)
 
 pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET
     libavformat libavcodec libavutil libswresample libswscale)
+pkg_check_modules(X264 REQUIRED IMPORTED_TARGET x264)
 pkg_check_modules(X265 REQUIRED IMPORTED_TARGET x265)
 pkg_check_modules(IMAGEQUANT REQUIRED IMPORTED_TARGET imagequant)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET

@@ -20,6 +20,7 @@ std::string family(const std::string& header) {
     static const std::vector<std::pair<std::regex, std::string>> families{
         {std::regex("libyuv.*"), "yuv"},
         {std::regex("libav.*|libsw.*"), "ffmpeg"},
+        {std::regex("x264\\.h"), "x264"},
         {std::regex("x265\\.h"), "x265"},
         {std::regex("gif_lib\\.h"), "gif"},
         {std::regex("libimagequant\\.h"), "imagequant"},

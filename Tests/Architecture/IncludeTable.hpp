@@ -29,7 +29,9 @@ inline const std::vector<IncludeRule> includeTable{
     {"Platform/Vision/OpenCv/", {"Platform/Imaging/"}, {"os", "opencv", "json", "yuv"}},
 
     {"Platform/Media/", {"Platform/Imaging/"}, {}},
-    {"Platform/Media/FFmpeg/", {"Platform/Imaging/", "Platform/Media/Gif/"}, {"os", "ffmpeg", "x265", "yuv"}},
+    {"Platform/Media/FFmpeg/",
+     {"Platform/Imaging/", "Platform/Media/Gif/"},
+     {"os", "ffmpeg", "x264", "x265", "yuv"}},
     {"Platform/Media/Gif/", {"Platform/Imaging/"}, {"os", "gif", "imagequant"}},
     {"Platform/Media/PipeWire/", {"Platform/Capture/PipeWire/"}, {"pipewire"}},
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Media/FFmpeg/Errors.hpp"
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
+#include "Platform/Media/FFmpeg/X264Encoder.hpp"
 #include "Platform/Media/FFmpeg/X265Encoder.hpp"
 
 #include <algorithm>
@@ -27,13 +28,6 @@ constexpr double offlineKeyFrameSeconds = 8;
 
 Options h264RealTime() {
     return {{"preset", "superfast"}, {"tune", "zerolatency"}, {"forced-idr", "1"}, {"crf", "20"}};
-}
-
-// The same quantiser for every picture: by default what moves is coarser, and a zoom is all movement. Bits
-// are coded the simpler way and cuts not looked for; both together save a fifth of the time for a tenth more
-// bits.
-Options h264Offline() {
-    return {{"preset", "superfast"}, {"crf", "21"}, {"x264-params", "qcomp=1:cabac=0:scenecut=0"}};
 }
 
 // Hardware counts frames in its rate control, too: a constant quantiser, and in real time the governor's last
@@ -66,7 +60,7 @@ Options optionsFor(const std::string& encoder, const VideoSettings& settings) {
     if (encoder.starts_with("libvpx")) return vp9Offline();
     if (encoder.ends_with("_nvenc")) return nvidiaOptions(settings);
     if (isVaapi(encoder)) return vaapiOptions();
-    return settings.expectsMediaDataInRealTime ? h264RealTime() : h264Offline();
+    return h264RealTime();
 }
 
 /// A device that is not there is no file: none of the remedies for files fits.
@@ -173,6 +167,8 @@ bool isHardware(const std::string& encoder) { return encoder.ends_with("_nvenc")
 VideoEncoderPtr openVideoEncoder(const std::string& name, const VideoSettings& settings, bool globalHeaders) {
     captureLibraryLog();
     if (name == "libx265") return std::make_unique<X265Encoder>(settings);
+    if (name == "libx264" && !settings.expectsMediaDataInRealTime)
+        return std::make_unique<X264Encoder>(settings);
     const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str());
     if (!codec) requireOpened(AVERROR_ENCODER_NOT_FOUND, name);
     CodecPtr encoder = describe(codec, settings);

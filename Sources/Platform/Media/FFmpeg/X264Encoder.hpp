@@ -1,0 +1,60 @@
+#pragma once
+
+#include "Platform/Media/FFmpeg/H264Stream.hpp"
+#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <vector>
+
+struct x264_t;
+
+namespace platform::ffmpeg {
+
+/// H.264 of exports in software, not in real time: libx264 itself, which can be told what blocks have not
+/// changed. A picture that is the same throughout costs nothing: a repetition of the one before is written
+/// for it, once that is as good as the quality asks for.
+class X264Encoder final : public VideoEncoder {
+  public:
+    /// Throws PlatformError.
+    explicit X264Encoder(const VideoSettings& settings);
+
+    std::string name() const override { return "libx264"; }
+    const AVCodecContext& description() const override { return *description_; }
+    /// Nothing is coarser than the quality but for the ceiling of the settings' rate: `coarser` is ignored.
+    void send(FramePtr picture, double coarser) override;
+    bool receive(AVPacket& packet) override;
+
+  private:
+    struct Free {
+        void operator()(x264_t* encoder) const;
+    };
+    /// A picture on its way: inside the library, or to be repeated when it is its turn.
+    struct Pending {
+        std::int64_t time;
+        bool isRepetition;
+    };
+    void readHeaders();
+    void encode(const AVFrame& picture, bool isKeyFrame, bool hasPrevious);
+    void drain();
+    void take(const void* units, int count, double coarsening);
+    void deliver(const Bytes& bytes, bool isKeyFrame);
+    void deliverRepetitions();
+
+    CodecPtr description_;
+    std::unique_ptr<x264_t, Free> encoder_;
+    double quality_;
+    std::optional<H264Stream> stream_;    // absent where pictures cannot be repeated
+    std::vector<std::uint8_t> constant_;  // the blocks that are as they were
+    FramePtr last_;
+    int sinceKeyFrame_ = 0;         // pictures sent
+    std::int64_t standsSince_ = 0;  // when the last picture was encoded first
+    bool isGood_ = false;           // whether it has come out as well as it should
+    std::deque<Pending> pending_;
+    int frameNumber_ = 0;  // of the next picture to come out
+    std::deque<PacketPtr> packets_;
+};
+
+}  // namespace platform::ffmpeg
