@@ -1,25 +1,18 @@
 #pragma once
 
-#include <array>
-#include <chrono>
-#include <filesystem>
-#include <functional>
-#include <optional>
+#include "Rig/Eventually.hpp"
+
+#include <QProcess>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <poll.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace cobaltreel {
 
-/// A program that runs beside the test; ended by id if it is still there at the end.
+/// A program that runs beside the test; killed if it is still there at the end.
 class Program {
   public:
     struct Result {
@@ -28,86 +21,43 @@ class Program {
         std::string err;
     };
 
-    explicit Program(std::vector<std::string> command, const std::vector<std::string>& without = {}) {
-        std::array<int, 2> out{}, err{};
-        if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0) std::abort();
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-        posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
-        std::vector<char*> arguments, environment;
-        for (auto& word : command) arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        for (char** entry = environ; *entry; ++entry) {
-            const std::string name = std::string(*entry).substr(0, std::string(*entry).find('='));
-            if (std::find(without.begin(), without.end(), name) == without.end())
-                environment.push_back(*entry);
-        }
-        environment.push_back(nullptr);
-        const int failed =
-            posix_spawnp(&id_, arguments[0], &actions, nullptr, arguments.data(), environment.data());
-        posix_spawn_file_actions_destroy(&actions);
-        close(out[1]);
-        close(err[1]);
-        out_ = out[0];
-        err_ = err[0];
-        if (failed != 0) id_ = 0;
+    /// Runs with the test's environment, but for the variables named in `without`.
+    explicit Program(const std::vector<std::string>& command, const std::vector<std::string>& without = {}) {
+        QStringList words;
+        for (const auto& word : command) words.append(QString::fromStdString(word));
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const auto& name : without) environment.remove(QString::fromStdString(name));
+        process_.setProcessEnvironment(environment);
+        process_.start(words.front(), words.mid(1));
+        EXPECT_TRUE(process_.waitForStarted()) << command.front();
     }
     ~Program() {
-        if (id_ != 0) {
-            kill(id_, SIGKILL);
-            waitpid(id_, nullptr, 0);
-        }
-        close(out_);
-        close(err_);
+        process_.kill();
+        process_.waitForFinished();
     }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
 
-    void signal(int number) const { kill(id_, number); }
+    void signal(int number) const { kill(static_cast<pid_t>(process_.processId()), number); }
 
-    /// Reads what the program says until `enough` is content or it has ended; false when half a minute
-    /// passes.
-    bool readUntil(const std::function<bool(const Result&)>& enough) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!enough(said_)) {
-            std::array<pollfd, 2> streams{pollfd{out_, POLLIN, 0}, pollfd{err_, POLLIN, 0}};
-            if (outEnded_) streams[0].fd = -1;
-            if (errEnded_) streams[1].fd = -1;
-            if (outEnded_ && errEnded_) return true;
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            poll(streams.data(), streams.size(), 100);
-            take(streams[0], said_.out, outEnded_);
-            take(streams[1], said_.err, errEnded_);
-        }
-        return true;
+    /// Reads what the program says until `enough` is content or it has ended; false when neither comes.
+    template <typename Enough>
+    bool readUntil(Enough enough) {
+        const auto isOver = [&] { return enough(said_) || process_.state() == QProcess::NotRunning; };
+        return platform::eventually(isOver, [this] {
+            process_.waitForReadyRead(20);
+            said_.out += process_.readAllStandardOutput().toStdString();
+            said_.err += process_.readAllStandardError().toStdString();
+        });
     }
     Result finish() {
-        if (!readUntil([](const Result&) { return false; })) {
-            ADD_FAILURE() << "the program did not end";
-            kill(id_, SIGKILL);
-        }
-        int status = 0;
-        waitpid(id_, &status, 0);
-        id_ = 0;
-        said_.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        EXPECT_TRUE(readUntil([](const Result&) { return false; })) << "the program did not end";
+        process_.kill();
+        process_.waitForFinished();
+        said_.status = process_.exitCode() + (process_.exitStatus() == QProcess::CrashExit ? 128 : 0);
         return said_;
     }
 
   private:
-    static void take(const pollfd& stream, std::string& text, bool& ended) {
-        if ((stream.revents & (POLLIN | POLLHUP | POLLERR)) == 0) return;
-        std::array<char, 4096> block{};
-        const ssize_t count = read(stream.fd, block.data(), block.size());
-        if (count > 0)
-            text.append(block.data(), static_cast<std::size_t>(count));
-        else
-            ended = true;
-    }
-
-    pid_t id_ = 0;
-    int out_ = -1, err_ = -1;
-    bool outEnded_ = false, errEnded_ = false;
+    QProcess process_;
     Result said_{};
 };
 
