@@ -82,14 +82,16 @@ TEST_F(OnboardingTest, EachCardOffersWhatGrantsItsPermission) {
     EXPECT_EQ(quits_, 1);
 }
 
-TEST_F(OnboardingTest, WhatIsGrantedElsewhereTurnsGreenWithinTwoSeconds) {
-    devices_->camera = AuthorizationStatus::authorized;
-    EXPECT_EQ(texts().size(), 7U);
-    time_->advance(2);
+TEST_F(OnboardingTest, AnAnswerIsSeenAtOnceAndWhatIsGrantedElsewhereWithinTwoSeconds) {
+    devices_->microphone = AuthorizationStatus::authorized;
+    click(5);
+    EXPECT_EQ(texts().size(), 7U) << "the answer comes on any thread";
+    time_->drain();
     EXPECT_THAT(texts(),
                 ElementsAre("Allow", "Open System Settings", "Relaunch", "Allow", "Open System Settings"));
     screen_->granted = true;
-    devices_->microphone = AuthorizationStatus::authorized;
+    devices_->camera = AuthorizationStatus::authorized;
+    EXPECT_EQ(texts().size(), 5U);
     time_->advance(2);
     EXPECT_TRUE(texts().empty());
 

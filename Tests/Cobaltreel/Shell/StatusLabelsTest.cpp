@@ -7,22 +7,16 @@
 
 namespace cobaltreel {
 
-TEST(StatusLabels, TimeHasMinutesAndSecondsAndNoHours) {
+TEST(StatusLabelsTest, TimeHasMinutesAndSecondsAndNoHours) {
     const struct {
         double seconds;
         const char* text;
     } cases[]{{0, "00:00"},      {0.999, "00:00"}, {65.9, "01:05"},
               {599.99, "09:59"}, {3725, "62:05"},  {360000, "6000:00"}};
     for (const auto& c : cases) EXPECT_EQ(CobaltreelApp::timeString(c.seconds), c.text);
-    using State = RecordingCoordinator::State;
-    EXPECT_EQ(StatusLabels::label(State::recording, 65.9),
-              (platform::StatusLabel{"record.circle.fill", "01:05"}));
-    for (const State state : {State::idle, State::countdown})
-        EXPECT_EQ(StatusLabels::label(state, 65.9), (platform::StatusLabel{"record.circle", ""}))
-            << "the time of an earlier recording is not shown";
 }
 
-TEST(StatusLabels, EverySecondLooksDifferentInASmallTray) {
+TEST(StatusLabelsTest, EverySecondLooksDifferentInASmallTray) {
     std::set<std::vector<std::uint32_t>> pictures;
     for (int second = 0; second < 100; ++second) {
         const auto label = StatusLabels::label(RecordingCoordinator::State::recording, second);

@@ -135,10 +135,5 @@ TEST_F(PathsTest, LongNamesFitTheFileSystemAndStayWhole) {
     }
 }
 
-TEST_F(PathsTest, AnExportsFolderThatCannotBeMadeStillGivesAName) {
-    touch(home / "videos");
-    EXPECT_EQ(Paths::uniqueOutputURL("x"), home / "videos/Cobaltreel/x.mp4");
-}
-
 }  // namespace
 }  // namespace cobaltreel

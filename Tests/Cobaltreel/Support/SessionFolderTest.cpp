@@ -140,26 +140,6 @@ TEST_F(SessionFolderTest, RemovingTakesOurFilesAndFollowsNoLink) {
     EXPECT_TRUE(fs::exists(precious) && !fs::exists(folder.dir));
 }
 
-TEST_F(SessionFolderTest, AFolderThatIsGoneCannotBeWritten) {
-    fs::remove_all(folder.dir);
-    EXPECT_THROW(folder.writeMeta(meta), platform::PlatformError);
-    EXPECT_FALSE(fs::exists(folder.dir));
-}
-
-TEST_F(SessionFolderTest, ADamagedDocumentIsNamedWithItsKey) {
-    folder.writeMeta(meta);
-    std::string json = contents(folder.metaFile());
-    json.replace(json.find("\"display\""), 9, "\"screen\"");
-    std::ofstream(folder.metaFile()) << json;
-    try {
-        folder.readMeta();
-        FAIL() << "no error";
-    } catch (const DocumentError& error) {
-        EXPECT_EQ(error.key(), "mode");
-        EXPECT_EQ(error.what(), folder.metaFile().string() + ": mode must be one of \"display\" \"window\"");
-    }
-}
-
 TEST_F(SessionFolderTest, WhatIsNoDocumentIsNotRead) {
     const auto expectRefused = [&](const char* what) {
         SCOPED_TRACE(what);
