@@ -66,7 +66,13 @@ TEST_F(RecordingFailuresTest, AStartThatFailsLeavesNothingOfItselfAndAllOfWhatWa
              {"no content", [&] { screenCapture->contentError = denied; }, S::recordingFailed(), false},
              {"no stream", [&] { screenCapture->makeStreamError = denied; }, S::recordingFailed(), false},
              {"no start", [&] { screenCapture->startError = denied; }, S::recordingFailed(), false},
-             {"no camera movie", [&] { media->writing.creationError = denied; }, S::cameraBusy(), true}}) {
+             {"no camera movie", [&] { media->writing.creationError = denied; }, S::cameraBusy(), true},
+             {"a camera movie that does not begin",
+              [&] {
+                  media->writing.starts = false;
+                  media->writing.error = denied;
+              },
+              S::cameraBusy(), true}}) {
         SCOPED_TRACE(c.what);
         alerts->alerts.clear();
         coordinator->startCameraPreview();
@@ -84,7 +90,7 @@ TEST_F(RecordingFailuresTest, AStartThatFailsLeavesNothingOfItselfAndAllOfWhatWa
         screenCapture->contentError.reset();
         screenCapture->makeStreamError.reset();
         screenCapture->startError.reset();
-        media->writing.creationError.reset();
+        media->writing = {};
     }
 
     // Where no folder can be made.

@@ -2,6 +2,7 @@
 // what comes out is decoded and looked at.
 #include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Rig/BeepFinder.hpp"
 #include "Rig/MovieMaker.hpp"
 
 #include <cmath>
@@ -51,19 +52,25 @@ std::shared_ptr<PixelBuffer> plain(int w, int h, int luma) {
     return picture;
 }
 
-/// Silence with a loud tone of a tenth of a second at `beepAt` (seconds from the first sample).
-std::shared_ptr<AudioBuffer> soundWithBeep(double seconds, int channels, double beepAt) {
-    auto sound = std::make_shared<AudioBuffer>();
-    sound->format = {48000, channels, true};
-    sound->bytes.resize(static_cast<std::size_t>(seconds * 48000) * sound->format.bytesPerFrame());
-    auto samples = sound->floats();
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double t = static_cast<double>(i / static_cast<std::size_t>(channels)) / 48000 - beepAt;
-        samples[i] =
-            t >= 0 && t < 0.1 ? static_cast<float>(0.6 * std::sin(2 * std::numbers::pi * 1000 * t)) : 0;
+/// Silence with a loud tone of a tenth of a second at `beepAt`, all in seconds from the first sample.
+struct Sound {
+    double seconds;
+    int channels;
+    double beepAt;
+
+    std::shared_ptr<AudioBuffer> tenth(int number) const {
+        const auto sound = std::make_shared<AudioBuffer>();
+        sound->format = {48000, channels, true};
+        sound->bytes.resize(4800 * sound->format.bytesPerFrame());
+        auto samples = sound->floats();
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const double t = number / 10.0 + static_cast<double>(i / channels) / 48000 - beepAt;
+            if (t >= 0 && t < 0.1)
+                samples[i] = static_cast<float>(0.6 * std::sin(2000 * std::numbers::pi * t));
+        }
+        return sound;
     }
-    return sound;
-}
+};
 
 class RealExportTest : public testing::Test {
   protected:
@@ -87,35 +94,22 @@ class RealExportTest : public testing::Test {
         std::shared_ptr<PixelBuffer> picture;
     };
     void writeMovie(const std::filesystem::path& path, const platform::VideoSettings& video, double start,
-                    const std::vector<Picture>& pictures, const std::shared_ptr<AudioBuffer>& sound) {
+                    const std::vector<Picture>& pictures, const std::optional<Sound>& sound) {
         rig::MovieMaker movie(
             *media, path, pictures.empty() ? std::nullopt : std::optional(video),
-            sound ? std::optional(platform::AudioSettings{48000, sound->format.channels, 128000, true})
+            sound ? std::optional(platform::AudioSettings{48000, sound->channels, 128000, true})
                   : std::nullopt,
             start);
-        constexpr std::size_t runFrames = 4800;
-        std::size_t done = 0;
-        const auto addSoundUpTo = [&](double time) {
-            for (; sound && done < sound->frameCount() && static_cast<double>(done) / 48000 <= time;
-                 done += runFrames) {
-                auto run = std::make_shared<AudioBuffer>();
-                run->format = sound->format;
-                const std::size_t frameBytes = sound->format.bytesPerFrame();
-                run->bytes.assign(
-                    sound->bytes.data() + done * frameBytes,
-                    sound->bytes.data() + std::min(done + runFrames, sound->frameCount()) * frameBytes);
-                movie.add(static_cast<double>(done) / 48000, run);
-            }
-        };
-        for (const Picture& p : pictures) {
-            addSoundUpTo(p.time);
-            movie.add(p.time, p.picture);
+        auto next = pictures.begin();
+        for (int tenth = 0; next != pictures.end() || (sound && tenth < sound->seconds * 10); ++tenth) {
+            if (sound && tenth < sound->seconds * 10) movie.add(tenth / 10.0, sound->tenth(tenth));
+            for (; next != pictures.end() && next->time * 10 < tenth + 1; ++next)
+                movie.add(next->time, next->picture);
         }
-        addSoundUpTo(1e9);
         movie.finish();
     }
     /// Numbered frames at 60 a second; the pictures between 1 s and 1.5 s never came.
-    void writeScreen(double seconds, std::shared_ptr<AudioBuffer> sound = nullptr) {
+    void writeScreen(double seconds, std::optional<Sound> sound = std::nullopt) {
         std::vector<Picture> pictures;
         for (int i = 0; i < seconds * 60; ++i)
             if (i < 60 || i >= 90) pictures.push_back({i / 60.0, numbered(i)});
@@ -125,7 +119,7 @@ class RealExportTest : public testing::Test {
                     .height = height,
                     .averageBitRate = 20'000'000,
                     .expectedFrameRate = 60},
-                   firstPTS, pictures, std::move(sound));
+                   firstPTS, pictures, sound);
     }
     static int expectedNumber(double movieTime) {
         const int frame = static_cast<int>(std::floor(movieTime * 60 + 1e-6));
@@ -156,18 +150,9 @@ class RealExportTest : public testing::Test {
             .insertTimeRange(tracks[0].timeRange, asset, tracks[0], 0);
         auto reader = media->makeAudioMixReader(composition);
         EXPECT_TRUE(reader->startReading());
-        std::vector<double> beeps;
-        double loudUntil = -1;
-        while (auto sample = reader->copyNextSampleBuffer()) {
-            const auto samples = sample->audio->floats();
-            for (std::size_t i = 0; i < samples.size(); i += 2) {
-                if (std::abs(samples[i]) < 0.3) continue;
-                const double t = sample->presentationTime.seconds() + static_cast<double>(i / 2) / 48000;
-                if (t > loudUntil) beeps.push_back(t);
-                loudUntil = t + 0.05;
-            }
-        }
-        return beeps;
+        rig::BeepFinder finder(0.3F);
+        while (auto sample = reader->copyNextSampleBuffer()) finder.add(*sample);
+        return finder.starts();
     }
 
     rig::TemporaryFolder temporary;
@@ -198,7 +183,7 @@ TEST_F(RealExportTest, EveryFrameShowsThePictureOfItsTimeFromTheFirstToTheLast) 
 TEST_F(RealExportTest, CameraAndSoundsKeepTheirTimes) {
     // The camera began 0.3 s after the screen; its picture turns bright, and it hears a beep, at 1.2 s of
     // its own time. The computer beeps at 2.4 s of the screen's time.
-    writeScreen(3, soundWithBeep(3, 2, 2.4));
+    writeScreen(3, Sound{3, 2, 2.4});
     std::vector<Picture> camera;
     for (int i = 0; i < 81; ++i) camera.push_back({i / 30.0, plain(1280, 720, i < 36 ? 60 : 220)});
     writeMovie(folder.cameraMovie(),
@@ -207,7 +192,7 @@ TEST_F(RealExportTest, CameraAndSoundsKeepTheirTimes) {
                 .height = 720,
                 .averageBitRate = 4'000'000,
                 .expectedFrameRate = 30},
-               firstPTS + 0.3, camera, soundWithBeep(2.7, 1, 1.2));
+               firstPTS + 0.3, camera, Sound{2.7, 1, 1.2});
     meta.cameraFirstPTS = firstPTS + 0.3;
     meta.cameraEnabled = meta.systemAudioEnabled = true;
     options.bubble = options.systemAudio = true;
@@ -272,7 +257,7 @@ TEST_F(RealExportTest, DamagedSessionsAndFullFoldersAreErrorsThatNameTheFile) {
     std::ofstream(folder.screenMovie()) << "not a movie";
     EXPECT_NE(failure().find("screen.mov"), std::string::npos) << "garbage: " << failure();
     std::filesystem::remove(folder.screenMovie());
-    writeMovie(folder.screenMovie(), {}, firstPTS, {}, soundWithBeep(1, 2, 0.1));
+    writeMovie(folder.screenMovie(), {}, firstPTS, {}, Sound{1, 2, 0.1});
     EXPECT_EQ(failure(), "no screen track");
 
     std::filesystem::remove(folder.screenMovie());
