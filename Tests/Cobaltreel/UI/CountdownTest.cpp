@@ -56,16 +56,6 @@ TEST_F(CountdownTest, ShowsEachDigitForItsTimeAndIsGoneWhenItIsDone) {
     EXPECT_FALSE(keys->pressEscape());
 }
 
-TEST_F(CountdownTest, EscapeCancelsOnceAndNothingFollows) {
-    run();
-    time->advance(1.0);
-    EXPECT_TRUE(keys->pressEscape());
-    EXPECT_FALSE(keys->pressEscape());
-    time->advance(10);
-    EXPECT_THAT(heard, ElementsAre("cancel at 10 hidden"));
-    EXPECT_FALSE(countdown->isCounting());
-}
-
 TEST_F(CountdownTest, EachRunBeginsAtThreeAndTakesThePlaceOfTheOneBefore) {
     for (const double after : {1.5, 5.0}) {
         heard.clear();

@@ -26,15 +26,6 @@ class DropdownTest : public LocalisedTest {
     QString chosen(QmlScene& scene) { return scene.get("d", "last").toString(); }
 };
 
-TEST_F(DropdownTest, APressOpensItAndATapOnAnItemChoosesIt) {
-    QmlScene scene(QString::fromLatin1(body));
-    scene.clickCentre("d");
-    ASSERT_TRUE(opens(scene));
-    scene.click("d", {100, 27 + 4 + 4 + 10});  // the first item, below the label and the menu's padding
-    EXPECT_EQ(chosen(scene), "a");
-    EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
-}
-
 TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
     QmlScene scene(QString::fromLatin1(body));
     scene.clickCentre("d");
@@ -45,6 +36,8 @@ TEST_F(DropdownTest, APressOnItsLabelOrElsewhereClosesIt) {
     ASSERT_TRUE(opens(scene));
     scene.clickCentre("empty");
     EXPECT_TRUE(eventually([&] { return !isOpen(scene); }));
+    scene.clickCentre("empty");
+    EXPECT_FALSE(isOpen(scene, "empty")) << "there is nothing to choose from";
     EXPECT_EQ(chosen(scene), "");
 }
 
@@ -75,7 +68,7 @@ TEST_F(DropdownTest, NoPressOnOrBesideAnOpenMenuReachesWhatIsBelow) {
             scene.clickCentre("d");
             ASSERT_TRUE(opens(scene));
             scene.click("d", {x, below + 25 * entry + 12});
-            EXPECT_NE(chosen(scene), "") << entry;
+            EXPECT_EQ(chosen(scene), QString::number(entry));
             EXPECT_TRUE(isUntouched()) << "entry " << entry << " at " << x;
             ASSERT_TRUE(eventually([&] { return !isOpen(scene); }));
         }
@@ -113,14 +106,6 @@ TEST_F(DropdownTest, KeyboardOpensMovesChoosesAndLeaves) {
         EXPECT_EQ(chosen(scene), step.expected);
         ASSERT_TRUE(eventually([&] { return !isOpen(scene); }));
     }
-}
-
-TEST_F(DropdownTest, WithoutItemsItStaysClosed) {
-    QmlScene scene(QString::fromLatin1(body));
-    scene.clickCentre("empty");
-    EXPECT_FALSE(isOpen(scene, "empty"));
-    scene.clickCentre("d");
-    ASSERT_TRUE(opens(scene));
 }
 
 TEST_F(DropdownTest, AMenuLongerThanTheWindowScrollsInsideIt) {

@@ -3,6 +3,7 @@
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
 #include <QPointingDevice>
 #include <QQmlComponent>
@@ -79,17 +80,9 @@ void QmlScene::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     QTest::keyClick(&view_, key, modifiers);
 }
 
-platform::InMemoryUserDefaults& LocalisedTest::stored() {
-    static const auto defaults = [] {
-        auto inMemory = std::make_shared<platform::InMemoryUserDefaults>();
-        platform::UserDefaults::setStandard(inMemory);
-        return inMemory;
-    }();
-    return *defaults;
-}
-
 LocalisedTest::LocalisedTest() {
-    stored();
+    static const auto defaults = std::make_shared<platform::InMemoryUserDefaults>();
+    platform::UserDefaults::setStandard(defaults);
     AppSettings::shared().setLanguage(Language::en);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "CobaltreelCore/Models.hpp"
-#include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
 #include <QQuickItem>
 #include <QQuickView>
@@ -42,8 +41,6 @@ class LocalisedTest : public ::testing::Test {
   protected:
     LocalisedTest();
     ~LocalisedTest() override;
-    /// What the shared settings store into.
-    static platform::InMemoryUserDefaults& stored();
 };
 
 }  // namespace cobaltreel

@@ -34,10 +34,7 @@ bool isNear(QRgb a, QRgb b, int difference = 6) {
 /// A camera's picture of one color.
 platform::ConstPixelBufferRef picture(QRgb color) {
     platform::PixelBuffer bgra(platform::PixelFormat::bgra, 1280, 720);
-    for (int y = 0; y < 720; ++y) {
-        auto* line = reinterpret_cast<QRgb*>(bgra.plane().data + std::ptrdiff_t{y} * bgra.plane().stride);
-        std::fill_n(line, 1280, color);
-    }
+    for (int y = 0; y < 720; ++y) std::fill_n(reinterpret_cast<QRgb*>(bgra.row(y)), 1280, color);
     auto camera = std::make_shared<platform::PixelBuffer>(platform::PixelFormat::i420, 1280, 720);
     platform::convertPixels(bgra, *camera);
     return camera;
@@ -190,6 +187,7 @@ TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
     handler(picture(red));
     EXPECT_TRUE(eventually([&] { return isNear(screenPixel(person), red); }));
     EXPECT_EQ(screenPixel(room), ApplicationWindow::color);
+    EXPECT_EQ(vision->levels, std::vector{FakeVision::QualityLevel::fast});
     savePicture(GetParam() == Desktop::plain ? "cutout-plain" : "cutout-blended");
     const QRect before = frame();
     input.drag(room, room + QPoint(50, -50));

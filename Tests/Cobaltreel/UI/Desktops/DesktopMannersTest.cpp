@@ -29,10 +29,10 @@ class Terminal {
         3};
 };
 
-class DesktopManners : public PanelHarness {
+class DesktopMannersTest : public PanelHarness {
   protected:
-    DesktopManners() { AppWindows::setWindowManager(manager); }
-    ~DesktopManners() override {
+    DesktopMannersTest() { AppWindows::setWindowManager(manager); }
+    ~DesktopMannersTest() override {
         panel.reset();
         AppWindows::setWindowManager(nullptr);
     }
@@ -69,7 +69,7 @@ class DesktopManners : public PanelHarness {
     Terminal terminal;
 };
 
-TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
+TEST_F(DesktopMannersTest, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
     for (const Language language : allCases<Language>) {
         AppSettings::shared().setLanguage(language);
         workElsewhere();
@@ -94,7 +94,7 @@ TEST_F(DesktopManners, ThePanelHasTheKeyboardAndGoesAtAPressElsewhere) {
     }
 }
 
-TEST_F(DesktopManners, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
+TEST_F(DesktopMannersTest, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
     const QRect inner = room();
     for (const int x : {inner.left() + 30, inner.center().x(), inner.right() - 30}) {
         const QPoint at(x, inner.bottom() + 4);
@@ -109,7 +109,7 @@ TEST_F(DesktopManners, ThePanelStandsAtThePointerWhereTheTrayTellsNothing) {
     }
 }
 
-TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
+TEST_F(DesktopMannersTest, TitledWindowsAndAlertsComeInFront) {
     for (const Language language : allCases<Language>) {
         AppSettings::shared().setLanguage(language);
         workElsewhere();
@@ -139,13 +139,13 @@ TEST_F(DesktopManners, TitledWindowsAndAlertsComeInFront) {
     }
 }
 
-TEST_F(DesktopManners, WhereverTheUserWorkedLastAWindowIsWholeAndTheOthersAreOffered) {
+TEST_F(DesktopMannersTest, WhereverTheUserWorkedLastAWindowIsWholeAndTheOthersAreOffered) {
     for (const QScreen* const screen : QGuiApplication::screens()) {
         const QRect there = screen->geometry();
         input.click(there.topLeft() * screen->devicePixelRatio() +
                     QPoint(there.width(), there.height()) * screen->devicePixelRatio() / 2);
         QTest::qWait(100);
-        EXPECT_TRUE(terminalPlace());
+        EXPECT_TRUE(eventually([&] { return terminalPlace().has_value(); }));
         const auto window =
             AppWindows::present(View::ofModule("Cobaltreel.SettingsWindow", "SettingsView",
                                                {{"settings", QVariant::fromValue(&AppWindows::settings())}}),
@@ -159,7 +159,7 @@ TEST_F(DesktopManners, WhereverTheUserWorkedLastAWindowIsWholeAndTheOthersAreOff
     }
 }
 
-TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
+TEST_F(DesktopMannersTest, TheBubbleStaysBehindThePanel) {
     open(QRect(room().bottomRight(), QSize(1, 1)));
     BubbleWindowController floating(time, time, nullptr, compositor, manager);
     floating.show(CameraCorner::topLeft, 200, CameraStyle::bubble);
@@ -178,7 +178,7 @@ TEST_F(DesktopManners, TheBubbleStaysBehindThePanel) {
     }
 }
 
-TEST_F(DesktopManners, TheBubbleIsRoundAndKeepsOffBars) {
+TEST_F(DesktopMannersTest, TheBubbleIsRoundAndKeepsOffBars) {
     QProcess::execute("xsetroot", {"-solid", "#3a6ea5"});
     BubbleWindowController floating(time, time, nullptr, compositor, manager);
     for (const CameraCorner corner : allCases<CameraCorner>) {

@@ -294,7 +294,7 @@ TEST_F(PanelDesktopTest, ScrollsToTheControlThatTheKeyboardMovesTo) {
     }
 }
 
-TEST(PanelWindow, StandsBesideTheStatusItemAndInsideTheScreen) {
+TEST(PanelWindowTest, StandsBesideTheStatusItemAndInsideTheScreen) {
     const QRect room(0, 30, 1280, 650);  // a bar above, a dock below
     const QSize size(320, 500);
     const QRect screen(0, 0, 1280, 720), overBar(0, 0, 1280, 680);

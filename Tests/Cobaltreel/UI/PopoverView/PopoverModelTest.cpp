@@ -247,7 +247,7 @@ TEST_F(PopoverModelTest, WithoutAMicrophonePermissionThereIsNoPreview) {
     EXPECT_THAT(messages(), ::testing::ElementsAre(S::microphoneRequired()));
 }
 
-TEST(VersionEgg, ThreeTapsWithinASecondShowItForThree) {
+TEST(VersionEggTest, ThreeTapsWithinASecondShowItForThree) {
     for (const double apart : {0.45, 0.6}) {
         const auto time = std::make_shared<platform::VirtualTime>();
         VersionEgg egg(time, time);
