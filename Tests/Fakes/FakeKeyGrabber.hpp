@@ -16,8 +16,6 @@ class FakeKeyGrabber final : public KeyGrabber {
   public:
     /// When set, the key is refused with this error.
     std::optional<PlatformError> refusal;
-    /// The chord that was asked for last.
-    std::optional<KeyChord> chord;
 
     bool isGrabbed() const { return !escape_.expired(); }
     /// Whether anyone had taken the key.
@@ -28,7 +26,6 @@ class FakeKeyGrabber final : public KeyGrabber {
         return grab(escape_, std::move(pressed));
     }
     std::unique_ptr<KeyGrab> grabChord(const KeyChord& wanted, std::function<void()> pressed) override {
-        chord = wanted;
         return grab(chordPressed_[wanted.digit], std::move(pressed));
     }
     std::optional<PlatformError> chordsUnavailable() override { return refusal; }

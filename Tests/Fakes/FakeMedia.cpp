@@ -13,8 +13,6 @@ namespace {
 
 constexpr std::int32_t scriptTimescale = 90000;
 
-MediaTime scriptTime(double seconds) { return MediaTime::fromSeconds(seconds, scriptTimescale); }
-
 class FakeAsset final : public Asset {
   public:
     FakeAsset(std::filesystem::path path, std::optional<FakeMovie> movie)
@@ -102,17 +100,13 @@ class FakeTrackReader final : public FakeReader {
         if (next_ >= end_) return end(Status::completed);
         const FakeFrame& frame = movie_.frames[next_++];
         ++delivered_;
-        SampleBuffer sample{scriptTime(frame.time), nullptr, nullptr};
-        if (frame.withImage) {
-            auto image = std::make_shared<PixelBuffer>(format_, movie_.width, movie_.height);
-            for (int i = 0; i < image->planeCount(); ++i) {
-                const Plane& plane = image->plane(i);
-                std::memset(plane.data, frame.value,
-                            static_cast<std::size_t>(plane.stride) * static_cast<std::size_t>(plane.height));
-            }
-            sample.image = std::move(image);
+        const auto image = std::make_shared<PixelBuffer>(format_, movie_.width, movie_.height);
+        for (int i = 0; i < image->planeCount(); ++i) {
+            const Plane& plane = image->plane(i);
+            std::memset(plane.data, frame.value,
+                        static_cast<std::size_t>(plane.stride) * static_cast<std::size_t>(plane.height));
         }
-        return sample;
+        return SampleBuffer{MediaTime::fromSeconds(frame.time, scriptTimescale), image, nullptr};
     }
 
   private:
@@ -121,34 +115,6 @@ class FakeTrackReader final : public FakeReader {
     std::size_t next_ = 0;
     std::size_t end_ = 0;
     std::size_t delivered_ = 0;
-};
-
-/// The sum of the sound levels at a time of the composition.
-float mixedLevel(const Composition& composition, double time) {
-    float sum = 0;
-    for (const auto& track : composition.tracks())
-        for (const auto& segment : track.segments())
-            if (track.type() == MediaType::audio && time >= segment.start &&
-                time < segment.start + segment.source.duration())
-                sum += static_cast<const FakeAsset&>(*segment.asset).movie().soundLevel;
-    return std::clamp(sum, -1.0F, 1.0F);
-}
-
-class FakeAudioMix final : public AudioMix {
-  public:
-    explicit FakeAudioMix(Composition composition) : composition_(std::move(composition)) {}
-
-    std::int64_t frameCount() const override { return std::llround(composition_.duration() * sampleRate); }
-    void read(std::int64_t position, std::span<float> target) override {
-        for (std::size_t i = 0; i < target.size(); ++i) {
-            const auto frame = position + static_cast<std::int64_t>(i / channels);
-            target[i] = mixedLevel(composition_, static_cast<double>(frame) / sampleRate);
-        }
-    }
-    void interrupt() override {}
-
-  private:
-    Composition composition_;
 };
 
 class FakeMixReader final : public FakeReader {
@@ -167,12 +133,6 @@ class FakeMixReader final : public FakeReader {
         const std::int64_t count = std::min(runLength, total - position_);
         auto audio = std::make_shared<AudioBuffer>();
         audio->bytes.resize(static_cast<std::size_t>(count) * format.bytesPerFrame());
-        for (std::int64_t i = 0; i < count; ++i) {
-            const float level =
-                mixedLevel(composition_, static_cast<double>(position_ + i) / format.sampleRate);
-            audio->floats()[static_cast<std::size_t>(2 * i)] = level;
-            audio->floats()[static_cast<std::size_t>(2 * i + 1)] = level;
-        }
         const MediaTime time{position_, format.sampleRate};
         position_ += count;
         return SampleBuffer{time, nullptr, std::move(audio)};
@@ -199,6 +159,7 @@ class FakeInput final : public AssetWriterInput {
   private:
     FakeWriter& writer_;
     MediaType type_;
+    mutable std::size_t asks_ = 0;  // whether it is ready
     std::optional<PixelBufferPool> pool_;
 };
 
@@ -215,9 +176,8 @@ class FakeWriter final : public AssetWriter {
         record->audioSettings = settings;
         return audio_;
     }
-    void setChapters(const std::vector<Chapter>& chapters) override { record->chapters = chapters; }
+    void setChapters(const std::vector<Chapter>&) override {}
     bool startWriting() override {
-        record->started = script.starts;
         state = script.starts ? Status::writing : Status::failed;
         if (script.createsFile) std::ofstream(record->path).flush();
         return script.starts;
@@ -255,12 +215,11 @@ class FakeWriter final : public AssetWriter {
 };
 
 bool FakeInput::isReadyForMoreMediaData() const {
-    WriterRecord& record = *writer_.record;
     const bool video = type_ == MediaType::video;
-    const std::size_t asks = ++(video ? record.videoAsks : record.audioAsks);
-    if (video && writer_.script.onVideoAsk) writer_.script.onVideoAsk(asks);
+    ++asks_;
+    if (video && writer_.script.onVideoAsk) writer_.script.onVideoAsk(asks_);
     const std::size_t refused = video ? writer_.script.videoNotReadyAsks : writer_.script.audioNotReadyAsks;
-    return writer_.state == AssetWriter::Status::writing && asks > refused;
+    return writer_.state == AssetWriter::Status::writing && asks_ > refused;
 }
 
 bool FakeInput::append(const SampleBuffer& sample) {
@@ -279,7 +238,6 @@ bool FakeInput::append(const SampleBuffer& sample) {
     if (!video) return true;
     if (writer_.script.failsAfter && samples.size() >= *writer_.script.failsAfter)
         writer_.state = AssetWriter::Status::failed;
-    if (writer_.script.onVideoAppend) writer_.script.onVideoAppend(samples.size());
     return true;
 }
 
@@ -299,8 +257,7 @@ PixelBufferPool* FakeInput::pixelBufferPool() {
 FakeMovie FakeMovie::withFrames(std::size_t count, double framesPerSecond) {
     FakeMovie movie;
     for (std::size_t i = 0; i < count; ++i)
-        movie.frames.push_back(
-            {static_cast<double>(i) / framesPerSecond, static_cast<std::uint8_t>(i + 1), true});
+        movie.frames.push_back({static_cast<double>(i) / framesPerSecond, static_cast<std::uint8_t>(i + 1)});
     return movie;
 }
 
@@ -311,10 +268,10 @@ std::shared_ptr<Asset> FakeMedia::asset(const std::filesystem::path& path) {
 }
 
 std::unique_ptr<AssetReader> FakeMedia::makeTrackReader(const std::shared_ptr<Asset>& asset,
-                                                        const AssetTrack& track, const TimeRange& range,
+                                                        const AssetTrack&, const TimeRange& range,
                                                         PixelFormat format) {
     const FakeMovie& movie = static_cast<const FakeAsset&>(*asset).movie();
-    readerRequests.push_back({asset->path(), track.type, range, format});
+    readerRequests.push_back({asset->path(), range});
     if (movie.readerCreationError) throw PlatformError(*movie.readerCreationError);
     return std::make_unique<FakeTrackReader>(movie, range, format);
 }
@@ -324,17 +281,10 @@ std::unique_ptr<AssetReader> FakeMedia::makeAudioMixReader(const Composition& co
     return std::make_unique<FakeMixReader>(mix, composition);
 }
 
-std::unique_ptr<AudioMix> FakeMedia::makeAudioMix(const Composition& composition) {
-    mixedCompositions.push_back(composition);
-    if (mix.creationError) throw PlatformError(*mix.creationError);
-    return std::make_unique<FakeAudioMix>(composition);
-}
-
-std::unique_ptr<AssetWriter> FakeMedia::makeWriter(const std::filesystem::path& path, FileType type) {
+std::unique_ptr<AssetWriter> FakeMedia::makeWriter(const std::filesystem::path& path, FileType) {
     if (writing.creationError) throw PlatformError(*writing.creationError);
     auto record = std::make_shared<WriterRecord>();
     record->path = path;
-    record->type = type;
     writers.push_back(record);
     return std::make_unique<FakeWriter>(writing, std::move(record));
 }

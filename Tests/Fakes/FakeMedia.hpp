@@ -15,16 +15,14 @@ namespace platform {
 struct FakeFrame {
     double time = 0;  ///< seconds; kept in 1/90000
     std::uint8_t value = 0;
-    bool withImage = true;  ///< false: the reader delivers a sample without a picture
 };
 
-/// What a movie file holds and how reading it goes.
+/// What a movie file holds and how reading it goes. Its sound is silence.
 struct FakeMovie {
     int width = 4;
     int height = 4;
     std::vector<FakeFrame> frames;   ///< in time order; empty: the movie has no video track
     std::optional<TimeRange> sound;  ///< absent: the movie has no audio track
-    float soundLevel = 0.25F;        ///< every sample of its sound
 
     std::optional<PlatformError> videoLoadError;  ///< thrown by loadTracks(video)
     std::optional<PlatformError> audioLoadError;
@@ -42,7 +40,6 @@ struct FakeMix {
     bool starts = true;
     std::optional<double> failsAt;  ///< seconds of sound delivered before the reader fails
     std::optional<PlatformError> error;
-    std::optional<PlatformError> creationError;  ///< thrown by makeAudioMix
 };
 
 /// How writing goes.
@@ -62,24 +59,17 @@ struct FakeWriting {
     /// Called before the answer to each ask for readiness of the video input, with the count of asks so
     /// far: a test cancels here.
     std::function<void(std::size_t)> onVideoAsk;
-    /// Called after each sample taken by the video input, with their count.
-    std::function<void(std::size_t)> onVideoAppend;
 };
 
 /// Everything that a writer was told. It outlives the writer.
 struct WriterRecord {
     std::filesystem::path path;
-    FileType type = FileType::mpeg4;
     std::optional<VideoSettings> videoSettings;
     std::optional<AudioSettings> audioSettings;
-    std::vector<Chapter> chapters;
     std::optional<MediaTime> sessionStart;
     std::vector<SampleBuffer> video;
     std::vector<SampleBuffer> audio;
     std::vector<MediaType> order;  ///< which input took each sample
-    std::size_t videoAsks = 0;
-    std::size_t audioAsks = 0;
-    bool started = false;
     bool videoFinished = false;
     bool audioFinished = false;
     bool finished = false;
@@ -89,9 +79,7 @@ struct WriterRecord {
 /// What a track reader was asked for.
 struct ReaderRequest {
     std::filesystem::path path;
-    MediaType type = MediaType::video;
     TimeRange range;
-    PixelFormat format = PixelFormat::bgra;
 };
 
 /// A media service of fake movies, deterministic and without threads. Set the script, run the code
@@ -110,7 +98,7 @@ class FakeMedia final : public MediaService {
     std::unique_ptr<AssetReader> makeTrackReader(const std::shared_ptr<Asset>& asset, const AssetTrack& track,
                                                  const TimeRange& range, PixelFormat format) override;
     std::unique_ptr<AssetReader> makeAudioMixReader(const Composition& composition) override;
-    std::unique_ptr<AudioMix> makeAudioMix(const Composition& composition) override;
+    std::unique_ptr<AudioMix> makeAudioMix(const Composition&) override { return nullptr; }
     std::unique_ptr<AssetWriter> makeWriter(const std::filesystem::path& path, FileType type) override;
     std::vector<EncoderReport> encoders() override { return {}; }
     std::string implementation() const override { return "fake"; }

@@ -6,9 +6,6 @@
 
 namespace platform {
 
-FakePlayer::FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript)
-    : script(std::move(playerScript)), clock_(clock), loop_(loop) {}
-
 void FakePlayer::replaceCurrentItem(PlayerItem item) {
     items.push_back(std::move(item));
     open_ = false;
@@ -16,7 +13,7 @@ void FakePlayer::replaceCurrentItem(PlayerItem item) {
     seekTimer_.reset();
     picture_.reset();
     settle(0);
-    openTimer_ = loop_.scheduleOnce(script.openDelay, [this] { opened(); });
+    openTimer_ = loop_.scheduleOnce(0, [this] { opened(); });
     stop();
 }
 
@@ -28,7 +25,6 @@ void FakePlayer::opened() {
 }
 
 void FakePlayer::setRate(double rate) {
-    rates.push_back(rate);
     if (rate == rate_) return;
     const bool statusChanges = (rate == 0) != (rate_ == 0);
     settle(currentTime());
@@ -44,17 +40,13 @@ double FakePlayer::currentTime() const {
     if (seekTarget_) return *seekTarget_;
     if (!isMoving()) return anchorTime_;
     const double played = (clock_.now() - anchorClock_) * rate_;
-    return std::clamp(anchorTime_ + played, 0.0, script.duration);
-}
-
-std::optional<double> FakePlayer::duration() const {
-    return open_ ? std::optional(script.duration) : std::nullopt;
+    return std::clamp(anchorTime_ + played, 0.0, duration_);
 }
 
 void FakePlayer::seek(double seconds, double tolerance) {
     seeks.push_back({seconds, tolerance});
     if (!hasCurrentItem()) return;
-    seekTarget_ = std::clamp(seconds, 0.0, script.duration);
+    seekTarget_ = std::clamp(seconds, 0.0, duration_);
     if (open_) seekTimer_ = loop_.scheduleOnce(0, [this] { arrive(); });
 }
 
@@ -73,7 +65,7 @@ std::unique_ptr<Observation> FakePlayer::addPeriodicTimeObserver(double interval
 }
 
 void FakePlayer::drift(double seconds) {
-    settle(std::clamp(currentTime() + seconds, 0.0, script.duration));
+    settle(std::clamp(currentTime() + seconds, 0.0, duration_));
     scheduleBeat();
 }
 
@@ -97,14 +89,14 @@ void FakePlayer::settle(double seconds) {
 void FakePlayer::scheduleBeat() {
     beatTimer_.reset();
     if (!isMoving() || rate_ <= 0) return;
-    const double next = std::min(periodicObservers_.nextDue(), script.duration);
+    const double next = std::min(periodicObservers_.nextDue(), duration_);
     beatTimer_ = loop_.scheduleOnce(std::max(0.0, (next - currentTime()) / rate_), [this] { beat(); });
 }
 
 void FakePlayer::beat() {
     const auto alive = lifetime_.watch();
-    if (currentTime() >= script.duration - 1e-9) {
-        settle(script.duration);
+    if (currentTime() >= duration_ - 1e-9) {
+        settle(duration_);
         stop();
         return;
     }
@@ -124,7 +116,7 @@ void FakePlayer::stop() {
 }
 
 std::unique_ptr<Player> FakePlayerService::makePlayer() {
-    auto player = std::make_unique<FakePlayer>(clock_, loop_, script);
+    auto player = std::make_unique<FakePlayer>(clock_, loop_, duration);
     players.push_back(player.get());
     return player;
 }

@@ -12,12 +12,6 @@
 
 namespace platform {
 
-/// How a fake player behaves.
-struct PlayerScript {
-    double duration = 60;  ///< of every item, seconds
-    double openDelay = 0;  ///< seconds of the clock until an item is open
-};
-
 /// What a fake player was asked for.
 struct SeekRequest {
     double seconds = 0;
@@ -29,13 +23,12 @@ struct SeekRequest {
 /// Deterministic with VirtualTime, which is both the clock and the main loop. Main thread.
 class FakePlayer final : public ObservablePlayer {
   public:
-    FakePlayer(const Clock& clock, MainLoop& loop, PlayerScript playerScript = {});
-
-    PlayerScript script;  ///< may be changed at any time
+    /// `duration`: of every item, seconds.
+    FakePlayer(const Clock& clock, MainLoop& loop, double duration)
+        : clock_(clock), loop_(loop), duration_(duration) {}
 
     std::vector<PlayerItem> items;
     std::vector<SeekRequest> seeks;
-    std::vector<double> rates;
     bool muted = false;
 
     /// Moves the time without telling anybody, as playback that falls behind or runs ahead does.
@@ -54,7 +47,9 @@ class FakePlayer final : public ObservablePlayer {
         return rate_ == 0 ? TimeControlStatus::paused : TimeControlStatus::playing;
     }
     double currentTime() const override;
-    std::optional<double> duration() const override;
+    std::optional<double> duration() const override {
+        return open_ ? std::optional(duration_) : std::nullopt;
+    }
     void seek(double seconds, double tolerance) override;
     std::unique_ptr<Observation> addPeriodicTimeObserver(double interval, TimeHandler handler) override;
     void setPictureSize(int, int) override {}
@@ -71,6 +66,7 @@ class FakePlayer final : public ObservablePlayer {
 
     const Clock& clock_;
     MainLoop& loop_;
+    double duration_;
     bool open_ = false;
     double rate_ = 0;
     double anchorTime_ = 0;   // of the item, at…
@@ -88,7 +84,7 @@ class FakePlayerService final : public PlayerService {
   public:
     FakePlayerService(const Clock& clock, MainLoop& loop) : clock_(clock), loop_(loop) {}
 
-    PlayerScript script;               ///< what the next players begin with
+    double duration = 60;              ///< of what the next players play, seconds
     std::vector<FakePlayer*> players;  ///< in the order made; whoever asked for one owns it
 
     std::unique_ptr<Player> makePlayer() override;

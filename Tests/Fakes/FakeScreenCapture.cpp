@@ -16,11 +16,6 @@ FakeStream::State FakeStream::state() const {
     return state_;
 }
 
-bool FakeStream::hasOutput(StreamOutputType type) const {
-    const std::lock_guard lock(mutex_);
-    return outputs_[indexOf(type)].queue != nullptr;
-}
-
 int FakeStream::stopRequests() const {
     const std::lock_guard lock(mutex_);
     return stopRequests_;
@@ -160,7 +155,6 @@ void FakeScreenCapture::requestContent(ContentKind kind, std::uint32_t, Granted 
 }
 
 ShareableContent FakeScreenCapture::shareableContent() {
-    ++contentRequests;
     if (contentError) throw *contentError;
     return content;
 }

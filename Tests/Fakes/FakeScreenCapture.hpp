@@ -3,7 +3,6 @@
 #include "Platform/Capture/CaptureStream.hpp"
 
 #include <array>
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -23,7 +22,6 @@ class FakeStream {
 
     State state() const;
     bool isRunning() const { return state() == State::running; }
-    bool hasOutput(StreamOutputType type) const;
     /// How often the owner asked the stream to stop.
     int stopRequests() const;
 
@@ -85,7 +83,6 @@ class FakeScreenCapture final : public ScreenCaptureService {
 
     /// Every stream made so far, the newest last.
     std::vector<std::shared_ptr<FakeStream>> streams;
-    std::atomic<int> contentRequests{0};
 
     /// How often the user was asked, and what for.
     std::vector<ContentKind> grantRequests;

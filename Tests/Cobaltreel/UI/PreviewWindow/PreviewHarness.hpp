@@ -33,14 +33,13 @@ class PreviewTest : public TemporaryHome, public FakeHost {
         screen.sound = {0, 10};
         auto& cameraMovie = media->movies[folder.cameraMovie()] = platform::FakeMovie::withFrames(270, 30);
         cameraMovie.sound = {0, 9};
-        players->script.duration = 10;
+        players->duration = 10;
     }
 
     PreviewServices services() const { return {players, media, vision, fileBrowser, alerts, time, time}; }
     PreviewModel& open() {
         model = std::make_unique<PreviewModel>(folder, meta, services());
-        if (!players->players.empty())
-            settle([&] { return mainPlayer().hasCurrentItem() && players->script.openDelay == 0; });
+        if (!players->players.empty()) settle([&] { return mainPlayer().hasCurrentItem(); });
         time->advance(0.01);
         return *model;
     }
@@ -60,12 +59,12 @@ class PreviewTest : public TemporaryHome, public FakeHost {
         return home / "Videos" / "Cobaltreel" / name;
     }
 
-    /// Holds the export's thread at its first frame.
+    /// Holds the export's thread at one of its frames, counted from 1.
     class Gate {
       public:
-        explicit Gate(platform::FakeMedia& scripted) {
-            scripted.writing.onVideoAsk = [this](std::size_t) {
-                if (!isReached.exchange(true)) opened_.wait();
+        explicit Gate(platform::FakeMedia& scripted, std::size_t frame = 1) {
+            scripted.writing.onVideoAsk = [this, frame](std::size_t asks) {
+                if (asks >= frame && !isReached.exchange(true)) opened_.wait();
             };
         }
         ~Gate() { open(); }
