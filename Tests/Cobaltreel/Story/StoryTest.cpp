@@ -79,7 +79,7 @@ double durationOf(const fs::path& movie) {
     return fscanf(stream.get(), "%lf", &seconds) == 1 ? seconds : 0;
 }
 
-TEST(Story, FromTheTrayToTheMovie) {
+TEST(StoryTest, FromTheTrayToTheMovie) {
     const fs::path root = std::getenv("COBALTREEL_RIG_ROOT"), folder = root / "story";
     const fs::path recordedScreen = root / "screen.mov";
     const bool isWayland = std::getenv("WAYLAND_DISPLAY") != nullptr;
