@@ -72,7 +72,7 @@ class Stage {
         start({programs + "/RigCamera", "--at", list});
         start({programs + "/RigTone", "--microphone", "--at", list});
         start({programs + "/RigTone", "--speaker", "--channels", "2", "--only-first-channel", "--at", list});
-        start({programs + "/RigFlash", "--at", list});
+        start({SYNC_FLASH, "--at", list});
     }
 
   private:

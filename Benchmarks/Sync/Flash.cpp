@@ -1,8 +1,8 @@
-// RigFlash: a black window over the whole display that turns white, and presses the pointer's button, at
+// SyncFlash: a black window over the whole display that turns white, and presses the pointer's button, at
 // given instants of the host clock. A square in a corner changes all the time, as something does on most
 // screens. Prints a line when it can be seen; runs until a signal ends it.
 //
-//   RigFlash --at T[,T...]
+//   SyncFlash --at T[,T...]
 #include "Rig/Hand.hpp"
 #include "Rig/HostTime.hpp"
 #include "Rig/RigArguments.hpp"
@@ -27,7 +27,7 @@ struct Disconnect {
 int run(const RigEvents& events) {
     const std::unique_ptr<xcb_connection_t, Disconnect> c(xcb_connect(nullptr, nullptr));
     if (xcb_connection_has_error(c.get())) {
-        std::fputs("RigFlash: no X server at $DISPLAY\n", stderr);
+        std::fputs("SyncFlash: no X server at $DISPLAY\n", stderr);
         return 1;
     }
     xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c.get())).data;
@@ -93,7 +93,7 @@ int main(int argc, char** argv) {
     arguments.value("--at", [&](const auto& text) { events.instants = RigEvents::parse(text); });
     arguments.read(argc, argv);
     if (events.instants.empty()) {
-        std::fputs("RigFlash: say --at T[,T...]\n", stderr);
+        std::fputs("SyncFlash: say --at T[,T...]\n", stderr);
         return 2;
     }
     rig::becomeUrgent();
