@@ -1,10 +1,9 @@
+#include "Platform/Desktop/PrivateBus.hpp"
 #include "Platform/Desktop/Qt/QtFileBrowser.hpp"
 #include "Rig/TemporaryFolder.hpp"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QEventLoop>
-#include <QProcess>
 #include <QTimer>
 #include <filesystem>
 #include <fstream>
@@ -29,23 +28,14 @@ class FileManager : public QObject {
 
 namespace {
 
-/// A message bus of the test's own, and programs found nowhere but in its own folder.
+/// Programs are found nowhere but in a folder of the test's own.
 class FileBrowserTest : public testing::Test {
   protected:
     void SetUp() override {
-        daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        ASSERT_TRUE(daemon.waitForStarted()) << "install dbus-daemon";
-        ASSERT_TRUE(daemon.waitForReadyRead());
-        address = QString::fromLatin1(daemon.readLine().trimmed());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toLatin1());
         path = qgetenv("PATH");
         qputenv("PATH", QByteArray::fromStdString(folder.string()));
     }
-    void TearDown() override {
-        qputenv("PATH", path);
-        daemon.kill();
-        daemon.waitForFinished();
-    }
+    void TearDown() override { qputenv("PATH", path); }
 
     /// Stands for xdg-open: notes its argument and ends with a status.
     void installOpener(int status) {
@@ -81,15 +71,13 @@ class FileBrowserTest : public testing::Test {
 
     const rig::TemporaryFolder temporary;
     const std::filesystem::path folder = temporary.path();
-    QProcess daemon;
-    QString address;
     QByteArray path;
 };
 
 // One test, for the library looks for its bus once in a process.
 TEST_F(FileBrowserTest, TheFileManagerShowsTheFileOrElseTheFolderIsOpenedOrElseItIsSaid) {
     const std::filesystem::path take = "/videos/My take #1 הדרכה.mp4";
-    auto bus = QDBusConnection::connectToBus(address, "manager");
+    auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "manager");
     FileManager manager;
     ASSERT_TRUE(
         bus.registerObject("/org/freedesktop/FileManager1", &manager, QDBusConnection::ExportAllSlots));
@@ -108,8 +96,8 @@ TEST_F(FileBrowserTest, TheFileManagerShowsTheFileOrElseTheFolderIsOpenedOrElseI
     EXPECT_FALSE(reveal(take));
     EXPECT_EQ(opened(), "/videos");
 
-    daemon.kill();
-    daemon.waitForFinished();
+    test::privateBus->kill();
+    test::privateBus->waitForFinished();
     EXPECT_FALSE(reveal("/elsewhere/take.mp4"));
     EXPECT_EQ(opened(), "/elsewhere");
 }
@@ -119,8 +107,4 @@ TEST_F(FileBrowserTest, TheFileManagerShowsTheFileOrElseTheFolderIsOpenedOrElseI
 
 #include "FileBrowserTest.moc"
 
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}
+int main(int argc, char** argv) { return platform::test::runTestsOnPrivateBus(argc, argv); }

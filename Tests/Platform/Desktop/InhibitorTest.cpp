@@ -1,14 +1,13 @@
+#include "Platform/Desktop/PrivateBus.hpp"
 #include "Platform/Desktop/Qt/BusInhibitor.hpp"
 #include "Platform/Desktop/Qt/QtNotifications.hpp"
+#include "Rig/QtEventually.hpp"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
-#include <QElapsedTimer>
 #include <QObject>
-#include <QProcess>
 #include <QStringList>
 #include <QVariantMap>
 
@@ -70,31 +69,11 @@ class ScreenSaver : public Holders {
 
 namespace {
 
-template <typename Condition>
-bool eventually(Condition holds) {
-    QElapsedTimer time;
-    time.start();
-    while (!holds() && time.elapsed() < 20'000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return holds();
-}
+using cobaltreel::eventually;
 
-/// A message bus of the test's own, with a desktop on it.
+/// A desktop on the bus.
 class InhibitorTest : public testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        daemon_ = new QProcess;
-        daemon_->start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        ASSERT_TRUE(daemon_->waitForStarted()) << "install dbus-daemon";
-        ASSERT_TRUE(daemon_->waitForReadyRead());
-        const QString address = QString::fromLatin1(daemon_->readLine().trimmed());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toLatin1());
-    }
-    static void TearDownTestSuite() {
-        daemon_->kill();
-        daemon_->waitForFinished();
-        delete daemon_;
-    }
     void SetUp() override {
         desktop_ = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("desktop"));
         const auto all = QDBusConnection::ExportAllSlots;
@@ -105,7 +84,6 @@ class InhibitorTest : public testing::Test {
     }
     void TearDown() override { QDBusConnection::disconnectFromBus(QStringLiteral("desktop")); }
 
-    static inline QProcess* daemon_ = nullptr;  // the process's session bus is connected to once
     QDBusConnection desktop_{QString()};
     NotificationServer notifications;
     ScreenSaver screenSaver;
@@ -150,10 +128,6 @@ TEST_F(InhibitorTest, OurOwnMessageIsCriticalWhereOthersCanBeHeldBack) {
 }  // namespace
 }  // namespace platform
 
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
-}
+int main(int argc, char** argv) { return platform::test::runTestsOnPrivateBus(argc, argv); }
 
 #include "InhibitorTest.moc"

@@ -1,6 +1,5 @@
 #include "Platform/Foundation/Qt/QtUserDefaults.hpp"
 
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <filesystem>
 #include <fstream>
@@ -17,22 +16,9 @@ using ::testing::Optional;
 
 class QtUserDefaultsTest : public ::testing::Test {
   protected:
-    QtUserDefaultsTest()
-        : before_(qgetenv("XDG_CONFIG_HOME")), had_(qEnvironmentVariableIsSet("XDG_CONFIG_HOME")) {
-        qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
-    }
-    ~QtUserDefaultsTest() override {
-        if (had_)
-            qputenv("XDG_CONFIG_HOME", before_);
-        else
-            qunsetenv("XDG_CONFIG_HOME");
-    }
+    QtUserDefaultsTest() { qputenv("XDG_CONFIG_HOME", home.path().toUtf8()); }
 
     QTemporaryDir home;
-
-  private:
-    QByteArray before_;
-    bool had_;
 };
 
 TEST_F(QtUserDefaultsTest, WhatIsSetIsOnDiskAtOnceAndReadByTheNextStart) {
