@@ -21,8 +21,8 @@ class Hand {
     virtual Place contentOf(unsigned window) = 0;
 };
 
-/// The hand of an X desktop (XTEST), and that of the Wayland rig (portal-backend; buttons also by the pipe that
-/// stands for the mouse). Both end the program when there is no such desktop.
+/// The hand of an X desktop (XTEST), and that of the Wayland rig (portal-backend; buttons also by the pipe
+/// that stands for the mouse). Both end the program when there is no such desktop.
 std::unique_ptr<Hand> makeX11Hand();
 std::unique_ptr<Hand> makeWaylandHand();
 /// That of the desktop that the program runs on.
