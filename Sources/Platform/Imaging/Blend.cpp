@@ -4,7 +4,6 @@
 #include "Platform/Imaging/YuvBlend.hpp"
 #include "Platform/Imaging/YuvMatrix.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -43,12 +42,8 @@ void multiplyByMask(PixelBuffer& picture, const PixelBuffer& mask) {
 }
 
 void add(const PixelBuffer& other, PixelBuffer& picture) {
-    for (int y = 0; y < picture.height(); ++y) {
-        const std::uint8_t* const from = other.row(y);
-        std::uint8_t* const to = picture.row(y);
-        for (int i = 0; i < 4 * picture.width(); ++i)
-            to[i] = static_cast<std::uint8_t>(std::min(to[i] + from[i], 255));
-    }
+    for (int y = 0; y < picture.height(); ++y)
+        pixelKernels().add(other.row(y), picture.row(y), 4 * picture.width());
 }
 
 }  // namespace platform

@@ -78,6 +78,11 @@ constexpr std::int32_t filterRounding = 1 << (filterShift - 1);
     }
 }
 
+[[gnu::always_inline]] inline void addBody(const std::uint8_t* __restrict other,
+                                           std::uint8_t* __restrict bytes, int count) {
+    for (int i = 0; i < count; ++i) bytes[i] = static_cast<std::uint8_t>(std::min(bytes[i] + other[i], 255));
+}
+
 std::uint8_t roundedFilterSum(std::int32_t sum) {
     return static_cast<std::uint8_t>(std::clamp((sum + filterRounding) >> filterShift, 0, 255));
 }
@@ -108,6 +113,7 @@ void blendOver(const std::uint8_t* top, std::uint8_t* below, int pixels) {
 void multiplyByMask(std::uint8_t* bgra, const std::uint8_t* mask, int pixels) {
     multiplyByMaskBody(bgra, mask, pixels);
 }
+void add(const std::uint8_t* other, std::uint8_t* bytes, int count) { addBody(other, bytes, count); }
 
 #ifdef COBALTREEL_X86
 
@@ -165,6 +171,15 @@ COBALTREEL_AVX2 void blendOverAvx2(const std::uint8_t* top, std::uint8_t* below,
 COBALTREEL_AVX2 void multiplyByMaskAvx2(std::uint8_t* bgra, const std::uint8_t* mask, int pixels) {
     multiplyByMaskBody(bgra, mask, pixels);
 }
+COBALTREEL_AVX2 void addAvx2(const std::uint8_t* other, std::uint8_t* bytes, int count) {
+    int i = 0;
+    for (; i + 32 <= count; i += 32) {
+        auto* const place = reinterpret_cast<__m256i*>(bytes + i);
+        const __m256i more = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(other + i));
+        _mm256_storeu_si256(place, _mm256_adds_epu8(_mm256_loadu_si256(place), more));
+    }
+    addBody(other + i, bytes + i, count - i);
+}
 
 [[gnu::always_inline]] COBALTREEL_AVX2 inline __m256i loadTwo(const std::int16_t* low,
                                                               const std::int16_t* high) {
@@ -211,31 +226,55 @@ COBALTREEL_AVX2 void shrinkGrayAvx2(const std::int16_t* sums, const AxisFilter& 
     }
 }
 
-COBALTREEL_AVX2 void filterGrayAvx2(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
-    if (filter.blocks.empty() && filter.taps % 8 == 0) return shrinkGrayAvx2(sums, filter, out);
-    if (filter.blocks.empty()) return filterRow<1>(sums, filter, out);
-    const int pairs = filter.taps / 2;
+/// Eight outputs of a block, not yet rounded down.
+[[gnu::always_inline]] COBALTREEL_AVX2 inline __m256i blockTotals(const std::int16_t* sums,
+                                                                  const AxisFilter::Block& block,
+                                                                  const std::int16_t* weights, int pairs) {
+    const __m256i shuffle = _mm256_load_si256(reinterpret_cast<const __m256i*>(block.shuffle.data()));
+    __m256i totals = _mm256_set1_epi32(filterRounding);
+    for (int pair = 0; pair < pairs; ++pair, weights += 16) {
+        const __m256i samples = loadTwo(sums + block.base[0] + 2 * pair, sums + block.base[1] + 2 * pair);
+        totals = _mm256_add_epi32(
+            totals, _mm256_madd_epi16(_mm256_shuffle_epi8(samples, shuffle),
+                                      _mm256_loadu_si256(reinterpret_cast<const __m256i*>(weights))));
+    }
+    return totals;
+}
+
+/// Two blocks at a time, because bringing the results together costs as much as the sums. The compiler
+/// unrolls the sums where the number of pairs is a constant.
+[[gnu::always_inline]] COBALTREEL_AVX2 inline void filterBlocks(const std::int16_t* sums,
+                                                                const AxisFilter& filter, int pairs,
+                                                                std::uint8_t* out) {
     const std::int16_t* weights = filter.blockWeights.data();
-    int written = 0;
-    for (const AxisFilter::Block& block : filter.blocks) {
-        const __m256i shuffle = _mm256_load_si256(reinterpret_cast<const __m256i*>(block.shuffle.data()));
-        __m256i totals = _mm256_set1_epi32(filterRounding);
-        for (int pair = 0; pair < pairs; ++pair, weights += 16) {
-            const __m256i samples = loadTwo(sums + block.base[0] + 2 * pair, sums + block.base[1] + 2 * pair);
-            totals = _mm256_add_epi32(
-                totals, _mm256_madd_epi16(_mm256_shuffle_epi8(samples, shuffle),
-                                          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(weights))));
-        }
-        const __m128i bytes = roundedBytes(totals);
-        if (written + 8 <= filter.count) {
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out + written), bytes);
+    const std::ptrdiff_t blockStep = std::ptrdiff_t{16} * pairs;
+    const auto blocks = static_cast<std::ptrdiff_t>(filter.blocks.size());
+    for (std::ptrdiff_t i = 0; i < blocks; i += 2, weights += 2 * blockStep) {
+        const AxisFilter::Block* const block = &filter.blocks[static_cast<std::size_t>(i)];
+        const __m256i low = blockTotals(sums, block[0], weights, pairs);
+        const __m256i high = i + 1 < blocks ? blockTotals(sums, block[1], weights + blockStep, pairs) : low;
+        const __m256i words = _mm256_permute4x64_epi64(
+            _mm256_packs_epi32(_mm256_srai_epi32(low, filterShift), _mm256_srai_epi32(high, filterShift)),
+            0b11'01'10'00);
+        const __m128i bytes =
+            _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+        const int written = static_cast<int>(8 * i);
+        if (written + 16 <= filter.count) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), bytes);
         } else {
             std::uint8_t rest[16];
             _mm_storeu_si128(reinterpret_cast<__m128i*>(rest), bytes);
             std::memcpy(out + written, rest, static_cast<std::size_t>(filter.count - written));
         }
-        written += 8;
     }
+}
+
+COBALTREEL_AVX2 void filterGrayAvx2(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
+    if (filter.blocks.empty() && filter.taps % 8 == 0) return shrinkGrayAvx2(sums, filter, out);
+    if (filter.blocks.empty()) return filterRow<1>(sums, filter, out);
+    constexpr int cubicPairs = 2;
+    if (filter.taps == 2 * cubicPairs) return filterBlocks(sums, filter, cubicPairs, out);
+    filterBlocks(sums, filter, filter.taps / 2, out);
 }
 
 COBALTREEL_AVX2 void filterBgraAvx2(const std::int16_t* sums, const AxisFilter& filter, std::uint8_t* out) {
@@ -270,15 +309,15 @@ COBALTREEL_AVX2 void filterBgraAvx2(const std::int16_t* sums, const AxisFilter& 
 }  // namespace
 
 const PixelKernels& portablePixelKernels() {
-    static constexpr PixelKernels kernels{weighBytes,   roundSums, filterRow<1>,
-                                          filterRow<4>, blendOver, multiplyByMask};
+    static constexpr PixelKernels kernels{weighBytes, roundSums,      filterRow<1>, filterRow<4>,
+                                          blendOver,  multiplyByMask, add};
     return kernels;
 }
 
 const PixelKernels& pixelKernels() {
 #ifdef COBALTREEL_X86
-    static constexpr PixelKernels avx2{weighBytesAvx2, roundSumsAvx2, filterGrayAvx2,
-                                       filterBgraAvx2, blendOverAvx2, multiplyByMaskAvx2};
+    static constexpr PixelKernels avx2{weighBytesAvx2, roundSumsAvx2,      filterGrayAvx2, filterBgraAvx2,
+                                       blendOverAvx2,  multiplyByMaskAvx2, addAvx2};
     if (hasAvx2()) return avx2;
 #endif
     return portablePixelKernels();

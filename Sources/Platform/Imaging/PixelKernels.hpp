@@ -23,6 +23,8 @@ struct PixelKernels {
     void (*blendOver)(const std::uint8_t* top, std::uint8_t* below, int pixels);
     /// Every channel × mask / 255, rounded.
     void (*multiplyByMask)(std::uint8_t* bgra, const std::uint8_t* mask, int pixels);
+    /// bytes = bytes + other, at most 255.
+    void (*add)(const std::uint8_t* other, std::uint8_t* bytes, int count);
 };
 
 /// The fastest kernels this processor runs.

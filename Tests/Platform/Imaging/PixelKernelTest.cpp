@@ -55,6 +55,10 @@ TEST_F(PixelKernelTest, fastAndPortableRowsAgree) {
             fast_.roundSums(a.data(), count, c.data());
             plain_.roundSums(b.data(), count, d.data());
             EXPECT_EQ(c, d);
+            const Bytes more = bytes(size);
+            fast_.add(more.data(), c.data(), count);
+            plain_.add(more.data(), d.data(), count);
+            EXPECT_EQ(c, d);
         }
     }
 }

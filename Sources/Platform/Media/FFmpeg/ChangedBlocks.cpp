@@ -12,9 +12,10 @@ template <int side>
 void compareRow(const std::uint8_t* a, const std::uint8_t* b, int width, std::uint8_t* constant) {
     if (std::memcmp(a, b, static_cast<std::size_t>(width)) == 0) return;
     const int whole = width / side;
-    for (int i = 0; i < whole; ++i) constant[i] &= std::memcmp(a + i * side, b + i * side, side) == 0;
-    if (const int rest = width % side)
-        constant[whole] &=
+    for (int i = 0; i < whole; ++i)
+        if (constant[i]) constant[i] = std::memcmp(a + i * side, b + i * side, side) == 0;
+    if (const int rest = width % side; rest && constant[whole])
+        constant[whole] =
             std::memcmp(a + whole * side, b + whole * side, static_cast<std::size_t>(rest)) == 0;
 }
 
