@@ -54,6 +54,9 @@ class PreviewDesktopTest : public LocalisedTest {
     /// A place in an item, in shares of its size, on the screen.
     QPoint at(const char* name, double x = 0.5, double y = 0.5) const {
         const QQuickItem* target = item(name);
+        // What has just been shown finds its place before the next frame.
+        for (auto* around = target->parentItem(); around; around = around->parentItem())
+            around->ensurePolished();
         return windows.window()->mapToGlobal(
             target->mapToScene(QPointF(x * target->width(), y * target->height())).toPoint());
     }
