@@ -1,3 +1,5 @@
+// Gallery FOLDER: draws every control in every state, in both languages, and writes one picture per control
+// and language ("MacSwitch-he.png"). The user's settings stay untouched.
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
@@ -22,25 +24,24 @@ namespace {
 
 struct Board {
     const char* picture;
-    const char* type;
-    const char* module = "Cobaltreel.Gallery";
+    const char* view;  // a board of Boards.qml, or a view of another module
+    const char* module = nullptr;
     QSize size = {};  // where the view has none of its own
 };
 
 const Board boards[]{
-    {"MacSwitch", "SwitchBoard"},
-    {"MacSlider", "SliderBoard"},
-    {"MacSegmented", "SegmentedBoard"},
-    {"MacDropdown", "DropdownBoard"},
-    {"MacDropdown-open", "MenuBoard"},
-    {"MacToggleRow", "ToggleRowBoard"},
-    {"MacProgressBar", "ProgressBarBoard"},
-    {"MacButton", "ButtonBoard"},
-    {"Icons", "IconBoard"},
-    {"Tip", "TipBoard"},
+    {"MacSwitch", "switches"},
+    {"MacSlider", "sliders"},
+    {"MacSegmented", "segments"},
+    {"MacDropdown", "dropdowns"},
+    {"MacDropdown-open", "menu"},
+    {"MacToggleRow", "rows"},
+    {"MacProgressBar", "bars"},
+    {"MacButton", "buttons"},
+    {"Icons", "icons"},
+    {"Tip", "tips"},
     {"Panel", "PopoverView", "Cobaltreel.PopoverView"},
     {"SettingsWindow", "SettingsView", "Cobaltreel.SettingsWindow", {320, 140}},
-    {"Countdown", "CountdownBoard"},
 };
 
 /// Boards that open menus or tooltips say when they are ready to be drawn.
@@ -85,8 +86,9 @@ QImage draw(const Board& board) {
         properties = {{QStringLiteral("model"), QVariant::fromValue(&panel->model)}};
     }
     AppWindow window(&AppWindows::engine(), nullptr);
-    AppWindows::setLocalizedContent(window, View::ofModule(QString::fromLatin1(board.module),
-                                                           QString::fromLatin1(board.type), properties));
+    if (!board.module) properties[QStringLiteral("shown")] = QString::fromLatin1(board.view);
+    AppWindows::setLocalizedContent(window, View::ofModule(board.module ? board.module : "Cobaltreel.Gallery",
+                                                           board.module ? board.view : "Boards", properties));
     if (window.status() != QQuickView::Ready) throw std::runtime_error("the window could not be built");
     window.resize(window.initialSize());
     window.show();
@@ -129,15 +131,20 @@ void drawAll(const std::filesystem::path& folder) {
 }
 
 }  // namespace
+}  // namespace cobaltreel
 
-int runGallery(const char* folder) {
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "Usage: " << argv[0] << " FOLDER\nWrites a picture of every control in every state.\n";
+        return 2;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
     try {
-        drawAll(folder);
+        cobaltreel::drawAll(argv[1]);
         return 0;
     } catch (const std::exception& error) {
         std::cerr << "gallery: " << error.what() << "\n";
         return 1;
     }
 }
-
-}  // namespace cobaltreel
