@@ -180,20 +180,6 @@ TEST_F(ShellTest, TheHotKeyRecordsAndTheLabelTellsTheTime) {
     EXPECT_EQ(windows->previews.size(), 1U);
 }
 
-TEST_F(ShellTest, TheEndOfTheProgramFinishesTheRecordingFirst) {
-    launch();
-    record();
-    time->advance(3);
-    shell->quit();
-    shell->quit();
-    ASSERT_TRUE(stateBecomes(State::idle));
-    const SessionFolder session = *shell->coordinator().session();
-    EXPECT_TRUE(session.readMeta().recordingEndHostTime.has_value());
-    EXPECT_TRUE(std::filesystem::exists(session.eventsFile()));
-    EXPECT_TRUE(windows->previews.empty())
-        << "nobody is there to look at it; it is offered at the next start";
-}
-
 TEST_F(ShellTest, ARecordingThatWasNeverExportedIsOffered) {
     L::current = Language::en;
     SessionMeta meta;

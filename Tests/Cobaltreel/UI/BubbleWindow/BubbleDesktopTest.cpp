@@ -1,10 +1,8 @@
 // The bubble on a real X server under a window manager, with and without a compositing manager.
-#include "Cobaltreel/Support/ApplicationIdentity.hpp"
 #include "Cobaltreel/UI/ApplicationWindow.hpp"
 #include "Cobaltreel/UI/BubbleWindow/BubbleWindowController.hpp"
 #include "Cobaltreel/UI/DesktopInput.hpp"
 #include "Fakes/FakeVision.hpp"
-#include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/Xcb/XcbCompositor.hpp"
 #include "Platform/Foundation/Clock.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
@@ -15,7 +13,6 @@
 #include <QProcess>
 #include <QTest>
 #include <algorithm>
-#include <atomic>
 #include <vector>
 
 #include <xcb/shape.h>
@@ -219,46 +216,6 @@ TEST_P(BubbleDesktopTest, ALateFrameAfterTheBubbleHasGoneIsHarmless) {
     round(picture(red));
     cutout(picture(red));
     QTest::qWait(20);
-}
-
-TEST_P(BubbleDesktopTest, IsInNoRecordedPicture) {
-    QProcess scene;
-    scene.start(QStringLiteral(RIG_PROGRAMS "/RigScene"), {});
-    ASSERT_TRUE(scene.waitForReadyRead(10000));
-    constexpr QRgb magenta = qRgb(255, 0, 255);
-    std::atomic<int> leaked{0};
-    {
-        platform::XcbScreenCaptureService service({}, bundleIdentifier);
-        const auto content = service.shareableContent();
-        platform::DisplayContentFilter filter{content.displays.at(0), {}};
-        for (const auto& application : content.applications)
-            if (application.bundleIdentifier == bundleIdentifier)
-                filter.excludingApplications.push_back(application);
-        ASSERT_EQ(filter.excludingApplications.size(), 1U);
-        platform::test::Recording recording(
-            service, filter, platform::test::configurationFor(1280, 720),
-            [&](const platform::PixelBuffer& recorded, double) {
-                for (int y = 0; y < 720; y += 2)
-                    for (int x = 0; x < 1280; x += 2)
-                        leaked += isNear(platform::test::colorAt(recorded, x, y), magenta, 60);
-            });
-        ASSERT_EQ(recording.startError(), "");
-        for (const CameraCorner corner : allCases<CameraCorner>) {
-            bubble.show(corner, diameter, CameraStyle::bubble);
-            for (int i = 0; i < 5; ++i) {
-                bubble.frameHandler()(picture(magenta));
-                QTest::qWait(30);
-            }
-            EXPECT_TRUE(shows(magenta));
-            bubble.panel()->setPosition(500, 300);
-            QTest::qWait(100);
-            EXPECT_TRUE(shows(magenta));
-        }
-        EXPECT_TRUE(recording.waitForFrames(20));
-    }
-    EXPECT_EQ(leaked, 0);
-    scene.terminate();
-    EXPECT_TRUE(scene.waitForFinished());
 }
 
 INSTANTIATE_TEST_SUITE_P(On, BubbleDesktopTest, ::testing::Values(Desktop::plain, Desktop::compositing),

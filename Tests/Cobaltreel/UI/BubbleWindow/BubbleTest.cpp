@@ -70,6 +70,10 @@ TEST_F(RoundFeederTest, ABusyMainThreadGetsTheNewestPictureAloneAndAHiddenBubble
     ASSERT_TRUE(time->eventually([&] { return !shown.empty() && shown.back().pixel(16, 16) == blue; }));
     EXPECT_LE(shown.size(), 3U);
 
+    feeder->setSize({64, 64});
+    feeder->feed(first);
+    ASSERT_TRUE(time->eventually([&] { return shown.back().size() == QSize(64, 64); }));
+
     shown.clear();
     feeder->feed(first);
     feeder->setTarget({});

@@ -1,27 +1,14 @@
 // The panel on a real X server, driven by its keyboard and pointer and read through its accessibility.
+#include "Cobaltreel/UI/ApplicationWindow.hpp"
 #include "Cobaltreel/UI/PopoverView/PanelHarness.hpp"
 
-#include <QPainter>
 #include <QQuickItem>
-#include <QRasterWindow>
 
 namespace cobaltreel {
 namespace {
 
 constexpr xcb_keysym_t returnKey = 0xff0d, escape = 0xff1b, tab = 0xff09, space = ' ';
 constexpr QRect tray(1000, 4, 22, 22);
-
-class OtherApplication final : public QRasterWindow {
-  public:
-    OtherApplication() {
-        setGeometry(20, 60, 500, 600);
-        show();
-        EXPECT_TRUE(QTest::qWaitForWindowExposed(this));
-    }
-
-  protected:
-    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(QRect({0, 0}, size()), Qt::darkCyan); }
-};
 
 class PanelDesktopTest : public PanelHarness {
   protected:
@@ -175,7 +162,7 @@ TEST_F(PanelDesktopTest, AfterAClickReturnStillStarts) {
 }
 
 TEST_F(PanelDesktopTest, ClosesOnEscapeAndWithTheFocusAndTheSetUpWithIt) {
-    OtherApplication other;
+    ApplicationWindow other(false);
     open();
     EXPECT_TRUE(eventually([&] { return bubble->isShown; }));
     click("Camera: HD Webcam C920", QAccessible::ButtonMenu);

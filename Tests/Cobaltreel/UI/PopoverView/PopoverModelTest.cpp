@@ -142,19 +142,6 @@ TEST_F(PopoverModelTest, APanelThatStaysOpenIsAliveAgainWhenItIsTurnedToAfterARe
     EXPECT_FALSE(bubble->isShown || coordinator->previewActive());
 }
 
-TEST_F(PopoverModelTest, APanelOpenedDuringARecordingHasAMeter) {
-    record();
-    model->appear();
-    ASSERT_TRUE(eventually([&] { return devices().isRunning(); }));
-    const auto level = [&] {
-        devices().deliverSound(time->now(), 0.04F);
-        time->advance(0.06);
-        return model->micLevel();
-    };
-    EXPECT_TRUE(eventually([&] { return level() > 0.1; }));
-    stop();
-}
-
 TEST_F(PopoverModelTest, WhatIsMissingIsSaidAndADeviceThatComesLaterIsTakenUp) {
     L::current = Language::en;
     const auto all = capture->fakeDevices;
@@ -236,15 +223,6 @@ TEST_F(PopoverModelTest, HidingGivesTheSetUpUp) {
     access->answer();
     time->drain();
     EXPECT_EQ(bubble->shows, 1);
-}
-
-TEST_F(PopoverModelTest, WithoutAMicrophonePermissionThereIsNoPreview) {
-    access->microphone = platform::AuthorizationStatus::denied;
-    model->appear();
-    ASSERT_TRUE(eventually([&] { return !alerts->alerts.empty(); }));
-    for (int i = 0; i < 5; ++i) time->drain();
-    EXPECT_EQ(bubble->shows, 0);
-    EXPECT_THAT(messages(), ::testing::ElementsAre(S::microphoneRequired()));
 }
 
 TEST(VersionEggTest, ThreeTapsWithinASecondShowItForThree) {
