@@ -35,9 +35,7 @@ bool FakeSession::deliver(const SampleBuffer& sample) {
 }
 
 bool FakeSession::deliverPicture(double seconds) {
-    const CaptureSession::Preset preset =
-        commits().empty() ? CaptureSession::Preset{} : commits().back().preset;
-    const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, preset.width, preset.height);
+    const auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, 64, 36);
     for (int i = 0; i < picture->planeCount(); ++i) {
         const Plane& plane = picture->plane(i);
         std::memset(plane.data, 0x80,
@@ -83,24 +81,15 @@ class FakeSessionHandle final : public CaptureSession {
         session_->commits_.push_back(pending_);
     }
     void removeAllInputs() override { pending_.inputs.clear(); }
-    void removeAllOutputs() override {
-        pending_.outputs.clear();
-        pendingOutputs_ = {};
-    }
-    void setPreset(const Preset& preset) override { pending_.preset = preset; }
+    void removeAllOutputs() override { pendingOutputs_ = {}; }
+    void setPreset(const Preset&) override {}
     void addInput(const CaptureDevice& device) override {
         const auto refused = session_->inputErrors_.find(device.uniqueID);
         if (refused != session_->inputErrors_.end()) throw PlatformError(refused->second);
-        if (std::ranges::find(pending_.inputs, device.type, &CaptureDevice::type) != pending_.inputs.end())
-            throw PlatformError("Capture", 1, "The session has an input of this type already.");
         pending_.inputs.push_back(device);
     }
     void addOutput(MediaType type, SerialQueue& queue, SampleHandler handler) override {
-        auto& output = pendingOutputs_[indexOf(type)];
-        if (output.queue != nullptr)
-            throw PlatformError("Capture", 2, "The session has an output of this type already.");
-        output = {&queue, std::move(handler)};
-        pending_.outputs.push_back(type);
+        pendingOutputs_[indexOf(type)] = {&queue, std::move(handler)};
     }
     void setVideoMirrored(bool mirrored) override { pending_.mirrored = mirrored; }
 

@@ -20,8 +20,6 @@ class FakeSession {
     /// What one configuration transaction left behind.
     struct Configuration {
         std::vector<CaptureDevice> inputs;
-        std::vector<MediaType> outputs;
-        CaptureSession::Preset preset;
         bool mirrored = false;
     };
 
@@ -35,7 +33,7 @@ class FakeSession {
     /// Hands a sample to its handler on the handler's queue and waits until it has been handled. False, and
     /// nothing happens, when the session does not run or nobody listens to this type.
     bool deliver(const SampleBuffer& sample);
-    /// Delivers a gray picture of the preset's size at `seconds` of the host clock.
+    /// Delivers a gray picture at `seconds` of the host clock.
     bool deliverPicture(double seconds);
     /// Delivers `frames` frames of sound, every sample of it `level`.
     bool deliverSound(double seconds, float level = 0, std::size_t frames = 480);

@@ -110,10 +110,7 @@ class FakeStreamHandle final : public CaptureStream {
 
     void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override {
         const std::lock_guard lock(stream_->mutex_);
-        FakeStream::Output& output = stream_->outputs_[indexOf(type)];
-        if (output.queue != nullptr)
-            throw PlatformError("ScreenCapture", 1, "This output of the stream is already taken.");
-        output = {&queue, std::move(handler)};
+        stream_->outputs_[indexOf(type)] = {&queue, std::move(handler)};
     }
 
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override {

@@ -49,6 +49,9 @@ TEST_F(MouseSamplerTest, FollowsTheWindowUntilItCloses) {
     EXPECT_EQ(log.samples.size(), 12U);
     ASSERT_EQ(log.windowFrames.size(), 2U);
     EXPECT_EQ(log.windowFrames[1], (WindowFrameSample{log.samples[1].t, 11, 20, 300, 200}));
+    sampler.start(CaptureMode::display, 0);
+    time->advance(0.1001);
+    EXPECT_EQ(sampler.stop().samples.size(), 6U) << "begins afresh";
 }
 
 }  // namespace
