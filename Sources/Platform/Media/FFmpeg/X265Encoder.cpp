@@ -4,6 +4,7 @@
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <new>
@@ -20,6 +21,8 @@ constexpr int bitDepth = 8;
 constexpr int coarsestQuantiser = 51;
 constexpr int quantiser = 21;
 constexpr int keyFrameQuantiser = 19;  // the pictures that follow copy most of it
+// The fewest decisions that can be loaded: a picture's kind, none of its blocks.
+constexpr int pictureDecisions = 1;
 
 using Options = std::vector<std::pair<const char*, std::string>>;
 
@@ -37,8 +40,7 @@ PlatformError failure(const VideoSettings& settings) {
 // stands still.
 //
 // The quantiser is the caller's alone (no adaptive quantisation, no tree, no rate control), so that what
-// moved a moment ago does not make the text coarse that stands still now, and the library estimates no
-// picture's cost.
+// moved a moment ago does not make the text coarse that stands still now.
 Options optionsFor(const VideoSettings& settings) {
     constexpr double easyPixelsPerSecond = 1280.0 * 720 * 30;
     constexpr double hardPixelsPerSecond = 1920.0 * 1080 * 45;
@@ -75,9 +77,29 @@ Options optionsFor(const VideoSettings& settings) {
         {"repeat-headers", "0"},
         {"info", "0"},
         {"log-level", "none"}};
+    // A number would set the filter's strength and leave it on.
     if (pixelsPerSecond > hardPixelsPerSecond)
-        options.insert(options.end(), {{"deblock", "0"}, {"temporal-mvp", "0"}});
+        options.insert(options.end(), {{"deblock", "false"}, {"temporal-mvp", "0"}});
     return options;
+}
+
+// The file that decisions are loaded from is a pointer in older headers and an array in newer ones. Either
+// must hold something for decisions to be taken from memory, too.
+constexpr const char* noFile = "none";
+[[maybe_unused]] void setFile(const char*& field) { field = noFile; }
+template <std::size_t size>
+[[maybe_unused]] void setFile(char (&field)[size]) {
+    std::strncpy(field, noFile, size - 1);
+}
+
+/// Has the library take each picture's kind from the caller. It would otherwise scale every picture down and
+/// predict it, for an estimate of its cost that a constant quantiser never asks for: a seventh of the time
+/// that an unchanged picture takes.
+void decideOurselves(x265_param& parameters) {
+    setFile(parameters.analysisLoad);
+    parameters.bUseAnalysisFile = 0;
+    parameters.analysisLoadReuseLevel = pictureDecisions;
+    parameters.bDisableLookahead = 1;
 }
 
 void setUp(x265_param* parameters, const VideoSettings& settings, const AVCodecContext& description) {
@@ -89,6 +111,7 @@ void setUp(x265_param* parameters, const VideoSettings& settings, const AVCodecC
     parameters->fpsNum = static_cast<std::uint32_t>(description.framerate.num);
     parameters->fpsDenom = static_cast<std::uint32_t>(description.framerate.den);
     parameters->internalCsp = X265_CSP_I420;
+    decideOurselves(*parameters);
     parameters->vui.aspectRatioIdc = 1;
     parameters->vui.bEnableVideoSignalTypePresentFlag = 1;
     parameters->vui.bEnableVideoFullRangeFlag = description.color_range == AVCOL_RANGE_JPEG ? 1 : 0;
@@ -96,6 +119,32 @@ void setUp(x265_param* parameters, const VideoSettings& settings, const AVCodecC
     parameters->vui.colorPrimaries = description.color_primaries;
     parameters->vui.transferCharacteristics = description.color_trc;
     parameters->vui.matrixCoeffs = description.colorspace;
+}
+
+/// What the library compares with its parameters at the first picture.
+x265_analysis_validate validationFor(x265_encoder* encoder) {
+    x265_param used;
+    x265_encoder_parameters(encoder, &used);
+    x265_analysis_validate same{};
+    same.analysisReuseLevel = used.analysisLoadReuseLevel;
+    same.maxNumReferences = used.maxNumReferences;
+    same.sourceWidth = used.sourceWidth;
+    same.sourceHeight = used.sourceHeight;
+    same.keyframeMax = used.keyframeMax;
+    same.keyframeMin = used.keyframeMin;
+    same.openGOP = used.bOpenGOP;
+    same.bframes = used.bframes;
+    same.bPyramid = used.bBPyramid;
+    same.maxCUSize = static_cast<int>(used.maxCUSize);
+    same.minCUSize = static_cast<int>(used.minCUSize);
+    same.intraRefresh = used.bIntraRefresh;
+    same.lookaheadDepth = used.lookaheadDepth;
+    same.chunkStart = used.chunkStart;
+    same.chunkEnd = used.chunkEnd;
+    same.cuTree = used.rc.cuTree;
+    same.ctuDistortionRefine = used.ctuDistortionRefine;
+    same.frameDuplication = used.bEnableFrameDuplication;
+    return same;
 }
 
 std::size_t bytesOf(const x265_nal* units, std::uint32_t count) {
@@ -138,7 +187,7 @@ void X265Encoder::send(FramePtr frame, double coarser) {
         }
         return;
     }
-    const bool isKeyFrame = frame->pict_type == AV_PICTURE_TYPE_I;
+    const bool isKeyFrame = sent_ == 0 || frame->pict_type == AV_PICTURE_TYPE_I;
     x265_picture picture;
     x265_picture_init(parameters_.get(), &picture);
     for (int i = 0; i < 3; ++i) {
@@ -147,7 +196,15 @@ void X265Encoder::send(FramePtr frame, double coarser) {
     }
     picture.bitDepth = bitDepth;
     picture.pts = frame->pts;
-    picture.sliceType = isKeyFrame ? X265_TYPE_IDR : X265_TYPE_AUTO;
+    x265_analysis_data& decided = picture.analysisData;
+    std::array<x265_weight_param, 3> noWeights{};  // one a plane; copied
+    decided.poc = static_cast<std::uint32_t>(sent_);
+    decided.sliceType = isKeyFrame ? X265_TYPE_IDR : X265_TYPE_P;
+    decided.wt = noWeights.data();
+    decided.lookahead.keyframe = isKeyFrame ? 1 : 0;
+    decided.lookahead.dts = decided.lookahead.reorderedPts = frame->pts;
+    if (sent_ == 0) decided.saveParam = validationFor(encoder_.get());
+    ++sent_;
     const int wished = isKeyFrame ? keyFrameQuantiser : quantiser;
     // The library counts from 1; 0 leaves the choice to it.
     picture.forceqp =

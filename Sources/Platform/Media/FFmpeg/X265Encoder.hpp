@@ -34,6 +34,7 @@ class X265Encoder final : public VideoEncoder {
     CodecPtr description_;
     std::unique_ptr<x265_param, Free> parameters_;
     std::unique_ptr<x265_encoder, Free> encoder_;
+    int sent_ = 0;                    // pictures
     std::deque<std::int64_t> times_;  // of the pictures inside
     std::deque<PacketPtr> packets_;
 };
