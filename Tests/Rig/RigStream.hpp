@@ -12,10 +12,7 @@ namespace rig {
 /// signal or with its server.
 class RigStream {
   public:
-    virtual ~RigStream() {
-        if (stream_ != nullptr) pw_stream_destroy(stream_);
-        pw_main_loop_destroy(loop_);
-    }
+    virtual ~RigStream() { pw_main_loop_destroy(loop_); }
     RigStream(const RigStream&) = delete;
     RigStream& operator=(const RigStream&) = delete;
 
@@ -45,10 +42,14 @@ class RigStream {
         if (stream_ == nullptr || pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY,
                                                     static_cast<pw_stream_flags>(flags), &format, 1) < 0) {
             std::fprintf(stderr, "%s: no media server takes it\n", name);
+            if (stream_ != nullptr) pw_stream_destroy(stream_);
             return 1;
         }
         pw_main_loop_run(loop_);
-        return status_;
+        const int status = status_;
+        // Before any of this object goes: until then the graph's thread calls it.
+        pw_stream_destroy(stream_);
+        return status;
     }
 
     pw_loop* loop() const { return pw_main_loop_get_loop(loop_); }
