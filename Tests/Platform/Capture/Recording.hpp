@@ -65,25 +65,23 @@ class Recording {
             latest_ = sample.buffer.image;
             changed_.notify_all();
         });
-        bool started = false;
-        stream_->startCapture([&](const std::optional<PlatformError>& error) {
+        stream_->startCapture([this](const std::optional<PlatformError>& error) {
             const std::lock_guard lock(mutex_);
             if (error) startError_ = error->description();
-            started = true;
+            hasStarted_ = true;
         });
-        wait([&] { return started; });
+        wait([this] { return hasStarted_; });
     }
     ~Recording() { stop(); }
 
     /// Stops and waits until it has; false when it does not.
     bool stop() {
         if (!stream_) return true;
-        bool isDone = false;
-        stream_->stopCapture([&](const std::optional<PlatformError>&) {
+        stream_->stopCapture([this](const std::optional<PlatformError>&) {
             const std::lock_guard lock(mutex_);
-            isDone = true;
+            hasStopped_ = true;
         });
-        if (!wait([&] { return isDone; })) return false;
+        if (!wait([this] { return hasStopped_; })) return false;
         stream_.reset();
         return true;
     }
@@ -139,6 +137,8 @@ class Recording {
     std::condition_variable changed_;
     Look look_;
     std::function<void()> run_;
+    bool hasStarted_ = false;
+    bool hasStopped_ = false;
     bool isMonotonic_ = true;
     std::string startError_;
     std::vector<PlatformError> errors_;
