@@ -216,7 +216,7 @@ void PortalCast::setEnded(std::function<void(const PlatformError&)> ended) {
     std::optional<PlatformError> early;
     {
         const std::lock_guard lock(listener_->mutex);
-        early = std::exchange(listener_->early, std::nullopt);
+        if (ended) early = std::exchange(listener_->early, std::nullopt);
         if (!early) listener_->ended = std::move(ended);
     }
     if (early) ended(*early);

@@ -45,7 +45,7 @@ class PortalCast final : public QObject {
     /// For the next time; empty when the desktop does not remember.
     const std::string& restoreToken() const { return restoreToken_; }
     pipewire::CastStream& stream() { return *stream_; }
-    /// Told once, on any thread, when the cast ends by itself.
+    /// Told once, on any thread, when the cast ends by itself; empty for nobody.
     void setEnded(std::function<void(const PlatformError&)> ended);
 
   private:

@@ -33,7 +33,10 @@ class PortalStream final : public CaptureStream {
     PortalStream(std::shared_ptr<PortalCast> cast, const StreamConfiguration& configuration,
                  std::function<void(const PlatformError&)> onStopped)
         : cast_(std::move(cast)), configuration_(configuration), onStopped_(std::move(onStopped)) {}
-    ~PortalStream() override { cast_->stream().stop(); }
+    ~PortalStream() override {
+        cast_->setEnded({});
+        cast_->stream().stop();
+    }
 
     void addOutput(StreamOutputType type, SerialQueue& queue, OutputHandler handler) override {
         output_.add(type, queue, std::move(handler));
@@ -60,20 +63,18 @@ class PortalStream final : public CaptureStream {
 
 class PortalScreenCapture::Grant final : public ContentGrant {
   public:
-    Grant(std::shared_ptr<PortalCast> made, ContentKind of) : cast(std::move(made)), kind(of) {}
-
-    ShareableContent content() const {
+    Grant(std::shared_ptr<PortalCast> made, ContentKind kind)
+        : cast(std::move(made)), content(std::make_shared<ShareableContent>()) {
         const CastScreen::Place& place = cast->place();
-        ShareableContent content;
         if (kind == ContentKind::window)
-            content.windows.push_back({usualID, {}, place.frame, true, std::nullopt});
+            content->windows.push_back({usualID, {}, place.frame, true, std::nullopt});
         else
-            content.displays.push_back({usualID, {}, place.frame, place.scale, true});
-        return content;
+            content->displays.push_back({usualID, {}, place.frame, place.scale, true});
     }
 
     const std::shared_ptr<PortalCast> cast;
-    const ContentKind kind;
+    /// Shared with whoever reads it, so that the cast ends on the main thread.
+    const std::shared_ptr<ShareableContent> content;
 };
 
 PortalScreenCapture::PortalScreenCapture(std::shared_ptr<PortalBus> bus, std::shared_ptr<MainLoop> mainLoop,
@@ -116,7 +117,7 @@ ShareableContent PortalScreenCapture::shareableContent() {
     std::map<ContentKind, std::string> tokens;
     {
         const std::lock_guard lock(mutex_);
-        if (const auto grant = grant_.lock()) return grant->content();
+        if (const auto granted = grantedContent_.lock()) return *granted;
         tokens = tokens_;
     }
     const QVariantMap portal = requirePortal();
@@ -179,9 +180,10 @@ void PortalScreenCapture::open(const CastWish& wish) {
         if (error) return done(error, nullptr);
         remember(wish.kind, cast->restoreToken());
         const auto grant = std::make_shared<Grant>(cast, wish.kind);
+        grant_ = grant;
         {
             const std::lock_guard lock(mutex_);
-            grant_ = grant;
+            grantedContent_ = grant->content;
         }
         done(std::nullopt, grant);
     });
@@ -199,11 +201,7 @@ void PortalScreenCapture::remember(ContentKind kind, const std::string& token) {
 std::unique_ptr<CaptureStream> PortalScreenCapture::makeStream(
     const ContentFilter&, const StreamConfiguration& configuration,
     std::function<void(const PlatformError&)> onStopped) {
-    std::shared_ptr<Grant> grant;
-    {
-        const std::lock_guard lock(mutex_);
-        grant = grant_.lock();
-    }
+    const std::shared_ptr<Grant> grant = grant_.lock();
     if (!grant)
         throw PlatformError("ScreenCapture", notGranted,
                             "Nothing has been chosen in the desktop's dialog to be recorded. Start again.");

@@ -52,11 +52,12 @@ class PortalScreenCapture final : public ScreenCaptureService {
     std::shared_ptr<UserDefaults> defaults_;
     std::shared_ptr<PortalCast> opening_;
     Granted waiting_;
+    std::weak_ptr<Grant> grant_;
 
     std::mutex mutex_;
     std::optional<QVariantMap> portal_;
     std::map<ContentKind, std::string> tokens_;
-    std::weak_ptr<Grant> grant_;
+    std::weak_ptr<ShareableContent> grantedContent_;
 };
 
 }  // namespace platform
