@@ -5,9 +5,9 @@
 namespace cobaltreel {
 
 void BubbleFeeder::setTarget(Target target) {
-    target_ = std::move(target);
-    const std::scoped_lock lock(mutex_);
-    waiting_ = {};
+    outlet_->target = std::move(target);
+    const std::scoped_lock lock(outlet_->mutex);
+    outlet_->waiting = {};
 }
 
 void BubbleFeeder::setSize(QSize pixels) {
@@ -22,23 +22,23 @@ QSize BubbleFeeder::size() const {
 
 void BubbleFeeder::hand(QImage picture) {
     {
-        const std::scoped_lock lock(mutex_);
-        const bool isAnnounced = !waiting_.isNull();
-        waiting_ = std::move(picture);
+        const std::scoped_lock lock(outlet_->mutex);
+        const bool isAnnounced = !outlet_->waiting.isNull();
+        outlet_->waiting = std::move(picture);
         if (isAnnounced) return;
     }
-    mainLoop_->post([feeder = weak_from_this()] {
-        if (const auto self = feeder.lock()) self->deliver();
+    mainLoop_->post([waiting = std::weak_ptr(outlet_)] {
+        if (const auto outlet = waiting.lock()) outlet->deliver();
     });
 }
 
-void BubbleFeeder::deliver() {
+void BubbleFeeder::Outlet::deliver() {
     QImage picture;
     {
-        const std::scoped_lock lock(mutex_);
-        picture = std::exchange(waiting_, {});
+        const std::scoped_lock lock(mutex);
+        picture = std::exchange(waiting, {});
     }
-    if (target_ && !picture.isNull()) target_(picture);
+    if (target && !picture.isNull()) target(picture);
 }
 
 }  // namespace cobaltreel

@@ -37,13 +37,20 @@ class BubbleFeeder : public std::enable_shared_from_this<BubbleFeeder> {
     void hand(QImage picture);
 
   private:
-    void deliver();
+    /// What the main thread takes from. Complete before the thread that renders begins, which the pointer of
+    /// `enable_shared_from_this` is not; and a picture under way never makes the main thread end the feeder.
+    struct Outlet {
+        void deliver();
+
+        Target target;  // main thread
+        std::mutex mutex;
+        QImage waiting;
+    };
 
     std::shared_ptr<platform::MainLoop> mainLoop_;
-    Target target_;  // main thread
+    const std::shared_ptr<Outlet> outlet_ = std::make_shared<Outlet>();
     mutable std::mutex mutex_;
     QSize size_;
-    QImage waiting_;
 };
 
 }  // namespace cobaltreel
