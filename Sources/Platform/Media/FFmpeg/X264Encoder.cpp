@@ -17,6 +17,8 @@ namespace {
 constexpr double constantQuality = 21;
 /// A picture of which the ceiling took more than this from the quality is encoded again while it stands.
 constexpr double tolerance = 0.5;
+/// What changed is refined once.
+constexpr int codings = 2;
 constexpr std::size_t lengthBytes = 4;
 
 PlatformError failure(int width, int height) {
@@ -79,8 +81,7 @@ void appendWithLength(Bytes& packet, std::span<const std::uint8_t> unit) {
 
 void X264Encoder::Free::operator()(x264_t* encoder) const { x264_encoder_close(encoder); }
 
-X264Encoder::X264Encoder(const VideoSettings& settings)
-    : description_(describe(nullptr, settings)), quality_(constantQuality) {
+X264Encoder::X264Encoder(const VideoSettings& settings) : description_(describe(nullptr, settings)) {
     description_->codec_type = AVMEDIA_TYPE_VIDEO;
     description_->codec_id = AV_CODEC_ID_H264;
     x264_param_t parameters = parametersOf(settings, *description_);
@@ -122,17 +123,20 @@ void X264Encoder::send(FramePtr picture, double) {
     const bool isKeyFrame =
         !last_ || sinceKeyFrame_ >= description_->gop_size || picture->pict_type == AV_PICTURE_TYPE_I;
     const bool isSame = last_ && compareBlocks(*picture, *last_, constant_) == 0;
-    const bool isRepetition = stream_ && isSame && !isKeyFrame && isGood_;
-    pending_.push_back({picture->pts, isRepetition});
     sinceKeyFrame_ = isKeyFrame ? 1 : sinceKeyFrame_ + 1;
-    if (isRepetition) {
-        deliverRepetitions();
+    times_.push_back(picture->pts);
+    if (stream_ && isSame && !isKeyFrame && good_ >= codings) {
+        // What is still inside looks the same and is shown later, so that nothing piles up behind it.
+        Bytes packet;
+        appendWithLength(packet, stream_->repetition(frameNumber_));
+        deliver(packet, false);
         return;
     }
     if (!isSame || isKeyFrame) {
-        standsSince_ = picture->pts;
-        isGood_ = false;
+        standsFrom_ = given_;
+        good_ = 0;
     }
+    ++given_;
     encode(*picture, isKeyFrame, last_ != nullptr);
     last_ = std::move(picture);
 }
@@ -161,7 +165,7 @@ void X264Encoder::encode(const AVFrame& frame, bool isKeyFrame, bool hasPrevious
     int count = 0;
     const int result = x264_encoder_encode(encoder_.get(), &units, &count, &picture, &out);
     if (result < 0) throw PlatformError("libx264", result, "The encoder libx264 failed.");
-    if (result > 0) take(units, count, out.prop.f_crf_avg - quality_);
+    if (result > 0) take(units, count, out.prop.f_crf_avg - constantQuality);
 }
 
 void X264Encoder::drain() {
@@ -171,9 +175,8 @@ void X264Encoder::drain() {
         int count = 0;
         const int result = x264_encoder_encode(encoder_.get(), &units, &count, nullptr, &out);
         if (result < 0) throw PlatformError("libx264", result, "The encoder libx264 failed.");
-        if (result > 0) take(units, count, out.prop.f_crf_avg - quality_);
+        if (result > 0) take(units, count, out.prop.f_crf_avg - constantQuality);
     }
-    deliverRepetitions();
 }
 
 /// Takes what one picture became.
@@ -190,27 +193,18 @@ void X264Encoder::take(const void* first, int count, double coarsening) {
         if (unit.i_type == NAL_SLICE && stream_) stream_->setFrameNumber(bytes, frameNumber_);
         appendWithLength(packet, bytes);
     }
-    if (pending_.front().time >= standsSince_) isGood_ = coarsening <= tolerance;
+    if (taken_++ >= standsFrom_) good_ = coarsening <= tolerance ? good_ + 1 : 0;
     deliver(packet, isKeyFrame);
-    deliverRepetitions();
 }
 
-void X264Encoder::deliverRepetitions() {
-    while (!pending_.empty() && pending_.front().isRepetition) {
-        Bytes packet;
-        appendWithLength(packet, stream_->repetition(frameNumber_));
-        deliver(packet, false);
-    }
-}
-
-/// What the first of the pictures on their way became.
+/// What is shown at the first of the times that wait.
 void X264Encoder::deliver(const Bytes& bytes, bool isKeyFrame) {
     PacketPtr packet = makePacket();
     check(av_new_packet(packet.get(), static_cast<int>(bytes.size())), "The encoder libx264 failed");
     std::copy(bytes.begin(), bytes.end(), packet->data);
     if (isKeyFrame) packet->flags |= AV_PKT_FLAG_KEY;
-    packet->pts = packet->dts = pending_.front().time;  // nothing is reordered
-    pending_.pop_front();
+    packet->pts = packet->dts = times_.front();  // nothing is reordered
+    times_.pop_front();
     ++frameNumber_;
     packets_.push_back(std::move(packet));
 }

@@ -31,29 +31,24 @@ class X264Encoder final : public VideoEncoder {
     struct Free {
         void operator()(x264_t* encoder) const;
     };
-    /// A picture on its way: inside the library, or to be repeated when it is its turn.
-    struct Pending {
-        std::int64_t time;
-        bool isRepetition;
-    };
     void readHeaders();
     void encode(const AVFrame& picture, bool isKeyFrame, bool hasPrevious);
     void drain();
     void take(const void* units, int count, double coarsening);
     void deliver(const Bytes& bytes, bool isKeyFrame);
-    void deliverRepetitions();
 
     CodecPtr description_;
     std::unique_ptr<x264_t, Free> encoder_;
-    double quality_;
     std::optional<H264Stream> stream_;    // absent where pictures cannot be repeated
     std::vector<std::uint8_t> constant_;  // the blocks that are as they were
     FramePtr last_;
-    int sinceKeyFrame_ = 0;         // pictures sent
-    std::int64_t standsSince_ = 0;  // when the last picture was encoded first
-    bool isGood_ = false;           // whether it has come out as well as it should
-    std::deque<Pending> pending_;
-    int frameNumber_ = 0;  // of the next picture to come out
+    int sinceKeyFrame_ = 0;  // pictures sent
+    // Pictures that the library was given and has given back, the first of them that looks like the last one,
+    // and how many of those have come out as well as they should.
+    std::int64_t given_ = 0, taken_ = 0, standsFrom_ = 0;
+    int good_ = 0;
+    std::deque<std::int64_t> times_;  // of the pictures inside
+    int frameNumber_ = 0;             // of the next picture to come out
     std::deque<PacketPtr> packets_;
 };
 
