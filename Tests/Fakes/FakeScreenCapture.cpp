@@ -89,13 +89,6 @@ bool FakeStream::finishStart() {
 
 bool FakeStream::finishStop() { return finish(State::stopping, State::stopped, waitingStop_, stopError_); }
 
-bool FakeStream::isOnOutputQueue() const {
-    const std::lock_guard lock(mutex_);
-    for (const Output& output : outputs_)
-        if (output.queue != nullptr && output.queue->isCurrent()) return true;
-    return false;
-}
-
 /// What the owner of the stream holds.
 class FakeStreamHandle final : public CaptureStream {
   public:
@@ -135,9 +128,7 @@ class FakeStreamHandle final : public CaptureStream {
     }
 
   private:
-    void waitForHandlers() {
-        if (!stream_->isOnOutputQueue()) const std::lock_guard none(stream_->delivery_);
-    }
+    void waitForHandlers() { const std::lock_guard none(stream_->delivery_); }
 
     std::shared_ptr<FakeStream> stream_;
 };

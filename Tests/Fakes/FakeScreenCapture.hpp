@@ -50,7 +50,6 @@ class FakeStream {
     };
 
     bool finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error);
-    bool isOnOutputQueue() const;
 
     mutable std::mutex mutex_;
     std::mutex delivery_;  // held while a handler runs, so that stopping can wait for it

@@ -100,6 +100,8 @@ TEST_F(RecordingFailuresTest, AStartThatFailsLeavesNothingOfItselfAndAllOfWhatWa
     countdown->complete();
     ASSERT_TRUE(eventually([&] { return alerts->alerts.size() == 2; }));
     EXPECT_EQ(messages()[1], S::recordingFailed());
+    EXPECT_THAT(alerts->alerts[1].informativeText.toStdString(),
+                testing::HasSubstr(Paths::sessionsRoot().string()));
     fs::remove(Paths::sessionsRoot());
     record();
     stop();

@@ -2,6 +2,8 @@
 
 #include "Rig/TemporaryFolder.hpp"
 
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -14,13 +16,29 @@ namespace cobaltreel {
 /// Points the user's directories into a folder of the test's own, and back afterwards.
 class TemporaryHome : public ::testing::Test {
   protected:
-    TemporaryHome();
-    ~TemporaryHome() override;
+    TemporaryHome() {
+        setVariable("HOME", home);
+        setVariable("XDG_DATA_HOME", home / "data");
+        setVariable("XDG_CONFIG_HOME", home / "config");
+        setVariable("XDG_VIDEOS_DIR", home / "videos");
+    }
+    ~TemporaryHome() override {
+        for (const auto& [name, value] : before_) assign(name, value);
+    }
 
     /// Sets an environment variable, or removes it, until the end of the test.
-    void setVariable(const std::string& name, const std::optional<std::string>& value);
+    void setVariable(const std::string& name, const std::optional<std::string>& value) {
+        const char* now = std::getenv(name.c_str());
+        before_.try_emplace(name, now ? std::optional<std::string>(now) : std::nullopt);
+        assign(name, value);
+    }
 
   private:
+    static void assign(const std::string& name, const std::optional<std::string>& value) {
+        value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+        tzset();
+    }
+
     rig::TemporaryFolder folder_;
 
   protected:

@@ -58,16 +58,6 @@ TEST_F(PopoverModelTest, NamesWhatThereIsToChooseFrom) {
     EXPECT_EQ(model->currentCameraName(), "Other camera");
     EXPECT_EQ(model->currentMicName(), "Microphone");
     EXPECT_EQ(coordinator->selectedCameraID(), "cam2");
-
-    // What was chosen has gone.
-    content.displays.pop_back();
-    content.windows.erase(content.windows.begin() + 1);
-    capture->fakeDevices = {{camera}, {otherMic}, otherMic};
-    choose();
-    EXPECT_EQ(model->currentDisplayName(), "Built-in (1512×982)");
-    EXPECT_EQ(model->currentWindowName(), "Window");
-    EXPECT_EQ(model->currentCameraName(), "Camera");
-    EXPECT_EQ(model->currentMicName(), "Headset");
 }
 
 TEST_F(PopoverModelTest, ThePreviewFollowsTheChoicesWhileThePanelIsShownAndNothingIsRecorded) {
