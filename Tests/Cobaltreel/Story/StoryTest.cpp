@@ -87,7 +87,7 @@ TEST(StoryTest, FromTheTrayToTheMovie) {
     {
         rig::ChildProcess story({STORY, COBALTREEL_PROGRAM, folder.string(), isWayland ? "he" : "en"});
         const std::string prefix = "The recording: ";
-        const std::string line = story.readLine(120'000);
+        const std::string line = story.readLine(300'000);
         ASSERT_TRUE(line.starts_with(prefix)) << line;
         const fs::path session = line.substr(prefix.size());
         // The folder will go; a second name keeps the movie.
@@ -100,7 +100,8 @@ TEST(StoryTest, FromTheTrayToTheMovie) {
         EXPECT_GT(events.at("samples").size(), 200U);
 
         std::string last;
-        for (std::string next = story.readLine(180'000); !next.empty(); next = story.readLine()) last = next;
+        for (std::string next = story.readLine(400'000); !next.empty(); next = story.readLine(60'000))
+            last = next;
         EXPECT_THAT(last, testing::HasSubstr("A picture: ")) << "the story did not come to its end";
         EXPECT_FALSE(fs::exists(session)) << "exported and closed";
     }
