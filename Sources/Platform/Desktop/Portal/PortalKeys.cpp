@@ -101,8 +101,11 @@ std::unique_ptr<KeyGrab> PortalShortcuts::add(const KeyChord& chord, std::functi
 
 void PortalShortcuts::ask() {
     isAsked_ = true;
+    // KDE keeps the user's keys under this name, so it stays the same from start to start.
+    QString token = QStringLiteral("cobaltreel");
+    for (const Chord& each : chords_) token += QLatin1Char('_') + nameOf(each.keys);
     bus_->request(globalShortcuts, QStringLiteral("CreateSession"), {},
-                  {{QStringLiteral("session_handle_token"), PortalBus::newToken()}},
+                  {{QStringLiteral("session_handle_token"), token}},
                   [weak = weak_from_this()](const PortalAnswer& answer) {
                       const auto self = weak.lock();
                       if (!self || answer.outcome != PortalAnswer::Outcome::done) return;
