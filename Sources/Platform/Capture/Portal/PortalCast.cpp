@@ -203,7 +203,8 @@ bool PortalCast::endsWith(const PortalAnswer& answer) {
     else
         finish(PlatformError("ScreenCapture", choiceRefused,
                              "The desktop does not share the screen" +
-                                 (answer.reason.empty() ? std::string(".") : ": " + answer.reason) +
+                                 (answer.reason.empty() ? "" : ": " + answer.reason) +
+                                 (answer.reason.ends_with('.') ? "" : ".") +
                                  " Allow it in the desktop's settings, or start again and choose a screen."));
     return true;
 }
