@@ -1,11 +1,11 @@
 #include "Ear.hpp"
 
+#include "Platform/Capture/PipeWire/SoundFormat.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
-
-#include <spa/param/audio/format-utils.h>
 
 namespace cobaltreel::benchmarks {
 namespace {
@@ -34,12 +34,7 @@ Ear::Ear(platform::pipewire::PipeWireConnection& connection, const std::string& 
     pw_stream_add_listener(stream_.get(), hook_.get(), &events, this);
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
-    spa_audio_info_raw format{};
-    format.format = SPA_AUDIO_FORMAT_F32;
-    format.rate = sampleRate;
-    format.channels = 1;
-    format.position[0] = SPA_AUDIO_CHANNEL_MONO;
-    const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
+    const spa_pod* params[] = {platform::pipewire::soundFormat(builder, sampleRate, 1)};
     constexpr auto flags =
         static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS);
     if (pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, PW_ID_ANY, flags, params, 1) < 0)

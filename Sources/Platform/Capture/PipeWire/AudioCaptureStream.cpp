@@ -1,10 +1,10 @@
 #include "Platform/Capture/PipeWire/AudioCaptureStream.hpp"
 
+#include "Platform/Capture/PipeWire/SoundFormat.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-
-#include <spa/param/audio/format-utils.h>
 
 namespace platform::pipewire {
 
@@ -68,13 +68,7 @@ AudioCaptureStream::AudioCaptureStream(PipeWireConnection& connection, const Set
 
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
-    spa_audio_info_raw format{};
-    format.format = SPA_AUDIO_FORMAT_F32;
-    format.rate = sampleRate;
-    format.channels = static_cast<std::uint32_t>(channels_);
-    format.position[0] = channels_ == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
-    format.position[1] = SPA_AUDIO_CHANNEL_FR;
-    const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
+    const spa_pod* params[] = {soundFormat(builder, sampleRate, static_cast<std::uint32_t>(channels_))};
     const int result = pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, PW_ID_ANY,
                                          static_cast<pw_stream_flags>(flags), params, 1);
     if (result < 0) throw PlatformError("PipeWire", -result, "\"" + setup.name + "\" cannot be opened.");

@@ -80,9 +80,7 @@ CastStream::~CastStream() {
     letGoOfPicture();
     streamHook_.reset();
     stream_.reset();
-    registryHook_.reset();
-    registry_.reset();
-    coreHook_.reset();
+    server_.reset();
     core_.reset();
     patience_.reset();
     due_.reset();
@@ -119,11 +117,7 @@ void CastStream::connect(UniqueFd remote, std::uint32_t node) {
         };
         return events;
     }();
-    coreHook_ = std::make_unique<Hook>();
-    pw_core_add_listener(core_.get(), coreHook_->get(), &coreEvents, this);
-    registry_.reset(static_cast<pw_registry*>(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0)));
-    registryHook_ = std::make_unique<Hook>();
-    pw_registry_add_listener(registry_.get(), registryHook_->get(), &registryEvents, this);
+    server_.emplace(core_.get(), coreEvents, registryEvents, this);
     connectStream(node);
 }
 

@@ -70,9 +70,7 @@ class CastStream {
     std::unique_ptr<pw_context, ContextDeleter> context_;
     // With the loop's lock held.
     std::unique_ptr<pw_core, CoreDeleter> core_;
-    std::unique_ptr<Hook> coreHook_;
-    Proxy<pw_registry> registry_;
-    std::unique_ptr<Hook> registryHook_;
+    std::optional<ServerListener> server_;
     std::unique_ptr<Hook> streamHook_;
     StreamHandle stream_;
     std::unique_ptr<LoopEvent> due_;

@@ -52,6 +52,24 @@ class Hook {
     spa_hook hook_{};
 };
 
+/// Tells of the server's errors and of its objects. Made and destroyed with the loop's lock held.
+class ServerListener {
+  public:
+    /// Both tables outlive the listener; their functions get `self`.
+    ServerListener(pw_core* core, const pw_core_events& coreEvents, const pw_registry_events& registryEvents,
+                   void* self)
+        : registry_(static_cast<pw_registry*>(pw_core_get_registry(core, PW_VERSION_REGISTRY, 0))) {
+        pw_core_add_listener(core, coreHook_.get(), &coreEvents, self);
+        pw_registry_add_listener(registry_.get(), registryHook_.get(), &registryEvents, self);
+    }
+    pw_registry* registry() const { return registry_.get(); }
+
+  private:
+    Hook coreHook_;
+    Proxy<pw_registry> registry_;
+    Hook registryHook_;
+};
+
 /// Holds the lock of a loop's thread. May be nested.
 class LoopLock {
   public:

@@ -186,11 +186,7 @@ void PipeWireConnection::connect() {
         };
         return events;
     }();
-    coreHook_ = std::make_unique<Hook>();
-    pw_core_add_listener(core_.get(), coreHook_->get(), &coreEvents, this);
-    registry_.reset(static_cast<pw_registry*>(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0)));
-    registryHook_ = std::make_unique<Hook>();
-    pw_registry_add_listener(registry_.get(), registryHook_->get(), &registryEvents, this);
+    server_.emplace(core_.get(), coreEvents, registryEvents, this);
     // The first answer comes after all objects are announced, the second after what was asked about them,
     // the third after what those answers made us ask.
     syncsLeft_ = 3;
@@ -202,9 +198,7 @@ void PipeWireConnection::disconnect() {
     for (GraphListener* listener : std::vector(listeners_)) listener->disconnected();
     boundNodes_.clear();
     metadata_.reset();
-    registryHook_.reset();
-    registry_.reset();
-    coreHook_.reset();
+    server_.reset();
     core_.reset();
     graph_ = {};
     changed();
@@ -297,7 +291,7 @@ void PipeWireConnection::bindNode(Node& node) {
     bound->owner = this;
     bound->id = node.id;
     bound->proxy.reset(static_cast<pw_node*>(
-        pw_registry_bind(registry_.get(), node.id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0)));
+        pw_registry_bind(server_->registry(), node.id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0)));
     if (!bound->proxy) return;
     pw_node_add_listener(bound->proxy.get(), bound->hook.get(), &events, bound.get());
     boundNodes_[node.id] = std::move(bound);
@@ -318,7 +312,7 @@ void PipeWireConnection::bindMetadata(std::uint32_t id) {
     bound->owner = this;
     bound->id = id;
     bound->proxy.reset(static_cast<pw_metadata*>(
-        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0)));
+        pw_registry_bind(server_->registry(), id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0)));
     if (!bound->proxy) return;
     metadata_ = std::move(bound);
     pw_metadata_add_listener(metadata_->proxy.get(), metadata_->hook.get(), &events, metadata_.get());

@@ -74,9 +74,7 @@ class PipeWireConnection {
     std::unique_ptr<LoopEvent> reconnect_;
     std::unique_ptr<LoopEvent> tellListeners_;
     std::unique_ptr<pw_core, CoreDeleter> core_;
-    std::unique_ptr<Hook> coreHook_;
-    Proxy<pw_registry> registry_;
-    std::unique_ptr<Hook> registryHook_;
+    std::optional<ServerListener> server_;
     std::map<std::uint32_t, std::unique_ptr<BoundNode>> boundNodes_;
     std::unique_ptr<BoundMetadata> metadata_;
     Graph graph_;

@@ -1,14 +1,13 @@
 #include "Platform/Media/PipeWire/PipeWireAudioOutput.hpp"
 
 #include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
+#include "Platform/Capture/PipeWire/SoundFormat.hpp"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <utility>
-
-#include <spa/param/audio/format-utils.h>
 
 namespace platform {
 namespace {
@@ -99,13 +98,7 @@ bool PipeWireAudioOutput::open() {
     pw_stream_add_listener(stream_.get(), hook_->get(), &events, this);
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
-    spa_audio_info_raw format{};
-    format.format = SPA_AUDIO_FORMAT_F32;
-    format.rate = sampleRate;
-    format.channels = channels;
-    format.position[0] = SPA_AUDIO_CHANNEL_FL;
-    format.position[1] = SPA_AUDIO_CHANNEL_FR;
-    const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
+    const spa_pod* params[] = {pipewire::soundFormat(builder, sampleRate, channels)};
     constexpr int flags = PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
                           PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_INACTIVE;
     if (pw_stream_connect(stream_.get(), PW_DIRECTION_OUTPUT, PW_ID_ANY, static_cast<pw_stream_flags>(flags),
