@@ -1,6 +1,7 @@
 #include "Export/BenchmarkSession.hpp"
 
 #include "Fidelity/TextScene.hpp"
+#include "Rig/PlainSession.hpp"
 
 #include <QFile>
 #include <QPainter>
@@ -227,15 +228,9 @@ EventLog someClicks(int count, double duration) {
 
 BenchmarkSession BenchmarkSession::prepare(const std::filesystem::path& dir, TakeKind kind, double duration,
                                            platform::MediaService& media) {
-    BenchmarkSession session{{dir}, {}, duration};
+    BenchmarkSession session{{dir}, rig::plainSession(screenWidth, screenHeight, firstPTS), duration};
     SessionMeta& meta = session.meta;
-    meta.version = 1;
-    meta.captureWidthPx = screenWidth;
-    meta.captureHeightPx = screenHeight;
-    meta.displayFramePoints = {0, 0, screenWidth, screenHeight};
-    meta.scaleFactor = 1;
-    meta.mainScreenHeightPoints = screenHeight;
-    meta.screenFirstPTS = meta.cameraFirstPTS = firstPTS;
+    meta.cameraFirstPTS = firstPTS;
     meta.recordingEndHostTime = firstPTS + duration;
     meta.cameraEnabled = meta.autoZoomEnabled = meta.systemAudioEnabled = kind != TakeKind::still;
     meta.cameraCorner = CameraCorner::bottomRight;

@@ -2,6 +2,7 @@
 
 #include "Rig/FrameCounter.hpp"
 #include "Rig/MovieMaker.hpp"
+#include "Rig/PlainSession.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -83,14 +84,7 @@ void writeMovie(platform::MediaService& media, const std::filesystem::path& path
 
 cobaltreel::SessionMeta CounterSession::prepare(const cobaltreel::SessionFolder& folder,
                                                 platform::MediaService& media) const {
-    cobaltreel::SessionMeta meta;
-    meta.version = 1;
-    meta.captureWidthPx = width;
-    meta.captureHeightPx = height;
-    meta.displayFramePoints = {0, 0, static_cast<double>(width), static_cast<double>(height)};
-    meta.scaleFactor = 1;
-    meta.mainScreenHeightPoints = height;
-    meta.screenFirstPTS = screenFirst;
+    cobaltreel::SessionMeta meta = plainSession(width, height, screenFirst);
     meta.cameraFirstPTS = screenFirst - cameraLead;
     meta.recordingEndHostTime = screenFirst + seconds;
     meta.cameraEnabled = meta.autoZoomEnabled = meta.systemAudioEnabled = true;

@@ -2,6 +2,7 @@
 
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Rig/MovieMaker.hpp"
+#include "Rig/PlainSession.hpp"
 
 #include <cstring>
 
@@ -10,14 +11,8 @@ namespace cobaltreel {
 SessionMeta PersonSession::write(const SessionFolder& folder, platform::MediaService& media, double seconds,
                                  const std::function<cv::Mat3b(double)>& picture) {
     constexpr int width = 1280, height = 720;
-    SessionMeta meta;
-    meta.version = 1;
-    meta.captureWidthPx = width;
-    meta.captureHeightPx = height;
-    meta.displayFramePoints = {0, 0, width, height};
-    meta.scaleFactor = 1;
-    meta.mainScreenHeightPoints = height;
-    meta.screenFirstPTS = meta.cameraFirstPTS = 1000;
+    SessionMeta meta = rig::plainSession(width, height, 1000);
+    meta.cameraFirstPTS = 1000;
     meta.recordingEndHostTime = 1000 + seconds;
     meta.cameraEnabled = true;
     meta.cameraCorner = CameraCorner::bottomRight;

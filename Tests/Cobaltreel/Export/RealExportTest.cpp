@@ -4,6 +4,7 @@
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Rig/BeepFinder.hpp"
 #include "Rig/MovieMaker.hpp"
+#include "Rig/PlainSession.hpp"
 
 #include <cmath>
 #include <cstring>
@@ -75,13 +76,6 @@ struct Sound {
 class RealExportTest : public testing::Test {
   protected:
     RealExportTest() {
-        meta.version = 1;
-        meta.captureWidthPx = width;
-        meta.captureHeightPx = height;
-        meta.displayFramePoints = {0, 0, width, height};
-        meta.scaleFactor = 1;
-        meta.mainScreenHeightPoints = height;
-        meta.screenFirstPTS = firstPTS;
         meta.bubbleSizeFraction = 0.4;
         meta.cameraCorner = CameraCorner::bottomRight;
         options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
@@ -157,7 +151,7 @@ class RealExportTest : public testing::Test {
 
     rig::TemporaryFolder temporary;
     SessionFolder folder{temporary.path()};
-    SessionMeta meta;
+    SessionMeta meta = rig::plainSession(width, height, firstPTS);
     ExportOptions options;
     std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
 };
