@@ -26,6 +26,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 namespace cobaltreel::benchmarks {
@@ -277,25 +278,13 @@ int main(int argc, char** argv) {
             return runEncodeFloor({words[1]}, words[2], std::stod(words[3]), words[4]);
         Options options;
         options.self = argv[0];
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            const auto value = [&] {
-                return ++i < words.size() ? words[i] : throw std::runtime_error("a value is missing");
-            };
-            if (words[i] == "--json")
-                options.json = true;
-            else if (words[i] == "--long")
-                options.duration = 120;
-            else if (words[i] == "--rounds")
-                options.rounds = std::stoi(value());
-            else if (words[i] == "--program")
-                options.program = value();
-            else if (words[i] == "--work")
-                options.work = value();
-            else
-                throw std::runtime_error("unknown argument " + words[i]);
-        }
-        if (options.program.empty() || options.work.empty())
-            throw std::runtime_error("--program and --work are needed");
+        CLI::App app;
+        app.add_flag("--json", options.json);
+        app.add_flag_callback("--long", [&] { options.duration = 120; });
+        app.add_option("--rounds", options.rounds);
+        app.add_option("--program", options.program)->required();
+        app.add_option("--work", options.work)->required();
+        CLI11_PARSE(app, argc, argv);
         std::filesystem::create_directories(options.work);
         return compare(options);
     } catch (const std::exception& error) {

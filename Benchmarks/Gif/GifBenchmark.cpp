@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 namespace cobaltreel::benchmarks {
@@ -126,27 +127,14 @@ int main(int argc, char** argv) {
             return encode(words[1], std::stoi(words[2]), std::stoi(words[3]), std::stoi(words[4]), words[5]);
         Options options;
         options.self = argv[0];
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            const auto value = [&] {
-                return ++i < words.size() ? words[i] : throw std::runtime_error("a value is missing");
-            };
-            if (words[i] == "--json")
-                options.json = true;
-            else if (words[i] == "--rounds")
-                options.rounds = std::stoi(value());
-            else if (words[i] == "--work")
-                options.work = value();
-            else if (words[i] == "--session")
-                options.session = value();
-            else if (words[i] == "--trim-start")
-                options.trimStart = std::stod(value());
-            else if (words[i] == "--trim-end")
-                options.trimEnd = std::stod(value());
-            else
-                throw std::runtime_error("unknown argument " + words[i]);
-        }
-        if (options.work.empty() || options.session.empty())
-            throw std::runtime_error("--work and --session are needed");
+        CLI::App app;
+        app.add_flag("--json", options.json);
+        app.add_option("--rounds", options.rounds);
+        app.add_option("--work", options.work)->required();
+        app.add_option("--session", options.session)->required();
+        app.add_option("--trim-start", options.trimStart);
+        app.add_option("--trim-end", options.trimEnd);
+        CLI11_PARSE(app, argc, argv);
         std::filesystem::create_directories(options.work);
         return compare(options);
     } catch (const std::exception& error) {

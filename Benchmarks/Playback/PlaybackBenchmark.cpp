@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 namespace cobaltreel::benchmarks {
@@ -447,25 +448,6 @@ void print(const Figures& figures, bool json) {
         std::printf("sound off the picture   not heard\n");
 }
 
-Options parse(const std::vector<std::string>& words) {
-    Options options;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const auto value = [&] {
-            return ++i < words.size() ? words[i] : throw std::runtime_error("a value is missing");
-        };
-        if (words[i] == "--json")
-            options.json = true;
-        else if (words[i] == "--seconds")
-            options.seconds = std::stod(value());
-        else if (words[i] == "--work")
-            options.work = value();
-        else
-            throw std::runtime_error("unknown argument " + words[i]);
-    }
-    if (options.work.empty()) throw std::runtime_error("--work is needed");
-    return options;
-}
-
 }  // namespace
 }  // namespace cobaltreel::benchmarks
 
@@ -474,7 +456,12 @@ int main(int argc, char** argv) {
     QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     try {
-        const Options options = parse({argv + 1, argv + argc});
+        Options options;
+        CLI::App app;
+        app.add_flag("--json", options.json);
+        app.add_option("--seconds", options.seconds);
+        app.add_option("--work", options.work)->required();
+        CLI11_PARSE(app, argc, argv);
         print(Measurement(options).run(), options.json);
         return 0;
     } catch (const std::exception& error) {

@@ -5,7 +5,6 @@
 //   SyncFlash --at T[,T...]
 #include "Rig/Hand.hpp"
 #include "Rig/HostTime.hpp"
-#include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigUrgency.hpp"
 
@@ -13,6 +12,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include <CLI/CLI.hpp>
 #include <xcb/xcb.h>
 
 namespace {
@@ -89,9 +89,9 @@ int run(const RigEvents& events) {
 
 int main(int argc, char** argv) {
     RigEvents events;
-    RigArguments arguments;
-    arguments.value("--at", [&](const auto& text) { events.instants = RigEvents::parse(text); });
-    arguments.read(argc, argv);
+    CLI::App arguments;
+    arguments.add_option("--at", events.instants)->delimiter(',');
+    CLI11_PARSE(arguments, argc, argv);
     if (events.instants.empty()) {
         std::fputs("SyncFlash: say --at T[,T...]\n", stderr);
         return 2;

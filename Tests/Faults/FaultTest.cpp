@@ -8,6 +8,7 @@
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
+#include "Platform/PrivateServer.hpp"
 #include "Rig/ChildProcess.hpp"
 #include "Rig/Eventually.hpp"
 #include "Rig/HostTime.hpp"
@@ -20,6 +21,7 @@
 #include <random>
 #include <thread>
 
+#include <CLI/CLI.hpp>
 #include <gmock/gmock.h>
 
 namespace cobaltreel {
@@ -276,43 +278,27 @@ TEST_F(FaultTest, StoppedForSecondsAndTheWallClockSet) {
     }
 }
 
-/// An X server of its own, with a window manager.
-class OwnDisplay {
-  public:
-    OwnDisplay() : server_({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"}) {
-        name_ = ":" + server_.readLine();
-        manager_.emplace(std::vector<std::string>{"env", "DISPLAY=" + name_, "openbox"});
-    }
-    const std::string& name() const { return name_; }
-    void killServer() { server_.end(SIGKILL); }
-    void killManager() { manager_->end(SIGKILL); }
-
-  private:
-    rig::ChildProcess server_;
-    std::string name_;
-    std::optional<rig::ChildProcess> manager_;
-};
-
 TEST_F(FaultTest, TheDisplayServerAndTheWindowManagerGo) {
     Losses losses("X server killed");
     for (int i = 0; i < runsOf(1, 100); ++i) {
         const bool application = i % 2 == 0;
         SCOPED_TRACE(testing::Message() << "run " << i << ", seed " << arguments.seed);
-        OwnDisplay display;
+        platform::test::PrivateServer display;
+        rig::ChildProcess manager({"env", "DISPLAY=" + display.display(), "openbox"});
         auto command = application ? std::vector<std::string>{"env", COBALTREEL_PROGRAM} : recordCommand();
-        command.insert(command.begin() + 1, "DISPLAY=" + display.name());
+        command.insert(command.begin() + 1, "DISPLAY=" + display.display());
         Program recording(command);
         // The hot key is grabbed some time after the start; pressed during the countdown it does nothing.
         for (int n = 0; application && n < 100 && sessions().empty(); ++n) {
-            Program({"env", "DISPLAY=" + display.name(), "xdotool", "key", "alt+super+2"}).finish();
+            Program({"env", "DISPLAY=" + display.display(), "xdotool", "key", "alt+super+2"}).finish();
             pass(0.2);
         }
         const fs::path session = begun();
         ASSERT_FALSE(session.empty());
         ASSERT_TRUE(hasPromise(session));
-        display.killManager();
+        manager.end(SIGKILL);
         pass(uniform(0.3, arguments.isLong ? 5 : 1));
-        display.killServer();
+        display.end(SIGKILL);
         const double killed = rig::hostTime();
         const auto said = recording.finish();
         EXPECT_EQ(said.status, 1) << said.err;
@@ -357,19 +343,11 @@ TEST_F(FaultTest, DevicesAndTheMediaServerComeAndGo) {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if (word == "--long")
-            cobaltreel::arguments.isLong = true;
-        else if (word == "--runs" && i + 1 < argc)
-            cobaltreel::arguments.runs = std::atoi(argv[++i]);
-        else if (word == "--seed" && i + 1 < argc)
-            cobaltreel::arguments.seed = static_cast<unsigned>(std::strtoul(argv[++i], nullptr, 10));
-        else {
-            std::cerr << "usage: FaultTest [--long] [--runs N] [--seed N]\n";
-            return 2;
-        }
-    }
+    CLI::App app;
+    app.add_flag("--long", cobaltreel::arguments.isLong);
+    app.add_option("--runs", cobaltreel::arguments.runs);
+    app.add_option("--seed", cobaltreel::arguments.seed);
+    CLI11_PARSE(app, argc, argv);
     std::cout << "seed " << cobaltreel::arguments.seed << std::endl;
     return RUN_ALL_TESTS();
 }

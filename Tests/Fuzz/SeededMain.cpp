@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -103,28 +104,20 @@ int main(int argc, char** argv) {
     std::uint64_t runs = UINT64_MAX;
     double seconds = 3;
     unsigned seed = std::random_device()();
-    std::string folder = "nowhere";
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if (word == "--runs" && i + 1 < argc) {
-            runs = std::strtoull(argv[++i], nullptr, 10);
-            seconds = 1e9;
-        } else if (word == "--seconds" && i + 1 < argc) {
-            seconds = std::atof(argv[++i]);
-        } else if (word == "--seed" && i + 1 < argc) {
-            seed = static_cast<unsigned>(std::strtoul(argv[++i], nullptr, 10));
-        } else {
-            folder = word;
-        }
-    }
+    std::string folder;
+    CLI::App app;
+    app.add_option("--runs", runs)->each([&](const auto&) { seconds = 1e9; });
+    app.add_option("--seconds", seconds);
+    app.add_option("--seed", seed);
+    app.add_option("CORPUS", folder)->required()->check(CLI::ExistingDirectory);
+    CLI11_PARSE(app, argc, argv);
     std::vector<Bytes> corpus;
-    std::error_code none;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, none)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         std::ifstream file(entry.path(), std::ios::binary);
         corpus.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
     if (corpus.empty()) {
-        std::cerr << "usage: " << argv[0] << " [--runs N] [--seconds S] [--seed N] CORPUS\n";
+        std::cerr << folder << " has no files\n";
         return 2;
     }
 

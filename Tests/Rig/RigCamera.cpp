@@ -2,7 +2,6 @@
 // clock, and misbehaves when told to. Runs until a signal ends it; prints a line when it is there.
 #include "Rig/HostTime.hpp"
 #include "Rig/PersonPicture.hpp"
-#include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigPicture.hpp"
 #include "Rig/RigStream.hpp"
@@ -18,6 +17,7 @@
 #include <memory>
 #include <string>
 
+#include <CLI/CLI.hpp>
 #include <libyuv.h>
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
@@ -232,22 +232,21 @@ class Camera final : public rig::RigStream {
 
 int main(int argc, char** argv) {
     Options options;
-    RigArguments arguments;
-    arguments.value("--name", [&](const auto& text) { options.name = text; });
-    arguments.value("--description", [&](const auto& text) { options.description = text; });
-    arguments.value("--format", [&](const auto& text) { options.format = text; });
-    arguments.value("--size", [&](const auto& text) {
+    CLI::App arguments;
+    arguments.add_option("--name", options.name);
+    arguments.add_option("--description", options.description);
+    arguments.add_option("--format", options.format);
+    arguments.add_option_function<std::string>("--size", [&](const std::string& text) {
         std::sscanf(text.c_str(), "%dx%d", &options.width, &options.height);
     });
-    arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
-    arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
-    arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
-    arguments.value("--garbage-from",
-                    [&](const auto& text) { options.garbageFrom = std::atof(text.c_str()); });
-    arguments.flag("--nothing", options.sendsNothing);
-    arguments.flag("--without-times", options.withoutTimes);
-    arguments.flag("--person", options.showsPerson);
-    arguments.read(argc, argv);
+    arguments.add_option("--rate", options.rate);
+    arguments.add_option("--at", options.events.instants)->delimiter(',');
+    arguments.add_option("--every", options.events.every);
+    arguments.add_option("--garbage-from", options.garbageFrom);
+    arguments.add_flag("--nothing", options.sendsNothing);
+    arguments.add_flag("--without-times", options.withoutTimes);
+    arguments.add_flag("--person", options.showsPerson);
+    CLI11_PARSE(arguments, argc, argv);
     const bool known = options.format == "mjpeg" || std::ranges::any_of(pixelFormats, [&](const auto& each) {
                            return options.format == each.name;
                        });

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cmath>
-#include <cstdlib>
 #include <optional>
-#include <string>
 #include <vector>
 
 /// The instants, in seconds of the host clock, at which the rig's devices flash and beep: those listed,
@@ -21,16 +19,5 @@ struct RigEvents {
         if (every <= 0) return std::nullopt;
         const double phase = time - std::floor(time / every) * every;
         return phase < length ? std::optional(phase) : std::nullopt;
-    }
-
-    /// Reads "12.5,13.5".
-    static std::vector<double> parse(const std::string& list) {
-        std::vector<double> values;
-        for (std::size_t at = 0; at < list.size();) {
-            const std::size_t end = std::min(list.find(',', at), list.size());
-            values.push_back(std::atof(list.substr(at, end - at).c_str()));
-            at = end + 1;
-        }
-        return values;
     }
 };

@@ -1,6 +1,5 @@
 // Sound for tests: a microphone (a PipeWire source of its own) or a program that plays to the speaker,
 // beeping at given instants of the host clock. Runs until a signal ends it; prints a line when it is there.
-#include "Rig/RigArguments.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigStream.hpp"
 #include "Rig/RigUrgency.hpp"
@@ -12,6 +11,7 @@
 #include <numbers>
 #include <string>
 
+#include <CLI/CLI.hpp>
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
 
@@ -112,20 +112,20 @@ class Tone final : public rig::RigStream {
 
 int main(int argc, char** argv) {
     Options options;
-    RigArguments arguments;
-    arguments.flag("--microphone", options.isMicrophone);
-    arguments.flag("--speaker", options.isSpeaker);
-    arguments.flag("--only-first-channel", options.onlyFirstChannel);
-    arguments.value("--name", [&](const auto& text) { options.name = text; });
-    arguments.value("--description", [&](const auto& text) { options.description = text; });
-    arguments.value("--rate", [&](const auto& text) { options.rate = std::atoi(text.c_str()); });
-    arguments.value("--channels", [&](const auto& text) { options.channels = std::atoi(text.c_str()); });
-    arguments.value("--pitch", [&](const auto& text) { options.pitch = std::atof(text.c_str()); });
-    arguments.value("--loudness", [&](const auto& text) { options.loudness = std::atof(text.c_str()); });
-    arguments.value("--at", [&](const auto& text) { options.events.instants = RigEvents::parse(text); });
-    arguments.value("--every", [&](const auto& text) { options.events.every = std::atof(text.c_str()); });
-    arguments.value("--process-id", [&](const auto& text) { options.processID = text; });
-    arguments.read(argc, argv);
+    CLI::App arguments;
+    arguments.add_flag("--microphone", options.isMicrophone);
+    arguments.add_flag("--speaker", options.isSpeaker);
+    arguments.add_flag("--only-first-channel", options.onlyFirstChannel);
+    arguments.add_option("--name", options.name);
+    arguments.add_option("--description", options.description);
+    arguments.add_option("--rate", options.rate);
+    arguments.add_option("--channels", options.channels);
+    arguments.add_option("--pitch", options.pitch);
+    arguments.add_option("--loudness", options.loudness);
+    arguments.add_option("--at", options.events.instants)->delimiter(',');
+    arguments.add_option("--every", options.events.every);
+    arguments.add_option("--process-id", options.processID);
+    CLI11_PARSE(arguments, argc, argv);
     if (options.isMicrophone == options.isSpeaker || options.rate <= 0 || options.channels <= 0) {
         std::fprintf(stderr, "RigTone: say --microphone or --speaker, with a rate and channels above zero\n");
         return 2;

@@ -1,9 +1,9 @@
-// RigScene: something to record. A backdrop, a titled window that moves, a window of scrolling "text" and,
-// at the desktop's top left, the frame counter of FrameCounter.hpp. Prints "ready" once it can be seen.
+// RigScene [--fill | --fill-size WxH | --still] [--no-counter] [--fps N]: something to record. A backdrop, a
+// titled window that moves, a window of scrolling "text" and, at the desktop's top left, the frame counter of
+// FrameCounter.hpp. Prints "ready" once it can be seen.
 
 #include "Rig/FrameCounter.hpp"
 #include "Rig/HostTime.hpp"
-#include "Rig/RigArguments.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +13,7 @@
 #include <cstring>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 #include <xcb/shm.h>
@@ -37,22 +38,6 @@ struct Options {
 [[noreturn]] void fail(const char* what) {
     std::fprintf(stderr, "RigScene: %s\n", what);
     std::exit(1);
-}
-
-/// RigScene [--fill | --fill-size WxH | --still] [--no-counter] [--fps N]
-Options parse(int argc, char** argv) {
-    Options options;
-    RigArguments arguments;
-    arguments.flag("--fill", options.fill);
-    arguments.value("--fill-size", [&](const auto& text) {
-        options.fill = std::sscanf(text.c_str(), "%dx%d", &options.fillWidth, &options.fillHeight) == 2;
-    });
-    arguments.flag("--still", options.still);
-    arguments.flag("--no-counter", options.hidesCounter);
-    arguments.value("--fps", [&](const auto& text) { options.fps = std::atof(text.c_str()); });
-    arguments.read(argc, argv);
-    if (!(options.fps > 0)) fail("--fps must be positive");
-    return options;
 }
 
 class Scene {
@@ -280,7 +265,16 @@ class Scene {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = parse(argc, argv);
+    Options options;
+    CLI::App arguments;
+    arguments.add_flag("--fill", options.fill);
+    arguments.add_option_function<std::string>("--fill-size", [&](const std::string& text) {
+        options.fill = std::sscanf(text.c_str(), "%dx%d", &options.fillWidth, &options.fillHeight) == 2;
+    });
+    arguments.add_flag("--still", options.still);
+    arguments.add_flag("--no-counter", options.hidesCounter);
+    arguments.add_option("--fps", options.fps)->check(CLI::PositiveNumber);
+    CLI11_PARSE(arguments, argc, argv);
     std::signal(SIGTERM, [](int) { ended = 1; });
     std::signal(SIGINT, [](int) { ended = 1; });
     Scene scene(options);
