@@ -5,6 +5,7 @@
 #include "Platform/Xcb/XcbKeyboard.hpp"
 
 #include <cstdlib>
+#include <functional>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -36,6 +37,15 @@ class KeyChordTest : public ::testing::Test {
         key(keycode, true);
         key(keycode, false);
         for (const auto modifier : modifiers) key(keycodesOf(connection_, modifier).at(0), false);
+    }
+    /// Does something while the chord is held down, and presses it once more.
+    void whileHeld(const std::function<void()>& meanwhile) {
+        for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), true);
+        key(two_, true);
+        meanwhile();
+        key(two_, false);
+        for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), false);
+        press({alt, super}, two_);
     }
     bool pressesBecome(int count) {
         return loop_->eventually([&] { return presses_ == count; });
@@ -71,26 +81,19 @@ TEST_F(KeyChordTest, OnlyTheChordItselfCountsWhateverTheLockKeysSay) {
 
 TEST_F(KeyChordTest, AHeldKeyIsOnePress) {
     ASSERT_EQ(std::system("xset r rate 50 50"), 0);
-    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), true);
-    key(two_, true);
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));  // a finger that stays
-    key(two_, false);
-    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), false);
-    press({alt, super}, two_);
+    // A finger that stays.
+    whileHeld([] { std::this_thread::sleep_for(std::chrono::milliseconds(400)); });
     EXPECT_TRUE(pressesBecome(2));
     std::system("xset r rate");
 }
 
 TEST_F(KeyChordTest, OtherKeysBesideAHeldChordAreNoPress) {
-    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), true);
-    key(two_, true);
-    for (const int digit : {3, 4}) {
-        key(keycodeOfDigit(digit), true);
-        key(keycodeOfDigit(digit), false);
-    }
-    key(two_, false);
-    for (const auto modifier : {alt, super}) key(keycodesOf(connection_, modifier).at(0), false);
-    press({alt, super}, two_);
+    whileHeld([this] {
+        for (const int digit : {3, 4}) {
+            key(keycodeOfDigit(digit), true);
+            key(keycodeOfDigit(digit), false);
+        }
+    });
     EXPECT_TRUE(pressesBecome(2));
 }
 

@@ -1,6 +1,7 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/VirtualMonitor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
+#include "Platform/PrivateServer.hpp"
 #include "Platform/Xcb/XcbMonitors.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
@@ -117,8 +118,8 @@ TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
 }
 
 TEST(DesktopWithoutServer, KeepsAnsweringAfterItsServerHasGone) {
-    rig::ChildProcess server({"Xvfb", "-displayfd", "1", "-screen", "0", "640x480x24", "-nolisten", "tcp"});
-    XcbDesktop desktop(":" + server.readLine());
+    PrivateServer server;
+    XcbDesktop desktop(server.display());
     const PointerState last = desktop.pointer();
     server.end(SIGKILL);
     ASSERT_TRUE(eventually([&] { return desktop.screens().empty(); }));
