@@ -130,15 +130,4 @@ void FakeCaptureService::changeDevices(CaptureDevices devices) {
     if (changed_) changed_();
 }
 
-void FakeSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
-    queue_ = &queue;
-    handler_ = std::move(handler);
-}
-
-bool FakeSystemAudio::deliver(const SampleBuffer& sample) {
-    if (queue_ == nullptr) return false;
-    queue_->sync([&] { handler_(sample); });
-    return true;
-}
-
 }  // namespace platform

@@ -81,19 +81,4 @@ class FakeCaptureService final : public CaptureService {
     std::function<void()> changed_;
 };
 
-/// System audio that a test delivers.
-class FakeSystemAudio final : public SystemAudioSource {
-  public:
-    void start(SerialQueue& queue, SampleHandler handler) override;
-    void stop() override { queue_ = nullptr; }
-
-    bool isRunning() const { return queue_ != nullptr; }
-    /// Delivers and waits until the sample has been handled; false when not running.
-    bool deliver(const SampleBuffer& sample);
-
-  private:
-    SerialQueue* queue_ = nullptr;
-    SampleHandler handler_;
-};
-
 }  // namespace platform

@@ -22,21 +22,6 @@ TEST(Letterbox, KeepsProportionsAndTakesOnePixelAsRounding) {
             << c.sourceWidth << "x" << c.sourceHeight << " in " << c.frameWidth << "x" << c.frameHeight;
 }
 
-TEST(RectList, LeavesExactlyWhatTheHoleDoesNotCover) {
-    const RectList area{{0, 0, 10, 10}, {20, 0, 5, 5}};
-    const auto holds = [](const RectList& list, int x, int y) {
-        int count = 0;
-        for (const PixelRect& each : list) count += each.contains(x, y) ? 1 : 0;
-        return count;
-    };
-    for (const PixelRect& hole : {PixelRect{3, 3, 4, 4}, PixelRect{-5, -5, 50, 7}, PixelRect{8, 2, 14, 20}}) {
-        const RectList rest = without(area, hole);
-        for (int y = -1; y < 12; ++y)
-            for (int x = -1; x < 27; ++x)
-                EXPECT_EQ(holds(rest, x, y), holds(area, x, y) == 1 && !hole.contains(x, y) ? 1 : 0);
-    }
-}
-
 TEST(DirtyArea, HoldsAllThatWasAddedInFewRectanglesWithoutOverlap) {
     DirtyArea dirty;
     std::vector<PixelRect> added;

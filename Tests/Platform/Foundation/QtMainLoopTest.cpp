@@ -2,8 +2,6 @@
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 
 #include <QCoreApplication>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -18,19 +16,6 @@ class QtMainLoopTest : public testing::Test {
     QCoreApplication application{argc, argv};
     QtMainLoop loop;
 };
-
-TEST_F(QtMainLoopTest, RunsPostedWorkOnTheMainThreadInOrder) {
-    std::vector<int> order;
-    const auto mainThread = std::this_thread::get_id();
-    std::thread poster([&] {
-        for (int i = 0; i < 3; ++i)
-            loop.post([&, i] { order.push_back(std::this_thread::get_id() == mainThread ? i : -1); });
-        loop.post([] { QCoreApplication::quit(); });
-    });
-    QCoreApplication::exec();
-    poster.join();
-    EXPECT_EQ(order, (std::vector{0, 1, 2}));
-}
 
 TEST_F(QtMainLoopTest, SixtyTicksTakeASecondAndMissedOnesAreNotMadeUpFor) {
     const HostClock clock;

@@ -74,21 +74,23 @@ TEST_F(VideoReading, DeliversTheFrameOnScreenAtTheStartUpToTheEnd) {
     }
 }
 
-TEST_F(VideoReading, StartsWithTheFirstFrameWhenTheTrackBeginsLater) {
-    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, {0.75, 0.8, 1.0}, 0);
-    const auto frames = readFrames(file("a.mov"), {0.1, 5});
-    ASSERT_EQ(frames.size(), 3U);
-    EXPECT_NEAR(frames[0].time, 0.75, 0.0001);
-    EXPECT_NEAR(media->asset(file("a.mov"))->loadTracks(MediaType::video)[0].timeRange.start, 0.75, 0.0001);
-}
-
-TEST_F(VideoReading, CutsPicturesBeforeTheSession) {
-    writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, {99.9, 100.0, 100.05, 100.1}, 100.0);
-    const auto frames = readFrames(file("a.mov"), {0, 5});
-    ASSERT_EQ(frames.size(), 3U);
-    EXPECT_NEAR(frames[0].time, 0, 0.0001);
-    EXPECT_NEAR(frames[0].luma, expectedLuma(1), 4);
-    EXPECT_NEAR(frames[2].time, 0.1, 0.0001);
+TEST_F(VideoReading, BeginsWithTheFirstPictureOfTheSession) {
+    const struct {
+        std::vector<double> written;
+        double session, readFrom;
+        std::vector<double> times;
+        std::size_t first;  // of those written
+    } cases[] = {{{0.75, 0.8, 1.0}, 0, 0.1, {0.75, 0.8, 1.0}, 0},
+                 {{99.9, 100.0, 100.05, 100.1}, 100, 0, {0, 0.05, 0.1}, 1}};
+    for (const auto& c : cases) {
+        writePictures(file("a.mov"), FileType::quickTimeMovie, smallHevc, c.written, c.session);
+        const auto frames = readFrames(file("a.mov"), {c.readFrom, 5});
+        ASSERT_EQ(frames.size(), c.times.size());
+        for (std::size_t i = 0; i < frames.size(); ++i) EXPECT_NEAR(frames[i].time, c.times[i], 0.0001);
+        EXPECT_NEAR(frames[0].luma, expectedLuma(c.first), 4);
+        const auto track = media->asset(file("a.mov"))->loadTracks(MediaType::video)[0];
+        EXPECT_NEAR(track.timeRange.start, c.times[0], 0.0001);
+    }
 }
 
 TEST_F(VideoReading, CodesOddSizesOneLargerWithTheLastLinesRepeated) {
