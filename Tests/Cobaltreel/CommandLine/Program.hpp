@@ -36,7 +36,10 @@ class Program {
         process_.waitForFinished();
     }
 
-    void signal(int number) const { kill(static_cast<pid_t>(process_.processId()), number); }
+    void signal(int number) const {
+        // Of one that has ended the id is 0, which would mean this process and all around it.
+        if (const auto id = static_cast<pid_t>(process_.processId()); id > 0) kill(id, number);
+    }
 
     /// Reads what the program says until `enough` is content or it has ended; false when neither comes.
     template <typename Enough>
