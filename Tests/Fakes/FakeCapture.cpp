@@ -125,8 +125,12 @@ std::unique_ptr<CaptureSession> FakeCaptureService::makeSession() {
     return std::make_unique<FakeSessionHandle>(std::move(session));
 }
 
-void FakeCaptureService::changeDevices(CaptureDevices devices) {
-    fakeDevices = std::move(devices);
+void FakeCaptureService::changeDevices(CaptureDevices devices, std::optional<PlatformError> unavailable) {
+    {
+        const std::lock_guard lock(mutex_);
+        fakeDevices = std::move(devices);
+        unavailableError = std::move(unavailable);
+    }
     if (changed_) changed_();
 }
 

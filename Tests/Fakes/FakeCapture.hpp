@@ -68,16 +68,23 @@ class FakeCaptureService final : public CaptureService {
     /// Every session made so far, the newest last.
     std::vector<std::shared_ptr<FakeSession>> sessions;
 
-    CaptureDevices devices() override { return fakeDevices; }
+    CaptureDevices devices() override {
+        const std::lock_guard lock(mutex_);
+        return fakeDevices;
+    }
     void setDevicesChangedHandler(std::function<void()> changed) override { changed_ = std::move(changed); }
     std::unique_ptr<CaptureSession> makeSession() override;
-    std::optional<PlatformError> unavailable() override { return unavailableError; }
+    std::optional<PlatformError> unavailable() override {
+        const std::lock_guard lock(mutex_);
+        return unavailableError;
+    }
     std::string implementation() const override { return "fake"; }
 
-    /// Replaces the devices and tells the handler.
-    void changeDevices(CaptureDevices devices);
+    /// Replaces the devices and tells the handler. The script may change like this while another thread asks.
+    void changeDevices(CaptureDevices devices, std::optional<PlatformError> unavailable = {});
 
   private:
+    std::mutex mutex_;
     std::function<void()> changed_;
 };
 

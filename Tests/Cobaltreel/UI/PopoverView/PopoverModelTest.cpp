@@ -151,7 +151,7 @@ TEST_F(PopoverModelTest, WhatIsMissingIsSaidAndADeviceThatComesLaterIsTakenUp) {
     EXPECT_TRUE(eventually([&] { return bubble->isShown; }));
     EXPECT_EQ(model->notice(), "");
 
-    capture->unavailableError = platform::PlatformError("Capture", 0, "PipeWire does not answer");
+    capture->changeDevices(all, platform::PlatformError("Capture", 0, "PipeWire does not answer"));
     model->disappear();
     model->appear();
     EXPECT_TRUE(eventually([&] { return model->notice() == S::mediaServerMissing(); }));
