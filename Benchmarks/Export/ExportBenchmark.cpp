@@ -67,7 +67,7 @@ ExportOptions optionsOf(const SessionMeta& meta, const std::filesystem::path& ou
     options.bubble = meta.cameraEnabled;
     options.systemAudio = meta.systemAudioEnabled;
     options.cameraStyle = meta.cameraStyle.value_or(CameraStyle::bubble);
-    options.outputURL = output;
+    options.outputPath = output;
     return options;
 }
 

@@ -73,7 +73,7 @@ int compare(const Options& options) {
                            : meta.recordingEndHostTime.value_or(0) - meta.screenFirstPTS.value_or(0);
     exported.bubble = meta.cameraEnabled;
     exported.zoomTiming = ZoomTiming::anticipating;
-    exported.outputURL = frames;
+    exported.outputPath = frames;
     ExportRenderer(folder, meta, keepingFrames(services.media), services.vision).exportMovie(exported);
 
     const OutputSize size = outputSize(exported, meta);

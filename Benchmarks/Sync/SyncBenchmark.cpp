@@ -230,7 +230,7 @@ double measure(const Options& options) {
     exported.trimEnd = *recording.meta.recordingEndHostTime - *recording.meta.screenFirstPTS - 0.2;
     exported.quality = ExportOptions::Quality::p720;
     exported.autoZoom = false;
-    exported.outputURL = options.work / "export.mp4";
+    exported.outputPath = options.work / "export.mp4";
     renderer.exportMovie(exported);
     std::vector<double> clicks;
     for (const auto& click : renderer.preparedClicks()) clicks.push_back(click.t);
@@ -241,7 +241,7 @@ double measure(const Options& options) {
     const Sightings session =
         readSession(*services.media, recording.folder, recording.meta, recording.instants);
     const Sightings movie =
-        readExport(*services.media, exported.outputURL, recording.meta, clicks, recording.instants);
+        readExport(*services.media, exported.outputPath, recording.meta, clicks, recording.instants);
     const auto inSession = compare(session, worst, growth);
     const auto inExport = compare(movie, worst, growth);
     result["worstMs"] = worst;

@@ -116,10 +116,10 @@ void CameraMicRecorder::setPreviewFrameHandler(PreviewFrameHandler handler) {
 }
 
 std::unique_ptr<CameraMicRecorder::OpenMovie> CameraMicRecorder::openMovie(
-    const std::filesystem::path& outputURL, bool withCamera) {
+    const std::filesystem::path& outputPath, bool withCamera) {
     auto movie = std::make_unique<OpenMovie>();
-    movie->path = outputURL;
-    movie->writer = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
+    movie->path = outputPath;
+    movie->writer = media_->makeWriter(outputPath, platform::FileType::quickTimeMovie);
     if (withCamera)
         movie->videoInput = &movie->writer->addVideoInput({.codec = platform::VideoCodec::h264,
                                                            .width = pictureWidth,
@@ -137,13 +137,13 @@ std::unique_ptr<CameraMicRecorder::OpenMovie> CameraMicRecorder::openMovie(
     return movie;
 }
 
-QCoro::Task<void> CameraMicRecorder::beginWriting(std::filesystem::path outputURL) {
+QCoro::Task<void> CameraMicRecorder::beginWriting(std::filesystem::path outputPath) {
     const bool withCamera = wantCamera_;
     writingError_.reset();
     // Opening an encoder takes longer than the main thread may be kept. The movie is published from the
     // same piece of work, so that a `stop` queued behind it finds the movie there.
-    co_await AwaitOnQueue(*mainLoop_, configQueue_, [this, &outputURL, withCamera] {
-        auto movie = openMovie(outputURL, withCamera);
+    co_await AwaitOnQueue(*mainLoop_, configQueue_, [this, &outputPath, withCamera] {
+        auto movie = openMovie(outputPath, withCamera);
         ioQueue_.sync([this, &movie] {
             movie_ = std::move(movie);
             noteBeginning(std::nullopt);

@@ -50,7 +50,7 @@ class CameraMicRecorder {
 
     /// Creates the movie; from then on samples are written. Throws the platform's error, or
     /// PlatformError("Cobaltreel.CameraMic", 2) when the writer will not start and does not say why.
-    QCoro::Task<void> beginWriting(std::filesystem::path outputURL);
+    QCoro::Task<void> beginWriting(std::filesystem::path outputPath);
     /// Completes the movie; the preview goes on. Never fails.
     QCoro::Task<void> finishWriting();
     /// Completes the movie if one is open and stops the session, unless a preview is asked for meanwhile.
@@ -86,7 +86,7 @@ class CameraMicRecorder {
     void reconfigure(const std::optional<platform::CaptureDevice>& camera,
                      const std::optional<platform::CaptureDevice>& mic, bool mirror);
     void addInput(const platform::CaptureDevice& device);
-    std::unique_ptr<OpenMovie> openMovie(const std::filesystem::path& outputURL, bool withCamera);
+    std::unique_ptr<OpenMovie> openMovie(const std::filesystem::path& outputPath, bool withCamera);
     void receive(const platform::SampleBuffer& sample);
     void listenForSilence(const platform::SampleBuffer& sound, float level);
     void write(const platform::SampleBuffer& sample);

@@ -51,11 +51,11 @@ ScreenRecorder::Target ScreenRecorder::windowTarget(const platform::Window& wind
             grownToEven(window.frame.h, scale)};
 }
 
-void ScreenRecorder::openWriter(const Target& target, const std::filesystem::path& outputURL,
+void ScreenRecorder::openWriter(const Target& target, const std::filesystem::path& outputPath,
                                 bool captureSystemAudio) {
     input_ = nullptr;
     audioInput_ = nullptr;
-    const std::shared_ptr writer = media_->makeWriter(outputURL, platform::FileType::quickTimeMovie);
+    const std::shared_ptr writer = media_->makeWriter(outputPath, platform::FileType::quickTimeMovie);
     auto& input = writer->addVideoInput({.codec = platform::VideoCodec::hevc,
                                          .width = target.width,
                                          .height = target.height,
@@ -69,7 +69,7 @@ void ScreenRecorder::openWriter(const Target& target, const std::filesystem::pat
             : nullptr;
     if (!writer->startWriting()) {
         if (const auto error = writer->error()) throw *error;
-        throw PlatformError("Cobaltreel", 1, "writing " + outputURL.string() + " could not be started");
+        throw PlatformError("Cobaltreel", 1, "writing " + outputPath.string() + " could not be started");
     }
     input_ = &input;
     audioInput_ = audioInput;
@@ -77,7 +77,7 @@ void ScreenRecorder::openWriter(const Target& target, const std::filesystem::pat
     writer_ = writer;
 }
 
-QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path outputURL,
+QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path outputPath,
                                         bool captureSystemAudio) {
     {
         const std::lock_guard lock(startLock_);
@@ -89,7 +89,7 @@ QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path out
 
     // Opening an encoder takes longer than the main thread may be kept.
     co_await AwaitOnQueue(*mainLoop_, captureQueue_,
-                          [&] { openWriter(target, outputURL, captureSystemAudio); });
+                          [&] { openWriter(target, outputPath, captureSystemAudio); });
 
     platform::StreamConfiguration configuration;
     configuration.width = target.width;

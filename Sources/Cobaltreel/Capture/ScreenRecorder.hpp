@@ -48,7 +48,7 @@ class ScreenRecorder {
 
     /// Creates the movie and starts the capture. Throws the platform's error, or
     /// PlatformError("Cobaltreel", 1) when the writer will not start and does not say why.
-    QCoro::Task<void> start(Target target, std::filesystem::path outputURL, bool captureSystemAudio);
+    QCoro::Task<void> start(Target target, std::filesystem::path outputPath, bool captureSystemAudio);
     /// Ends the capture and completes the movie. Never fails; at once when nothing runs.
     QCoro::Task<void> stop();
 
@@ -67,7 +67,7 @@ class ScreenRecorder {
     std::optional<platform::PlatformError> writingError() const;
 
   private:
-    void openWriter(const Target& target, const std::filesystem::path& outputURL, bool captureSystemAudio);
+    void openWriter(const Target& target, const std::filesystem::path& outputPath, bool captureSystemAudio);
     void receiveVideo(const platform::CapturedSample& sample);
     void receiveAudio(const platform::CapturedSample& sample);
 

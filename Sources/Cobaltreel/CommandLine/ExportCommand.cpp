@@ -136,7 +136,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     ExportOptions options;
     options.trimStart = trim.start;
     options.trimEnd = trim.end;
-    if (!arguments.output.empty()) options.outputURL = outputFile(arguments, session.folder);
+    if (!arguments.output.empty()) options.outputPath = outputFile(arguments, session.folder);
     options.format = formatOf(arguments);
     const bool isGif = options.format == ExportFormat::gif;
     options.quality =
@@ -156,7 +156,7 @@ ExportOptions optionsFor(const ExportArguments& arguments, const SessionArgument
     options.systemAudio = arguments.systemAudio.value_or(meta.systemAudioEnabled);
     options.chapterNames = {S::chapterStart().toStdString(), S::marker().toStdString()};
     if (arguments.output.empty())
-        options.outputURL = Paths::uniqueOutputURL(
+        options.outputPath = Paths::uniqueOutputURL(
             arguments.name.empty() ? Paths::defaultExportName().toStdString() : arguments.name,
             '.' + nameOf(options.format));
     return options;
@@ -222,7 +222,7 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
             throw CommandError("the export was cancelled; nothing was written", ExitStatus::interrupted);
         throw CommandError("exporting " + session.folder.dir.string() + " failed: " + error.what());
     }
-    std::cout << options.outputURL.string() << '\n';
+    std::cout << options.outputPath.string() << '\n';
     return ExitStatus::done;
 }
 

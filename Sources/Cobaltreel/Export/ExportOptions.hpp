@@ -33,8 +33,8 @@ struct ExportOptions {
     CameraStyle cameraStyle = CameraStyle::bubble;
     bool clickRipples = true;
     bool systemAudio = true;
-    Chapters::Names chapterNames{};   ///< the movie's chapters are the recording's markers
-    std::filesystem::path outputURL;  ///< a file that is there already is replaced
+    Chapters::Names chapterNames{};    ///< the movie's chapters are the recording's markers
+    std::filesystem::path outputPath;  ///< a file that is there already is replaced
 };
 
 /// Output height in pixels; absent keeps the capture's size.

@@ -212,7 +212,7 @@ void ExportRenderer::exportMovie(const ExportOptions& options) {
     auto cameraReader = openCamera(options, timing);
     auto audioReader = options.format == ExportFormat::gif ? nullptr : openAudioMix(options, timing);
 
-    platform::PendingFile file(options.outputURL);
+    platform::PendingFile file(options.outputPath);
     auto writer = media_->makeWriter(file.path(), fileType(options.format));
     const bool isWeb = options.format == ExportFormat::webm;
     auto& videoInput =

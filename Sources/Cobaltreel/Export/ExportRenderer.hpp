@@ -48,7 +48,7 @@ class ExportRenderer {
     /// Set on any thread to give up; read once a frame and while waiting for the encoder.
     std::atomic<bool> cancelled{false};
 
-    /// Runs the export and returns when the movie is complete at `options.outputURL`, on the disk. Throws
+    /// Runs the export and returns when the movie is complete at `options.outputPath`, on the disk. Throws
     /// `Error`, or what the platform threw; what stood there before then still stands, and nothing else is
     /// left.
     void exportMovie(const ExportOptions& options);

@@ -33,7 +33,7 @@ class CutoutExportTest : public testing::Test {
         options.autoZoom = options.clickRipples = options.systemAudio = false;
         options.bubble = true;
         options.cameraStyle = CameraStyle::cutout;
-        options.outputURL = temporary.path() / "out.mp4";
+        options.outputPath = temporary.path() / "out.mp4";
     }
 
     static constexpr double seconds = 1.2;
@@ -50,7 +50,7 @@ class CutoutExportTest : public testing::Test {
 TEST_F(CutoutExportTest, ThePersonIsShownWithoutTheRoom) {
     ExportRenderer(folder, meta, media, vision).exportMovie(options);
 
-    const auto asset = media->asset(options.outputURL);
+    const auto asset = media->asset(options.outputPath);
     const auto reader = media->makeTrackReader(asset, asset->loadTracks(MediaType::video).at(0), {0, seconds},
                                                PixelFormat::i420);
     ASSERT_TRUE(reader->startReading());

@@ -30,7 +30,7 @@ class FakeExport : public testing::Test {
         options.trimEnd = 1;
         options.quality = ExportOptions::Quality::full;
         options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
-        options.outputURL = temporary.path() / "out.mp4";
+        options.outputPath = temporary.path() / "out.mp4";
         media->movies[folder.screenMovie()] = platform::FakeMovie::withFrames(60, 60);
     }
 

@@ -170,7 +170,7 @@ TEST_F(ExportRendererTest, CancellingLeavesNoFile) {
         }
         EXPECT_TRUE(media->writers.back()->cancelled);
         EXPECT_FALSE(media->writers.back()->finished);
-        EXPECT_FALSE(std::filesystem::exists(options.outputURL));
+        EXPECT_FALSE(std::filesystem::exists(options.outputPath));
     };
     renderer.onProgress = [&](double share) { renderer.cancelled = share >= 0.5; };
     expectCancelled();
@@ -185,8 +185,8 @@ TEST_F(ExportRendererTest, CancellingLeavesNoFile) {
 }
 
 TEST_F(ExportRendererTest, AnExistingFileIsReplacedAndTheSessionIsUntouched) {
-    const auto old = [&] { return std::filesystem::file_size(options.outputURL); };
-    std::ofstream(options.outputURL) << "old";
+    const auto old = [&] { return std::filesystem::file_size(options.outputPath); };
+    std::ofstream(options.outputPath) << "old";
     ExportRenderer cancelled(folder, meta, media, nullptr);
     cancelled.onProgress = [&](double) { cancelled.cancelled = true; };
     EXPECT_THROW(cancelled.exportMovie(options), ExportRenderer::Error);
@@ -200,7 +200,7 @@ TEST_F(ExportRendererTest, AnExistingFileIsReplacedAndTheSessionIsUntouched) {
     options.clickRipples = true;
     run();
     EXPECT_EQ(old(), 0U) << "the scripted writer writes nothing";
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(options.outputURL.parent_path()), {}), 2)
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(options.outputPath.parent_path()), {}), 2)
         << "the session and the export";
     EXPECT_EQ(std::filesystem::last_write_time(folder.eventsFile()), eventsWritten);
 }
@@ -208,7 +208,7 @@ TEST_F(ExportRendererTest, AnExistingFileIsReplacedAndTheSessionIsUntouched) {
 TEST_F(ExportRendererTest, AnExportWithoutAPictureIsAFailure) {
     for (auto& frame : media->movies[folder.screenMovie()].frames) frame.time += 1000;
     EXPECT_THROW(run(), platform::PlatformError);
-    EXPECT_FALSE(std::filesystem::exists(options.outputURL));
+    EXPECT_FALSE(std::filesystem::exists(options.outputPath));
 }
 
 TEST_F(ExportRendererTest, ClicksAreTakenFromTheKeptSpan) {

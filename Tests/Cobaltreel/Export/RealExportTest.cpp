@@ -80,7 +80,7 @@ class RealExportTest : public testing::Test {
         meta.cameraCorner = CameraCorner::bottomRight;
         options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
         options.quality = ExportOptions::Quality::full;
-        options.outputURL = temporary.path() / "out.mp4";
+        options.outputPath = temporary.path() / "out.mp4";
     }
 
     struct Picture {
@@ -125,7 +125,7 @@ class RealExportTest : public testing::Test {
         renderer.exportMovie(options);
     }
     std::vector<platform::SampleBuffer> decodedPictures() {
-        const auto asset = media->asset(options.outputURL);
+        const auto asset = media->asset(options.outputPath);
         const auto tracks = asset->loadTracks(MediaType::video);
         EXPECT_EQ(tracks.size(), 1U);
         auto reader = media->makeTrackReader(asset, tracks.at(0), {0, 1000}, PixelFormat::i420);
@@ -136,7 +136,7 @@ class RealExportTest : public testing::Test {
     }
     /// Times at which the exported sound becomes loud.
     std::vector<double> decodedBeeps() {
-        const auto asset = media->asset(options.outputURL);
+        const auto asset = media->asset(options.outputPath);
         const auto tracks = asset->loadTracks(MediaType::audio);
         if (tracks.empty()) return {};
         platform::Composition composition;
@@ -170,7 +170,7 @@ TEST_F(RealExportTest, EveryFrameShowsThePictureOfItsTimeFromTheFirstToTheLast) 
             EXPECT_EQ(numberIn(*pictures[i].image), expectedNumber(start + t))
                 << "frame " << i << " from " << start;
         }
-        EXPECT_TRUE(media->asset(options.outputURL)->loadTracks(MediaType::audio).empty());
+        EXPECT_TRUE(media->asset(options.outputPath)->loadTracks(MediaType::audio).empty());
     }
 }
 
@@ -256,11 +256,11 @@ TEST_F(RealExportTest, DamagedSessionsAndFullFoldersAreErrorsThatNameTheFile) {
 
     std::filesystem::remove(folder.screenMovie());
     writeScreen(3);
-    options.outputURL = temporary.path() / "no such folder" / "out.mp4";
+    options.outputPath = temporary.path() / "no such folder" / "out.mp4";
     EXPECT_NE(failure().find("no such folder"), std::string::npos) << failure();
 
     // A movie that breaks off keeps what it has: the rest of the export shows its last frame.
-    options.outputURL = temporary.path() / "out.mp4";
+    options.outputPath = temporary.path() / "out.mp4";
     options.trimEnd = 3;
     std::filesystem::resize_file(folder.screenMovie(),
                                  std::filesystem::file_size(folder.screenMovie()) * 2 / 3);

@@ -68,10 +68,10 @@ void PreviewModel::exportMovie() {
         Outcome outcome;
         try {
             // Looking for a free name touches the disk.
-            options.outputURL = Paths::uniqueOutputURL(name);
+            options.outputPath = Paths::uniqueOutputURL(name);
             if (run->cancelRequested) throw ExportRenderer::Error::cancelled();
             run->renderer.exportMovie(options);
-            outcome.file = options.outputURL;
+            outcome.file = options.outputPath;
         } catch (const ExportRenderer::Error&) {
             // Cancelled, or nothing to export; the window is as it was.
         } catch (const std::exception& error) {
