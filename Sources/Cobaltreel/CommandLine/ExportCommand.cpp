@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <regex>
+#include <stop_token>
 
 namespace cobaltreel {
 
@@ -208,15 +209,12 @@ ExitStatus runExport(const ExportArguments& arguments, Interrupt& interrupt) {
         renderer.planClicksAndZoom(options);
         considerGif(*services.media, arguments, session, options, size, renderer.zoomMoves());
     }
-    const auto handling = interrupt.handle([&renderer] { renderer.cancelled = true; });
+    std::stop_source stop;
+    const auto handling = interrupt.handle([&stop] { stop.request_stop(); });
     Progress progress("Exporting");
-    renderer.onProgress = [&](double share) {
-        // An interrupt that came before the run began was reset by its beginning.
-        if (interrupt.happened()) renderer.cancelled = true;
-        progress.show(share);
-    };
+    renderer.onProgress = [&progress](double share) { progress.show(share); };
     try {
-        renderer.exportMovie(options);
+        renderer.exportMovie(options, stop.get_token());
     } catch (const ExportRenderer::Error& error) {
         if (error.kind() == ExportRenderer::Error::Kind::cancelled)
             throw CommandError("the export was cancelled; nothing was written", ExitStatus::interrupted);

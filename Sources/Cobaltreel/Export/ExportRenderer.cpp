@@ -198,8 +198,10 @@ std::unique_ptr<AssetReader> ExportRenderer::openAudioMix(const ExportOptions& o
     return reader;
 }
 
-void ExportRenderer::exportMovie(const ExportOptions& options) {
+void ExportRenderer::exportMovie(const ExportOptions& options, std::stop_token stop) {
     cancelled = false;
+    const std::stop_callback onStop(std::move(stop), [this] { cancelled = true; });
+    if (cancelled) throw Error::cancelled();
     const OutputSize size = outputSize(options, meta_);
     const int wOut = static_cast<int>(size.w), hOut = static_cast<int>(size.h);
     const ExportTiming timing = timingOf(meta_, options.trimStart, options.trimEnd);

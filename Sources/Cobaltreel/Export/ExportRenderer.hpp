@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -45,13 +46,13 @@ class ExportRenderer {
 
     /// Progress from 0 to 1, after every written frame; called on the export's thread.
     std::function<void(double)> onProgress;
-    /// Set on any thread to give up; read once a frame and while waiting for the encoder.
+    /// Set on any thread to give up the run under way; read once a frame and while waiting for the encoder.
     std::atomic<bool> cancelled{false};
 
     /// Runs the export and returns when the movie is complete at `options.outputPath`, on the disk. Throws
     /// `Error`, or what the platform threw; what stood there before then still stands, and nothing else is
-    /// left.
-    void exportMovie(const ExportOptions& options);
+    /// left. A request of `stop` sets `cancelled`, also one that was made before the run.
+    void exportMovie(const ExportOptions& options, std::stop_token stop = {});
 
     /// Output frames of a kept span of `duration` seconds: at least one.
     static std::int64_t frameCount(double duration, int rate = framesPerSecond);

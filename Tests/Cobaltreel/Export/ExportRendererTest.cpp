@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <functional>
+#include <stop_token>
 
 #include <gmock/gmock.h>
 
@@ -182,6 +183,11 @@ TEST_F(ExportRendererTest, CancellingLeavesNoFile) {
     media->writing.onVideoAsk = [&](std::size_t asks) { renderer.cancelled = asks >= 5; };
     expectCancelled();
     EXPECT_EQ(media->writers.back()->video.size(), 0U);
+
+    std::stop_source stopped;
+    stopped.request_stop();
+    EXPECT_THROW(renderer.exportMovie(options, stopped.get_token()), ExportRenderer::Error)
+        << "before the run";
 }
 
 TEST_F(ExportRendererTest, AnExistingFileIsReplacedAndTheSessionIsUntouched) {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cmath>
 #include <exception>
+#include <stop_token>
 #include <utility>
 
 namespace cobaltreel {
@@ -14,15 +15,9 @@ namespace cobaltreel {
 /// One run; shared by the main thread and the export's.
 struct PreviewModel::ExportRun {
     ExportRenderer renderer;
-    // The renderer forgets a request that comes before it begins; this one it is reminded of.
-    std::atomic<bool> cancelRequested{false};
+    std::stop_source stop{};
     std::atomic<double> progress{0};
     std::atomic<bool> isProgressPosted{false};  // at most one message waits for the main thread
-
-    void cancel() {
-        cancelRequested = true;
-        renderer.cancelled = true;
-    }
 };
 
 struct PreviewModel::Outcome {
@@ -55,7 +50,6 @@ void PreviewModel::exportMovie() {
 
     ExportRun& shared = *run_;
     shared.renderer.onProgress = [this, &shared](double share) {
-        if (shared.cancelRequested) shared.renderer.cancelled = true;
         shared.progress = share;
         if (shared.isProgressPosted.exchange(true)) return;
         postWhileAlive([this, &shared] {
@@ -69,8 +63,7 @@ void PreviewModel::exportMovie() {
         try {
             // Looking for a free name touches the disk.
             options.outputPath = Paths::uniqueOutputURL(name);
-            if (run->cancelRequested) throw ExportRenderer::Error::cancelled();
-            run->renderer.exportMovie(options);
+            run->renderer.exportMovie(options, run->stop.get_token());
             outcome.file = options.outputPath;
         } catch (const ExportRenderer::Error&) {
             // Cancelled, or nothing to export; the window is as it was.
@@ -93,7 +86,7 @@ void PreviewModel::exportEnded(const Outcome& outcome) {
 }
 
 void PreviewModel::cancel() {
-    if (exporting_) run_->cancel();
+    if (exporting_) run_->stop.request_stop();
 }
 
 void PreviewModel::showInFinder() {
