@@ -53,14 +53,10 @@ class CameraMicRecorder::AwaitEarlierFinish {
 CameraMicRecorder::CameraMicRecorder(std::shared_ptr<platform::CaptureService> capture,
                                      std::shared_ptr<platform::MediaService> media,
                                      std::shared_ptr<platform::MainLoop> mainLoop)
-    : media_(std::move(media)),
-      mainLoop_(std::move(mainLoop)),
-      self_(std::make_shared<CameraMicRecorder*>(this)),
-      session_(capture->makeSession()) {
-    session_->setEventHandler([weakSelf = std::weak_ptr(self_), loop = mainLoop_](const CaptureEvent& event) {
-        loop->post([weakSelf, event] {
-            if (const auto self = weakSelf.lock()) (*self)->onEvent(event);
-        });
+    : media_(std::move(media)), mainLoop_(std::move(mainLoop)), session_(capture->makeSession()) {
+    const auto handle = lifetime_.guard([this](const CaptureEvent& event) { onEvent(event); });
+    session_->setEventHandler([handle, loop = mainLoop_](const CaptureEvent& event) {
+        loop->post([handle, event] { handle(event); });
     });
 }
 
@@ -175,9 +171,7 @@ void CameraMicRecorder::receive(const SampleBuffer& sample) {
 
 void CameraMicRecorder::giveUpWriting() {
     writing_ = false;
-    mainLoop_->post([weakSelf = std::weak_ptr(self_), error = movie_->writer->error()] {
-        if (const auto self = weakSelf.lock()) (*self)->writingError_ = error;
-    });
+    mainLoop_->post(lifetime_.guard([this, error = movie_->writer->error()] { writingError_ = error; }));
 }
 
 void CameraMicRecorder::write(const SampleBuffer& sample) {
@@ -322,9 +316,7 @@ void CameraMicRecorder::watchForStalls() {
 
 void CameraMicRecorder::report(CaptureEvent::Kind kind, const CaptureDevice& device, std::string message) {
     mainLoop_->post(
-        [weakSelf = std::weak_ptr(self_), event = CaptureEvent{kind, device, std::move(message)}] {
-            if (const auto self = weakSelf.lock()) (*self)->onEvent(event);
-        });
+        lifetime_.guard([this, event = CaptureEvent{kind, device, std::move(message)}] { onEvent(event); }));
 }
 
 void CameraMicRecorder::onEvent(const CaptureEvent& event) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/CaptureSession.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -114,7 +115,7 @@ class CameraMicRecorder {
         int quietTicks = 0;
     };
     StallWatch cameraWatch_, micWatch_;
-    std::shared_ptr<CameraMicRecorder*> self_;  // held weakly by callbacks
+    platform::Lifetime lifetime_;
 
     // The session's queue.
     std::unique_ptr<OpenMovie> movie_;

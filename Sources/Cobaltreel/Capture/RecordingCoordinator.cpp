@@ -13,7 +13,6 @@
 #include "Cobaltreel/Support/MarkerText.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
 
-#include <QPointer>
 #include <utility>
 
 namespace cobaltreel {
@@ -38,13 +37,9 @@ RecordingCoordinator::RecordingCoordinator(RecordingServices services, QObject* 
           engine_, [this] { return preview_->isActive(); },
           [this](float level) { assign(micLevel_, level, &RecordingCoordinator::micLevelChanged); })),
       lists_(std::make_unique<SourceLists>(engine_, *this)) {
-    const QPointer<RecordingCoordinator> self(this);
-    engine_->cameraMic.onDeviceEvent = [self](const platform::CaptureEvent& event) {
-        if (self) self->onDeviceEvent(event);
-    };
-    engine_->screen.onError = [self](const PlatformError& error) {
-        if (self) self->streamFailed(error);
-    };
+    engine_->cameraMic.onDeviceEvent =
+        lifetime_.guard([this](const platform::CaptureEvent& event) { onDeviceEvent(event); });
+    engine_->screen.onError = lifetime_.guard([this](const PlatformError& error) { streamFailed(error); });
 }
 
 RecordingCoordinator::~RecordingCoordinator() {
@@ -106,10 +101,10 @@ QCoro::Task<bool> RecordingCoordinator::ensureAuthorized(bool needCamera) {
 }
 
 QCoro::Task<void> RecordingCoordinator::start() {
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     const auto attempt = ++attempt_;
-    const std::function<bool()> isOver = [&self, attempt] { return !self || self->attempt_ != attempt; };
+    const std::function<bool()> isOver = [this, alive, attempt] { return !alive || attempt_ != attempt; };
     endReason_.clear();
     endedByFailure_ = false;
     setPhase(Phase::asking);
@@ -125,10 +120,9 @@ QCoro::Task<void> RecordingCoordinator::start() {
     setPhase(Phase::counting);
     const bool counted = co_await AwaitAnswer<bool>(*engine->services.mainLoop, [&](auto ended) {
         countdownEnded_ = std::move(ended);
-        const auto end = [self](bool done) {
-            if (!self) return;
-            if (const auto callback = std::exchange(self->countdownEnded_, nullptr)) callback(done);
-        };
+        const auto end = lifetime_.guard([this](bool done) {
+            if (const auto callback = std::exchange(countdownEnded_, nullptr)) callback(done);
+        });
         engine->services.countdown->run([end] { end(false); }, [end] { end(true); });
     });
     if (isOver()) co_return;
@@ -139,7 +133,7 @@ QCoro::Task<void> RecordingCoordinator::start() {
 }
 
 QCoro::Task<void> RecordingCoordinator::beginCapture() {
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     std::optional<SessionFolder> folder;
     bool atCamera = false;
@@ -153,7 +147,7 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
             content = engine->services.screenCapture->shareableContent();
             soundless = engine->services.capture->unavailable();
         });
-        if (!self) co_return;
+        if (!alive) co_return;
         if (soundless && systemAudioEnabled())
             Q_EMIT deviceMessage(S::systemAudioUnavailable(),
                                  QString::fromStdString(soundless->description()),
@@ -173,19 +167,19 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
             engine->files = std::make_shared<RecordingFiles>(now, meta);
             folder = engine->files->folder();
         });
-        if (!self) co_return;
+        if (!alive) co_return;
         session_ = folder;
         meta_ = meta;
 
         atCamera = true;
         co_await engine->cameraMic.beginWriting(folder->cameraMovie());
         atCamera = false;
-        if (!self) co_return;
+        if (!alive) co_return;
         co_await engine->screen.start(chosen->target, folder->screenMovie(), meta.systemAudioEnabled);
     } catch (...) {
         failure = std::current_exception();
     }
-    if (!self) co_return;
+    if (!alive) co_return;
     if (failure) {
         co_await captureFailed(folder, failure, atCamera);
         co_return;
@@ -202,16 +196,16 @@ QCoro::Task<void> RecordingCoordinator::beginCapture() {
 /// recording above all, is not touched.
 QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolder> folder,
                                                       std::exception_ptr failure, bool atCamera) {
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     if (!atCamera) {
         co_await engine->screen.stop();
         co_await engine->cameraMic.stop();
-        if (self) endPreview();
+        if (alive) endPreview();
     }
     if (folder) co_await engine->offMainThread([&] { folder->remove(); });
     engine->files.reset();
-    if (!self) co_return;
+    if (!alive) co_return;
     session_.reset();
     meta_.reset();
     setPhase(Phase::idle);
@@ -222,7 +216,7 @@ QCoro::Task<void> RecordingCoordinator::captureFailed(std::optional<SessionFolde
 
 QCoro::Task<void> RecordingCoordinator::tick() {
     if (phase_ != Phase::recording) co_return;
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     const double elapsed = engine->services.clock->now() - startedAt_;
     assign(elapsed_, elapsed, &RecordingCoordinator::elapsedChanged);
@@ -240,7 +234,7 @@ QCoro::Task<void> RecordingCoordinator::tick() {
         const bool looksAtRoom = std::exchange(looksAtRoom_, false);
         disk = co_await engine->lookAtDisk(folder);
         isFull = looksAtRoom && disk.freeBytes <= minFreeWhileRecording;
-        if (!self) co_return;
+        if (!alive) co_return;
     } while (looksAtRoom_ && !disk.isFolderGone && !isFull);
     looking_ = looksAtRoom_ = false;
     if (phase_ != Phase::recording) co_return;
@@ -252,17 +246,17 @@ QCoro::Task<void> RecordingCoordinator::tick() {
 }
 
 QCoro::Task<void> RecordingCoordinator::endByItself(QString reason) {
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     endReason_ = reason.toStdString();
     co_await stopRecording();
-    if (self && !reason.isEmpty()) co_await engine->answerTo(warning(reason));
+    if (alive && !reason.isEmpty()) co_await engine->answerTo(warning(reason));
 }
 
 QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     // What a stream says that is being stopped is of no interest any more.
     if (phase_ != Phase::recording) co_return;
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     const auto attempt = attempt_;
     endReason_ = error.description();
@@ -272,7 +266,7 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
     timer_.reset();
     co_await engine->cameraMic.stop();
     co_await engine->keeper.stop();
-    if (!self || self->attempt_ != attempt || phase_ != Phase::recording) co_return;
+    if (!alive || attempt_ != attempt || phase_ != Phase::recording) co_return;
     endPreview();
     if (error.code() == platform::sharingEnded) {
         // The user's own way of stopping, where the desktop offers one.
@@ -281,14 +275,14 @@ QCoro::Task<void> RecordingCoordinator::streamFailed(PlatformError error) {
         co_return;
     }
     co_await engine->answerTo(warning(S::recordingFailed()));
-    if (self && self->attempt_ == attempt) co_await stopRecording();
+    if (alive && attempt_ == attempt) co_await stopRecording();
 }
 
 QCoro::Task<void> RecordingCoordinator::stopRecording() {
     if (phase_ != Phase::recording) co_return;
     setPhase(Phase::stopping);
     timer_.reset();
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     const auto folder = session_;
     const auto pictureEndedAt = std::exchange(pictureEndedAt_, std::nullopt);
@@ -296,9 +290,9 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
 
     co_await engine->screen.stop();
     co_await engine->cameraMic.stop();
-    if (self) endPreview();
+    if (alive) endPreview();
     const auto error = co_await engine->completeTake(*folder, *meta, pictureEndedAt);
-    if (!self) co_return;
+    if (!alive) co_return;
     meta_ = meta;
     if (error && endReason_.empty()) endReason_ = error->description();
     endedByFailure_ = endedByFailure_ || error;
@@ -311,23 +305,23 @@ QCoro::Task<void> RecordingCoordinator::stopRecording() {
 }
 
 QCoro::Task<void> RecordingCoordinator::finishBeforeQuit() {
-    const QPointer<RecordingCoordinator> self(this);
+    const auto alive = lifetime_.watch();
     const auto engine = engine_;
     quitting_ = true;
     if (phase_ == Phase::asking || phase_ == Phase::counting) abandonStart();
     co_await stopRecording();
     // A recording that is just beginning, or being stopped already.
-    while (self && phase_ != Phase::idle) {
+    while (alive && phase_ != Phase::idle) {
         co_await untilPhaseChanges();
-        if (self) co_await stopRecording();
+        if (alive) co_await stopRecording();
     }
     co_await engine->offMainThread([] {});
-    if (self) quitting_ = false;
+    if (alive) quitting_ = false;
 }
 
 QCoro::Task<void> RecordingCoordinator::untilIdle() {
-    const QPointer<RecordingCoordinator> self(this);
-    while (self && phase_ != Phase::idle) co_await untilPhaseChanges();
+    const auto alive = lifetime_.watch();
+    while (alive && phase_ != Phase::idle) co_await untilPhaseChanges();
 }
 
 QCoro::Task<void> RecordingCoordinator::untilPhaseChanges() {
@@ -376,11 +370,9 @@ void RecordingCoordinator::openSettings() { engine_->services.windows->openSetti
 
 void RecordingCoordinator::openPreview(const SessionFolder& folder, const SessionMeta& meta,
                                        std::vector<DeviceAbsence> absences) {
-    const QPointer<RecordingCoordinator> self(this);
-    engine_->services.windows->openPreview(folder, meta, std::move(absences),
-                                           [self, folder](bool hasExported) {
-                                               if (self) self->previewClosed(folder, hasExported);
-                                           });
+    engine_->services.windows->openPreview(
+        folder, meta, std::move(absences),
+        lifetime_.guard([this, folder](bool hasExported) { previewClosed(folder, hasExported); }));
 }
 
 QCoro::Task<void> RecordingCoordinator::previewClosed(SessionFolder folder, bool hasExported) {

@@ -4,6 +4,7 @@
 #include "Cobaltreel/Capture/RecordingServices.hpp"
 #include "Cobaltreel/Support/SessionFolder.hpp"
 #include "CobaltreelCore/Models.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 
 #include <QCoroTask>
 #include <QString>
@@ -163,6 +164,7 @@ class RecordingCoordinator final : public RecordingChoices {
     std::optional<double> pictureEndedAt_;                    // by itself; host clock
     std::function<void(bool done)> countdownEnded_;           // while the countdown is awaited
     std::vector<std::function<void(Phase)>> awaitingChange_;  // of the phase
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

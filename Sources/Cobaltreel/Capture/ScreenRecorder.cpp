@@ -28,10 +28,7 @@ int grownToEven(double points, double scale) {
 ScreenRecorder::ScreenRecorder(std::shared_ptr<platform::ScreenCaptureService> capture,
                                std::shared_ptr<platform::MediaService> media,
                                std::shared_ptr<platform::MainLoop> mainLoop)
-    : capture_(std::move(capture)),
-      media_(std::move(media)),
-      mainLoop_(std::move(mainLoop)),
-      self_(std::make_shared<ScreenRecorder*>(this)) {}
+    : capture_(std::move(capture)), media_(std::move(media)), mainLoop_(std::move(mainLoop)) {}
 
 ScreenRecorder::~ScreenRecorder() = default;
 
@@ -104,13 +101,13 @@ QCoro::Task<void> ScreenRecorder::start(Target target, std::filesystem::path out
     configuration.acceptsPlanar = true;
     configuration.queueDepth = 8;
 
-    auto stream = capture_->makeStream(
-        target.filter, configuration,
-        [weakSelf = std::weak_ptr(self_), mainLoop = mainLoop_](const PlatformError& error) {
-            mainLoop->post([weakSelf, error] {
-                if (const auto self = weakSelf.lock(); self && (*self)->onError) (*self)->onError(error);
-            });
-        });
+    const auto fail = lifetime_.guard([this](const PlatformError& error) {
+        if (onError) onError(error);
+    });
+    auto stream = capture_->makeStream(target.filter, configuration,
+                                       [fail, mainLoop = mainLoop_](const PlatformError& error) {
+                                           mainLoop->post([fail, error] { fail(error); });
+                                       });
     stream->addOutput(StreamOutputType::screen, captureQueue_,
                       [this](const CapturedSample& sample) { receiveVideo(sample); });
     if (captureSystemAudio)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Capture/CaptureStream.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Platform/Foundation/SerialQueue.hpp"
 #include "Platform/Media/MediaService.hpp"
@@ -84,7 +85,7 @@ class ScreenRecorder {
     mutable std::mutex startLock_;  // the writer's session starts in one step as seen from other threads
     bool sessionStarted_ = false;
     std::atomic<std::uint64_t> offered_{0}, written_{0}, dropped_{0};
-    std::shared_ptr<ScreenRecorder*> self_;  // emptied when the recorder goes; held weakly by callbacks
+    platform::Lifetime lifetime_;
 
     // Declared last: the stream ends first, then its queues, then what they write to.
     platform::SerialQueue captureQueue_{"cobaltreel.screen.capture"};

@@ -14,7 +14,6 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QPalette>
-#include <QPointer>
 #include <QWindow>
 #include <algorithm>
 #include <limits>
@@ -91,18 +90,18 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 /// So that the hot key finds something to record before the panel has ever been opened.
 QCoro::Task<void> AppDelegate::learnWhatThereIs() {
-    const QPointer<AppDelegate> self(this);
+    const auto alive = lifetime_.watch();
     co_await coordinator_.refreshContent();
-    if (self) coordinator_.refreshDevices();
+    if (alive) coordinator_.refreshDevices();
 }
 
 void AppDelegate::checkOrphanSessions() {
     const auto orphan = OrphanSessions::takeUnprompted(Paths::sessionsRoot(), *defaults_, *host_.media);
     if (!orphan) return;
     alerts_->present({S::orphanTitle(), S::orphanMessage(), {S::open(), S::cancel()}},
-                     [self = QPointer(this), orphan = *orphan](int button) {
-                         if (self && button == 0) self->coordinator_.openPreview(orphan.folder, orphan.meta);
-                     });
+                     lifetime_.guard([this, orphan = *orphan](int button) {
+                         if (button == 0) coordinator_.openPreview(orphan.folder, orphan.meta);
+                     }));
 }
 
 /// A second press of the keys that stopped a recording is a slip, not the wish for another one.
@@ -224,11 +223,8 @@ PanelWindow& AppDelegate::panelFor(PanelWindow::Look look) {
         panel_ =
             std::make_unique<PanelWindow>(model_, look, host_.clock, host_.compositor, host_.pointerWatcher);
         // Not inside the window's own event.
-        connect(panel_.get(), &AppWindow::closed, this, [this] {
-            host_.mainLoop->post([self = QPointer(this)] {
-                if (self) self->panelClosed();
-            });
-        });
+        connect(panel_.get(), &AppWindow::closed, this,
+                [this] { host_.mainLoop->post(lifetime_.guard([this] { panelClosed(); })); });
         panelLook_ = look;
         updateLabel();
     }
@@ -259,7 +255,7 @@ void AppDelegate::openPanel() {
 }
 
 QCoro::Task<void> AppDelegate::finishBeforeQuit(double patience) {
-    const QPointer<AppDelegate> self(this);
+    const auto alive = lifetime_.watch();
     const auto mainLoop = host_.mainLoop;
     const auto windows = windows_;
     co_await coordinator_.finishBeforeQuit();
@@ -267,7 +263,7 @@ QCoro::Task<void> AppDelegate::finishBeforeQuit(double patience) {
         windows->endPreviews(patience, [answered = std::move(answered)] { answered(true); });
     });
     // What has been exported is being deleted.
-    if (self) co_await coordinator_.finishBeforeQuit();
+    if (alive) co_await coordinator_.finishBeforeQuit();
 }
 
 void AppDelegate::quit() {
@@ -276,17 +272,16 @@ void AppDelegate::quit() {
     asksToQuit_ = true;
     alerts_->present(
         {S::exportRunning(), S::exportRunningNote(), {S::finishThenQuit(), S::quitNow(), S::cancel()}},
-        [self = QPointer(this)](int button) {
-            if (!self) return;
-            self->asksToQuit_ = false;
-            if (button < 2) self->end(button == 0 ? std::numeric_limits<double>::infinity() : 0);
-        });
+        lifetime_.guard([this](int button) {
+            asksToQuit_ = false;
+            if (button < 2) end(button == 0 ? std::numeric_limits<double>::infinity() : 0);
+        }));
 }
 
 void AppDelegate::end(double patience) {
     if (std::exchange(quitting_, true)) return;
-    finishBeforeQuit(patience).then([self = QPointer(this)] {
-        if (self) self->hasFinished_ = true;
+    finishBeforeQuit(patience).then([this, alive = lifetime_.watch()] {
+        if (alive) hasFinished_ = true;
         QCoreApplication::quit();
     });
 }

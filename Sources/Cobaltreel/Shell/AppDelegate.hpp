@@ -6,6 +6,7 @@
 #include "Cobaltreel/UI/OnboardingWindow/OnboardingWindow.hpp"
 #include "Cobaltreel/UI/PopoverView/PanelWindow.hpp"
 #include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/PlatformServices.hpp"
 
 #include <QCoroTask>
@@ -95,6 +96,7 @@ class AppDelegate final : public QObject {
     bool quitting_ = false;
     bool hasFinished_ = false;  // all is settled
     bool asksToQuit_ = false;
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

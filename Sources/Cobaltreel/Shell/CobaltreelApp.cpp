@@ -7,12 +7,12 @@
 #include "Cobaltreel/UI/CountdownWindow/CountdownWindow.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/UserDefaults.hpp"
 
 #include <QCoroTask>
 #include <QGuiApplication>
 #include <QIcon>
-#include <QPointer>
 #include <QSessionManager>
 #include <cstdio>
 #include <utility>
@@ -70,10 +70,9 @@ void CobaltreelApp::run(platform::PlatformServices host,
         qApp, &QGuiApplication::commitDataRequest, &shell,
         [&shell](QSessionManager&) { QCoro::waitFor(shell.finishBeforeQuit(AppDelegate::patienceAtLogOut)); },
         Qt::DirectConnection);
-    endsWith([mainLoop = host.mainLoop, shell = QPointer(&shell)] {
-        mainLoop->post([shell] {
-            if (shell) shell->end(patienceAtEnd);
-        });
+    const platform::Lifetime lifetime;
+    endsWith([mainLoop = host.mainLoop, end = lifetime.guard([&shell] { shell.end(patienceAtEnd); })] {
+        mainLoop->post(end);
     });
     host.mainLoop->post([&shell] { shell.applicationDidFinishLaunching(); });
     QCoreApplication::exec();

@@ -2,7 +2,6 @@
 
 #include "Cobaltreel/Support/Strings.hpp"
 
-#include <QPointer>
 #include <QStringList>
 #include <utility>
 
@@ -37,11 +36,8 @@ void Permissions::relaunch() {
 
 void Permissions::request(platform::MediaType type) {
     // The answer comes on any thread.
-    services_.devices->requestAccess(type, [self = QPointer(this), mainLoop = services_.mainLoop](bool) {
-        mainLoop->post([self] {
-            if (self) self->refresh();
-        });
-    });
+    services_.devices->requestAccess(type, [update = lifetime_.guard([this] { refresh(); }),
+                                            mainLoop = services_.mainLoop](bool) { mainLoop->post(update); });
 }
 
 bool Permissions::isAuthorized(platform::MediaType type) {

@@ -5,6 +5,7 @@
 #include "Platform/Desktop/ScreenAccess.hpp"
 #include "Platform/Desktop/SessionType.hpp"
 #include "Platform/Desktop/SystemSettings.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <QObject>
@@ -67,6 +68,7 @@ class Permissions final : public QObject {
     bool cameraGranted_ = false;
     bool micGranted_ = false;
     bool settingsMissing_ = false;  // found when the user asked for them
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// Says whether an object still lives. Any thread; it may be trusted on the thread that destroys the object.
+/// Whether an object still lives. Only the thread that destroys the object may rely on the answer.
 class LifetimeWatch {
   public:
     explicit LifetimeWatch(const std::shared_ptr<void>& token) : token_(token) {}
@@ -15,8 +15,8 @@ class LifetimeWatch {
     std::weak_ptr<void> token_;
 };
 
-/// A member of an object that is called back: who calls asks first whether there still is somebody. Declared
-/// last, it ends before what the callbacks use.
+/// A member of an object that is called back later: callbacks check it before they touch the object. Any
+/// thread may take a watch while the object lives.
 class Lifetime {
   public:
     Lifetime() = default;
@@ -24,10 +24,10 @@ class Lifetime {
     Lifetime& operator=(const Lifetime&) = delete;
 
     LifetimeWatch watch() const { return LifetimeWatch(token_); }
-    /// `work`, which does nothing once the object has gone.
+    /// `work`, or nothing once the object has gone.
     template <typename Work>
     auto guard(Work work) const {
-        return [alive = watch(), work = std::move(work)](auto&&... arguments) mutable {
+        return [alive = watch(), work = std::move(work)](auto&&... arguments) {
             if (alive) work(std::forward<decltype(arguments)>(arguments)...);
         };
     }

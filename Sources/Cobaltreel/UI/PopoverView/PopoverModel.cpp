@@ -2,7 +2,6 @@
 
 #include "Cobaltreel/Support/Strings.hpp"
 
-#include <QPointer>
 #include <QVariantMap>
 #include <algorithm>
 #include <utility>
@@ -205,9 +204,8 @@ void PopoverModel::turnTo() {
 }
 
 QCoro::Task<void> PopoverModel::setUp() {
-    const QPointer<PopoverModel> self(this);
-    const auto isCancelled = [&self, appearance = appearance_] {
-        return !self || self->appearance_ != appearance;
+    const auto isCancelled = [this, alive = lifetime_.watch(), appearance = appearance_] {
+        return !alive || appearance_ != appearance;
     };
     co_await refresh();
     if (isCancelled()) co_return;
@@ -218,9 +216,9 @@ QCoro::Task<void> PopoverModel::setUp() {
 }
 
 QCoro::Task<void> PopoverModel::refresh() {
-    const QPointer<PopoverModel> self(this);
+    const auto alive = lifetime_.watch();
     co_await coordinator_.refreshContent();
-    if (!self) co_return;
+    if (!alive) co_return;
     coordinator_.refreshDevices();
     noteWhatIsMissing();
     resumePreview();

@@ -3,6 +3,7 @@
 #include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/UI/PopoverView/VersionEgg.hpp"
 #include "Platform/Foundation/Clock.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <QObject>
@@ -168,6 +169,7 @@ class PopoverModel : public QObject {
     std::optional<std::string> usedCamera_;  // by the preview that was started last
     std::optional<std::string> usedMic_;
     std::uint64_t appearance_ = 0;  // counts showings and hidings: a set-up sees that its time is over
+    platform::Lifetime lifetime_;
 };
 
 }  // namespace cobaltreel

@@ -62,10 +62,7 @@ double scaleOf(int pixels, double points) {
 
 PortalCast::PortalCast(std::shared_ptr<PortalBus> bus, std::shared_ptr<MainLoop> mainLoop,
                        std::shared_ptr<CastScreen> screen)
-    : bus_(std::move(bus)),
-      mainLoop_(std::move(mainLoop)),
-      screen_(std::move(screen)),
-      self_(std::make_shared<PortalCast*>(this)) {
+    : bus_(std::move(bus)), mainLoop_(std::move(mainLoop)), screen_(std::move(screen)) {
     connect(bus_.get(), &PortalBus::ended, this, [this] {
         if (stream_)
             stream_->end({"ScreenCapture", portalFailed,
@@ -74,7 +71,6 @@ PortalCast::PortalCast(std::shared_ptr<PortalBus> bus, std::shared_ptr<MainLoop>
 }
 
 PortalCast::~PortalCast() {
-    self_.reset();
     stream_.reset();
     screen_->setPlace(std::nullopt);
     if (!session_.isEmpty()) bus_->closeSession(session_);
@@ -83,15 +79,13 @@ PortalCast::~PortalCast() {
 void PortalCast::open(const CastWish& wish, Opened opened) {
     wish_ = wish;
     opened_ = std::move(opened);
-    const auto weak = std::weak_ptr(self_);
     bus_->request(screenCast, QStringLiteral("CreateSession"), {},
                   {{QStringLiteral("session_handle_token"), PortalBus::newToken()}},
-                  [weak](const PortalAnswer& answer) {
-                      const auto self = weak.lock();
-                      if (!self || (*self)->endsWith(answer)) return;
-                      (*self)->session_ = answer.results.value(QStringLiteral("session_handle")).toString();
-                      (*self)->selectSources();
-                  });
+                  lifetime_.guard([this](const PortalAnswer& answer) {
+                      if (endsWith(answer)) return;
+                      session_ = answer.results.value(QStringLiteral("session_handle")).toString();
+                      selectSources();
+                  }));
 }
 
 void PortalCast::selectSources() {
@@ -103,23 +97,19 @@ void PortalCast::selectSources() {
     if (wish_.isRemembered) options[QStringLiteral("persist_mode")] = untilRevoked;
     if (!wish_.restoreToken.empty())
         options[QStringLiteral("restore_token")] = QString::fromStdString(wish_.restoreToken);
-    const auto weak = std::weak_ptr(self_);
     bus_->request(screenCast, QStringLiteral("SelectSources"),
                   {QVariant::fromValue(QDBusObjectPath(session_))}, options,
-                  [weak](const PortalAnswer& answer) {
-                      const auto self = weak.lock();
-                      if (self && !(*self)->endsWith(answer)) (*self)->start();
-                  });
+                  lifetime_.guard([this](const PortalAnswer& answer) {
+                      if (!endsWith(answer)) start();
+                  }));
 }
 
 void PortalCast::start() {
-    const auto weak = std::weak_ptr(self_);
     bus_->request(screenCast, QStringLiteral("Start"),
                   {QVariant::fromValue(QDBusObjectPath(session_)), QString()}, {},
-                  [weak](const PortalAnswer& answer) {
-                      const auto self = weak.lock();
-                      if (self && !(*self)->endsWith(answer)) (*self)->receive(answer);
-                  });
+                  lifetime_.guard([this](const PortalAnswer& answer) {
+                      if (!endsWith(answer)) receive(answer);
+                  }));
 }
 
 void PortalCast::receive(const PortalAnswer& answer) {
@@ -131,27 +121,23 @@ void PortalCast::receive(const PortalAnswer& answer) {
     }
     properties_ = found->second;
     restoreToken_ = answer.results.value(QStringLiteral("restore_token")).toString().toStdString();
-    const auto weak = std::weak_ptr(self_);
-    bus_->openRemote(session_, [weak, node = found->first](UniqueFd remote) {
-        const auto self = weak.lock();
-        if (!self) return;
-        PortalCast& cast = **self;
+    bus_->openRemote(session_, lifetime_.guard([this, node = found->first](UniqueFd remote) {
         if (!remote) {
-            cast.finish(PlatformError(
+            finish(PlatformError(
                 "ScreenCapture", portalFailed,
                 "The desktop shares the screen, but its media server PipeWire does not answer."));
             return;
         }
+        const auto came =
+            lifetime_.guard([this](const std::optional<PlatformError>& error) { pictureCame(error); });
         try {
-            cast.stream_ = std::make_unique<pipewire::CastStream>(
-                std::move(remote), node, cast.wish_.kind, cast.screen_,
+            stream_ = std::make_unique<pipewire::CastStream>(
+                std::move(remote), node, wish_.kind, screen_,
                 pipewire::CastStream::Events{
-                    [weak, loop = cast.mainLoop_](const std::optional<PlatformError>& error) {
-                        loop->post([weak, error] {
-                            if (const auto alive = weak.lock()) (*alive)->pictureCame(error);
-                        });
+                    [came, loop = mainLoop_](const std::optional<PlatformError>& error) {
+                        loop->post([came, error] { came(error); });
                     },
-                    [listener = cast.listener_](const PlatformError& error) {
+                    [listener = listener_](const PlatformError& error) {
                         std::function<void(const PlatformError&)> ended;
                         {
                             const std::lock_guard lock(listener->mutex);
@@ -161,9 +147,9 @@ void PortalCast::receive(const PortalAnswer& answer) {
                         if (ended) ended(error);
                     }});
         } catch (const PlatformError& error) {
-            cast.finish(error);
+            finish(error);
         }
-    });
+    }));
 }
 
 void PortalCast::pictureCame(const std::optional<PlatformError>& error) {

@@ -4,6 +4,7 @@
 #include "Platform/Capture/PipeWire/CastStream.hpp"
 #include "Platform/Desktop/CastScreen.hpp"
 #include "Platform/Desktop/Portal/PortalBus.hpp"
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/MainLoop.hpp"
 
 #include <QObject>
@@ -69,7 +70,6 @@ class PortalCast final : public QObject {
     std::shared_ptr<PortalBus> bus_;
     std::shared_ptr<MainLoop> mainLoop_;
     std::shared_ptr<CastScreen> screen_;
-    std::shared_ptr<PortalCast*> self_;  // held weakly by what is posted
     std::shared_ptr<Listener> listener_ = std::make_shared<Listener>();
     CastWish wish_;
     Opened opened_;
@@ -78,6 +78,7 @@ class PortalCast final : public QObject {
     CastScreen::Place place_;
     std::string restoreToken_;
     std::unique_ptr<pipewire::CastStream> stream_;
+    Lifetime lifetime_;
 };
 
 }  // namespace platform

@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Xcb/XcbPointerWatcher.hpp"
 
+#include "Platform/Foundation/Lifetime.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
@@ -26,14 +27,13 @@ class XcbPointerWatch final : public PointerWatch {
                     PointerWatcher::Pressed pressed)
         : connection_(std::move(connection)),
           mainLoop_(std::move(mainLoop)),
-          pressed_(std::make_shared<PointerWatcher::Pressed>(std::move(pressed))),
+          pressed_(std::move(pressed)),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
         if (!wake_)
             throw PlatformError("Desktop", errno, std::string("no wake-up call: ") + std::strerror(errno));
-        thread_ = NamedThread("cobaltreel.pointer", [this, weak = std::weak_ptr(pressed_)] { watch(weak); });
+        thread_ = NamedThread("cobaltreel.pointer", [this] { watch(); });
     }
     ~XcbPointerWatch() override {
-        pressed_.reset();
         const std::uint64_t one = 1;
         // An event counter at zero takes one write.
         [[maybe_unused]] const auto written = write(wake_.get(), &one, sizeof one);
@@ -43,11 +43,11 @@ class XcbPointerWatch final : public PointerWatch {
     XcbPointerWatch& operator=(const XcbPointerWatch&) = delete;
 
   private:
-    void watch(const std::weak_ptr<PointerWatcher::Pressed>& pressed) {
+    void watch() {
         pollfd waiting[2]{{xcb_get_file_descriptor(connection_.get()), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         for (;;) {
             while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
-                if (isPress(*event)) report(pressed);
+                if (isPress(*event)) report();
             if (connection_.isBroken()) return;
             if (poll(waiting, 2, -1) < 0 && errno != EINTR) return;
             if (waiting[1].revents != 0) return;
@@ -58,19 +58,20 @@ class XcbPointerWatch final : public PointerWatch {
                reinterpret_cast<const xcb_ge_generic_event_t&>(event).event_type ==
                    XCB_INPUT_RAW_BUTTON_PRESS;
     }
-    void report(const std::weak_ptr<PointerWatcher::Pressed>& pressed) {
+    void report() {
         const auto now = connection_.reply(xcb_query_pointer_reply,
                                            xcb_query_pointer(connection_.get(), connection_.root()));
         if (!now) return;
-        mainLoop_->post([pressed, x = now->root_x, y = now->root_y] {
-            // Held while it runs: the callback may destroy the watch.
-            if (const auto handler = pressed.lock()) (*handler)(x, y);
-        });
+        mainLoop_->post(lifetime_.guard([this, x = now->root_x, y = now->root_y] {
+            const auto pressed = pressed_;  // outlives this watch if the callback destroys it
+            pressed(x, y);
+        }));
     }
 
     XcbConnection connection_;
     std::shared_ptr<MainLoop> mainLoop_;
-    std::shared_ptr<PointerWatcher::Pressed> pressed_;
+    const PointerWatcher::Pressed pressed_;
+    Lifetime lifetime_;
     UniqueFd wake_;
     NamedThread thread_;
 };
