@@ -1,4 +1,5 @@
 #include "Platform/Capture/SampleGate.hpp"
+#include "Platform/Imaging/SampleBuffer.hpp"
 
 #include <future>
 
@@ -18,7 +19,7 @@ TEST(SampleGate, BoundsWhatWaitsAndHandlesNothingOnceClosed) {
     std::promise<void> release;
     queue.async([waiting = release.get_future().share()] { waiting.wait(); });
     int handled = 0;
-    SampleGate gate(
+    SampleGate<SampleBuffer> gate(
         queue, [&](const SampleBuffer&) { ++handled; }, 3);
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(gate.pass(silence(i)));
     EXPECT_FALSE(gate.pass(silence(3)));

@@ -128,10 +128,10 @@ void PipeWireCaptureSession::setEventHandler(std::function<void(const CaptureEve
 
 PipeWireCaptureSession::Gates PipeWireCaptureSession::makeGates() const {
     Gates gates;
-    const auto make = [&](MediaType type, std::size_t limit) -> std::unique_ptr<SampleGate> {
+    const auto make = [&](MediaType type, std::size_t limit) -> std::unique_ptr<SampleGate<SampleBuffer>> {
         const Output& output = current_.outputs[indexOf(type)];
         if (!running_ || output.queue == nullptr) return nullptr;
-        return std::make_unique<SampleGate>(*output.queue, output.handler, limit);
+        return std::make_unique<SampleGate<SampleBuffer>>(*output.queue, output.handler, limit);
     };
     gates.video = make(MediaType::video, picturesWaiting);
     gates.audio = make(MediaType::audio, AudioCaptureStream::samplesWaiting);

@@ -56,7 +56,7 @@ class PipeWireCaptureSession final : public CaptureSession, private GraphListene
         int attempts = 0;        ///< that failed since the device delivered last
     };
     struct Gates {
-        std::unique_ptr<SampleGate> video, audio;
+        std::unique_ptr<SampleGate<SampleBuffer>> video, audio;
     };
 
     void graphChanged() override;

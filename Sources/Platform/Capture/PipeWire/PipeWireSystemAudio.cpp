@@ -62,13 +62,15 @@ PipeWireSystemAudio::~PipeWireSystemAudio() {
 void PipeWireSystemAudio::start(SerialQueue& queue, SampleHandler handler) {
     stop();
     const LoopLock lock(connection_->threadLoop());
-    gate_ = std::make_unique<SampleGate>(queue, std::move(handler), AudioCaptureStream::samplesWaiting);
+    gate_ = std::make_unique<SampleGate<SampleBuffer>>(queue, std::move(handler),
+                                                       AudioCaptureStream::samplesWaiting);
     running_ = true;
     graphChanged();
 }
 
 void PipeWireSystemAudio::stop() {
-    std::unique_ptr<SampleGate> closing;  // destroyed without the lock: closing waits for the handler
+    std::unique_ptr<SampleGate<SampleBuffer>>
+        closing;  // destroyed without the lock: closing waits for the handler
     const LoopLock lock(connection_->threadLoop());
     running_ = false;
     disconnected();

@@ -42,7 +42,7 @@ class PipeWireSystemAudio final : public SystemAudioSource, private GraphListene
     // With the loop's lock held.
     bool running_ = false;
     bool hasFailed_ = false;
-    std::unique_ptr<SampleGate> gate_;
+    std::unique_ptr<SampleGate<SampleBuffer>> gate_;
     std::unique_ptr<AudioCaptureStream> stream_;
     std::map<PortPair, std::unique_ptr<Link>> links_;
     std::unique_ptr<LoopEvent> retry_;
