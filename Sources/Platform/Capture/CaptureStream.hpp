@@ -107,8 +107,9 @@ class ScreenCaptureService {
     virtual void requestContent(ContentKind kind, std::uint32_t contentID, Granted done) = 0;
     /// Throws PlatformError when the display server cannot be reached or refuses.
     virtual ShareableContent shareableContent() = 0;
-    /// `onStopped` is called once, on a thread of the stream's, when a running stream dies by itself.
-    /// Throws PlatformError when the content of the filter no longer exists.
+    /// `onStopped` is called once, on a thread of the stream's, when a running stream dies by itself. Content
+    /// that no longer exists is an error of the stream's start. Throws PlatformError for a configuration that
+    /// cannot be had.
     virtual std::unique_ptr<CaptureStream> makeStream(
         const ContentFilter& filter, const StreamConfiguration& configuration,
         std::function<void(const PlatformError&)> onStopped) = 0;

@@ -172,6 +172,10 @@ xcb_window_t selectionOwner(const XcbConnection& connection, xcb_atom_t selectio
     return answer ? answer->owner : XCB_NONE;
 }
 
+bool isComposited(XcbConnection& connection) {
+    return selectionOwner(connection, connection.atom("_NET_WM_CM_S0")) != XCB_NONE;
+}
+
 std::vector<xcb_window_t> childrenOf(const XcbConnection& connection, xcb_window_t window) {
     const auto tree = connection.reply(xcb_query_tree_reply, xcb_query_tree(connection.get(), window));
     if (!tree) return {};

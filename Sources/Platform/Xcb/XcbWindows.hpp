@@ -33,14 +33,16 @@ std::optional<FramedBounds> framedBounds(XcbConnection& connection, xcb_window_t
 /// Up to `limit` 32-bit values of a property; empty when the window does not have it.
 std::vector<std::uint32_t> cardinals(const XcbConnection& connection, xcb_window_t window,
                                      xcb_atom_t property, std::uint32_t limit = 1024);
-/// The bytes of a text property, whatever its type says; empty when the window does not have it.
-/// UTF-8 of what older programs set: Latin-1, Hebrew of ISO 8859-8 and marked UTF-8 are read, what is in
-/// other sets is left out.
+/// What older programs set, as UTF-8: Latin-1, Hebrew of ISO 8859-8 and marked UTF-8 are read, text in other
+/// sets is left out.
 std::string utf8OfCompoundText(const std::string& text);
+/// The bytes of a text property, whatever its type says; empty when the window does not have it.
 std::string textProperty(const XcbConnection& connection, xcb_window_t window, xcb_atom_t property);
 
 /// The window that owns a selection; XCB_NONE when nobody does, or the server is gone.
 xcb_window_t selectionOwner(const XcbConnection& connection, xcb_atom_t selection);
+/// Whether a compositing manager runs: it holds a selection for as long as it does.
+bool isComposited(XcbConnection& connection);
 
 /// Children from the lowest to the topmost; empty when the window is gone.
 std::vector<xcb_window_t> childrenOf(const XcbConnection& connection, xcb_window_t window);

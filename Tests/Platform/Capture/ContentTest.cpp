@@ -2,6 +2,7 @@
 #include "Platform/Desktop/VirtualMonitor.hpp"
 
 #include <algorithm>
+#include <future>
 
 #include <gmock/gmock.h>
 
@@ -85,13 +86,19 @@ TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
 }
 
 TEST_F(Content, RefusesWhatDoesNotExist) {
-    const auto configuration = configurationFor(100, 100);
+    const auto isRefused = [](XcbScreenCaptureService service, const ContentFilter& filter) {
+        const auto stream = service.makeStream(filter, configurationFor(100, 100), {});
+        std::promise<bool> refused;
+        stream->startCapture([&](const auto& error) { refused.set_value(error.has_value()); });
+        return refused.get_future().get();
+    };
     Display noDisplay;
     noDisplay.displayID = 12345;
-    EXPECT_THROW(service_.makeStream(DisplayContentFilter{noDisplay, {}}, configuration, {}), PlatformError);
+    EXPECT_TRUE(isRefused(service_, DisplayContentFilter{noDisplay, {}}));
     Window noWindow;
     noWindow.windowID = 0x7fffff1;
-    EXPECT_THROW(service_.makeStream(WindowContentFilter{noWindow}, configuration, {}), PlatformError);
+    EXPECT_TRUE(isRefused(service_, WindowContentFilter{noWindow}));
+    EXPECT_TRUE(isRefused(XcbScreenCaptureService(":987"), WindowContentFilter{noWindow}));
     const Display display = service_.shareableContent().displays[0];
     EXPECT_THROW(service_.makeStream(DisplayContentFilter{display, {}}, configurationFor(0, 100), {}),
                  PlatformError);

@@ -108,8 +108,7 @@ class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
             return !cardinals(*connection_, connection_->root(),
                               connection_->atom("_NET_SUPPORTING_WM_CHECK"))
                         .empty() &&
-                   (!GetParam().isCompositing ||
-                    selectionOwner(*connection_, connection_->atom("_NET_WM_CM_S0")) != XCB_NONE);
+                   (!GetParam().isCompositing || isComposited(*connection_));
         }));
         ASSERT_TRUE(eventually([this] { return isManaging(); }));
     }

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/ContentReader.hpp"
 
-#include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
+#include "Platform/Capture/Xcb/WindowOwner.hpp"
 #include "Platform/Xcb/XcbMonitors.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 

@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/DamageTracker.hpp"
 
-#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Capture/Xcb/CaptureSource.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 
 namespace platform {

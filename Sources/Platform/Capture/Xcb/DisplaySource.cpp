@@ -6,7 +6,7 @@ namespace platform {
 
 DisplaySource::DisplaySource(XcbConnection& connection, const DisplayContentFilter& filter,
                              const StreamConfiguration& configuration)
-    : connection_(connection),
+    : CaptureSource(connection),
       display_(filter.display),
       grabber_(connection, configuration),
       damage_(connection, connection.root(), XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES) {
@@ -53,7 +53,7 @@ void DisplaySource::handle(const xcb_generic_event_t& event) {
     if (pointer_) pointer_->handle(event);
 }
 
-PictureSource::Change DisplaySource::change() const {
+CaptureSource::Change DisplaySource::change() const {
     if (isPictureDue_ || areMonitorsStale_ || areHolesStale_ || !dirty_.isEmpty()) return Change::content;
     return pointer_ && pointer_->hasChanged() ? Change::pointer : Change::none;
 }
@@ -63,11 +63,6 @@ bool DisplaySource::isPointerSeen() {
     pointer_->query();
     pointer_->update();
     return !pointer_->bounds().intersected(area_).isEmpty() || !pointer_->drawnBounds().isEmpty();
-}
-
-void DisplaySource::handleWaitingEvents() {
-    while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
-        if (event->response_type != 0) handle(*event);
 }
 
 bool DisplaySource::read(const RectList& areas) {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/Frames/DirtyArea.hpp"
+#include "Platform/Capture/Xcb/CaptureSource.hpp"
 #include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/ExcludedWindows.hpp"
-#include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Xcb/XcbMonitors.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
@@ -13,26 +13,24 @@
 namespace platform {
 
 /// One monitor's part of the root window, less the windows of some applications.
-class DisplaySource final : public PictureSource {
+class DisplaySource final : public CaptureSource {
   public:
     /// Throws PlatformError when there is no such display or the server lacks what is needed.
     DisplaySource(XcbConnection& connection, const DisplayContentFilter& filter,
                   const StreamConfiguration& configuration);
 
-    void handle(const xcb_generic_event_t& event) override;
     Change change() const override;
     std::optional<GrabbedPicture> grab() override;
     void touch() override { isPictureDue_ = true; }
 
   private:
+    void handle(const xcb_generic_event_t& event) override;
     void findDisplay();
-    void handleWaitingEvents();
     bool isPointerSeen();
     bool read(const RectList& areas);
     bool update();
     bool updateAround();
 
-    XcbConnection& connection_;
     const Display display_;
     FrameGrabber grabber_;
     DamageTracker damage_;

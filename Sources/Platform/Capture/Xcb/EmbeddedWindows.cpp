@@ -1,6 +1,6 @@
 #include "Platform/Capture/Xcb/EmbeddedWindows.hpp"
 
-#include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
+#include "Platform/Capture/Xcb/WindowOwner.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>

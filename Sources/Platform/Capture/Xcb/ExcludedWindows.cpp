@@ -1,7 +1,7 @@
 #include "Platform/Capture/Xcb/ExcludedWindows.hpp"
 
-#include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
-#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Capture/Xcb/CaptureSource.hpp"
+#include "Platform/Capture/Xcb/WindowOwner.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
@@ -140,11 +140,10 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     area_ = area;
     holes_.clear();
     int largest = 0;
-    std::optional<bool> isComposited;  // asked only when there is something to leave out
+    std::optional<bool> composited;  // asked only when there is something to leave out
     const auto leaveOut = [&](const PixelRect& box) {
-        if (!isComposited)
-            isComposited = selectionOwner(connection_, connection_.atom("_NET_WM_CM_S0")) != XCB_NONE;
-        const int reach = *isComposited ? shadowReach : 0;
+        if (!composited) composited = isComposited(connection_);
+        const int reach = *composited ? shadowReach : 0;
         const PixelRect hole =
             PixelRect{box.x - reach, box.y - reach, box.width + 2 * reach, box.height + 2 * reach}
                 .intersected(area);
@@ -175,7 +174,7 @@ void ExcludedWindows::prepare(const PixelRect& area) {
     const std::size_t bytes = static_cast<std::size_t>(largest) * 4;
     if (!scratch_ || scratch_->segmentBytes() < bytes)
         scratch_ = std::make_unique<ShmBufferPool>(connection_, bytes, 1);
-    isTranslucent_ = isComposited.value_or(false);
+    isTranslucent_ = composited.value_or(false);
 
     for (const TopLevel& each : stack_.bottomToTop()) {
         const bool isNeeded =

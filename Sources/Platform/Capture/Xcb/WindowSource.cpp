@@ -33,7 +33,7 @@ bool isEventOf(const xcb_generic_event_t& event, int type) { return (event.respo
 
 WindowSource::WindowSource(XcbConnection& connection, const WindowContentFilter& filter,
                            const StreamConfiguration& configuration)
-    : connection_(connection),
+    : CaptureSource(connection),
       window_(filter.window.windowID),
       title_(filter.window.title),
       grabber_(connection, configuration) {
@@ -53,7 +53,7 @@ WindowSource::WindowSource(XcbConnection& connection, const WindowContentFilter&
     if (configuration.showsCursor) pointer_ = std::make_unique<PointerOverlay>(connection);
     updateFrame();
     if (!isReadable() && !connection.isBroken())
-        throw PlatformError("ScreenCapture", noSuchContent,
+        throw PlatformError("ScreenCapture", contentHidden,
                             "The window \"" + title_ +
                                 "\" is not shown at the moment: it is minimised, shaded or on another "
                                 "workspace. Bring it to the screen, or record the whole display.");
@@ -187,11 +187,6 @@ bool WindowSource::nameContents() {
     return contents_.has_value();
 }
 
-void WindowSource::handleWaitingEvents() {
-    while (const XcbEvent event{xcb_poll_for_event(connection_.get())})
-        if (event->response_type != 0) handle(*event);
-}
-
 void WindowSource::handle(const xcb_generic_event_t& event) {
     if (damage_) {
         if (const auto box = damage_->boxOf(event)) {
@@ -305,7 +300,7 @@ void WindowSource::placeClient(const PixelRect& place) {
     isLayoutStale_ = true;
 }
 
-PictureSource::Change WindowSource::change() const {
+CaptureSource::Change WindowSource::change() const {
     if (isGone_ || isFrameStale_ || isClientStale_ || withdrawnSince_) return Change::content;
     if (!isReadable()) return Change::none;
     if (isPictureDue_ || isLayoutStale_ || !dirty_.isEmpty()) return Change::content;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Capture/Frames/DirtyArea.hpp"
+#include "Platform/Capture/Xcb/CaptureSource.hpp"
 #include "Platform/Capture/Xcb/DamageTracker.hpp"
 #include "Platform/Capture/Xcb/NamedPixmap.hpp"
-#include "Platform/Capture/Xcb/PictureSource.hpp"
 #include "Platform/Capture/Xcb/UnpaintedArea.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
@@ -16,24 +16,23 @@ namespace platform {
 /// One window with its frame, read from the pixmap that Composite keeps for it, so that it does not matter
 /// where it is and what covers it. Of that pixmap only what was painted since the server made it is read; at
 /// other moments, and while the window is not shown, the last picture stands.
-class WindowSource final : public PictureSource {
+class WindowSource final : public CaptureSource {
   public:
     /// Throws PlatformError when there is no such window or the server lacks what is needed.
     WindowSource(XcbConnection& connection, const WindowContentFilter& filter,
                  const StreamConfiguration& configuration);
     ~WindowSource() override;
 
-    void handle(const xcb_generic_event_t& event) override;
     Change change() const override;
     std::optional<GrabbedPicture> grab() override;
     void touch() override { isPictureDue_ = true; }
 
   private:
+    void handle(const xcb_generic_event_t& event) override;
     [[noreturn]] void failGone() const;
     void handleStructure(const xcb_generic_event_t& event);
     void handleConfigure(const xcb_configure_notify_event_t& notify);
     void placeClient(const PixelRect& place);
-    void handleWaitingEvents();
     void updateFrame();
     void leaveFrame();
     void beginContents(const RectList& painted);
@@ -46,7 +45,6 @@ class WindowSource final : public PictureSource {
     bool isReadable() const { return isFrameShown_ && isClientShown_ && !isShaded_; }
     bool isWaitingForPaint(const RectList& unpainted);
 
-    XcbConnection& connection_;
     const xcb_window_t window_;
     const std::string title_;
     FrameGrabber grabber_;

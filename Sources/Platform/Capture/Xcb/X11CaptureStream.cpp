@@ -112,23 +112,22 @@ void X11CaptureStream::capture(const Done& started, bool& hasStarted) {
         X11CaptureStream& stream;
     } const published(*this, xcb_get_file_descriptor(connection.get()));
 
-    const std::unique_ptr<PictureSource> source = makeSource_(connection, configuration_);
+    const std::unique_ptr<CaptureSource> source = makeSource_(connection, configuration_);
     hasStarted = true;
     started(std::nullopt);
     takePictures(connection, *source);
 }
 
-void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& source) {
+void X11CaptureStream::takePictures(XcbConnection& connection, CaptureSource& source) {
     FramePacer pacer(configuration_.minimumFrameInterval.seconds());
     while (!isStopping()) {
-        while (const XcbEvent event{xcb_poll_for_event(connection.get())})
-            if (event->response_type != 0) source.handle(*event);
+        source.handleWaitingEvents();
         if (connection.isBroken())
             throw PlatformError("ScreenCapture", serverLost,
                                 "The connection to the X server of display \"" + connection.name() +
                                     "\" was lost. What was recorded so far is kept.");
-        const PictureSource::Change change = source.change();
-        if (change == PictureSource::Change::none) {
+        const CaptureSource::Change change = source.change();
+        if (change == CaptureSource::Change::none) {
             sleep(&connection, false, 0);
             continue;
         }
@@ -138,7 +137,7 @@ void X11CaptureStream::takePictures(XcbConnection& connection, PictureSource& so
             sleep(nullptr, true, pacer.nextTime());
             continue;
         }
-        if (change == PictureSource::Change::pointer && now < pacer.nextTime(FramePacer::slotsOfPointer)) {
+        if (change == CaptureSource::Change::pointer && now < pacer.nextTime(FramePacer::slotsOfPointer)) {
             sleep(&connection, false, pacer.nextTime(FramePacer::slotsOfPointer));
             continue;
         }

@@ -2,7 +2,7 @@
 
 #include "Platform/Capture/CaptureStream.hpp"
 #include "Platform/Capture/FrameOutput.hpp"
-#include "Platform/Capture/Xcb/PictureSource.hpp"
+#include "Platform/Capture/Xcb/CaptureSource.hpp"
 #include "Platform/Foundation/NamedThread.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
 
@@ -19,7 +19,7 @@ namespace platform {
 class X11CaptureStream final : public CaptureStream {
   public:
     using SourceMaker =
-        std::function<std::unique_ptr<PictureSource>(XcbConnection&, const StreamConfiguration&)>;
+        std::function<std::unique_ptr<CaptureSource>(XcbConnection&, const StreamConfiguration&)>;
 
     X11CaptureStream(std::string displayName, const StreamConfiguration& configuration,
                      SourceMaker makeSource, std::function<void(const PlatformError&)> onStopped);
@@ -34,7 +34,7 @@ class X11CaptureStream final : public CaptureStream {
 
     void run(const Done& started);
     void capture(const Done& started, bool& hasStarted);
-    void takePictures(XcbConnection& connection, PictureSource& source);
+    void takePictures(XcbConnection& connection, CaptureSource& source);
     bool isStopping();
     void requestStop();
     /// Sleeps until a stop is requested, the connection has something to say (unless `quietly`) or the

@@ -5,37 +5,18 @@
 #include "Platform/Capture/Xcb/WindowSource.hpp"
 #include "Platform/Capture/Xcb/X11CaptureStream.hpp"
 
-#include <algorithm>
 #include <utility>
 
 namespace platform {
 
 namespace {
 
-void requireContent(XcbConnection& connection, const DisplayContentFilter& filter) {
-    const auto monitors = readMonitors(connection);
-    if (std::none_of(monitors.begin(), monitors.end(), [&](const XcbMonitor& monitor) {
-            return monitor.displayID == filter.display.displayID;
-        }))
-        throw PlatformError("ScreenCapture", noSuchContent,
-                            "There is no display with the number " +
-                                std::to_string(filter.display.displayID) +
-                                ". Choose one of the displays that are connected now.");
-}
-
-void requireContent(XcbConnection& connection, const WindowContentFilter& filter) {
-    if (!outerBounds(connection, filter.window.windowID))
-        throw PlatformError("ScreenCapture", noSuchContent,
-                            "There is no window with the number " + std::to_string(filter.window.windowID) +
-                                ". It may have been closed; choose a window that is open now.");
-}
-
-std::unique_ptr<PictureSource> makeSource(XcbConnection& connection, const DisplayContentFilter& filter,
+std::unique_ptr<CaptureSource> makeSource(XcbConnection& connection, const DisplayContentFilter& filter,
                                           const StreamConfiguration& configuration) {
     return std::make_unique<DisplaySource>(connection, filter, configuration);
 }
 
-std::unique_ptr<PictureSource> makeSource(XcbConnection& connection, const WindowContentFilter& filter,
+std::unique_ptr<CaptureSource> makeSource(XcbConnection& connection, const WindowContentFilter& filter,
                                           const StreamConfiguration& configuration) {
     return std::make_unique<WindowSource>(connection, filter, configuration);
 }
@@ -58,8 +39,6 @@ std::unique_ptr<CaptureStream> XcbScreenCaptureService::makeStream(
         configuration.pixelFormat != PixelFormat::bgra)
         throw PlatformError("ScreenCapture", badConfiguration,
                             "The screen is recorded as BGRA pictures of a positive size.");
-    XcbConnection connection(displayName_);
-    std::visit([&](const auto& each) { requireContent(connection, each); }, filter);
     return std::make_unique<X11CaptureStream>(
         displayName_, configuration,
         [filter](XcbConnection& own, const StreamConfiguration& wanted) {

@@ -2,17 +2,17 @@
 
 #include "Platform/Desktop/Compositor.hpp"
 #include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/Xcb/XcbWindows.hpp"
 
 #include <string>
 
 namespace platform {
 
-/// Asks who owns the selection that a compositing manager holds for as long as it runs.
 class XcbCompositor final : public Compositor {
   public:
     /// An empty name means $DISPLAY. Throws PlatformError when there is no such server.
     explicit XcbCompositor(const std::string& displayName = {}) : connection_(displayName) {}
-    bool isRunning() override;
+    bool isRunning() override { return isComposited(connection_); }
 
   private:
     XcbConnection connection_;

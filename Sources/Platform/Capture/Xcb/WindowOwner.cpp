@@ -1,4 +1,4 @@
-#include "Platform/Capture/Xcb/ApplicationIdentity.hpp"
+#include "Platform/Capture/Xcb/WindowOwner.hpp"
 
 #include "Platform/Xcb/XcbWindows.hpp"
 
