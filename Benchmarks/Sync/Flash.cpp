@@ -3,17 +3,19 @@
 // screens. Prints a line when it can be seen; runs until a signal ends it.
 //
 //   SyncFlash --at T[,T...]
-#include "Rig/Hand.hpp"
 #include "Rig/HostTime.hpp"
 #include "Rig/RigEvents.hpp"
 #include "Rig/RigUrgency.hpp"
+#include "Rig/WaylandPerson.hpp"
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
 #include <CLI/CLI.hpp>
+#include <linux/input.h>
 #include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 namespace {
 
@@ -53,15 +55,27 @@ int run(const RigEvents& events) {
         xcb_poly_fill_rectangle(c.get(), window, gc, 1, &square);
         xcb_flush(c.get());
     };
-    const auto hand = rig::makeHand();
+    const bool isWayland = qgetenv("XDG_SESSION_TYPE") == "wayland";
+    const auto move = [&](int x, int y) {
+        if (isWayland) return void(rig::callPerson("Move", {double(x), double(y)}));
+        xcb_test_fake_input(c.get(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, screen->root,
+                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
+        xcb_flush(c.get());
+    };
+    const auto press = [&](bool isPressed) {
+        if (isWayland) return void(rig::callPerson("Button", {BTN_LEFT, isPressed}));
+        xcb_test_fake_input(c.get(), isPressed ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1, XCB_CURRENT_TIME,
+                            screen->root, 0, 0, 0);
+        xcb_flush(c.get());
+    };
     // A Wayland desktop tells where the pointer is once it has moved.
-    hand->place(200, 200);
-    hand->place(201, 200);
+    move(200, 200);
+    move(201, 200);
     const auto show = [&](std::uint32_t pixel, bool isPressed) {
         xcb_change_window_attributes(c.get(), window, XCB_CW_BACK_PIXEL, &pixel);
         xcb_clear_area(c.get(), 0, window, 0, 0, 0, 0);
         xcb_flush(c.get());
-        hand->press(1, isPressed);
+        press(isPressed);
     };
     const auto blinkUntil = [&](double time) {
         constexpr double step = 1.0 / 30;
@@ -76,7 +90,7 @@ int run(const RigEvents& events) {
     for (const double instant : events.instants) {
         // Again and again: a move before the compositor was ready is lost.
         blinkUntil(instant - beforehand);
-        hand->place(column ^= 1, 200);
+        move(column ^= 1, 200);
         blinkUntil(instant);
         show(screen->white_pixel, true);
         blinkUntil(instant + RigEvents::length);

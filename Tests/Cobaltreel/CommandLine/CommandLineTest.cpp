@@ -1,6 +1,8 @@
 // The executable as a person at a terminal meets it, on a virtual desktop with a scene.
 #include "Cobaltreel/CommandLine/Program.hpp"
+#include "Rig/HostTime.hpp"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -27,10 +29,12 @@ class CommandLineTest : public testing::Test {
         scene = startScene();
         // One take that several tests look at: two seconds, two clicks.
         Program recording(cobaltreel({"record", "--duration", "2.5", "--auto-zoom"}));
-        clicks = Program({(programs() / "RigPointer").string(), "wait", "700", "move", "200", "300", "click",
-                          "wait", "500", "move", "900", "500", "click"})
-                     .finish()
-                     .out;
+        ASSERT_TRUE(recording.readUntil([](const auto&) { return isRecording(); }));
+        for (Click& click : clicks) {
+            Program({"xdotool", "sleep", "0.5", "mousemove", click.x, click.y}).finish();
+            click.time = rig::hostTime();
+            Program({"xdotool", "mousedown", "1", "sleep", "0.08", "mouseup", "1"}).finish();
+        }
         const auto result = recording.finish();
         ASSERT_EQ(result.status, 0) << result.err;
         session = firstLine(result.out);
@@ -51,11 +55,11 @@ class CommandLineTest : public testing::Test {
     }
     /// Whether some recording is under way whose screen has been seen.
     static bool isRecording() {
-        return std::ranges::any_of(sessions(), [](const fs::path& folder) {
-            std::error_code error;
-            const bool isOpen = !fs::exists(folder / "events.json");
-            return isOpen && fs::file_size(folder / "screen.mov", error) > 2000 && !error;
-        });
+        return fs::exists(sessionsRoot()) && std::ranges::any_of(sessions(), [](const fs::path& folder) {
+                   std::error_code error;
+                   const bool isOpen = !fs::exists(folder / "events.json");
+                   return isOpen && fs::file_size(folder / "screen.mov", error) > 2000 && !error;
+               });
     }
 
     static fs::path videos() { return fs::path(std::getenv("COBALTREEL_RIG_VIDEOS")) / "Cobaltreel"; }
@@ -77,7 +81,11 @@ class CommandLineTest : public testing::Test {
     }
 
     static inline std::unique_ptr<Program> scene;
-    static inline std::string clicks;
+    struct Click {
+        std::string x, y;
+        double time;  // host time, a moment before
+    };
+    static inline std::array<Click, 2> clicks{{{"200", "300", 0}, {"900", "500", 0}}};
     static inline std::string session;
 };
 
@@ -97,17 +105,13 @@ TEST_F(CommandLineTest, ARecordingHoldsWhatHappened) {
 
     // The clicks found in the log are those that the pointer made, at their times.
     const auto plan = json::parse(run({"inspect", session, "--json", "--at", "-0.3", "--at", "1.5"}).out);
-    ASSERT_EQ(plan["clicks"].size(), 2U) << plan.dump(2);
-    std::istringstream presses(clicks);
-    std::string word;
-    int button = 0;
-    for (const auto& click : plan["clicks"]) {
-        double time = 0, x = 0, y = 0;
-        presses >> word >> button >> time >> x >> y;
+    ASSERT_EQ(plan["clicks"].size(), clicks.size()) << plan.dump(2);
+    for (std::size_t i = 0; i < clicks.size(); ++i) {
+        const json& click = plan["clicks"][i];
         // A slow moment may lie between the press and its sample.
-        EXPECT_NEAR(click["t"].get<double>(), time - meta["screenFirstPTS"].get<double>(), 0.5);
-        EXPECT_NEAR(click["px"].get<double>(), x, 0.01);
-        EXPECT_NEAR(click["py"].get<double>(), y, 0.01);
+        EXPECT_NEAR(click["t"].get<double>(), clicks[i].time - meta["screenFirstPTS"].get<double>(), 0.5);
+        EXPECT_NEAR(click["px"].get<double>(), std::stod(clicks[i].x), 0.01);
+        EXPECT_NEAR(click["py"].get<double>(), std::stod(clicks[i].y), 0.01);
     }
     EXPECT_EQ(plan["meta"], meta);
     EXPECT_EQ(plan["output"]["width"], 1280);

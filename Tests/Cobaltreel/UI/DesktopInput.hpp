@@ -1,7 +1,8 @@
 #pragma once
 
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Platform/Xcb/XcbConnection.hpp"
+#include "Platform/FakeInput.hpp"
+#include "Platform/Xcb/XcbKeyboard.hpp"
 
 #include <QGuiApplication>
 #include <QImage>
@@ -10,37 +11,20 @@
 #include <QScreen>
 #include <QTest>
 
-#include <gtest/gtest.h>
-#include <xcb/xtest.h>
-
 namespace cobaltreel {
 
 /// The keyboard and the pointer of the virtual desktop.
 class DesktopInput {
   public:
     void key(xcb_keysym_t keysym) {
-        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
-        const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-        const auto mapping =
-            connection_.reply(xcb_get_keyboard_mapping_reply,
-                              xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count));
-        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping.get());
-        for (int i = 0; i < count; ++i) {
-            if (keysyms[i * mapping->keysyms_per_keycode] != keysym) continue;
-            const auto code = static_cast<std::uint8_t>(setup->min_keycode + i);
-            send(XCB_KEY_PRESS, code);
-            send(XCB_KEY_RELEASE, code);
-            return;
-        }
-        ADD_FAILURE() << "no key for " << keysym;
+        const xcb_keycode_t code = platform::keycodesOf(connection_, keysym).at(0);
+        platform::test::fakeInput(connection_, XCB_KEY_PRESS, code);
+        platform::test::fakeInput(connection_, XCB_KEY_RELEASE, code);
     }
-    void move(QPoint position) {
-        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, 0, connection_.root(),
-                            static_cast<std::int16_t>(position.x()), static_cast<std::int16_t>(position.y()),
-                            0);
-        xcb_flush(connection_.get());
+    void move(QPoint position) { platform::test::movePointer(connection_, position.x(), position.y()); }
+    void button(bool down) {
+        platform::test::fakeInput(connection_, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1);
     }
-    void button(bool down) { send(down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, 1); }
     void click(QPoint position) {
         move(position);
         button(true);
@@ -55,11 +39,6 @@ class DesktopInput {
     platform::XcbConnection& connection() { return connection_; }
 
   private:
-    void send(std::uint8_t type, std::uint8_t detail) {
-        xcb_test_fake_input(connection_.get(), type, detail, 0, XCB_NONE, 0, 0, 0);
-        xcb_flush(connection_.get());
-    }
-
     platform::XcbConnection connection_;
 };
 

@@ -1,4 +1,5 @@
 #include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/FakeInput.hpp"
 #include "Platform/Imaging/ConvertPixels.hpp"
 
 #include <algorithm>
@@ -75,8 +76,7 @@ TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
     };
     for (const auto& [x, y] : {std::pair(640, 360), std::pair(0, 0), std::pair(display.width() - 2, 300),
                                std::pair(500, display.height() - 3)}) {
-        rig::ChildProcess pointer({rigProgram("RigPointer"), "move", std::to_string(x), std::to_string(y)});
-        pointer.wait();
+        movePointer(connection_, x, y);
         EXPECT_TRUE(recording.waitForPicture(pointerAround(x, y))) << x << ", " << y;
     }
 }
@@ -114,9 +114,7 @@ TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
                 windows.back()->show();
                 longRunning.settle(std::chrono::milliseconds(i % 2 * 20));
             }
-            rig::ChildProcess(
-                {rigProgram("RigPointer"), "move", std::to_string(any(1280)), std::to_string(any(720))})
-                .wait();
+            movePointer(connection_, any(1280), any(720));
             Recording fresh(service_, DisplayContentFilter{mainDisplay(), {}},
                             configurationFor(width, height));
             ASSERT_TRUE(fresh.waitForFrames(1));

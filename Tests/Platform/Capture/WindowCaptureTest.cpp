@@ -1,11 +1,11 @@
 #include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/FakeInput.hpp"
 #include "Platform/Imaging/ConvertPixels.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
 #include <algorithm>
 
 #include <gmock/gmock.h>
-#include <xcb/xtest.h>
 
 namespace platform::test {
 
@@ -80,15 +80,8 @@ TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
 TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
     const auto recording = record();
     ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
-    xcb_client_message_event_t iconify{};
-    iconify.response_type = XCB_CLIENT_MESSAGE;
-    iconify.format = 32;
-    iconify.window = window_.id();
-    iconify.type = connection_.atom("WM_CHANGE_STATE");
-    iconify.data.data32[0] = 3;  // IconicState
-    xcb_send_event(connection_.get(), 0, connection_.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&iconify));
+    constexpr std::uint32_t iconic = 3;
+    sendToManager(connection_, window_.id(), "WM_CHANGE_STATE", {iconic});
     ASSERT_TRUE(eventually([this] { return !window_.isViewable(); }));
     EXPECT_FALSE(find()->isOnScreen);
     const std::size_t before = recording->settle();
@@ -187,10 +180,8 @@ TEST_F(WindowCapture, DrawsThePointerOnlyInsideTheWindow) {
     showsCursor_ = true;
     const auto recording = record();
     const Rect frame = find()->frame;
-    const auto warp = [this](double x, double y) {
-        xcb_test_fake_input(connection_.get(), XCB_MOTION_NOTIFY, 0, XCB_CURRENT_TIME, connection_.root(),
-                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-        xcb_flush(connection_.get());
+    const auto moveTo = [this](double x, double y) {
+        movePointer(connection_, static_cast<int>(x), static_cast<int>(y));
     };
     const auto foreignPixels = [](const PixelBuffer& picture) {
         int count = 0;
@@ -199,9 +190,9 @@ TEST_F(WindowCapture, DrawsThePointerOnlyInsideTheWindow) {
         return count;
     };
     ASSERT_TRUE(recording->waitForFrames(1));
-    warp(frame.x + frame.w / 2, frame.y + frame.h * 0.7);
+    moveTo(frame.x + frame.w / 2, frame.y + frame.h * 0.7);
     EXPECT_TRUE(recording->waitForPicture([&](const PixelBuffer& p) { return foreignPixels(p) > 20; }));
-    warp(frame.maxX() + 200, frame.maxY() + 100);
+    moveTo(frame.maxX() + 200, frame.maxY() + 100);
     EXPECT_TRUE(recording->waitForPicture([&](const PixelBuffer& p) { return foreignPixels(p) == 0; }));
 }
 

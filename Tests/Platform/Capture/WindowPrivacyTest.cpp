@@ -1,4 +1,5 @@
 #include "Platform/Capture/CaptureHarness.hpp"
+#include "Platform/FakeInput.hpp"
 #include "Platform/PrivateServer.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
 
@@ -132,16 +133,7 @@ class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
     }
 
     void ask(xcb_window_t window, const std::string& what, const std::vector<std::uint32_t>& values) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 32;
-        message.window = window;
-        message.type = connection_->atom(what);
-        std::copy(values.begin(), values.end(), message.data.data32);
-        xcb_send_event(connection_->get(), 0, connection_->root(),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                       reinterpret_cast<const char*>(&message));
-        xcb_flush(connection_->get());
+        sendToManager(*connection_, window, what, values);
     }
     void place(xcb_window_t window, const PixelRect& rect) {
         const std::uint32_t values[] = {

@@ -1,6 +1,7 @@
 // The hot key on a real X server, pressed by the server's own test input.
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Desktop/Xcb/XcbKeyGrabber.hpp"
+#include "Platform/FakeInput.hpp"
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Xcb/XcbKeyboard.hpp"
 
@@ -9,7 +10,6 @@
 #include <thread>
 
 #include <gmock/gmock.h>
-#include <xcb/xtest.h>
 
 namespace platform::test {
 namespace {
@@ -22,9 +22,7 @@ constexpr xcb_keysym_t alt = 0xffe9, super = 0xffeb, shift = 0xffe1, control = 0
 class KeyChordTest : public ::testing::Test {
   protected:
     void key(xcb_keycode_t keycode, bool down) {
-        xcb_test_fake_input(connection_.get(), down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode,
-                            XCB_CURRENT_TIME, connection_.root(), 0, 0, 0);
-        connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get()));
+        fakeInput(connection_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode);
     }
     void tap(xcb_keysym_t keysym) {
         key(keycodesOf(connection_, keysym).at(0), true);

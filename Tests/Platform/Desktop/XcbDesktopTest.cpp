@@ -1,6 +1,7 @@
 #include "Platform/Capture/CaptureHarness.hpp"
 #include "Platform/Desktop/VirtualMonitor.hpp"
 #include "Platform/Desktop/Xcb/XcbDesktop.hpp"
+#include "Platform/FakeInput.hpp"
 #include "Platform/PrivateServer.hpp"
 #include "Platform/Xcb/XcbMonitors.hpp"
 #include "Platform/Xcb/XcbWindows.hpp"
@@ -10,7 +11,6 @@
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <xcb/xtest.h>
 
 namespace platform::test {
 
@@ -18,11 +18,6 @@ namespace {
 
 class DesktopOnScreen : public ::testing::Test {
   protected:
-    void fake(std::uint8_t type, std::uint8_t detail, int x = 0, int y = 0) {
-        xcb_test_fake_input(connection_.get(), type, detail, XCB_CURRENT_TIME, connection_.root(),
-                            static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 0);
-        connection_.reply(xcb_get_input_focus_reply, xcb_get_input_focus(connection_.get()));
-    }
     bool pointerIs(double x, double y, std::int64_t buttons) {
         return eventually([=, this] {
             const PointerState now = desktop_.pointer();
@@ -50,16 +45,16 @@ TEST(CompoundText, IsReadAsFarAsItsSetsAreKnown) {
 }  // namespace
 
 TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
-    fake(XCB_MOTION_NOTIFY, 0, 300, 20);
+    movePointer(connection_, 300, 20);
     EXPECT_TRUE(pointerIs(300, 700, 0));
     const struct {
         std::uint8_t button;
         std::int64_t bits;
     } cases[] = {{1, 1}, {3, 2}, {2, 4}, {8, 8}, {9, 16}, {4, 0}, {7, 0}};
     for (const auto& c : cases) {
-        fake(XCB_BUTTON_PRESS, c.button);
+        fakeInput(connection_, XCB_BUTTON_PRESS, c.button);
         EXPECT_TRUE(pointerIs(300, 700, c.bits)) << "button " << int{c.button};
-        fake(XCB_BUTTON_RELEASE, c.button);
+        fakeInput(connection_, XCB_BUTTON_RELEASE, c.button);
         EXPECT_TRUE(pointerIs(300, 700, 0));
     }
 }
@@ -67,7 +62,7 @@ TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
 TEST_F(DesktopOnScreen, APointerAtAnEdgeIsWithinItsScreen) {
     const Rect whole{0, 0, 1280, 720};
     for (const auto& [x, y] : {std::pair{0, 0}, {1279, 719}, {640, 0}, {0, 719}}) {
-        fake(XCB_MOTION_NOTIFY, 0, x, y);
+        movePointer(connection_, x, y);
         ASSERT_TRUE(pointerIs(x, 720 - y, 0));
         const PointerState now = desktop_.pointer();
         EXPECT_TRUE(now.x >= whole.x && now.x < whole.maxX() && now.y >= whole.y && now.y < whole.maxY())
@@ -87,7 +82,7 @@ TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
     EXPECT_TRUE(std::any_of(screens.begin(), screens.end(), [](const Screen& screen) {
         return screen.frame == Rect{-500, 0, 500, 720};
     }));
-    fake(XCB_MOTION_NOTIFY, 0, 510, 150);
+    movePointer(connection_, 510, 150);
     EXPECT_TRUE(eventually([&] {
         const PointerState now = desktop.pointer();
         return now.x == 10 && std::abs(now.y - 570) < 0.01;

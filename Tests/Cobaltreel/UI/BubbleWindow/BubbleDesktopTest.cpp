@@ -69,17 +69,7 @@ class BubbleDesktopTest : public ::testing::TestWithParam<Desktop> {
         ASSERT_TRUE(shows(red));
     }
     void tellRoot(const char* message, std::uint32_t value) {
-        auto& server = input.connection();
-        xcb_client_message_event_t event{};
-        event.response_type = XCB_CLIENT_MESSAGE;
-        event.format = 32;
-        event.window = server.root();
-        event.type = server.atom(message);
-        event.data.data32[0] = value;
-        xcb_send_event(server.get(), 0, server.root(),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char*>(&event));
-        xcb_flush(server.get());
+        platform::test::sendToManager(input.connection(), input.connection().root(), message, {value});
     }
     std::vector<std::uint32_t> rootValues(const char* property) {
         auto& server = input.connection();

@@ -1,13 +1,10 @@
 #include "Platform/Capture/Portal/PortalHarness.hpp"
 #include "Platform/Desktop/Portal/PortalKeys.hpp"
 
-#include <array>
 #include <cmath>
 #include <thread>
 
-#include <fcntl.h>
 #include <linux/input.h>
-#include <unistd.h>
 
 namespace platform::test {
 namespace {
@@ -15,11 +12,11 @@ namespace {
 constexpr std::uint32_t usual = PortalScreenCapture::usualID, anew = PortalScreenCapture::anewID;
 constexpr std::uint32_t pageColor = 0xf4f1e8;  // of the scene's notes
 
-int asked() { return rig("Asked").value(0).toInt(); }
+int asked() { return callPerson("Asked").value(0).toInt(); }
 
 class PortalCapture : public testing::Test {
   protected:
-    void TearDown() override { rig("Answer", {QStringLiteral("accept")}); }
+    void TearDown() override { callPerson("Answer", {QStringLiteral("accept")}); }
 
     DisplayContentFilter chooseDisplay(std::uint32_t id = usual) {
         const auto failure = services.choose(ContentKind::display, id, grant);
@@ -67,8 +64,8 @@ TEST_F(PortalCapture, RecordsTheDisplayThatTheUserChose) {
 
 TEST_F(PortalCapture, ThePointerIsDrawnAndKnownAndItsButtonsAreSeen) {
     Take take(services, chooseDisplay());
-    rig("Move", {640.0, 300.0});
-    rig("Move", {641.0, 301.0});
+    callPerson("Move", {640.0, 300.0});
+    callPerson("Move", {641.0, 301.0});
     // The arrow's body is dark with a light edge, on the desktop's blue.
     ASSERT_TRUE(take.waitForPicture([](const PixelBuffer& picture) {
         const std::uint32_t body = colorAt(picture, 644, 308);
@@ -78,20 +75,10 @@ TEST_F(PortalCapture, ThePointerIsDrawnAndKnownAndItsButtonsAreSeen) {
         return state.x == 641 && std::abs(state.y - (720 - 301)) < 0.01 && state.buttons == 0;
     }));
 
-    const char* const mouse = std::getenv("COBALTREEL_POINTER_DEVICES");
-    ASSERT_NE(mouse, nullptr);
     EXPECT_FALSE(services.buttons->unavailable());
-    const UniqueFd pipe(open(mouse, O_WRONLY | O_CLOEXEC));
-    const auto press = [&](int code, int value) {
-        input_event event{};
-        event.type = EV_KEY;
-        event.code = static_cast<std::uint16_t>(code);
-        event.value = value;
-        EXPECT_EQ(write(pipe.get(), &event, sizeof event), static_cast<ssize_t>(sizeof event));
-    };
-    press(BTN_RIGHT, 1);
+    callPerson("Button", {BTN_RIGHT, true});
     EXPECT_TRUE(pointerBecomes([](const PointerState& state) { return state.buttons == 2; }));
-    press(BTN_RIGHT, 0);
+    callPerson("Button", {BTN_RIGHT, false});
     EXPECT_TRUE(pointerBecomes([](const PointerState& state) { return state.buttons == 0; }));
 }
 
@@ -122,11 +109,11 @@ TEST_F(PortalCapture, AsksOnceUnlessToldToAskAnew) {
 }
 
 TEST_F(PortalCapture, TheUsersNoIsTold) {
-    rig("Answer", {QStringLiteral("cancel")});
+    callPerson("Answer", {QStringLiteral("cancel")});
     const auto cancelled = services.choose(ContentKind::display, anew, grant);
     ASSERT_TRUE(cancelled);
     EXPECT_EQ(cancelled->code(), choiceCancelled);
-    rig("Answer", {QStringLiteral("refuse")});
+    callPerson("Answer", {QStringLiteral("refuse")});
     const auto refused = services.choose(ContentKind::display, anew, grant);
     ASSERT_TRUE(refused);
     EXPECT_EQ(refused->code(), choiceRefused);
@@ -138,7 +125,7 @@ TEST_F(PortalCapture, EndsWhenTheDesktopStopsSharingAndCanBeginAnew) {
         Take take(services, chooseDisplay());
         grant.reset();
         ASSERT_TRUE(take.waitForFrames(1));
-        rig("EndSharing");
+        callPerson("EndSharing");
         ASSERT_TRUE(take.waitForError());
         EXPECT_EQ(take.errorCode(), sharingEnded) << take.errors()[0];
     }
@@ -155,7 +142,7 @@ TEST_F(PortalCapture, TheChordComesByThePortal) {
     // Until the desktop has bound the keys a press goes nowhere.
     const auto pressUntil = [&](const char* name, const int& count) {
         return cobaltreel::eventually([&] {
-            rig("Press", {QString::fromLatin1(name)});
+            callPerson("Press", {QString::fromLatin1(name)});
             return count > 0;
         });
     };
@@ -164,7 +151,7 @@ TEST_F(PortalCapture, TheChordComesByThePortal) {
     // Of the two the portal was asked in one; the one that stays still comes.
     other.reset();
     marks = presses = 0;
-    rig("Press", {QStringLiteral("mark")});
+    callPerson("Press", {QStringLiteral("mark")});
     EXPECT_TRUE(pressUntil("toggle", presses));
     EXPECT_EQ(marks, 0);
     // Bound once more, as by the next start.
@@ -177,7 +164,7 @@ TEST_F(PortalCapture, TheChordComesByThePortal) {
 
 TEST_F(PortalCapture, AFrameOfAnotherSizeHoldsTheWholeDisplay) {
     Take take(services, chooseDisplay(), 640, 400);
-    rig("Move", {640.0, 360.0});
+    callPerson("Move", {640.0, 360.0});
     ASSERT_TRUE(take.waitForPicture([](const PixelBuffer& picture) {
         return colorAt(picture, 320, 2) == 0 && colorAt(picture, 320, 398) == 0 &&
                colorAt(picture, 320, 200) != 0;

@@ -28,8 +28,8 @@ TEST(EmbeddedPointer, LeavesItsPlaceUnknown) {
     ASSERT_FALSE(services.choose(ContentKind::display, 1, grant));
     EXPECT_THAT(services.capture.implementation(), HasSubstr("pointer embedded"));
     Take take(services, DisplayContentFilter{services.capture.shareableContent().displays.at(0), {}});
-    rig("Move", {640.0, 300.0});
-    rig("Move", {641.0, 301.0});
+    callPerson("Move", {640.0, 300.0});
+    callPerson("Move", {641.0, 301.0});
     EXPECT_TRUE(take.waitForPicture([](const PixelBuffer& picture) {
         const std::uint32_t body = colorAt(picture, 644, 308);
         return (body & 0xff) == (body >> 16);

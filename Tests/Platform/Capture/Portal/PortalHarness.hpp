@@ -8,10 +8,9 @@
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Platform/Foundation/Qt/QtMainLoop.hpp"
 #include "Rig/QtEventually.hpp"
+#include "Rig/WaylandPerson.hpp"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -21,14 +20,7 @@
 
 namespace platform::test {
 
-/// The person and the mouse of the rig's Wayland desktop.
-inline QVariantList rig(const char* what, const QVariantList& arguments = {}) {
-    auto message = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.impl.portal.desktop.rig"), QStringLiteral("/rig"),
-        QStringLiteral("com.pellanor.cobaltreel.Rig"), QString::fromLatin1(what));
-    message.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(message).arguments();
-}
+using rig::callPerson;
 
 /// The services of a Wayland session.
 struct PortalServices {
