@@ -1,5 +1,6 @@
 #include "Cobaltreel/Capture/ScreenRecorder.hpp"
 #include "Fakes/FakeHost.hpp"
+#include "Platform/Capture/SystemAudioCapture.hpp"
 
 #include <gtest/gtest.h>
 
@@ -103,6 +104,30 @@ TEST_F(ScreenRecorderTest, AMovieThatCannotBeStartedAndAStreamThatCannotBeStoppe
     stream().deliverFrame(1);
     finish(recorder.stop());
     EXPECT_TRUE(record().finished);
+}
+
+TEST_F(ScreenRecorderTest, TheComputersSoundComesFromASourceOfItsOwn) {
+    struct Source final : platform::SystemAudioSource {
+        explicit Source(SampleHandler& to) : handler(to) {}
+        void start(platform::SerialQueue&, SampleHandler to) override { handler = std::move(to); }
+        void stop() override { handler = nullptr; }
+        SampleHandler& handler;
+    };
+    Source::SampleHandler play;
+    const auto both = std::make_shared<platform::SystemAudioCapture>(
+        screenCapture, [&] { return std::make_unique<Source>(play); });
+    ScreenRecorder withSound(both, media, time);
+    await(withSound.start({platform::DisplayContentFilter{}, 64, 48}, "screen.mov", true));
+    EXPECT_FALSE(stream().configuration.capturesAudio);
+    EXPECT_TRUE(stream().deliverFrame(10));
+    ASSERT_TRUE(play);
+    const auto sound = std::make_shared<platform::AudioBuffer>();
+    sound->bytes.resize(480 * sound->format.bytesPerFrame());
+    play({platform::MediaTime::fromSeconds(10.5), nullptr, sound});
+    await(withSound.stop());
+    EXPECT_FALSE(play);
+    ASSERT_EQ(record().audio.size(), 1U);
+    EXPECT_EQ(record().audio[0].presentationTime.seconds(), 10.5);
 }
 
 }  // namespace

@@ -110,11 +110,11 @@ TEST_F(CameraTest, SurvivesTheLossOfTheCameraAndTakesItUpAgain) {
     configure({camera()});
     ASSERT_TRUE(collector.waitForPictures(5));
     device.reset();
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::lost));
+    ASSERT_TRUE(collector.waitForEvents(CaptureEvent::Kind::lost));
     const double lost = collector.pictures().back().time;
     const double pluggedIn = now();
     device = startDevice("RigCamera", {"--format", "mjpeg", "--size", "640x480"});
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::returned));
+    ASSERT_TRUE(collector.waitForEvents(CaptureEvent::Kind::returned));
     ASSERT_TRUE(collector.waitForPictures(5));
     EXPECT_TRUE(session->isRunning());
     session->stopRunning();
@@ -129,7 +129,7 @@ TEST_F(CameraTest, SaysThatPicturesCannotBeRead) {
     const auto device = startDevice("RigCamera", {"--format", "mjpeg", "--garbage-from", "0.5"});
     configure({camera()});
     ASSERT_TRUE(collector.waitForPictures(2));
-    ASSERT_TRUE(collector.waitForEvent(CaptureEvent::Kind::unreadable));
+    ASSERT_TRUE(collector.waitForEvents(CaptureEvent::Kind::unreadable));
     const auto count = collector.pictures().size();
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     EXPECT_EQ(collector.pictures().size(), count);

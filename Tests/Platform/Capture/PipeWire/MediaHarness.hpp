@@ -8,6 +8,7 @@
 #include "Rig/RigPicture.hpp"
 #include "Rig/StallWatch.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -82,12 +83,9 @@ class Collector {
         return wait(
             [this, time] { return !sounds_.empty() && sounds_.back().presentationTime.seconds() > time; });
     }
-    bool waitForEvent(platform::CaptureEvent::Kind kind) {
-        return wait([this, kind] {
-            for (const auto& event : events_)
-                if (event.kind == kind) return true;
-            return false;
-        });
+    bool waitForEvents(platform::CaptureEvent::Kind kind, std::ptrdiff_t count = 1) {
+        return wait(
+            [=, this] { return std::ranges::count(events_, kind, &platform::CaptureEvent::kind) >= count; });
     }
 
     std::vector<Picture> pictures() {

@@ -91,11 +91,11 @@ TEST_F(SoundTest, AMicrophoneThatComesBackWithAnotherRateLeavesAGapAndKeepsTime)
         configure({microphone()});
         if (!collector.waitForSoundUntil(first.back() + 0.2)) return "no sound";
         device.reset();
-        if (!collector.waitForEvent(CaptureEvent::Kind::lost)) return "not lost";
+        if (!collector.waitForEvents(CaptureEvent::Kind::lost)) return "not lost";
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         const auto second = instantsFromNow(0.8, 1);
         device = startDevice("RigTone", {"--microphone", "--rate", "16000", "--at", listed(second)});
-        if (!collector.waitForEvent(CaptureEvent::Kind::returned)) return "not back";
+        if (!collector.waitForEvents(CaptureEvent::Kind::returned)) return "not back";
         if (!collector.waitForSoundUntil(second.back() + 0.2)) return "no sound after the return";
         session->stopRunning();
         return faults(collector.sounds(), {first[0], second[0]}, 1);
@@ -125,15 +125,16 @@ TEST_F(SoundTest, TellsOfDevicesThatComeAndGo) {
 class SystemAudioTest : public SoundTest {
   protected:
     void start() {
-        source->start(queue, [this](const SampleBuffer& sample) { collector.take(sample); });
+        source->start(queue, [this](const SampleBuffer& sample) { heard.take(sample); });
     }
+    rig::Collector heard;
     std::unique_ptr<platform::SystemAudioSource> source = service.makeSystemAudio();
 };
 
 TEST_F(SystemAudioTest, RecordsOtherProgramsButNotThisOne) {
     ASSERT_FALSE(service.unavailable());
     expectNoFaults([&]() -> std::string {
-        collector.clear();
+        heard.clear();
         start();
         const auto instants = instantsFromNow(1.0, 3);
         const auto player =
@@ -143,13 +144,13 @@ TEST_F(SystemAudioTest, RecordsOtherProgramsButNotThisOne) {
         for (const double instant : instants) between.push_back(instant + 0.15);
         const auto own = startDevice("RigTone", {"--speaker", "--name", "rig.own", "--process-id",
                                                  std::to_string(getpid()), "--at", listed(between)});
-        const bool isHeard = collector.waitForSoundUntil(instants.back() + 0.3);
+        const bool isHeard = heard.waitForSoundUntil(instants.back() + 0.3);
         source->stop();
-        const auto sounds = collector.sounds();
+        const auto sounds = heard.sounds();
         for (const auto& sound : sounds)
             EXPECT_EQ(sound.audio->format, (platform::AudioFormat{48000, 2, true}));
         source->stop();
-        EXPECT_EQ(collector.sounds().size(), sounds.size());
+        EXPECT_EQ(heard.sounds().size(), sounds.size());
         return isHeard ? faults(sounds, instants, 0) : "no sound";
     });
 }
@@ -163,47 +164,88 @@ TEST_F(SystemAudioTest, FollowsTheDefaultSpeakerAndMonoPrograms) {
                   0);
     };
     expectNoFaults([&]() -> std::string {
-        collector.clear();
+        heard.clear();
         start();
         const auto instants = instantsFromNow(1.0, 6);
         const auto player =
             startDevice("RigTone", {"--speaker", "--rate", "44100", "--at", listed(instants)});
-        bool isHeard = collector.waitForSoundUntil(instants[2]);
+        bool isHeard = heard.waitForSoundUntil(instants[2]);
         makeDefault("rig.headphones");
-        isHeard = isHeard && collector.waitForSoundUntil(instants.back() + 0.2);
+        isHeard = isHeard && heard.waitForSoundUntil(instants.back() + 0.2);
         const bool isMoved =
             std::system("pw-link -l | grep -A1 '^rig.headphones:playback_FL' | grep -q rig.player") == 0;
         makeDefault("rig.speaker");
         source->stop();
         if (!isMoved) return "the session manager has not moved the program to the other speaker";
-        return isHeard ? faults(collector.sounds(), instants, std::nullopt) : "no sound";
+        return isHeard ? faults(heard.sounds(), instants, std::nullopt) : "no sound";
     });
 }
 
 TEST_F(SystemAudioTest, MixesAndKeepsGaps) {
     ASSERT_FALSE(service.unavailable());
     expectNoFaults([&]() -> std::string {
-        collector.clear();
+        heard.clear();
         start();
         const auto first = instantsFromNow(0.8, 1);
         auto player = startDevice("RigTone", {"--speaker", "--at", listed(first)});
-        bool isHeard = collector.waitForSoundUntil(first.back() + 0.2);
+        bool isHeard = heard.waitForSoundUntil(first.back() + 0.2);
         player.reset();
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
         const auto second = instantsFromNow(0.8, 1);
         player = startDevice("RigTone", {"--speaker", "--at", listed(second), "--loudness", "0.3"});
         const auto other = startDevice(
             "RigTone", {"--speaker", "--name", "rig.second", "--at", listed(second), "--loudness", "0.3"});
-        isHeard = isHeard && collector.waitForSoundUntil(second.back() + 0.2);
+        isHeard = isHeard && heard.waitForSoundUntil(second.back() + 0.2);
         source->stop();
         if (!isHeard) return "no sound";
         float loudest = 0;
-        for (const auto& sound : collector.sounds())
+        for (const auto& sound : heard.sounds())
             if (sound.presentationTime.seconds() > second[0] - 0.05)
                 for (const float value : sound.audio->floats()) loudest = std::max(loudest, std::abs(value));
         if (std::abs(loudest - 0.6F) > 0.05F) return "a mix as loud as " + std::to_string(loudest);
-        return faults(collector.sounds(), {first[0], second[0]}, std::nullopt);
+        return faults(heard.sounds(), {first[0], second[0]}, std::nullopt);
     });
+}
+
+TEST_F(SystemAudioTest, AllThatAMediaServerServesComesBackWithIt) {
+    rig::Collector heardLate;
+    const auto late = service.makeSystemAudio();
+    std::vector<std::unique_ptr<rig::ChildProcess>> devices;
+    const auto plugIn = [&] {
+        devices.push_back(startDevice("RigTone", {"--speaker", "--channels", "2"}));
+        devices.push_back(startDevice("RigCamera", {}));
+        devices.push_back(startDevice("RigTone", {"--microphone"}));
+    };
+    const auto allCome = [&] {
+        return collector.waitForPictures(5) && collector.waitForSound(5) && heard.waitForSound(5);
+    };
+    plugIn();
+    start();
+    configure({camera(), microphone()});
+    ASSERT_TRUE(allCome());
+
+    kill(std::atoi(std::getenv("COBALTREEL_RIG_MEDIA")), SIGUSR1);
+    ASSERT_TRUE(collector.waitForEvents(CaptureEvent::Kind::lost, 2));
+    const double lost = now();
+    late->start(queue, [&](const SampleBuffer& sample) { heardLate.take(sample); });
+    devices.clear();
+    ASSERT_TRUE(platform::eventually([&] { return !service.unavailable(); }));
+    const double pluggedIn = now();
+    plugIn();
+    ASSERT_TRUE(collector.waitForEvents(CaptureEvent::Kind::returned, 2));
+    EXPECT_TRUE(allCome());
+    EXPECT_TRUE(heardLate.waitForSound(1)) << "asked for while the server was away";
+
+    session->stopRunning();
+    source->stop();
+    late->stop();
+    std::vector<double> times;
+    for (const auto& picture : collector.pictures()) times.push_back(picture.time);
+    for (auto* sounds : {&collector, &heard})
+        for (const auto& sound : sounds->sounds()) times.push_back(sound.presentationTime.seconds());
+    for (const double time : times)
+        EXPECT_FALSE(time > lost && time < pluggedIn - 0.05) << "a time of the gap";
+    EXPECT_THAT(collector.events(), testing::SizeIs(4));
 }
 
 }  // namespace
