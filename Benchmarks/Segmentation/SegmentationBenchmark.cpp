@@ -1,10 +1,10 @@
 // Cuts rendered people, whose masks are known exactly, out of rendered rooms, and prints how well.
 // Benchmarks/segmentation --help tells the options.
 
-#include "Cobaltreel/Export/PersonSession.hpp"
 #include "Composites.hpp"
 #include "ContactSheet.hpp"
 #include "Cut.hpp"
+#include "PersonSession.hpp"
 #include "Pictures.hpp"
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"

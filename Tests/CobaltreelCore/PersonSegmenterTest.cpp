@@ -62,19 +62,5 @@ TEST(PersonSegmenterTest, TheEdgeOfTheMaskIsSoftAndItsSidesAreNot) {
     EXPECT_TRUE(60 < left && left < right && right < 195) << left << " " << right;
 }
 
-TEST(PersonSegmenterTest, TheCutOutKeepsWhatIsWhite) {
-    PixelBuffer picture(PixelFormat::bgra, 3, 1);
-    const std::array<std::uint8_t, 4> color{153, 102, 51, 255};
-    for (int x = 0; x < 3; ++x) std::memcpy(picture.row(0) + 4 * x, color.data(), 4);
-    const auto mask = gray(3, 1, 0);
-    mask->row(0)[1] = 128;
-    mask->row(0)[2] = 255;
-    const auto cut = PersonSegmenter::apply(*mask, picture);
-    ASSERT_TRUE(cut);
-    const std::array<std::uint8_t, 12> expected{0, 0, 0, 0, 77, 51, 26, 128, 153, 102, 51, 255};
-    EXPECT_EQ(std::memcmp(cut->row(0), expected.data(), expected.size()), 0);
-    EXPECT_FALSE(PersonSegmenter::apply(*gray(4, 1, 255), picture)) << "a mask of another picture";
-}
-
 }  // namespace
 }  // namespace cobaltreel

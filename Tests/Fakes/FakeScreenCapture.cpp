@@ -11,11 +11,6 @@ std::size_t indexOf(StreamOutputType type) { return type == StreamOutputType::sc
 
 }  // namespace
 
-FakeStream::State FakeStream::state() const {
-    const std::lock_guard lock(mutex_);
-    return state_;
-}
-
 int FakeStream::stopRequests() const {
     const std::lock_guard lock(mutex_);
     return stopRequests_;
@@ -27,7 +22,7 @@ bool FakeStream::deliver(StreamOutputType type, const CapturedSample& sample) {
     {
         const std::lock_guard lock(mutex_);
         output = outputs_[indexOf(type)];
-        if (state_ != State::running || output.queue == nullptr) return false;
+        if (!running_ || output.queue == nullptr) return false;
     }
     output.queue->sync([&] { output.handler(sample); });
     return true;
@@ -64,30 +59,27 @@ void FakeStream::stopByItself(const PlatformError& error) {
     {
         const std::lock_guard delivering(delivery_);
         const std::lock_guard lock(mutex_);
-        if (state_ != State::running) return;
-        state_ = State::stopped;
+        if (!running_) return;
+        running_ = false;
         onStopped = std::exchange(onStopped_, nullptr);
     }
     if (onStopped) onStopped(error);
 }
 
-bool FakeStream::finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error) {
+bool FakeStream::finish(Done& waiting, bool runs, const std::optional<PlatformError>& error) {
     Done done;
     {
         const std::lock_guard lock(mutex_);
-        if (state_ != from || !waiting) return false;
-        state_ = to;
+        if (!waiting) return false;
+        running_ = runs && stopRequests_ == 0;
         done = std::exchange(waiting, nullptr);
     }
     done(error);
     return true;
 }
 
-bool FakeStream::finishStart() {
-    return finish(State::starting, startError_ ? State::stopped : State::running, waitingStart_, startError_);
-}
-
-bool FakeStream::finishStop() { return finish(State::stopping, State::stopped, waitingStop_, stopError_); }
+bool FakeStream::finishStart() { return finish(waitingStart_, !startError_, startError_); }
+bool FakeStream::finishStop() { return finish(waitingStop_, false, stopError_); }
 
 /// What the owner of the stream holds.
 class FakeStreamHandle final : public CaptureStream {
@@ -96,7 +88,7 @@ class FakeStreamHandle final : public CaptureStream {
     ~FakeStreamHandle() override {
         waitForHandlers();
         const std::lock_guard lock(stream_->mutex_);
-        stream_->state_ = FakeStream::State::stopped;
+        stream_->running_ = false;
         stream_->outputs_ = {};
         stream_->onStopped_ = nullptr;
     }
@@ -109,7 +101,6 @@ class FakeStreamHandle final : public CaptureStream {
     void startCapture(std::function<void(std::optional<PlatformError>)> done) override {
         {
             const std::lock_guard lock(stream_->mutex_);
-            stream_->state_ = FakeStream::State::starting;
             stream_->waitingStart_ = std::move(done);
             if (stream_->holdsStart_) return;
         }
@@ -120,7 +111,7 @@ class FakeStreamHandle final : public CaptureStream {
         {
             const std::lock_guard lock(stream_->mutex_);
             ++stream_->stopRequests_;
-            stream_->state_ = FakeStream::State::stopping;
+            stream_->running_ = false;
             stream_->waitingStop_ = std::move(done);
         }
         waitForHandlers();

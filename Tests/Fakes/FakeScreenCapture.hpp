@@ -15,13 +15,9 @@ namespace platform {
 /// Safe on any thread, but not inside an output handler.
 class FakeStream {
   public:
-    enum class State { created, starting, running, stopping, stopped };
-
     ContentFilter filter;
     StreamConfiguration configuration;
 
-    State state() const;
-    bool isRunning() const { return state() == State::running; }
     /// How often the owner asked the stream to stop.
     int stopRequests() const;
 
@@ -49,11 +45,11 @@ class FakeStream {
         CaptureStream::OutputHandler handler;
     };
 
-    bool finish(State from, State to, Done& waiting, const std::optional<PlatformError>& error);
+    bool finish(Done& waiting, bool runs, const std::optional<PlatformError>& error);
 
     mutable std::mutex mutex_;
     std::mutex delivery_;  // held while a handler runs, so that stopping can wait for it
-    State state_ = State::created;
+    bool running_ = false;
     int stopRequests_ = 0;
     std::array<Output, 2> outputs_;
     std::function<void(const PlatformError&)> onStopped_;

@@ -1,11 +1,9 @@
 // Gallery FOLDER: draws every control in every state, in both languages, and writes one picture per control
 // and language ("MacSwitch-he.png"). The user's settings stay untouched.
-#include "Cobaltreel/Capture/RecordingCoordinator.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
-#include "Cobaltreel/UI/PopoverView/PopoverModel.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
 #include "Cobaltreel/UI/Windows/InterfaceSettings.hpp"
-#include "Fakes/FakeHost.hpp"
+#include "Platform/Foundation/InMemoryUserDefaults.hpp"
 #include "Rig/QtEventually.hpp"
 
 #include <QGuiApplication>
@@ -24,24 +22,15 @@ namespace {
 
 struct Board {
     const char* picture;
-    const char* view;  // a board of Boards.qml, or a view of another module
-    const char* module = nullptr;
-    QSize size = {};  // where the view has none of its own
+    const char* name;  // in Boards.qml
 };
 
 const Board boards[]{
-    {"MacSwitch", "switches"},
-    {"MacSlider", "sliders"},
-    {"MacSegmented", "segments"},
-    {"MacDropdown", "dropdowns"},
-    {"MacDropdown-open", "menu"},
-    {"MacToggleRow", "rows"},
-    {"MacProgressBar", "bars"},
-    {"MacButton", "buttons"},
-    {"Icons", "icons"},
-    {"Tip", "tips"},
-    {"Panel", "PopoverView", "Cobaltreel.PopoverView"},
-    {"SettingsWindow", "SettingsView", "Cobaltreel.SettingsWindow", {320, 140}},
+    {"MacSwitch", "switches"},    {"MacSlider", "sliders"},
+    {"MacSegmented", "segments"}, {"MacDropdown", "dropdowns"},
+    {"MacDropdown-open", "menu"}, {"MacToggleRow", "rows"},
+    {"MacProgressBar", "bars"},   {"MacButton", "buttons"},
+    {"Icons", "icons"},           {"Tip", "tips"},
 };
 
 /// Boards that open menus or tooltips say when they are ready to be drawn.
@@ -55,48 +44,19 @@ void waitUntilSettled(const QQuickView& window) {
     if (!eventually(isSettled)) throw std::runtime_error("the board does not settle");
 }
 
-/// A panel's model on the fake host: a microphone that hears something.
-class GalleryPanel : FakeHost {
-  public:
-    GalleryPanel() {
-        camera.name = "HD Webcam C920";
-        otherMic.name = "Studio Microphone";
-        capture->fakeDevices = {{camera}, {mic, otherMic}, otherMic};
-        coordinator_.setSystemAudioEnabled(true);
-        model.appear();
-        const auto& sessions = capture->sessions;
-        if (!FakeHost::eventually([&] { return !sessions.empty() && sessions.back()->isRunning(); }))
-            throw std::runtime_error("the panel's model does not settle");
-        sessions.back()->deliverSound(time->now(), 0.05F);
-        time->advance(0.06);
-    }
-
-  private:
-    RecordingCoordinator coordinator_{recordingServices()};
-
-  public:
-    PopoverModel model{coordinator_, time, time};
-};
-
 QImage draw(const Board& board) {
-    QVariantMap properties{{QStringLiteral("settings"), QVariant::fromValue(&AppWindows::settings())}};
-    std::unique_ptr<GalleryPanel> panel;
-    if (std::string_view(board.picture) == "Panel") {
-        panel = std::make_unique<GalleryPanel>();
-        properties = {{QStringLiteral("model"), QVariant::fromValue(&panel->model)}};
-    }
     AppWindow window(&AppWindows::engine(), nullptr);
-    if (!board.module) properties[QStringLiteral("shown")] = QString::fromLatin1(board.view);
-    AppWindows::setLocalizedContent(window, View::ofModule(board.module ? board.module : "Cobaltreel.Gallery",
-                                                           board.module ? board.view : "Boards", properties));
+    AppWindows::setLocalizedContent(
+        window, View::ofModule("Cobaltreel.Gallery", "Boards",
+                               {{"settings", QVariant::fromValue(&AppWindows::settings())},
+                                {"shown", QString::fromLatin1(board.name)}}));
     if (window.status() != QQuickView::Ready) throw std::runtime_error("the window could not be built");
     window.resize(window.initialSize());
     window.show();
     waitUntilSettled(window);
     // Lists are laid out with the first picture.
     const QQuickItem* root = window.rootObject();
-    window.resize(board.size.isEmpty() ? QSizeF(root->implicitWidth(), root->implicitHeight()).toSize()
-                                       : board.size);
+    window.resize(QSizeF(root->implicitWidth(), root->implicitHeight()).toSize());
     waitUntilSettled(window);
     return window.grabWindow();
 }

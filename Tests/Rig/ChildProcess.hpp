@@ -63,13 +63,20 @@ class ChildProcess {
         wait();
     }
     void wait() {
-        if (process_ > 0) waitpid(process_, nullptr, 0);
+        if (process_ > 0) waitpid(process_, &status_, 0);
         process_ = -1;
     }
+    bool hasEnded() {
+        if (process_ > 0 && waitpid(process_, &status_, WNOHANG) == process_) process_ = -1;
+        return process_ < 0;
+    }
+    /// Of one that has ended: its exit status, or 128 and the number of the signal that ended it.
+    int status() const { return WIFSIGNALED(status_) ? 128 + WTERMSIG(status_) : WEXITSTATUS(status_); }
     pid_t id() const { return process_; }
 
   private:
     pid_t process_ = -1;
+    int status_ = 0;
     int output_ = -1;
 };
 

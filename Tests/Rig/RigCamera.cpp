@@ -184,38 +184,29 @@ class Camera final : public rig::RigStream {
             for (std::uint32_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(i * 2654435761U >> 24);
             return size;
         }
-        constexpr double rounding = 1e-4;  // of the instants given
+        std::vector<std::uint8_t> drawn;
+        const std::uint8_t* y = nullptr;
         if (options_.showsPerson) {
             if (!person_) person_ = std::make_unique<rig::PersonPicture>(width, height);
-            const std::uint8_t* y = person_->i420(frameTime_);
-            const std::uint8_t* chroma =
-                y + static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-            libyuv::ConvertFromI420(
-                y, width, chroma, halfWidth,
-                chroma + static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),
-                halfWidth, to, stride(), width, height, raw_.fourcc);
-            return static_cast<std::uint32_t>(stride()) * static_cast<std::uint32_t>(height);
+            y = person_->i420(frameTime_);
+        } else {
+            constexpr double rounding = 1e-4;  // of the instants given
+            const bool isFlash = options_.events.since(frameTime_ + rounding).has_value();
+            drawn = rigPicture::draw(width, height, counter_, isFlash).pixels;
+            drawn.resize(drawn.size() + 2 * static_cast<std::size_t>(halfWidth * halfHeight), 128);
+            y = drawn.data();
         }
-        auto picture = rigPicture::draw(width, height, counter_,
-                                        options_.events.since(frameTime_ + rounding).has_value());
-        auto& i420 = picture.pixels;
-        i420.resize(
-            i420.size() + 2 * static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight),
-            128);
         if (isMjpeg()) {
-            const QByteArray jpeg = jpegOf(i420.data(), width, height);
+            const QByteArray jpeg = jpegOf(y, width, height);
             const auto size = std::min(room, static_cast<std::uint32_t>(jpeg.size()));
             std::memcpy(to, jpeg.data(), size);
             return size;
         }
-        const std::uint8_t* u =
-            i420.data() + static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-        const std::uint8_t* v =
-            u + static_cast<std::size_t>(halfWidth) * static_cast<std::size_t>(halfHeight);
-        libyuv::ConvertFromI420(i420.data(), width, u, halfWidth, v, halfWidth, to, stride(), width, height,
+        const std::uint8_t *u = y + width * height, *v = u + halfWidth * halfHeight;
+        libyuv::ConvertFromI420(y, width, u, halfWidth, v, halfWidth, to, stride(), width, height,
                                 raw_.fourcc);
-        const auto luma = static_cast<std::uint32_t>(stride()) * static_cast<std::uint32_t>(height);
-        return raw_.bytesPerPixel == 1 ? luma + 2 * static_cast<std::uint32_t>(halfWidth * halfHeight) : luma;
+        const int chroma = raw_.bytesPerPixel == 1 ? 2 * halfWidth * halfHeight : 0;
+        return static_cast<std::uint32_t>(stride() * height + chroma);
     }
 
     Options options_;

@@ -1,14 +1,16 @@
 #pragma once
 
+#include "Rig/ChildProcess.hpp"
 #include "Rig/Eventually.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
-#include <QProcess>
+#include <csignal>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <signal.h>
 
 namespace cobaltreel {
 
@@ -22,45 +24,46 @@ class Program {
     };
 
     /// Runs with the test's environment, but for the variables named in `without`.
-    explicit Program(const std::vector<std::string>& command, const std::vector<std::string>& without = {}) {
-        QStringList words;
-        for (const auto& word : command) words.append(QString::fromStdString(word));
-        auto environment = QProcessEnvironment::systemEnvironment();
-        for (const auto& name : without) environment.remove(QString::fromStdString(name));
-        process_.setProcessEnvironment(environment);
-        process_.start(words.front(), words.mid(1));
-        EXPECT_TRUE(process_.waitForStarted()) << command.front();
-    }
-    ~Program() {
-        process_.kill();
-        process_.waitForFinished();
-    }
+    explicit Program(const std::vector<std::string>& command, const std::vector<std::string>& without = {})
+        : process_(wrapped(command, without)) {}
+    ~Program() { process_.end(SIGKILL); }
 
     void signal(int number) const {
-        // Of one that has ended the id is 0, which would mean this process and all around it.
-        if (const auto id = static_cast<pid_t>(process_.processId()); id > 0) kill(id, number);
+        if (process_.id() > 0) kill(process_.id(), number);
     }
-
     /// Reads what the program says until `enough` is content or it has ended; false when neither comes.
     template <typename Enough>
     bool readUntil(Enough enough) {
-        const auto isOver = [&] { return enough(said_) || process_.state() == QProcess::NotRunning; };
-        return platform::eventually(isOver, [this] {
-            process_.waitForReadyRead(20);
-            said_.out += process_.readAllStandardOutput().toStdString();
-            said_.err += process_.readAllStandardError().toStdString();
+        return platform::eventually([&] {
+            const bool hasEnded = process_.hasEnded();
+            said_.out = contents("out");
+            said_.err = contents("err");
+            return enough(said_) || hasEnded;
         });
     }
     Result finish() {
         EXPECT_TRUE(readUntil([](const Result&) { return false; })) << "the program did not end";
-        process_.kill();
-        process_.waitForFinished();
-        said_.status = process_.exitCode() + (process_.exitStatus() == QProcess::CrashExit ? 128 : 0);
+        process_.end(SIGKILL);
+        said_.status = process_.status();
         return said_;
     }
 
   private:
-    QProcess process_;
+    std::vector<std::string> wrapped(const std::vector<std::string>& command,
+                                     const std::vector<std::string>& without) const {
+        std::vector<std::string> words{"env"};
+        for (const auto& name : without) words.insert(words.end(), {"-u", name});
+        words.insert(words.end(), {"sh", "-c", R"(exec "$@" >"$0/out" 2>"$0/err")", folder_.path()});
+        words.insert(words.end(), command.begin(), command.end());
+        return words;
+    }
+    std::string contents(const char* name) const {
+        std::ifstream file(folder_ / name);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    rig::TemporaryFolder folder_;
+    rig::ChildProcess process_;
     Result said_{};
 };
 

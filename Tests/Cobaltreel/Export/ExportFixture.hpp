@@ -2,6 +2,7 @@
 
 #include "Cobaltreel/Export/ExportRenderer.hpp"
 #include "Fakes/FakeMedia.hpp"
+#include "Rig/PlainSession.hpp"
 #include "Rig/TemporaryFolder.hpp"
 
 #include <memory>
@@ -18,12 +19,6 @@ namespace cobaltreel {
 class FakeExport : public testing::Test {
   protected:
     FakeExport() {
-        meta.version = 1;
-        meta.captureWidthPx = meta.captureHeightPx = 4;
-        meta.displayFramePoints = {0, 0, 4, 4};
-        meta.scaleFactor = 1;
-        meta.mainScreenHeightPoints = 4;
-        meta.screenFirstPTS = 100;
         meta.cameraEnabled = false;
         meta.bubbleSizeFraction = 0.24;
         options.trimStart = 0;
@@ -46,7 +41,7 @@ class FakeExport : public testing::Test {
 
     rig::TemporaryFolder temporary;
     SessionFolder folder{temporary.path()};
-    SessionMeta meta;
+    SessionMeta meta = rig::plainSession(4, 4, 100);
     ExportOptions options;
     std::shared_ptr<platform::FakeMedia> media = std::make_shared<platform::FakeMedia>();
     std::vector<double> progress;

@@ -1,5 +1,6 @@
 #include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Cobaltreel/Export/ExportRenderer.hpp"
+#include "Fakes/FakeVision.hpp"
 
 #include <fstream>
 #include <functional>
@@ -82,6 +83,22 @@ TEST_F(ExportRendererTest, SourcesThatAreNotThereAreLeftOut) {
     media->readerRequests.clear();
     EXPECT_EQ(run()->video.size(), 30U);
     EXPECT_EQ(media->readerRequests.size(), 1U);
+}
+
+TEST_F(ExportRendererTest, EveryPictureOfTheCameraIsCutOutOnce) {
+    addCamera(100, {0, 1});
+    for (auto& [file, movie] : media->movies) movie.width = movie.height = 64;
+    meta.captureWidthPx = meta.captureHeightPx = 64;
+    meta.bubbleSizeFraction = 0.5;
+    options.cameraStyle = CameraStyle::cutout;
+    const auto vision = std::make_shared<FakeVision>();
+    int asked = 0;
+    vision->script = {[&asked] {
+        ++asked;
+        return Masks{gray(16, 9, 255)};
+    }};
+    ExportRenderer(folder, meta, media, vision).exportMovie(options);
+    EXPECT_EQ(asked, 30) << "a second of thirty pictures";
 }
 
 TEST_F(ExportRendererTest, SoundRunsHalfASecondAheadAndArrivesWhole) {

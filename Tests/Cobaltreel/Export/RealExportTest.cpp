@@ -1,8 +1,7 @@
 // The whole run on real movies: sessions are made with the real writer, exported with the real codecs, and
 // what comes out is decoded and looked at.
 #include "Cobaltreel/Export/ExportFixture.hpp"
-#include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
-#include "Rig/BeepFinder.hpp"
+#include "Platform/Media/MovieFixture.hpp"
 #include "Rig/MovieMaker.hpp"
 #include "Rig/PlainSession.hpp"
 
@@ -45,14 +44,6 @@ int numberIn(const PixelBuffer& picture) {
     return number;
 }
 
-std::shared_ptr<PixelBuffer> plain(int w, int h, int luma) {
-    auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, w, h);
-    for (int plane = 0; plane < 3; ++plane)
-        std::memset(picture->plane(plane).data, plane == 0 ? luma : 128,
-                    static_cast<std::size_t>(picture->plane(plane).stride * picture->plane(plane).height));
-    return picture;
-}
-
 /// Silence with a loud tone of a tenth of a second at `beepAt`, all in seconds from the first sample.
 struct Sound {
     double seconds;
@@ -73,19 +64,19 @@ struct Sound {
     }
 };
 
-class RealExportTest : public testing::Test {
+class RealExportTest : public platform::test::MovieTest {
   protected:
     RealExportTest() {
         meta.bubbleSizeFraction = 0.4;
         meta.cameraCorner = CameraCorner::bottomRight;
         options.autoZoom = options.bubble = options.clickRipples = options.systemAudio = false;
         options.quality = ExportOptions::Quality::full;
-        options.outputPath = temporary.path() / "out.mp4";
+        options.outputPath = file("out.mp4");
     }
 
     struct Picture {
         double time;
-        std::shared_ptr<PixelBuffer> picture;
+        platform::ConstPixelBufferRef picture;
     };
     void writeMovie(const std::filesystem::path& path, const platform::VideoSettings& video, double start,
                     const std::vector<Picture>& pictures, const std::optional<Sound>& sound) {
@@ -134,26 +125,13 @@ class RealExportTest : public testing::Test {
         while (auto sample = reader->copyNextSampleBuffer()) pictures.push_back(*sample);
         return pictures;
     }
-    /// Times at which the exported sound becomes loud.
     std::vector<double> decodedBeeps() {
-        const auto asset = media->asset(options.outputPath);
-        const auto tracks = asset->loadTracks(MediaType::audio);
-        if (tracks.empty()) return {};
-        platform::Composition composition;
-        composition.addMutableTrack(MediaType::audio)
-            .insertTimeRange(tracks[0].timeRange, asset, tracks[0], 0);
-        auto reader = media->makeAudioMixReader(composition);
-        EXPECT_TRUE(reader->startReading());
-        rig::BeepFinder finder(0.3F);
-        while (auto sample = reader->copyNextSampleBuffer()) finder.add(*sample);
-        return finder.starts();
+        return platform::test::onsets(readSound(options.outputPath, options.trimEnd));
     }
 
-    rig::TemporaryFolder temporary;
-    SessionFolder folder{temporary.path()};
+    SessionFolder folder{file("")};
     SessionMeta meta = rig::plainSession(width, height, firstPTS);
     ExportOptions options;
-    std::shared_ptr<platform::MediaService> media = platform::makeFFmpegMediaService();
 };
 
 TEST_F(RealExportTest, EveryFrameShowsThePictureOfItsTimeFromTheFirstToTheLast) {
@@ -179,7 +157,8 @@ TEST_F(RealExportTest, CameraAndSoundsKeepTheirTimes) {
     // its own time. The computer beeps at 2.4 s of the screen's time.
     writeScreen(3, Sound{3, 2, 2.4});
     std::vector<Picture> camera;
-    for (int i = 0; i < 81; ++i) camera.push_back({i / 30.0, plain(1280, 720, i < 36 ? 60 : 220)});
+    for (int i = 0; i < 81; ++i)
+        camera.push_back({i / 30.0, platform::test::greyPicture(1280, 720, i < 36 ? 60 : 220)});
     writeMovie(folder.cameraMovie(),
                {.codec = platform::VideoCodec::h264,
                 .width = 1280,
@@ -235,39 +214,6 @@ TEST_F(RealExportTest, TheZoomShowsTheClickedPlace) {
         const int luma = zoomed.plane(0).data[150 * zoomed.plane(0).stride + 40 + 80 * bit];
         EXPECT_EQ(luma > 125, ((expectedNumber(23 / 30.0) >> (4 + bit)) & 1) != 0) << "bit " << bit;
     }
-}
-
-TEST_F(RealExportTest, DamagedSessionsAndFullFoldersAreErrorsThatNameTheFile) {
-    const auto failure = [&]() -> std::string {
-        try {
-            run();
-        } catch (const std::exception& error) {
-            return error.what();
-        }
-        return "exported";
-    };
-    options.trimEnd = 2;
-    EXPECT_NE(failure().find("screen.mov"), std::string::npos) << "no movie at all: " << failure();
-    std::ofstream(folder.screenMovie()) << "not a movie";
-    EXPECT_NE(failure().find("screen.mov"), std::string::npos) << "garbage: " << failure();
-    std::filesystem::remove(folder.screenMovie());
-    writeMovie(folder.screenMovie(), {}, firstPTS, {}, Sound{1, 2, 0.1});
-    EXPECT_EQ(failure(), "no screen track");
-
-    std::filesystem::remove(folder.screenMovie());
-    writeScreen(3);
-    options.outputPath = temporary.path() / "no such folder" / "out.mp4";
-    EXPECT_NE(failure().find("no such folder"), std::string::npos) << failure();
-
-    // A movie that breaks off keeps what it has: the rest of the export shows its last frame.
-    options.outputPath = temporary.path() / "out.mp4";
-    options.trimEnd = 3;
-    std::filesystem::resize_file(folder.screenMovie(),
-                                 std::filesystem::file_size(folder.screenMovie()) * 2 / 3);
-    EXPECT_EQ(failure(), "exported");
-    const auto pictures = decodedPictures();
-    ASSERT_EQ(pictures.size(), 90U);
-    EXPECT_EQ(numberIn(*pictures[15].image), 30);
 }
 
 }  // namespace

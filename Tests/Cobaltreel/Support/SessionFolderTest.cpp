@@ -53,20 +53,6 @@ class FullDisk {
     void (*before_)(int) = nullptr;
 };
 
-TEST_F(SessionFolderTest, DocumentsReadBackAsWritten) {
-    EventLog log;
-    log.samples = {{1, 2, 3, 1}};
-    folder.writeMeta(meta);
-    folder.writeEvents(log);
-    EXPECT_EQ(folder.readMeta(), meta);
-    EXPECT_EQ(folder.readEvents(), log);
-
-    meta.screenFirstPTS = 12.5;
-    folder.writeMeta(meta);
-    EXPECT_EQ(folder.readMeta(), meta);
-    EXPECT_EQ(fileCount(), 2);
-}
-
 TEST_F(SessionFolderTest, AFailedWriteLeavesTheOldDocumentAlone) {
     folder.writeMeta(meta);
     const std::string before = contents(folder.metaFile());

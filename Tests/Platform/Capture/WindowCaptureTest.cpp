@@ -48,20 +48,6 @@ class WindowCapture : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(WindowCapture, GoesOnWhileCoveredMovedAndPartlyOffTheScreen) {
-    const auto recording = record();
-    ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
-    ColorWindow cover(connection_, 150, 100, 500, 400, {green, true, "Cover"});
-    cover.show();
-    window_.paint(blue);
-    EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
-    window_.move(-100, 600);
-    window_.paint(red);
-    EXPECT_TRUE(showsAt(*recording, 0.1, 0.9, red));
-    EXPECT_TRUE(recording->isMonotonic());
-    EXPECT_THAT(recording->errors(), testing::IsEmpty());
-}
-
 TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
     const auto recording = record();
     ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));

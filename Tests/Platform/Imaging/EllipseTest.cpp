@@ -66,15 +66,6 @@ TEST(Ellipse, LiesOverWhatIsThereAndIsPremultiplied) {
     EXPECT_EQ(pixelAt(picture, 0, 0), (Pixel{0, 0, 0, 0}));
 }
 
-TEST(Ellipse, IsCutOffAtThePicture) {
-    PixelBuffer quarter(PixelFormat::bgra, 40, 30);
-    fillEllipse(quarter, {-20, -20, 40, 40}, white);
-    EXPECT_NEAR(coverageOf(quarter).area, std::numbers::pi * 100, 4);
-    PixelBuffer inside(PixelFormat::bgra, 10, 10);
-    fillEllipse(inside, {-1e6, -1e6, 2e6 + 10, 2e6 + 10}, white);
-    EXPECT_NEAR(coverageOf(inside).area, 100, 0.01);
-}
-
 TEST(Ellipse, WhatIsNoneDrawsNothing) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     PixelBuffer picture(PixelFormat::bgra, 40, 30);

@@ -39,13 +39,6 @@ TEST(Planar, ColorStaysWithBrightness) {
     }
 }
 
-TEST(Planar, SameSizeCopiesThePlanes) {
-    const auto source = noise(PixelFormat::i420, 37, 21, 4);
-    PixelBuffer out(PixelFormat::i420, 37, 21);
-    Resampler().draw(*source, boundsOf(*source), out, boundsOf(out));
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(largestDifference(*source, out, i), 0);
-}
-
 TEST(Planar, ColorsSurviveTheRoundTripInEveryMatrix) {
     const auto colors = bgraPicture(64, 64, [](int x, int y) {
         const int block = x / 8 + y / 8 * 8;

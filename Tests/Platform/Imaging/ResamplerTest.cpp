@@ -111,15 +111,6 @@ TEST(Resampler, WholeStepsCopyExactly) {
         }
 }
 
-TEST(Resampler, WhatLiesBesideThePartStaysOut) {
-    // White frame around black: enlarged, the black part must not gain a gray rim.
-    const auto source =
-        grayPicture(8, 8, [](int x, int y) { return x < 2 || x >= 6 || y < 2 || y >= 6 ? 255 : 0; });
-    PixelBuffer out(PixelFormat::gray8, 40, 40);
-    Resampler().draw(*source, {2, 2, 4, 4}, out, boundsOf(out));
-    EXPECT_EQ(largestDifference(out, PixelBuffer(PixelFormat::gray8, 40, 40)), 0);
-}
-
 TEST(Resampler, StrongReductionStaysWithinThePicture) {
     const auto white = grayPicture(1000, 900, [](int, int) { return 255; });
     const auto checks = grayPicture(1000, 900, [](int x, int y) { return (x + y) % 2 ? 255 : 0; });

@@ -189,25 +189,6 @@ TEST_P(BubbleDesktopTest, TheCutOutShowsThePersonAlone) {
     EXPECT_TRUE(shows(blue));
 }
 
-TEST_P(BubbleDesktopTest, ALateFrameAfterTheBubbleHasGoneIsHarmless) {
-    CameraBubble::FrameHandler round, cutout;
-    {
-        BubbleWindowController gone(clock, loop, vision, compositor);
-        gone.show(CameraCorner::topLeft, 100, CameraStyle::cutout);
-        cutout = gone.frameHandler();
-        gone.show(CameraCorner::topLeft, 100, CameraStyle::bubble);
-        round = gone.frameHandler();
-        round(picture(red));
-        cutout(picture(red));
-        gone.hide();
-        round(picture(red));
-        cutout(picture(red));
-    }
-    round(picture(red));
-    cutout(picture(red));
-    QTest::qWait(20);
-}
-
 INSTANTIATE_TEST_SUITE_P(On, BubbleDesktopTest, ::testing::Values(Desktop::plain, Desktop::compositing),
                          [](const auto& on) {
                              return std::string(on.param == Desktop::plain ? "PlainDesktop"

@@ -6,6 +6,7 @@
 #include "Fakes/FakeFileBrowser.hpp"
 #include "Fakes/FakeHost.hpp"
 #include "Fakes/FakePlayer.hpp"
+#include "Rig/PlainSession.hpp"
 
 #include <atomic>
 #include <functional>
@@ -20,11 +21,6 @@ class PreviewTest : public TemporaryHome, public FakeHost {
     PreviewTest() {
         media->writing.createsFile = false;
         setVariable("XDG_VIDEOS_DIR", (home / "Videos").string());
-        meta.version = 1;
-        meta.captureWidthPx = meta.captureHeightPx = 4;
-        meta.displayFramePoints = {0, 0, 4, 4};
-        meta.scaleFactor = 1;
-        meta.screenFirstPTS = 100;
         meta.cameraFirstPTS = 99.5;
         meta.recordingEndHostTime = 110;
         meta.cameraEnabled = meta.systemAudioEnabled = true;
@@ -81,7 +77,7 @@ class PreviewTest : public TemporaryHome, public FakeHost {
     };
 
     SessionFolder folder{home / "session"};
-    SessionMeta meta;
+    SessionMeta meta = rig::plainSession(4, 4, 100);
     std::shared_ptr<platform::FakePlayerService> players =
         std::make_shared<platform::FakePlayerService>(*time, *time);
     std::shared_ptr<platform::VisionService> vision;

@@ -1,4 +1,4 @@
-#include "Cobaltreel/Export/PersonSession.hpp"
+#include "PersonSession.hpp"
 
 #include "Platform/Vision/CompositedPeople/PictureFile.hpp"
 #include "Rig/MovieMaker.hpp"
