@@ -8,10 +8,12 @@
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewWindows.hpp"
 #include "Cobaltreel/UI/Windows/AppWindows.hpp"
+#include "DriftWatch.hpp"
 #include "Ear.hpp"
 #include "Measuring.hpp"
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
+#include "StallWatch.hpp"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -20,7 +22,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -54,102 +55,6 @@ bool runEvents(double seconds, const std::function<bool()>& until = nullptr) {
     loop.exec();
     return held;
 }
-
-/// How long this thread has waited for a processor so far, seconds.
-double waitedForProcessor() {
-    std::ifstream file("/proc/thread-self/schedstat");
-    double ran = 0, waited = 0;
-    file >> ran >> waited;
-    return waited / 1e9;
-}
-
-/// The main thread's longest absence from its events, seen by a beat of five milliseconds; and the longest
-/// without the time for which other programs had the processors.
-class StallWatch {
-  public:
-    explicit StallWatch(platform::Clock& clock) : clock_(clock) {
-        timer_.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&timer_, &QTimer::timeout, [this] {
-            const double now = clock_.now(), waited = waitedForProcessor();
-            const double away = now - last_ - period;
-            longest_ = std::max(longest_, away);
-            longestOwn_ = std::max(longestOwn_, away - (waited - lastWaited_));
-            last_ = now;
-            lastWaited_ = waited;
-        });
-        restart();
-        timer_.start(static_cast<int>(period * 1000));
-    }
-    void restart() {
-        last_ = clock_.now();
-        lastWaited_ = waitedForProcessor();
-        longest_ = longestOwn_ = 0;
-    }
-    double longestMs() const { return 1000 * longest_; }
-    double longestOwnMs() const { return 1000 * longestOwn_; }
-
-  private:
-    static constexpr double period = 0.005;
-    platform::Clock& clock_;
-    QTimer timer_;
-    double last_ = 0, lastWaited_ = 0;
-    double longest_ = 0, longestOwn_ = 0;
-};
-
-std::optional<std::uint32_t> counterOf(const PictureSource* source) {
-    const QImage picture = source ? source->picture() : QImage();
-    if (picture.isNull()) return std::nullopt;
-    const platform::PixelBuffer pixels(
-        platform::PixelFormat::bgra, picture.width(), picture.height(),
-        {platform::Plane{const_cast<uchar*>(picture.constBits()), static_cast<int>(picture.bytesPerLine()),
-                         picture.width(), picture.height()}},
-        nullptr);
-    return rig::counterIn(pixels);
-}
-
-/// How far the camera's picture is from the screen's, by the numbers in them.
-class DriftWatch {
-  public:
-    DriftWatch(const PreviewModel& model, const rig::CounterSession& session)
-        : model_(model), session_(session) {}
-
-    std::optional<double> drift() const {
-        const auto screen = counterOf(model_.screenPictures());
-        const auto camera = counterOf(model_.cameraPictures());
-        if (!screen || !camera) return std::nullopt;
-        return static_cast<double>(*camera) / rig::CounterSession::cameraRate - session_.cameraLead -
-               static_cast<double>(*screen) / session_.screenRate;
-    }
-    /// Whether the screen shows the time where the model is, and the camera with it.
-    bool hasArrived() const {
-        const auto screen = counterOf(model_.screenPictures());
-        const auto now = drift();
-        return screen && now && std::abs(*screen / double(session_.screenRate) - model_.position()) <= 0.1 &&
-               std::abs(*now) <= PreviewModel::bubbleDriftTolerance;
-    }
-    void look() {
-        const auto now = drift();
-        if (!now) {
-            ++unread_;
-            return;
-        }
-        drifts_.push_back(std::abs(*now));
-    }
-    double worst() const { return drifts_.empty() ? 0 : *std::max_element(drifts_.begin(), drifts_.end()); }
-    std::size_t looks() const { return drifts_.size(); }
-    std::size_t unread() const { return unread_; }
-    double share(double within) const {
-        const auto good =
-            std::count_if(drifts_.begin(), drifts_.end(), [&](double d) { return d <= within; });
-        return drifts_.empty() ? 0 : static_cast<double>(good) / static_cast<double>(drifts_.size());
-    }
-
-  private:
-    const PreviewModel& model_;
-    const rig::CounterSession& session_;
-    std::vector<double> drifts_;
-    std::size_t unread_ = 0;
-};
 
 struct Figures {
     double firstPictureMs = 0;
