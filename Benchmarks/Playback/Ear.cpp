@@ -31,7 +31,8 @@ Ear::Ear(platform::pipewire::PipeWireConnection& connection, const std::string& 
         table.process = [](void* self) { static_cast<Ear*>(self)->listen(); };
         return table;
     }();
-    pw_stream_add_listener(stream_.get(), hook_.get(), &events, this);
+    hook_ = std::make_unique<platform::pipewire::Hook>();
+    pw_stream_add_listener(stream_.get(), hook_->get(), &events, this);
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_pod* params[] = {platform::pipewire::soundFormat(builder, sampleRate, 1)};
@@ -44,6 +45,7 @@ Ear::Ear(platform::pipewire::PipeWireConnection& connection, const std::string& 
 Ear::~Ear() {
     const platform::pipewire::LoopLock lock(connection_.threadLoop());
     pw_stream_disconnect(stream_.get());
+    hook_.reset();
     stream_.reset();
 }
 

@@ -3,6 +3,7 @@
 #include "Platform/Capture/PipeWire/PipeWireConnection.hpp"
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -33,7 +34,7 @@ class Ear {
     mutable std::mutex mutex_;
     std::vector<Chunk> chunks_;
     platform::pipewire::StreamHandle stream_;
-    platform::pipewire::Hook hook_;
+    std::unique_ptr<platform::pipewire::Hook> hook_;
 };
 
 }  // namespace cobaltreel::benchmarks

@@ -37,7 +37,8 @@ inline std::optional<std::string> failureOf(pw_stream_state before, pw_stream_st
     return error == nullptr ? "unknown reason" : error;
 }
 
-/// A listener's place in a list of listeners; leaves the list when destroyed.
+/// A listener's place in a list of listeners; leaves the list when destroyed, which must happen before the
+/// object that keeps the list is.
 class Hook {
   public:
     Hook() = default;

@@ -48,8 +48,8 @@ class PipeWireAudioOutput final : public AudioOutput, private pipewire::GraphLis
     }
     void disconnected() override {
         if (stream_) pw_stream_disconnect(stream_.get());  // ends the callback before anything of it goes
-        stream_.reset();
         hook_.reset();
+        stream_.reset();
         hasFailed_ = false;
     }
     void update() {
