@@ -3,6 +3,7 @@
 #include "Platform/Foundation/PlatformError.hpp"
 #include "Platform/Foundation/UniqueFd.hpp"
 
+#include <QCoreApplication>
 #include <QSocketNotifier>
 #include <cerrno>
 #include <cmath>
@@ -61,9 +62,23 @@ class DescriptorWatch final : public Watch {
 
 }  // namespace
 
-void QtMainLoop::post(std::function<void()> work) {
-    QMetaObject::invokeMethod(&context_, std::move(work), Qt::QueuedConnection);
+void QtMainLoop::Inbox::post(std::function<void()> work) {
+    const std::lock_guard lock(mutex_);
+    work_.push_back(std::move(work));
+    QCoreApplication::postEvent(this, wake_.clone());
 }
+
+void QtMainLoop::Inbox::customEvent(QEvent*) {
+    std::function<void()> work;
+    {
+        const std::lock_guard lock(mutex_);
+        work = std::move(work_.front());
+        work_.pop_front();
+    }
+    work();
+}
+
+void QtMainLoop::post(std::function<void()> work) { inbox_.post(std::move(work)); }
 
 std::unique_ptr<Timer> QtMainLoop::scheduleRepeating(double interval, std::function<void()> tick) {
     return std::make_unique<TimerFd>(interval, interval, std::move(tick));
