@@ -12,7 +12,9 @@
 #include "Fakes/VirtualTime.hpp"
 #include "Platform/Foundation/InMemoryUserDefaults.hpp"
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -41,7 +43,7 @@ struct FakeHost {
         services.countdown = countdown;
         services.windows = windows;
         services.alerts = alerts;
-        services.freeBytes = [this](const std::filesystem::path&) { return freeBytes; };
+        services.freeBytes = [this](const std::filesystem::path&) { return freeBytes.load(); };
         services.now = [this] {
             using std::chrono::system_clock;
             return system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(
@@ -77,7 +79,7 @@ struct FakeHost {
     const std::shared_ptr<FakeCountdown> countdown = std::make_shared<FakeCountdown>();
     const std::shared_ptr<FakeWindows> windows = std::make_shared<FakeWindows>();
     const std::shared_ptr<FakeAlerts> alerts = std::make_shared<FakeAlerts>();
-    std::int64_t freeBytes = 100'000'000'000;
+    std::atomic<std::int64_t> freeBytes = 100'000'000'000;  // read on the queue for files
 };
 
 }  // namespace cobaltreel
