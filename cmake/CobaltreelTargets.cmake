@@ -26,6 +26,15 @@ function(cobaltreel_library name)
     target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE CobaltreelFlags ${ARG_PRIVATE})
 endfunction()
 
+# How many times longer than usual the tests may take; scripts and waits of the tests get it from ./test.
+set(COBALTREEL_PATIENCE 1 CACHE STRING "Factor on the time limits of the tests")
+
+# cobaltreel_run_alone(SECONDS TESTS...): these tests meet a desktop or a media server and run one at a time.
+function(cobaltreel_run_alone seconds)
+    math(EXPR limit "${seconds} * ${COBALTREEL_PATIENCE}")
+    set_tests_properties(${ARGN} PROPERTIES RUN_SERIAL ON TIMEOUT ${limit})
+endfunction()
+
 # cobaltreel_test(NAME SOURCES ... LIBRARIES ... [DESKTOP] [LABELS ...]): one test program.
 # DESKTOP runs it inside the virtual desktop of Tests/Rig, one program at a time.
 function(cobaltreel_test name)
@@ -39,8 +48,9 @@ function(cobaltreel_test name)
     if(ARG_DESKTOP)
         add_test(NAME ${name}
             COMMAND ${PROJECT_SOURCE_DIR}/Tests/Rig/desktop -- $<TARGET_FILE:${name}>)
-        set_tests_properties(${name} PROPERTIES RUN_SERIAL ON TIMEOUT ${ARG_TIMEOUT})
+        cobaltreel_run_alone(${ARG_TIMEOUT} ${name})
     else()
+        math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * ${COBALTREEL_PATIENCE}")
         gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${ARG_TIMEOUT})
     endif()
 endfunction()
