@@ -28,8 +28,8 @@ class CommandLineTest : public testing::Test {
   protected:
     static void SetUpTestSuite() {
         scene = startScene();
-        // One take that several tests look at: two seconds, two clicks.
-        Program recording(cobaltreel({"record", "--duration", "2.5", "--auto-zoom"}));
+        // One take that several tests look at: three seconds, two clicks.
+        Program recording(cobaltreel({"record", "--duration", "3.5", "--auto-zoom"}));
         ASSERT_TRUE(recording.readUntil([](const auto&) { return isRecording(); }));
         for (Click& click : clicks) {
             Program({"xdotool", "sleep", "0.5", "mousemove", click.x, click.y}).finish();
@@ -99,7 +99,7 @@ TEST_F(CommandLineTest, ARecordingHoldsWhatHappened) {
     EXPECT_TRUE(meta["autoZoomEnabled"]);
     EXPECT_FALSE(meta["cameraEnabled"]);
     // The end is noted when the movie is complete, which takes a busy encoder a while.
-    EXPECT_GE(meta["recordingEndHostTime"].get<double>() - meta["screenFirstPTS"].get<double>(), 2.4);
+    EXPECT_GE(meta["recordingEndHostTime"].get<double>() - meta["screenFirstPTS"].get<double>(), 3.4);
     EXPECT_GT(events["samples"].size(), 60U);
     EXPECT_TRUE(events["windowFrames"].empty());
     EXPECT_FALSE(fs::exists(fs::path(session) / "camera.mov")) << "there is neither camera nor microphone";
