@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <set>
 #include <string>
 
 #include <gtest/gtest.h>

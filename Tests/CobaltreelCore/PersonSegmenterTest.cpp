@@ -1,7 +1,6 @@
 #include "CobaltreelCore/PersonSegmenter.hpp"
 #include "Fakes/FakeVision.hpp"
 
-#include <array>
 #include <stdexcept>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "CobaltreelCore/ZoomEngine.hpp"
 
-#include <cmath>
 #include <random>
 
 #include <gtest/gtest.h>

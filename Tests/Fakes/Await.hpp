@@ -1,7 +1,6 @@
 #pragma once
 
 #include <exception>
-#include <utility>
 
 #include <QCoro/QCoroTask>
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Platform/Capture/CaptureSession.hpp"
-#include "Platform/Capture/SystemAudio.hpp"
 
 #include <array>
 #include <map>

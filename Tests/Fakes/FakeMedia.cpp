@@ -144,113 +144,101 @@ class FakeMixReader final : public FakeReader {
     std::int64_t position_ = 0;
 };
 
-class FakeWriter;
-
-class FakeInput final : public AssetWriterInput {
-  public:
-    FakeInput(FakeWriter& writer, MediaType type) : writer_(writer), type_(type) {}
-
-    bool isReadyForMoreMediaData() const override;
-    bool waitUntilReady(double) override { return isReadyForMoreMediaData(); }
-    bool append(const SampleBuffer& sample) override;
-    void markAsFinished() override;
-    PixelBufferPool* pixelBufferPool() override;
-
-  private:
-    FakeWriter& writer_;
-    MediaType type_;
-    mutable std::size_t asks_ = 0;  // whether it is ready
-    std::optional<PixelBufferPool> pool_;
-};
-
 class FakeWriter final : public AssetWriter {
   public:
-    FakeWriter(FakeWriting writing, std::shared_ptr<WriterRecord> writerRecord)
-        : script(std::move(writing)), record(std::move(writerRecord)) {}
+    FakeWriter(FakeWriting writing, std::shared_ptr<WriterRecord> record)
+        : script_(std::move(writing)), record_(std::move(record)) {}
 
     AssetWriterInput& addVideoInput(const VideoSettings& settings) override {
-        record->videoSettings = settings;
+        record_->videoSettings = settings;
         return video_;
     }
     AssetWriterInput& addAudioInput(const AudioSettings& settings) override {
-        record->audioSettings = settings;
+        record_->audioSettings = settings;
         return audio_;
     }
     void setChapters(const std::vector<Chapter>&) override {}
     bool startWriting() override {
-        state = script.starts ? Status::writing : Status::failed;
-        if (script.createsFile) std::ofstream(record->path).flush();
-        return script.starts;
+        state_ = script_.starts ? Status::writing : Status::failed;
+        if (script_.createsFile) std::ofstream(record_->path).flush();
+        return script_.starts;
     }
-    void startSession(MediaTime atSourceTime) override { record->sessionStart = atSourceTime; }
-    Status status() const override { return state; }
+    void startSession(MediaTime atSourceTime) override { record_->sessionStart = atSourceTime; }
+    Status status() const override { return state_; }
     std::optional<PlatformError> error() const override {
-        return state == Status::failed ? script.error : std::nullopt;
+        return state_ == Status::failed ? script_.error : std::nullopt;
     }
     std::optional<MediaTime> flush() override {
-        const std::lock_guard lock(mutex);
-        return state == Status::writing ? latest : std::nullopt;
+        const std::lock_guard lock(mutex_);
+        return state_ == Status::writing ? latest_ : std::nullopt;
     }
     void finishWriting(std::function<void()> done) override {
-        if (state == Status::writing) {
-            record->finished = true;
-            state = script.failsOnFinish ? Status::failed : Status::completed;
+        if (state_ == Status::writing) {
+            record_->finished = true;
+            state_ = script_.failsOnFinish ? Status::failed : Status::completed;
         }
         done();
     }
     void cancelWriting() override {
-        record->cancelled = true;
-        state = Status::cancelled;
+        record_->cancelled = true;
+        state_ = Status::cancelled;
     }
-
-    FakeWriting script;
-    std::shared_ptr<WriterRecord> record;
-    std::atomic<Status> state{Status::unknown};
-    std::mutex mutex;                 // `flush` comes on a thread of its own
-    std::optional<MediaTime> latest;  // of the samples taken
 
   private:
-    FakeInput video_{*this, MediaType::video};
-    FakeInput audio_{*this, MediaType::audio};
+    class Input final : public AssetWriterInput {
+      public:
+        Input(FakeWriter& writer, MediaType type) : writer_(writer), isVideo_(type == MediaType::video) {}
+
+        bool isReadyForMoreMediaData() const override {
+            const FakeWriting& script = writer_.script_;
+            ++asks_;
+            if (isVideo_ && script.onVideoAsk) script.onVideoAsk(asks_);
+            return writer_.state_ == Status::writing &&
+                   asks_ > (isVideo_ ? script.videoNotReadyAsks : script.audioNotReadyAsks);
+        }
+        bool waitUntilReady(double) override { return isReadyForMoreMediaData(); }
+        bool append(const SampleBuffer& sample) override {
+            WriterRecord& record = *writer_.record_;
+            if (writer_.state_ != Status::writing || isFinished()) return false;
+            auto& samples = isVideo_ ? record.video : record.audio;
+            samples.push_back(sample);
+            record.order.push_back(isVideo_ ? MediaType::video : MediaType::audio);
+            const std::lock_guard lock(writer_.mutex_);
+            auto& latest = writer_.latest_;
+            if (!latest || *latest < sample.presentationTime) latest = sample.presentationTime;
+            const auto& failsAfter = writer_.script_.failsAfter;
+            if (isVideo_ && failsAfter && samples.size() >= *failsAfter) writer_.state_ = Status::failed;
+            return true;
+        }
+        void markAsFinished() override { isFinished() = true; }
+        PixelBufferPool* pixelBufferPool() override {
+            const auto& settings = writer_.record_->videoSettings;
+            if (!isVideo_ || !writer_.script_.hasPool || !settings) return nullptr;
+            if (!pool_)
+                pool_.emplace(PixelFormat::i420, settings->width, settings->height,
+                              writer_.script_.poolLimit);
+            return &*pool_;
+        }
+
+      private:
+        bool& isFinished() {
+            return isVideo_ ? writer_.record_->videoFinished : writer_.record_->audioFinished;
+        }
+
+        FakeWriter& writer_;
+        bool isVideo_;
+        mutable std::size_t asks_ = 0;  // whether it is ready
+        std::optional<PixelBufferPool> pool_;
+    };
+
+    FakeWriting script_;
+    std::shared_ptr<WriterRecord> record_;
+    std::atomic<Status> state_{Status::unknown};
+    std::mutex mutex_;                 // `flush` comes on a thread of its own
+    std::optional<MediaTime> latest_;  // of the samples taken
+    Input video_{*this, MediaType::video};
+    Input audio_{*this, MediaType::audio};
 };
-
-bool FakeInput::isReadyForMoreMediaData() const {
-    const bool video = type_ == MediaType::video;
-    ++asks_;
-    if (video && writer_.script.onVideoAsk) writer_.script.onVideoAsk(asks_);
-    const std::size_t refused = video ? writer_.script.videoNotReadyAsks : writer_.script.audioNotReadyAsks;
-    return writer_.state == AssetWriter::Status::writing && asks_ > refused;
-}
-
-bool FakeInput::append(const SampleBuffer& sample) {
-    WriterRecord& record = *writer_.record;
-    const bool video = type_ == MediaType::video;
-    const bool finished = video ? record.videoFinished : record.audioFinished;
-    if (writer_.state != AssetWriter::Status::writing || finished) return false;
-    auto& samples = video ? record.video : record.audio;
-    samples.push_back(sample);
-    {
-        const std::lock_guard lock(writer_.mutex);
-        if (!writer_.latest || *writer_.latest < sample.presentationTime)
-            writer_.latest = sample.presentationTime;
-    }
-    record.order.push_back(type_);
-    if (!video) return true;
-    if (writer_.script.failsAfter && samples.size() >= *writer_.script.failsAfter)
-        writer_.state = AssetWriter::Status::failed;
-    return true;
-}
-
-void FakeInput::markAsFinished() {
-    (type_ == MediaType::video ? writer_.record->videoFinished : writer_.record->audioFinished) = true;
-}
-
-PixelBufferPool* FakeInput::pixelBufferPool() {
-    const auto& settings = writer_.record->videoSettings;
-    if (type_ == MediaType::audio || !writer_.script.hasPool || !settings) return nullptr;
-    if (!pool_) pool_.emplace(PixelFormat::i420, settings->width, settings->height, writer_.script.poolLimit);
-    return &*pool_;
-}
 
 }  // namespace
 

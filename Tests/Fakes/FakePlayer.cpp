@@ -1,7 +1,6 @@
 #include "Fakes/FakePlayer.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace platform {

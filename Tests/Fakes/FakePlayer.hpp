@@ -7,7 +7,6 @@
 #include "Platform/Media/PlayerObservers.hpp"
 
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace platform {

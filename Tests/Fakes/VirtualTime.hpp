@@ -4,7 +4,6 @@
 #include "Platform/Foundation/MainLoop.hpp"
 #include "Rig/Eventually.hpp"
 
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <list>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <csignal>
-#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <vector>

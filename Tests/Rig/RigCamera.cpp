@@ -11,7 +11,6 @@
 #include <QImage>
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <memory>

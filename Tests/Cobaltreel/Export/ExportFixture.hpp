@@ -6,8 +6,6 @@
 #include "Rig/TemporaryFolder.hpp"
 
 #include <memory>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

@@ -7,7 +7,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <numbers>
 
 #include <gtest/gtest.h>

@@ -2,7 +2,6 @@
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 
 #include <QLocale>
-#include <QString>
 #include <fstream>
 #include <locale>
 

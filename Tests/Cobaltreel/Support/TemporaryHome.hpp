@@ -3,7 +3,6 @@
 #include "Rig/TemporaryFolder.hpp"
 
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <map>
 #include <optional>

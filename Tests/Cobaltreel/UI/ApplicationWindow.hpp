@@ -8,6 +8,8 @@
 #include <QRasterWindow>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 namespace cobaltreel {
 
 /// A window of some application on the left of the virtual desktop, or over all of it: of one color, active,

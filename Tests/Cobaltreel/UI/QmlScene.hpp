@@ -5,7 +5,6 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QString>
-#include <memory>
 
 #include <gtest/gtest.h>
 

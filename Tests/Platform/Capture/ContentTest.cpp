@@ -10,7 +10,7 @@ namespace platform::test {
 
 namespace {
 
-class Content : public ::testing::Test {
+class ContentTest : public ::testing::Test {
   protected:
     XcbConnection connection_;
     XcbScreenCaptureService service_;
@@ -18,7 +18,7 @@ class Content : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(Content, ListsMonitorsFromTheMainOneWithNegativeOriginsAndStableNumbers) {
+TEST_F(ContentTest, ListsMonitorsFromTheMainOneWithNegativeOriginsAndStableNumbers) {
     const VirtualMonitor left("LEFT", {0, 0, 500, 720}, false);
     const VirtualMonitor right("RIGHT", {500, 100, 780, 620}, true);
     const auto displays = service_.shareableContent().displays;
@@ -47,7 +47,7 @@ TEST_F(Content, ListsMonitorsFromTheMainOneWithNegativeOriginsAndStableNumbers) 
     EXPECT_EQ(recording.settle(), before);
 }
 
-TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
+TEST_F(ContentTest, ListsWindowsFrontToBackWithTheirApplication) {
     ColorWindow first(connection_, 100, 100, 200, 100, {0x111111, false, "First"});
     ColorWindow second(connection_, 150, 150, 200, 100, {0x222222, false, "Second"});
     ColorWindow popUp(connection_, 0, 0, 50, 50, {0x333333, true, "Pop-up"});
@@ -85,7 +85,7 @@ TEST_F(Content, ListsWindowsFrontToBackWithTheirApplication) {
                                    testing::Field(&RunningApplication::processID, getpid()))));
 }
 
-TEST_F(Content, RefusesWhatDoesNotExist) {
+TEST_F(ContentTest, RefusesWhatDoesNotExist) {
     const auto isRefused = [](XcbScreenCaptureService service, const ContentFilter& filter) {
         const auto stream = service.makeStream(filter, configurationFor(100, 100), {});
         std::promise<bool> refused;

@@ -11,7 +11,7 @@ namespace platform::test {
 
 namespace {
 
-class DisplayCapture : public ::testing::Test {
+class DisplayCaptureTest : public ::testing::Test {
   protected:
     Display mainDisplay() { return service_.shareableContent().displays.at(0); }
     StreamConfiguration fullSize() {
@@ -25,7 +25,7 @@ class DisplayCapture : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(DisplayCapture, FollowsASceneThatDrawsAtTheSameRate) {
+TEST_F(DisplayCaptureTest, FollowsASceneThatDrawsAtTheSameRate) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--fill"});
     ASSERT_EQ(scene.readLine(), "ready");
     const Display display = mainDisplay();
@@ -46,7 +46,7 @@ TEST_F(DisplayCapture, FollowsASceneThatDrawsAtTheSameRate) {
     EXPECT_LT(static_cast<double>(seen.size() - 1) / (seen.back().second - seen.front().second), 61);
 }
 
-TEST_F(DisplayCapture, GivesNoFramesOfAStillScreenAndSleeps) {
+TEST_F(DisplayCaptureTest, GivesNoFramesOfAStillScreenAndSleeps) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
     ASSERT_EQ(scene.readLine(), "ready");
     Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, fullSize());
@@ -58,7 +58,7 @@ TEST_F(DisplayCapture, GivesNoFramesOfAStillScreenAndSleeps) {
     EXPECT_LT(processorSeconds() - processorBefore, 0.01 * std::chrono::duration<double>(still).count());
 }
 
-TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
+TEST_F(DisplayCaptureTest, DrawsThePointerWhereItIsAlsoAtTheEdge) {
     ColorWindow ground(connection_, 0, 0, 1280, 720, {0x404040, true, "Ground"});
     ground.show();
     Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, fullSize());
@@ -81,7 +81,7 @@ TEST_F(DisplayCapture, DrawsThePointerWhereItIsAlsoAtTheEdge) {
     }
 }
 
-TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
+TEST_F(DisplayCaptureTest, ScalesAndMakesEveryPixelOpaque) {
     ColorWindow ground(connection_, 0, 0, 1280, 720, {0x408020, true, "Ground"});
     ground.show();
     Recording recording(service_, DisplayContentFilter{mainDisplay(), {}}, configurationFor(640, 640));
@@ -96,7 +96,7 @@ TEST_F(DisplayCapture, ScalesAndMakesEveryPixelOpaque) {
     EXPECT_EQ(transparent, 0);
 }
 
-TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
+TEST_F(DisplayCaptureTest, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
     ColorWindow ground(connection_, 0, 0, 1280, 720, {0x406080, true, "Ground"});
     ground.show();
     std::mt19937 random(7);
@@ -136,7 +136,7 @@ TEST_F(DisplayCapture, PicturesUpdatedPartByPartEqualPicturesTakenAtOnce) {
     }
 }
 
-TEST_F(DisplayCapture, DropsFramesWhileAllAreHeldAndGoesOnAfter) {
+TEST_F(DisplayCaptureTest, DropsFramesWhileAllAreHeldAndGoesOnAfter) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--fill"});
     ASSERT_EQ(scene.readLine(), "ready");
     StreamConfiguration configuration = fullSize();

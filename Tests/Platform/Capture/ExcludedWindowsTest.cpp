@@ -13,7 +13,7 @@ constexpr std::uint32_t beneathColor = 0x11aa33;
 
 /// Records the main display without the windows of the class "OwnApp" and counts the pixels of their
 /// color in every frame.
-class ExcludedWindowsOnScreen : public ::testing::Test {
+class ExcludedWindowsTest : public ::testing::Test {
   protected:
     void record() {
         const Display display = service_.shareableContent().displays.at(0);
@@ -46,7 +46,7 @@ class ExcludedWindowsOnScreen : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
+TEST_F(ExcludedWindowsTest, NeverShowAndTheWindowBeneathDoes) {
     for (const bool isOverride : {true, false}) {
         SCOPED_TRACE(isOverride ? "override-redirect" : "managed");
         ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
@@ -83,7 +83,7 @@ TEST_F(ExcludedWindowsOnScreen, NeverShowAndTheWindowBeneathDoes) {
     }
 }
 
-TEST_F(ExcludedWindowsOnScreen, LeaveNoTraceInAWindowThatPaintsItselfLate) {
+TEST_F(ExcludedWindowsTest, LeaveNoTraceInAWindowThatPaintsItselfLate) {
     // Without a background, as toolkits have it: what the server uncovers keeps what was on the screen until
     // the program paints, here never before the cover has been shown for a while.
     ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
@@ -101,7 +101,7 @@ TEST_F(ExcludedWindowsOnScreen, LeaveNoTraceInAWindowThatPaintsItselfLate) {
     EXPECT_EQ(leaked_, 0);
 }
 
-TEST_F(ExcludedWindowsOnScreen, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
+TEST_F(ExcludedWindowsTest, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
     rig::ChildProcess scene({rigProgram("RigScene"), "--still"});
     ASSERT_EQ(scene.readLine(), "ready");
     record();
@@ -119,7 +119,7 @@ TEST_F(ExcludedWindowsOnScreen, LeaveTheRootsBackgroundWhereThereIsNoWindow) {
     EXPECT_EQ(leaked_, 0);
 }
 
-TEST_F(ExcludedWindowsOnScreen, GiveNoFramesForTheirOwnDrawing) {
+TEST_F(ExcludedWindowsTest, GiveNoFramesForTheirOwnDrawing) {
     ColorWindow beneath(connection_, 100, 100, 600, 400, {beneathColor, true, "Beneath"});
     beneath.show();
     auto covering = own(250, 200, 200, 150, true);
@@ -133,7 +133,7 @@ TEST_F(ExcludedWindowsOnScreen, GiveNoFramesForTheirOwnDrawing) {
     EXPECT_TRUE(shows(350, 280, 0x2255cc));
 }
 
-TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
+TEST_F(ExcludedWindowsTest, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
     ColorWindow beneath(connection_, 700, 0, 300, 200, {beneathColor, true, "Beneath"});
     beneath.show();
     // Some window managers' own trays have no class of theirs.
@@ -158,7 +158,7 @@ TEST_F(ExcludedWindowsOnScreen, AnIconInSomebodyElsesTrayIsCoveredByTheTray) {
     EXPECT_EQ(leaked_, 0);
 }
 
-TEST_F(ExcludedWindowsOnScreen, TheRootsColorIsSeenWhereTheyAre) {
+TEST_F(ExcludedWindowsTest, TheRootsColorIsSeenWhereTheyAre) {
     const std::uint32_t color = 0x336699, before = 0;
     const auto paintRoot = [&](std::uint32_t with) {
         xcb_change_window_attributes(connection_.get(), connection_.root(), XCB_CW_BACK_PIXEL, &with);

@@ -8,7 +8,7 @@
 
 namespace platform::test {
 
-TEST(Letterbox, KeepsProportionsAndTakesOnePixelAsRounding) {
+TEST(LetterboxTest, KeepsProportionsAndTakesOnePixelAsRounding) {
     const struct {
         int sourceWidth, sourceHeight, frameWidth, frameHeight;
         PixelRect fitted;
@@ -22,7 +22,7 @@ TEST(Letterbox, KeepsProportionsAndTakesOnePixelAsRounding) {
             << c.sourceWidth << "x" << c.sourceHeight << " in " << c.frameWidth << "x" << c.frameHeight;
 }
 
-TEST(DirtyArea, HoldsAllThatWasAddedInFewRectanglesWithoutOverlap) {
+TEST(DirtyAreaTest, HoldsAllThatWasAddedInFewRectanglesWithoutOverlap) {
     DirtyArea dirty;
     std::vector<PixelRect> added;
     for (int i = 0; i < 200; ++i) {
@@ -37,7 +37,7 @@ TEST(DirtyArea, HoldsAllThatWasAddedInFewRectanglesWithoutOverlap) {
 }
 
 /// What the server tells of a window of 100 x 80, of which the left half is not painted yet, that is resized.
-TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
+TEST(UnpaintedAreaTest, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
     const PixelRect whole{0, 0, 100, 80}, larger{0, 0, 120, 80}, leftHalf{0, 0, 50, 80};
     const auto isUnpainted = [](const UnpaintedArea& area, int x, int y) {
         for (const PixelRect& each : area.rects())
@@ -81,7 +81,7 @@ TEST(UnpaintedArea, BelievesOnlyPaintingsThatAreNotTheServersOwnMoves) {
     EXPECT_TRUE(area.rects().empty());
 }
 
-TEST(FramePacer, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
+TEST(FramePacerTest, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
     constexpr double interval = 1.0 / 60;
     for (const double phase : {0.0, 0.0005, 0.4, 0.999}) {
         FramePacer grid(interval);
@@ -103,7 +103,7 @@ TEST(FramePacer, GivesASourceOfTheSameRateOneFrameASlotWhateverItsJitter) {
     }
 }
 
-TEST(FramePacer, DoesNotCatchUpAfterAPause) {
+TEST(FramePacerTest, DoesNotCatchUpAfterAPause) {
     FramePacer grid(0.1);
     grid.take(10);
     grid.take(12.34);

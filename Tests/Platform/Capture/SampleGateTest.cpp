@@ -14,7 +14,7 @@ SampleBuffer silence(double seconds) {
     return {MediaTime::fromSeconds(seconds, nanosecondTimescale), nullptr, sound};
 }
 
-TEST(SampleGate, BoundsWhatWaitsAndHandlesNothingOnceClosed) {
+TEST(SampleGateTest, BoundsWhatWaitsAndHandlesNothingOnceClosed) {
     SerialQueue queue("test");
     std::promise<void> release;
     queue.async([waiting = release.get_future().share()] { waiting.wait(); });

@@ -24,7 +24,7 @@ void shrinkScreen(XcbConnection& connection) {
         connection.succeeded(xcb_randr_set_screen_size_checked(c, connection.root(), 640, 400, 200, 150)));
 }
 
-class ServerLoss : public ::testing::Test {
+class ServerLossTest : public ::testing::Test {
   protected:
     std::unique_ptr<Recording> record(int width = 800, int height = 600) {
         auto recording = std::make_unique<Recording>(
@@ -39,7 +39,7 @@ class ServerLoss : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(ServerLoss, IsToldOnceAndTheStreamEnds) {
+TEST_F(ServerLossTest, IsToldOnceAndTheStreamEnds) {
     const auto recording = record();
     server.end(SIGKILL);
     ASSERT_TRUE(recording->waitForError());
@@ -48,7 +48,7 @@ TEST_F(ServerLoss, IsToldOnceAndTheStreamEnds) {
     EXPECT_THROW(service.shareableContent(), PlatformError);
 }
 
-TEST_F(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
+TEST_F(ServerLossTest, AFrozenServerDoesNotHoldUpStopping) {
     XcbConnection connection(server.display());
     ColorWindow window(connection, 0, 0, 100, 100, {0xff0000, true, "Window"});
     const auto recording = record();
@@ -59,7 +59,7 @@ TEST_F(ServerLoss, AFrozenServerDoesNotHoldUpStopping) {
     kill(server.id(), SIGCONT);
 }
 
-TEST_F(ServerLoss, AScreenOfFewColorsIsRefusedWithAWord) {
+TEST_F(ServerLossTest, AScreenOfFewColorsIsRefusedWithAWord) {
     const PrivateServer poor("640x480x16");
     try {
         XcbScreenCaptureService(poor.display()).shareableContent();
@@ -69,7 +69,7 @@ TEST_F(ServerLoss, AScreenOfFewColorsIsRefusedWithAWord) {
     }
 }
 
-TEST_F(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
+TEST_F(ServerLossTest, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
     XcbConnection connection(server.display());
     ColorWindow ground(connection, 0, 0, 800, 600, {0x40a060, true, "Ground"});
     ground.show();
@@ -83,7 +83,7 @@ TEST_F(ServerLoss, ADisplayThatShrinksIsFittedIntoTheConfiguredSize) {
     EXPECT_THAT(recording->errors(), testing::IsEmpty());
 }
 
-TEST_F(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
+TEST_F(ServerLossTest, ADisplayThatIsNoLongerThereEndsTheStream) {
     for (const bool isRemoved : {true, false}) {
         PrivateServer another;
         XcbScreenCaptureService there(another.display());
@@ -105,7 +105,7 @@ TEST_F(ServerLoss, ADisplayThatIsNoLongerThereEndsTheStream) {
     }
 }
 
-TEST_F(ServerLoss, StoppingAtAnyMomentEndsTheThread) {
+TEST_F(ServerLossTest, StoppingAtAnyMomentEndsTheThread) {
     const Display display = service.shareableContent().displays.at(0);
     for (int i = 0; i < 30; ++i) {
         SerialQueue queue("cobaltreel.test.brief");

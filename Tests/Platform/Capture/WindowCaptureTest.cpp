@@ -13,9 +13,9 @@ namespace {
 
 constexpr std::uint32_t red = 0xcc2020, blue = 0x2030dd, green = 0x20bb40;
 
-class WindowCapture : public ::testing::Test {
+class WindowCaptureTest : public ::testing::Test {
   protected:
-    WindowCapture() : window_(connection_, 200, 150, 320, 240, {red, false, "Recorded"}) {
+    WindowCaptureTest() : window_(connection_, 200, 150, 320, 240, {red, false, "Recorded"}) {
         window_.show();
         const auto isListed = [this] { return find().has_value(); };
         EXPECT_TRUE(eventually(isListed));
@@ -48,7 +48,7 @@ class WindowCapture : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
+TEST_F(WindowCaptureTest, FitsAResizedWindowIntoTheConfiguredSize) {
     const auto recording = record();
     ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
     const int width = recording->latest()->width(), height = recording->latest()->height();
@@ -63,7 +63,7 @@ TEST_F(WindowCapture, FitsAResizedWindowIntoTheConfiguredSize) {
     EXPECT_EQ(recording->latest()->height(), height);
 }
 
-TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
+TEST_F(WindowCaptureTest, KeepsStillWhileIconifiedAndGoesOnAfter) {
     const auto recording = record();
     ASSERT_TRUE(showsAt(*recording, 0.5, 0.5, red));
     constexpr std::uint32_t iconic = 3;
@@ -79,7 +79,7 @@ TEST_F(WindowCapture, KeepsStillWhileIconifiedAndGoesOnAfter) {
     EXPECT_TRUE(showsAt(*recording, 0.5, 0.5, blue));
 }
 
-TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowGoes) {
+TEST_F(WindowCaptureTest, EndsOnceWithAClearErrorWhenTheWindowGoes) {
     for (const bool isClosed : {false, true}) {
         window_.show();
         const auto recording = record();
@@ -95,7 +95,7 @@ TEST_F(WindowCapture, EndsOnceWithAClearErrorWhenTheWindowGoes) {
     }
 }
 
-TEST_F(WindowCapture, TakesWindowsOfAnySize) {
+TEST_F(WindowCaptureTest, TakesWindowsOfAnySize) {
     for (const auto& [width, height] : {std::pair(1, 1), std::pair(7, 900), std::pair(3000, 2000)}) {
         ColorWindow odd(connection_, -20, -10, width, height, {green, true, "Odd"});
         odd.show();
@@ -118,7 +118,7 @@ TEST_F(WindowCapture, TakesWindowsOfAnySize) {
     }
 }
 
-TEST_F(WindowCapture, TakesATranslucentWindowAsOnBlack) {
+TEST_F(WindowCaptureTest, TakesATranslucentWindowAsOnBlack) {
     xcb_visualid_t visual = XCB_NONE;
     for (auto each = xcb_screen_allowed_depths_iterator(&connection_.screen()); each.rem > 0;
          xcb_depth_next(&each))
@@ -146,7 +146,7 @@ TEST_F(WindowCapture, TakesATranslucentWindowAsOnBlack) {
     window_.settle();
 }
 
-TEST_F(WindowCapture, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {
+TEST_F(WindowCaptureTest, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {
     const Window whole = *find();
     window_.setCardinals("_GTK_FRAME_EXTENTS", {10, 11, 5, 6});
     const Window cut = *find();
@@ -162,7 +162,7 @@ TEST_F(WindowCapture, LeavesOutTheInvisibleShadowAndKeepsOddSizesSharp) {
     }));
 }
 
-TEST_F(WindowCapture, DrawsThePointerOnlyInsideTheWindow) {
+TEST_F(WindowCaptureTest, DrawsThePointerOnlyInsideTheWindow) {
     showsCursor_ = true;
     const auto recording = record();
     const Rect frame = find()->frame;

@@ -91,7 +91,7 @@ bool isInstalled(const std::string& program) {
     return false;
 }
 
-class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
+class WindowPrivacyTest : public ::testing::TestWithParam<WindowManager> {
   protected:
     void SetUp() override {
         const auto& program = GetParam().command;
@@ -153,7 +153,7 @@ class WindowPrivacy : public ::testing::TestWithParam<WindowManager> {
 
 }  // namespace
 
-TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
+TEST_P(WindowPrivacyTest, NoPixelOfAnythingElseIsEverDelivered) {
     XcbScreenCaptureService service(server_.display());
     SlowlyPaintedWindow recorded(server_.display(), {200, 150, 400, 300});
     const auto find = [&]() -> std::optional<Window> {
@@ -248,7 +248,7 @@ TEST_P(WindowPrivacy, NoPixelOfAnythingElseIsEverDelivered) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    WindowManagers, WindowPrivacy,
+    WindowManagers, WindowPrivacyTest,
     testing::Values(WindowManager{"marco", {"marco", "--composite", "--sm-disable"}, true},
                     WindowManager{"xfwm4", {"xfwm4", "--compositor=on", "--vblank=off"}, true},
                     WindowManager{"openbox", {"openbox", "--sm-disable"}, false},

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <filesystem>
-#include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -14,7 +14,7 @@
 
 namespace platform {
 
-TEST(Relauncher, TheNextInstanceStartsOnceThisOneHasEndedHoweverItEnds) {
+TEST(RelauncherTest, TheNextInstanceStartsOnceThisOneHasEndedHoweverItEnds) {
     namespace fs = std::filesystem;
     const rig::TemporaryFolder folder;
     const fs::path started = folder / "started";

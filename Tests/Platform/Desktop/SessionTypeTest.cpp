@@ -15,7 +15,7 @@ Session decide(std::map<std::string, std::string> environment) {
     });
 }
 
-TEST(SessionType, IsWhatTheSessionSaysOfItself) {
+TEST(SessionTypeTest, IsWhatTheSessionSaysOfItself) {
     const struct {
         std::map<std::string, std::string> environment;
         SessionType type;

@@ -10,11 +10,10 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <unistd.h>
 
 namespace platform {
 
-TEST(SystemSettings, OpensTheDesktopsOwnPageElseAnyElseNothing) {
+TEST(SystemSettingsTest, OpensTheDesktopsOwnPageElseAnyElseNothing) {
     using Command = QtSystemSettings::Command;
     struct Case {
         const char* anchor;
@@ -45,7 +44,7 @@ TEST(SystemSettings, OpensTheDesktopsOwnPageElseAnyElseNothing) {
     }
 }
 
-TEST(SystemSettings, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
+TEST(SystemSettingsTest, TheProgramHasTheSignalsThatThisOneKeepsForItself) {
     const rig::TemporaryFolder folder;
     const std::string path = getenv("PATH"), mask = (folder / "mask").string();
     std::ofstream(folder / "pavucontrol") << "#!/bin/sh\ngrep SigBlk /proc/self/status >" << mask

@@ -8,7 +8,7 @@
 
 namespace platform::test {
 
-TEST(TrayWatch, TellsWhenATrayComesAndGoes) {
+TEST(TrayWatchTest, TellsWhenATrayComesAndGoes) {
     const auto loop = std::make_shared<VirtualTime>();
     int changes = 0;
     XcbTrayWatch watch(*loop, [&] { ++changes; });
@@ -28,7 +28,7 @@ TEST(TrayWatch, TellsWhenATrayComesAndGoes) {
     EXPECT_FALSE(watch.hasTray());
 }
 
-TEST(ScreenAccess, IsWhatTheServerAllows) {
+TEST(ScreenAccessTest, IsWhatTheServerAllows) {
     EXPECT_TRUE(XcbScreenAccess().preflight());
     EXPECT_FALSE(XcbScreenAccess(":4711").preflight()) << "no such server";
 }

@@ -16,7 +16,7 @@ namespace platform::test {
 
 namespace {
 
-class DesktopOnScreen : public ::testing::Test {
+class XcbDesktopTest : public ::testing::Test {
   protected:
     bool pointerIs(double x, double y, std::int64_t buttons) {
         return eventually([=, this] {
@@ -29,7 +29,7 @@ class DesktopOnScreen : public ::testing::Test {
     XcbDesktop desktop_;
 };
 
-TEST(CompoundText, IsReadAsFarAsItsSetsAreKnown) {
+TEST(CompoundTextTest, IsReadAsFarAsItsSetsAreKnown) {
     const std::pair<std::string, std::string> cases[]{
         {"plain", "plain"},
         {"caf\xe9", "café"},
@@ -44,7 +44,7 @@ TEST(CompoundText, IsReadAsFarAsItsSetsAreKnown) {
 
 }  // namespace
 
-TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
+TEST_F(XcbDesktopTest, TellsThePointerFromTheBottomLeftWithItsButtons) {
     movePointer(connection_, 300, 20);
     EXPECT_TRUE(pointerIs(300, 700, 0));
     const struct {
@@ -59,7 +59,7 @@ TEST_F(DesktopOnScreen, TellsThePointerFromTheBottomLeftWithItsButtons) {
     }
 }
 
-TEST_F(DesktopOnScreen, APointerAtAnEdgeIsWithinItsScreen) {
+TEST_F(XcbDesktopTest, APointerAtAnEdgeIsWithinItsScreen) {
     const Rect whole{0, 0, 1280, 720};
     for (const auto& [x, y] : {std::pair{0, 0}, {1279, 719}, {640, 0}, {0, 719}}) {
         movePointer(connection_, x, y);
@@ -70,7 +70,7 @@ TEST_F(DesktopOnScreen, APointerAtAnEdgeIsWithinItsScreen) {
     }
 }
 
-TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
+TEST_F(XcbDesktopTest, ListsScreensAroundTheMainOne) {
     const VirtualMonitor left("LEFT", {0, 0, 500, 720}, false);
     const VirtualMonitor right("RIGHT", {500, 100, 780, 620}, true);
     XcbDesktop desktop;
@@ -89,7 +89,7 @@ TEST_F(DesktopOnScreen, ListsScreensAroundTheMainOne) {
     }));
 }
 
-TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
+TEST_F(XcbDesktopTest, FollowsAWindowsFrame) {
     ColorWindow window(connection_, 200, 150, 320, 240, {0x123456, false, "Framed"});
     EXPECT_EQ(desktop_.windowBounds(window.id()), std::nullopt) << "not shown yet";
     window.show();
@@ -112,7 +112,7 @@ TEST_F(DesktopOnScreen, FollowsAWindowsFrame) {
     EXPECT_EQ(desktop_.windowBounds(0x7fffff1), std::nullopt);
 }
 
-TEST(DesktopWithoutServer, KeepsAnsweringAfterItsServerHasGone) {
+TEST(DesktopWithoutServerTest, KeepsAnsweringAfterItsServerHasGone) {
     PrivateServer server;
     XcbDesktop desktop(server.display());
     const PointerState last = desktop.pointer();

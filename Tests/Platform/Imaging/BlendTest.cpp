@@ -6,7 +6,7 @@
 namespace platform::test {
 namespace {
 
-TEST(Blend, SourceOverInsideItsRectangleAlone) {
+TEST(BlendTest, SourceOverInsideItsRectangleAlone) {
     const auto below = flatPicture(4, 3, {200, 100, 40, 255});
     blendOver(*flatPicture(2, 1, {0, 50, 128, 128}), *below, 1, 2);
     for (int y = 0; y < 3; ++y)
@@ -21,7 +21,7 @@ TEST(Blend, SourceOverInsideItsRectangleAlone) {
     EXPECT_EQ(pixelAt(*half, 0, 0), (Pixel{0, 75, 192, 192}));
 }
 
-TEST(Blend, MasksMultiplyAndSumsEndAtWhite) {
+TEST(BlendTest, MasksMultiplyAndSumsEndAtWhite) {
     const auto picture = flatPicture(4, 1, {250, 100, 3, 255});
     const std::array<int, 4> levels{0, 1, 128, 255};
     multiplyByMask(*picture,
@@ -33,7 +33,7 @@ TEST(Blend, MasksMultiplyAndSumsEndAtWhite) {
     EXPECT_EQ(pixelAt(*picture, 3, 0), (Pixel{255, 120, 33, 255}));
 }
 
-TEST(Blend, ChangesNoSampleOfAPlaneOutsideItsRectangle) {
+TEST(BlendTest, ChangesNoSampleOfAPlaneOutsideItsRectangle) {
     const auto source = noise(PixelFormat::i420, 101, 67, 9);
     const auto out = converted(*source, PixelFormat::i420);
     // In the middle, at the odd lower right edge, and one that is transparent.
@@ -55,7 +55,7 @@ TEST(Blend, ChangesNoSampleOfAPlaneOutsideItsRectangle) {
     EXPECT_GT(changed, 200);
 }
 
-TEST(Blend, OnPlanesItIsAsInColors) {
+TEST(BlendTest, OnPlanesItIsAsInColors) {
     const auto colors = waves(96, 64);
     const auto veil = bgraPicture(96, 64, [](int x, int y) {
         const int alpha = std::min(255, x * 2 + y);
@@ -70,7 +70,7 @@ TEST(Blend, OnPlanesItIsAsInColors) {
     }
 }
 
-TEST(Blend, BlackIsBlackInEveryFormatAndMatrix) {
+TEST(BlendTest, BlackIsBlackInEveryFormatAndMatrix) {
     for (const ColorMatrix matrix : matrices) {
         const auto planar = noise(PixelFormat::i420, 9, 5, 1, matrix);
         fillBlack(*planar);

@@ -32,7 +32,7 @@ Coverage coverageOf(const PixelBuffer& picture) {
     return coverage;
 }
 
-TEST(Ellipse, CoversTheRightAreaAtTheRightPlace) {
+TEST(EllipseTest, CoversTheRightAreaAtTheRightPlace) {
     PixelBuffer filled(PixelFormat::bgra, 200, 150);
     fillEllipse(filled, {20.3, 90.6, 60, 40}, white);
     const Coverage fill = coverageOf(filled);
@@ -48,7 +48,7 @@ TEST(Ellipse, CoversTheRightAreaAtTheRightPlace) {
     EXPECT_NEAR(stroke.y, 70, 0.05);
 }
 
-TEST(Ellipse, LiesOverWhatIsThereAndIsPremultiplied) {
+TEST(EllipseTest, LiesOverWhatIsThereAndIsPremultiplied) {
     PixelBuffer picture(PixelFormat::bgra, 20, 20);
     fillEllipse(picture, {0, 0, 20, 20}, {1, 0.5, 0, 0.4});
     const Pixel alone = pixelAt(picture, 10, 10);
@@ -66,7 +66,7 @@ TEST(Ellipse, LiesOverWhatIsThereAndIsPremultiplied) {
     EXPECT_EQ(pixelAt(picture, 0, 0), (Pixel{0, 0, 0, 0}));
 }
 
-TEST(Ellipse, WhatIsNoneDrawsNothing) {
+TEST(EllipseTest, WhatIsNoneDrawsNothing) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     PixelBuffer picture(PixelFormat::bgra, 40, 30);
     fillEllipse(picture, {100, 100, 10, 10}, white);

@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <memory>
 #include <random>
-#include <vector>
 
 // Small pictures for the tests. Rows count from the top, as in memory.
 

@@ -13,7 +13,7 @@
 namespace platform::test {
 namespace {
 
-TEST(PixelBuffer, laysOutZeroedAlignedPlanes) {
+TEST(PixelBufferTest, LaysOutZeroedAlignedPlanes) {
     const PixelBuffer odd(PixelFormat::i420, 7, 5);
     ASSERT_EQ(odd.planeCount(), 3);
     for (int i = 0; i < 3; ++i) {
@@ -27,7 +27,7 @@ TEST(PixelBuffer, laysOutZeroedAlignedPlanes) {
     }
 }
 
-TEST(PixelBuffer, refusesSizesThatAreNone) {
+TEST(PixelBufferTest, RefusesSizesThatAreNone) {
     for (const auto& [width, height] : {std::pair{0, 4}, {4, 0}, {-1, 4}, {4, 32769}, {1 << 30, 1 << 30}}) {
         try {
             const PixelBuffer buffer(PixelFormat::bgra, width, height);
@@ -39,7 +39,7 @@ TEST(PixelBuffer, refusesSizesThatAreNone) {
     }
 }
 
-TEST(PixelBuffer, keepsTheOwnerOfForeignMemory) {
+TEST(PixelBufferTest, KeepsTheOwnerOfForeignMemory) {
     auto memory = std::make_shared<std::vector<std::uint8_t>>(16, std::uint8_t{7});
     const std::weak_ptr watched = memory;
     std::optional<PixelBuffer> buffer;
@@ -50,7 +50,7 @@ TEST(PixelBuffer, keepsTheOwnerOfForeignMemory) {
     EXPECT_TRUE(watched.expired());
 }
 
-TEST(PixelBufferPool, handsOutItsLimitAndRecycles) {
+TEST(PixelBufferPoolTest, HandsOutItsLimitAndRecycles) {
     PixelBufferPool pool(PixelFormat::i420, 16, 8, 2, ColorMatrix::bt601Full);
     auto first = pool.createPixelBuffer();
     const auto second = pool.createPixelBuffer();
@@ -65,13 +65,13 @@ TEST(PixelBufferPool, handsOutItsLimitAndRecycles) {
     EXPECT_EQ(pool.createPixelBuffer().get(), address);
 }
 
-TEST(PixelBufferPool, aFailedBufferTakesNoPlace) {
+TEST(PixelBufferPoolTest, AFailedBufferTakesNoPlace) {
     PixelBufferPool pool(PixelFormat::bgra, 0, 8, 1);
     EXPECT_THROW(pool.createPixelBuffer(), PlatformError);
     EXPECT_THROW(pool.createPixelBuffer(), PlatformError);
 }
 
-TEST(PixelBufferPool, buffersOutliveIt) {
+TEST(PixelBufferPoolTest, BuffersOutliveIt) {
     auto pool = std::make_unique<PixelBufferPool>(PixelFormat::gray8, 4, 4, 2);
     auto kept = pool->createPixelBuffer();
     pool->createPixelBuffer();
@@ -81,7 +81,7 @@ TEST(PixelBufferPool, buffersOutliveIt) {
     kept.reset();
 }
 
-TEST(PixelBufferPool, neverExceedsItsLimitFromSeveralThreads) {
+TEST(PixelBufferPoolTest, NeverExceedsItsLimitFromSeveralThreads) {
     PixelBufferPool pool(PixelFormat::gray8, 8, 8, 3);
     std::atomic<int> out = 0, most = 0;
     const auto work = [&] {

@@ -35,7 +35,7 @@ class PixelKernelTest : public testing::Test {
     std::mt19937 random_{7};
 };
 
-TEST_F(PixelKernelTest, fastAndPortableRowsAgree) {
+TEST_F(PixelKernelTest, FastAndPortableRowsAgree) {
     for (const int count : {1, 15, 16, 17, 100}) {
         for (const int taps : {1, 2, 3, 4, 5, 9}) {
             const Bytes source = bytes(static_cast<std::size_t>(count + taps));
@@ -63,7 +63,7 @@ TEST_F(PixelKernelTest, fastAndPortableRowsAgree) {
     }
 }
 
-TEST_F(PixelKernelTest, fastAndPortableFiltersAgree) {
+TEST_F(PixelKernelTest, FastAndPortableFiltersAgree) {
     for (const int outputs : {1, 3, 8, 21, 64}) {
         for (const double step : {0.11, 0.5, 1.0, 1.5, 2.0, 2.3, 7.7, -0.6, -1.8}) {
             const int size = 40;
@@ -83,14 +83,14 @@ TEST_F(PixelKernelTest, fastAndPortableFiltersAgree) {
     }
 }
 
-TEST_F(PixelKernelTest, theUsualStepsTakeTheFastFilter) {
+TEST_F(PixelKernelTest, TheUsualStepsTakeTheFastFilter) {
     for (const double step : {0.25, 0.5, 1.3, 1.5, 2.0})
         for (const AxisKernel kernel : {AxisKernel::linear, AxisKernel::cubic})
             EXPECT_FALSE(makeHorizontalFilter({step, 0.4, 0, 1920, 900, kernel}).blocks.empty()) << step;
 }
 
 /// Each pair of an alpha and a channel, against arithmetic on fractions.
-TEST_F(PixelKernelTest, blendingAndMaskingAreRoundedExactly) {
+TEST_F(PixelKernelTest, BlendingAndMaskingAreRoundedExactly) {
     for (const PixelKernels* kernels : {&fast_, &plain_}) {
         for (int alpha = 0; alpha <= 255; ++alpha) {
             Bytes top, below, mask, masked;

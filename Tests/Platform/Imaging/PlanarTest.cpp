@@ -7,7 +7,7 @@
 namespace platform::test {
 namespace {
 
-TEST(Planar, AgreesWithTheWayThroughColors) {
+TEST(PlanarTest, AgreesWithTheWayThroughColors) {
     const auto source = converted(*waves(160, 120), PixelFormat::i420);
     Resampler resampler;
     for (const Rect& part : {Rect{0, 0, 160, 120}, Rect{0, 60, 80, 60}, Rect{33.3, 21.7, 91, 68.25}}) {
@@ -19,7 +19,7 @@ TEST(Planar, AgreesWithTheWayThroughColors) {
 }
 
 /// A chroma step that lies on a luma step stays on it, whatever the zoom.
-TEST(Planar, ColorStaysWithBrightness) {
+TEST(PlanarTest, ColorStaysWithBrightness) {
     const auto colors = bgraPicture(64, 8, [](int x, int) {
         return x < 32 ? Pixel{0, 0, 160, 255} : Pixel{255, 255, 255, 255};
     });
@@ -39,7 +39,7 @@ TEST(Planar, ColorStaysWithBrightness) {
     }
 }
 
-TEST(Planar, ColorsSurviveTheRoundTripInEveryMatrix) {
+TEST(PlanarTest, ColorsSurviveTheRoundTripInEveryMatrix) {
     const auto colors = bgraPicture(64, 64, [](int x, int y) {
         const int block = x / 8 + y / 8 * 8;
         return Pixel{block * 37 % 256, block * 91 % 256, block * 53 % 256, 255};
@@ -59,7 +59,7 @@ TEST(Planar, ColorsSurviveTheRoundTripInEveryMatrix) {
 }
 
 /// Published figures: pure colors in BT.709 and BT.601, limited and full.
-TEST(Planar, PureColorsHaveTheirPublishedLevels) {
+TEST(PlanarTest, PureColorsHaveTheirPublishedLevels) {
     struct Case {
         ColorMatrix matrix;
         Pixel color;
@@ -85,7 +85,7 @@ TEST(Planar, PureColorsHaveTheirPublishedLevels) {
     }
 }
 
-TEST(Planar, PairsThatMakeNoSenseAreRefused) {
+TEST(PlanarTest, PairsThatMakeNoSenseAreRefused) {
     const auto gray = noise(PixelFormat::gray8, 5, 3);
     PixelBuffer colors(PixelFormat::bgra, 5, 3), small(PixelFormat::gray8, 4, 3);
     EXPECT_THROW(convertPixels(*gray, colors), PlatformError);

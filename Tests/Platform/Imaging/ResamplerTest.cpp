@@ -4,6 +4,7 @@
 #include <limits>
 
 #include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
 
 namespace platform::test {
 namespace {
@@ -32,7 +33,7 @@ double referenceSample(const PixelBuffer& source, int channel, double x, double 
     return sum / total;
 }
 
-TEST(Resampler, FollowsTheReferenceForAnyPartAndScale) {
+TEST(ResamplerTest, FollowsTheReferenceForAnyPartAndScale) {
     std::mt19937 random(3);
     const auto between = [&](double low, double high) {
         return std::uniform_real_distribution<double>(low, high)(random);
@@ -78,7 +79,7 @@ TEST(Resampler, FollowsTheReferenceForAnyPartAndScale) {
     }
 }
 
-TEST(Resampler, ACreepingZoomMovesAnEdgeSteadily) {
+TEST(ResamplerTest, ACreepingZoomMovesAnEdgeSteadily) {
     // Bright to the right of x = 200. The part's left edge stays, its right edge creeps in by a tenth of a
     // pixel a frame: the edge moves to the right by the same fraction of an output pixel each time.
     const auto source = grayPicture(400, 4, [](int x, int) { return x < 200 ? 20 : 220; });
@@ -100,7 +101,7 @@ TEST(Resampler, ACreepingZoomMovesAnEdgeSteadily) {
     }
 }
 
-TEST(Resampler, WholeStepsCopyExactly) {
+TEST(ResamplerTest, WholeStepsCopyExactly) {
     const auto source = noise(PixelFormat::bgra, 23, 17);
     PixelBuffer out(PixelFormat::bgra, 10, 8);
     Resampler().draw(*source, {4, 6, 7, 5}, out, {2, 1, 7, 5});
@@ -111,7 +112,7 @@ TEST(Resampler, WholeStepsCopyExactly) {
         }
 }
 
-TEST(Resampler, StrongReductionStaysWithinThePicture) {
+TEST(ResamplerTest, StrongReductionStaysWithinThePicture) {
     const auto white = grayPicture(1000, 900, [](int, int) { return 255; });
     const auto checks = grayPicture(1000, 900, [](int x, int y) { return (x + y) % 2 ? 255 : 0; });
     Resampler resampler;
@@ -125,7 +126,7 @@ TEST(Resampler, StrongReductionStaysWithinThePicture) {
 }
 
 /// What a document that came from elsewhere may claim.
-TEST(Resampler, RectanglesThatAreNoneOrFarAwayAreHarmless) {
+TEST(ResamplerTest, RectanglesThatAreNoneOrFarAwayAreHarmless) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     constexpr double infinity = std::numeric_limits<double>::infinity();
     Resampler resampler;
@@ -146,6 +147,29 @@ TEST(Resampler, RectanglesThatAreNoneOrFarAwayAreHarmless) {
                     EXPECT_TRUE(resampler.draw(*source, boundsOf(*source), out, far));
                 }
             }
+        }
+}
+
+TEST(ResamplerTest, ABlurFollowsTheReference) {
+    Resampler resampler;
+    for (const double sigma : {0.7, 1.5, 4.0, 10.0, 12.0, 16.0})
+        for (const auto& [width, height] : {std::pair{150, 140}, {61, 40}, {9, 5}, {1, 1}}) {
+            // Lit up to the edges: there it fades.
+            const auto source =
+                grayPicture(width, height, [](int x, int y) { return (x / 9 + y / 7) % 3 == 0 ? 255 : 10; });
+            PixelBuffer out(PixelFormat::gray8, width, height);
+            resampler.blur(*source, out, sigma);
+            const auto matrix = [](const Plane& p) {
+                return cv::Mat(p.height, p.width, CV_8UC1, p.data, static_cast<std::size_t>(p.stride));
+            };
+            cv::Mat expected, blurred;
+            matrix(source->plane()).convertTo(expected, CV_64F);
+            matrix(out.plane()).convertTo(blurred, CV_64F);
+            const int reach = static_cast<int>(std::ceil(5 * sigma));
+            cv::GaussianBlur(expected, expected, {2 * reach + 1, 2 * reach + 1}, sigma, sigma,
+                             cv::BORDER_CONSTANT);
+            const double worst = cv::norm(blurred, expected, cv::NORM_INF);
+            EXPECT_LE(worst, 1.5) << sigma << " on " << width << " × " << height;
         }
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class BrokenOff : public MovieTest {
+class BrokenOffTest : public MovieTest {
   protected:
     /// Writes pictures of ten a second, one whole fragment each half second, and returns the file's length
     /// after each of these.
@@ -32,7 +32,7 @@ class BrokenOff : public MovieTest {
     }
 };
 
-TEST_F(BrokenOff, HoldsWhateverWasFlushedAndIsForItsUserAlone) {
+TEST_F(BrokenOffTest, HoldsWhateverWasFlushedAndIsForItsUserAlone) {
     const auto lengths = writeHalves(file("a.mov"), 4);
     for (std::size_t half = 0; half < lengths.size(); ++half) {
         const fs::path part = file("part.mov");
@@ -45,7 +45,7 @@ TEST_F(BrokenOff, HoldsWhateverWasFlushedAndIsForItsUserAlone) {
     EXPECT_EQ(found.st_mode & 0777U, 0600U);
 }
 
-TEST_F(BrokenOff, OpensUpToItsLastWholeFragmentWhereverItBreaks) {
+TEST_F(BrokenOffTest, OpensUpToItsLastWholeFragmentWhereverItBreaks) {
     const auto lengths = writeHalves(file("a.mov"), 3);
     const auto seed = std::random_device()();
     std::mt19937 random(seed);
@@ -61,7 +61,7 @@ TEST_F(BrokenOff, OpensUpToItsLastWholeFragmentWhereverItBreaks) {
     }
 }
 
-TEST_F(BrokenOff, ATrackThatNothingCameOfYetIsEmptyAndOneThatBeganLateIsNot) {
+TEST_F(BrokenOffTest, ATrackThatNothingCameOfYetIsEmptyAndOneThatBeganLateIsNot) {
     for (const bool picturesCome : {false, true}) {
         const auto [writer, video, audio] = begin(file("late.mov"), FileType::quickTimeMovie, smallHevc,
                                                   AudioSettings{48000, 2, 128000, true});
@@ -83,7 +83,7 @@ TEST_F(BrokenOff, ATrackThatNothingCameOfYetIsEmptyAndOneThatBeganLateIsNot) {
     }
 }
 
-TEST_F(BrokenOff, IsNoMovieBeforeItsFirstFragment) {
+TEST_F(BrokenOffTest, IsNoMovieBeforeItsFirstFragment) {
     for (const std::uintmax_t length : {0, 1, 8, 20}) {
         writeHalves(file("a.mov"), 1);
         fs::resize_file(file("a.mov"), length);
@@ -98,7 +98,7 @@ TEST_F(BrokenOff, IsNoMovieBeforeItsFirstFragment) {
     }
 }
 
-TEST_F(BrokenOff, SoundThatChangesItsKindInMidStreamGoesOn) {
+TEST_F(BrokenOffTest, SoundThatChangesItsKindInMidStreamGoesOn) {
     const auto make = [&](const std::string& name, int channels, int rate) {
         const std::string made =
             outputOf("ffmpeg -v error -y -f lavfi -i sine=f=500:r=" + std::to_string(rate) +

@@ -76,7 +76,7 @@ int distance(const Rgb& a, const Rgb& b) {
     return most;
 }
 
-class GifWriting : public MovieTest {
+class GifWriterTest : public MovieTest {
   protected:
     std::vector<Shown> written(const std::vector<std::pair<double, ConstPixelBufferRef>>& pictures) {
         const auto movie = begin(file("a.gif"), FileType::gif, settings(), {}, 100);
@@ -98,7 +98,7 @@ Rgb warm(int x, int y) { return {200 + x / 8, 90 + y / 4, 40}; }
 Rgb cold(int x, int y) { return {20, 90 + x / 2, 250 - y}; }
 Rgb mixed(int x, int y) { return {x * 255 / width, y * 255 / height, (x * y) % 256}; }
 
-TEST_F(GifWriting, DrawsWhatChangesForAsLongAsItIsShown) {
+TEST_F(GifWriterTest, DrawsWhatChangesForAsLongAsItIsShown) {
     const auto still = painted(warm);
     const auto cursor = painted([](int x, int y) { return x < 8 && y < 16 ? Rgb{0, 0, 0} : warm(x, y); });
     const auto noisy = painted([](int x, int y) {
@@ -118,7 +118,7 @@ TEST_F(GifWriting, DrawsWhatChangesForAsLongAsItIsShown) {
     EXPECT_LE(distance(shown[1].at(3, 3), {0, 0, 0}), 4);
 }
 
-TEST_F(GifWriting, EachSceneHasItsColors) {
+TEST_F(GifWriterTest, EachSceneHasItsColors) {
     const std::vector<Rgb (*)(int, int)> scenes{warm, cold, mixed, warm};
     std::vector<std::pair<double, ConstPixelBufferRef>> pictures;
     for (const auto scene : scenes)
@@ -134,7 +134,7 @@ TEST_F(GifWriting, EachSceneHasItsColors) {
     }
 }
 
-TEST(GifPalette, ALargePictureOfOneColorKeepsIt) {
+TEST(GifPaletteTest, ALargePictureOfOneColorKeepsIt) {
     PixelBuffer white(PixelFormat::bgra, 3840, 2160);
     std::ranges::fill_n(white.plane().data, white.plane().stride * white.plane().height, 255);
     gif::ScenePalette palette;
@@ -142,7 +142,7 @@ TEST(GifPalette, ALargePictureOfOneColorKeepsIt) {
     EXPECT_TRUE(palette.serves(white.plane().data));
 }
 
-TEST_F(GifWriting, WhatAMoveLeavesBehindIsCleaned) {
+TEST_F(GifWriterTest, WhatAMoveLeavesBehindIsCleaned) {
     // A veil that fades to something that differs less than the codec's noise does.
     std::vector<std::pair<double, ConstPixelBufferRef>> pictures;
     for (const int veil : {60, 30, 6})
@@ -155,7 +155,7 @@ TEST_F(GifWriting, WhatAMoveLeavesBehindIsCleaned) {
     EXPECT_LE(distance(shown.back().at(90, 60), {240, 240, 240}), 2);
 }
 
-TEST_F(GifWriting, SaysWhyItCannotBeWritten) {
+TEST_F(GifWriterTest, SaysWhyItCannotBeWritten) {
     const auto picture = painted(mixed);
     const auto full = media->makeWriter("/dev/full", FileType::gif);
     auto& input = full->addVideoInput(settings());

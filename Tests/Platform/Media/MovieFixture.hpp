@@ -3,7 +3,6 @@
 #include "Platform/Media/FFmpeg/FFmpegMediaService.hpp"
 #include "Rig/TemporaryFolder.hpp"
 
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>

@@ -4,7 +4,6 @@
 #include "Rig/QtEventually.hpp"
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <fstream>

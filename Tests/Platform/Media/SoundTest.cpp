@@ -36,9 +36,9 @@ void expectOnsets(const std::vector<float>& sound, const std::vector<double>& ex
     for (std::size_t i = 0; i < found.size(); ++i) EXPECT_NEAR(found[i], expected[i], tolerance) << i;
 }
 
-using Sound = MovieTest;
+using SoundTest = MovieTest;
 
-TEST_F(Sound, ComesBackWhereItWas) {
+TEST_F(SoundTest, ComesBackWhereItWas) {
     for (const FileType type : {FileType::mpeg4, FileType::quickTimeMovie}) {
         writeSound(file("a.mov"), type, 5 * 48000, clicks(0.5), 2);
         const auto sound = readSound(file("a.mov"), 5);
@@ -56,7 +56,7 @@ TEST_F(Sound, ComesBackWhereItWas) {
     }
 }
 
-TEST_F(Sound, AMixPlacesCutsAndSumsItsSegments) {
+TEST_F(SoundTest, AMixPlacesCutsAndSumsItsSegments) {
     writeSound(file("clicks.mp4"), FileType::mpeg4, 6 * 48000, clicks(1), 1);
     writeSound(
         file("level.mp4"), FileType::mpeg4, 6 * 48000,
@@ -83,7 +83,7 @@ TEST_F(Sound, AMixPlacesCutsAndSumsItsSegments) {
     EXPECT_EQ(peak(left, 3.51, 3.99), 0);
 }
 
-TEST_F(Sound, AMixIsClippedAtFullScale) {
+TEST_F(SoundTest, AMixIsClippedAtFullScale) {
     writeSound(file("a.mp4"), FileType::mpeg4, 48000,
                [](std::size_t i) { return static_cast<float>(0.8 * std::sin(i * 0.05)); });
     const auto asset = media->asset(file("a.mp4"));
@@ -96,7 +96,7 @@ TEST_F(Sound, AMixIsClippedAtFullScale) {
     EXPECT_EQ(*std::ranges::min_element(all), -1.0F);
 }
 
-TEST_F(Sound, TheMixerGivesTheSameSoundFromAnyPlace) {
+TEST_F(SoundTest, TheMixerGivesTheSameSoundFromAnyPlace) {
     for (const FileType type : {FileType::mpeg4, FileType::quickTimeMovie}) {
         writeSound(file("a.mov"), type, 20 * 48000, clicks(0.25));
         ffmpeg::AudioMixer mixer(composed(file("a.mov"), MediaType::audio, {0.3, 19.7}, 0.1));
@@ -115,7 +115,7 @@ TEST_F(Sound, TheMixerGivesTheSameSoundFromAnyPlace) {
     }
 }
 
-TEST_F(Sound, OtherRatesAndChannelCountsAreConverted) {
+TEST_F(SoundTest, OtherRatesAndChannelCountsAreConverted) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     // Bursts at 1, 2, 3 s in 44.1 kHz, six channels, mono, uncompressed and late sound.
     const std::string source =
@@ -147,7 +147,7 @@ struct Capture {
     std::size_t frames;
 };
 
-class CapturedSound : public MovieTest {
+class CapturedSoundTest : public MovieTest {
   protected:
     /// Records runs whose content is a click at every `period` seconds of true time. The one in the first
     /// 21 ms of the file is lost in its fade. What the device tells of each run's time jitters.
@@ -170,7 +170,7 @@ class CapturedSound : public MovieTest {
     double trueRate_ = 48000;
 };
 
-TEST_F(CapturedSound, GapsOverlapsAndFormatsKeepTheirPlace) {
+TEST_F(CapturedSoundTest, GapsOverlapsAndFormatsKeepTheirPlace) {
     struct Case {
         const char* name;
         AudioFormat format;
@@ -198,7 +198,7 @@ TEST_F(CapturedSound, GapsOverlapsAndFormatsKeepTheirPlace) {
     }
 }
 
-TEST_F(CapturedSound, WhatIsNoSoundCostsOnlyItself) {
+TEST_F(CapturedSoundTest, WhatIsNoSoundCostsOnlyItself) {
     using Limits = std::numeric_limits<float>;
     for (const float wrong : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), 1e30F}) {
         SCOPED_TRACE(wrong);
@@ -218,7 +218,7 @@ TEST_F(CapturedSound, WhatIsNoSoundCostsOnlyItself) {
     }
 }
 
-TEST_F(CapturedSound, WhatEndsALongSilenceIsKept) {
+TEST_F(CapturedSoundTest, WhatEndsALongSilenceIsKept) {
     // Nothing is captured while nothing plays. What then begins arrives in real time, while the encoder still
     // has the silence before it to get through: none of it may be refused.
     constexpr double silence = 300;
@@ -233,7 +233,7 @@ TEST_F(CapturedSound, WhatEndsALongSilenceIsKept) {
     movie.writer->cancelWriting();
 }
 
-TEST_F(CapturedSound, AClockThatRunsFastIsFollowedForTenMinutes) {
+TEST_F(CapturedSoundTest, AClockThatRunsFastIsFollowedForTenMinutes) {
     // The microphone makes 48004.8 frames a second of the host's clock; its runs' times jitter by 3 ms.
     for (const double ppm : {100.0, -100.0}) {
         trueRate_ = 48000 * (1 + ppm * 1e-6);
@@ -252,7 +252,7 @@ TEST_F(CapturedSound, AClockThatRunsFastIsFollowedForTenMinutes) {
     }
 }
 
-TEST_F(Sound, DamagedSoundBecomesSilence) {
+TEST_F(SoundTest, DamagedSoundBecomesSilence) {
     writeSound(file("a.mp4"), FileType::mpeg4, 4 * 48000, clicks(0.5));
     std::filesystem::resize_file(file("a.mp4"), std::filesystem::file_size(file("a.mp4")) / 2);
     const auto sound = readSound(file("a.mp4"), 4);
@@ -261,7 +261,7 @@ TEST_F(Sound, DamagedSoundBecomesSilence) {
     EXPECT_LE(onsets(sound).size(), 6U);
 }
 
-TEST_F(Sound, AMixOfAMissingFileDoesNotStart) {
+TEST_F(SoundTest, AMixOfAMissingFileDoesNotStart) {
     writeSound(file("a.mp4"), FileType::mpeg4, 4800, clicks(0.5));
     const auto composition = composed(file("a.mp4"), MediaType::audio, {0, 0.1});
     std::filesystem::remove(file("a.mp4"));
@@ -272,7 +272,7 @@ TEST_F(Sound, AMixOfAMissingFileDoesNotStart) {
     EXPECT_FALSE(reader->copyNextSampleBuffer());
 }
 
-TEST(CompositionOfTracks, RefusesSpansThatMakeNoSense) {
+TEST(CompositionOfTracksTest, RefusesSpansThatMakeNoSense) {
     AssetTrack sound, picture;
     sound.type = MediaType::audio;
     const struct {

@@ -18,10 +18,10 @@ std::vector<double> uneven(std::size_t count, double step) {
     return times;
 }
 
-class TrueTimes : public MovieTest,
-                  public testing::WithParamInterface<std::tuple<FileType, VideoSettings>> {};
+class TrueTimesTest : public MovieTest,
+                      public testing::WithParamInterface<std::tuple<FileType, VideoSettings>> {};
 
-TEST_P(TrueTimes, SurviveWritingAndReading) {
+TEST_P(TrueTimesTest, SurviveWritingAndReading) {
     const auto [type, settings] = GetParam();
     std::vector<double> times = uneven(90, 1 / 40.0);
     times.push_back(9.87654);  // the screen stood still for a while
@@ -43,15 +43,15 @@ TEST_P(TrueTimes, SurviveWritingAndReading) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Files, TrueTimes,
+    Files, TrueTimesTest,
     testing::Values(std::tuple{FileType::mpeg4, smallH264}, std::tuple{FileType::quickTimeMovie, smallHevc},
                     std::tuple{FileType::quickTimeMovie,
                                VideoSettings{VideoCodec::h264, 64, 48, 400'000, 30, false, true}},
                     std::tuple{FileType::mpeg4, VideoSettings{VideoCodec::hevc, 64, 64, 400'000, 30}}));
 
-using VideoReading = MovieTest;
+using VideoReadingTest = MovieTest;
 
-TEST_F(VideoReading, DeliversTheFrameOnScreenAtTheStartUpToTheEnd) {
+TEST_F(VideoReadingTest, DeliversTheFrameOnScreenAtTheStartUpToTheEnd) {
     const auto times = evenTimes(200, 25);
     const auto delivered = [&](TimeRange range) {
         const auto frames = readFrames(file("a.mp4"), range);
@@ -74,7 +74,7 @@ TEST_F(VideoReading, DeliversTheFrameOnScreenAtTheStartUpToTheEnd) {
     }
 }
 
-TEST_F(VideoReading, BeginsWithTheFirstPictureOfTheSession) {
+TEST_F(VideoReadingTest, BeginsWithTheFirstPictureOfTheSession) {
     const struct {
         std::vector<double> written;
         double session, readFrom;
@@ -93,7 +93,7 @@ TEST_F(VideoReading, BeginsWithTheFirstPictureOfTheSession) {
     }
 }
 
-TEST_F(VideoReading, CodesOddSizesOneLargerWithTheLastLinesRepeated) {
+TEST_F(VideoReadingTest, CodesOddSizesOneLargerWithTheLastLinesRepeated) {
     VideoSettings settings = smallH264;
     settings.width = 33;
     settings.height = 21;
@@ -107,7 +107,7 @@ TEST_F(VideoReading, CodesOddSizesOneLargerWithTheLastLinesRepeated) {
     EXPECT_NEAR(luma.data[21 * luma.stride + 33], expectedLuma(0), 4);
 }
 
-TEST_F(VideoReading, BgraPicturesKeepTheirColors) {
+TEST_F(VideoReadingTest, BgraPicturesKeepTheirColors) {
     auto picture = std::make_shared<PixelBuffer>(PixelFormat::bgra, 64, 48);
     for (int y = 0; y < 48; ++y)
         for (int x = 0; x < 64; ++x) {
@@ -125,7 +125,7 @@ TEST_F(VideoReading, BgraPicturesKeepTheirColors) {
     EXPECT_NEAR(pixel[2], 200, 6);
 }
 
-TEST_F(VideoReading, WhiteIsWhiteWhateverTheCamerasMatrixAndRange) {
+TEST_F(VideoReadingTest, WhiteIsWhiteWhateverTheCamerasMatrixAndRange) {
     const struct {
         ColorMatrix matrix;
         std::uint8_t white;
@@ -156,7 +156,7 @@ TEST_F(VideoReading, WhiteIsWhiteWhateverTheCamerasMatrixAndRange) {
     }
 }
 
-TEST_F(VideoReading, ReadsPixelFormatsAndStartOffsetsOfOtherProducers) {
+TEST_F(VideoReadingTest, ReadsPixelFormatsAndStartOffsetsOfOtherProducers) {
     if (std::system("command -v ffmpeg > /dev/null") != 0) GTEST_SKIP() << "ffmpeg is not installed";
     struct Case {
         const char* name;
@@ -184,7 +184,7 @@ TEST_F(VideoReading, ReadsPixelFormatsAndStartOffsetsOfOtherProducers) {
     }
 }
 
-TEST_F(VideoReading, WhatIsNoMovieIsNamedInTheError) {
+TEST_F(VideoReadingTest, WhatIsNoMovieIsNamedInTheError) {
     std::ofstream(file("notes.txt")) << "These are notes, not a movie.\n";
     std::ofstream(file("empty.mov")).flush();
     ASSERT_EQ(mkfifo(file("pipe.mov").c_str(), 0600), 0);
@@ -200,7 +200,7 @@ TEST_F(VideoReading, WhatIsNoMovieIsNamedInTheError) {
     }
 }
 
-TEST_F(VideoReading, AReaderCanBeDroppedAtAnyMoment) {
+TEST_F(VideoReadingTest, AReaderCanBeDroppedAtAnyMoment) {
     writePictures(file("a.mp4"), FileType::mpeg4, smallH264, evenTimes(300, 30));
     const auto asset = media->asset(file("a.mp4"));
     const auto track = asset->loadTracks(MediaType::video).at(0);

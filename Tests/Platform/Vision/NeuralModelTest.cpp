@@ -184,7 +184,7 @@ TEST_F(NeuralModelTest, AModelThatIsOfNoUseIsToldAndTheProgramsOwnServes) {
     }
 }
 
-TEST(CrashTrial, ACrashStaysInItsOwnProcess) {
+TEST(CrashTrialTest, ACrashStaysInItsOwnProcess) {
     EXPECT_TRUE(survivesTrial([] {}));
     EXPECT_TRUE(survivesTrial([] { throw PlatformError("Vision", 3, "refused"); }));
     EXPECT_FALSE(survivesTrial([] { std::abort(); }));

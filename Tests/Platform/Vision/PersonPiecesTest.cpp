@@ -12,7 +12,7 @@ struct Patch {
     bool counts;  ///< whether it belongs to the person in the end
 };
 
-TEST(PersonPieces, ScrapsGoHandsAndGapsStay) {
+TEST(PersonPiecesTest, ScrapsGoHandsAndGapsStay) {
     // Each upon a body of 60 × 80 at (100, 64), of which the network is sure.
     const cv::Rect body(100, 64, 60, 80);
     const struct {
@@ -44,7 +44,7 @@ TEST(PersonPieces, ScrapsGoHandsAndGapsStay) {
     }
 }
 
-TEST(PersonPieces, NobodyHasNoArea) { EXPECT_EQ(findPerson(cv::Mat1f(144, 256, 0.2F)).area, 0); }
+TEST(PersonPiecesTest, NobodyHasNoArea) { EXPECT_EQ(findPerson(cv::Mat1f(144, 256, 0.2F)).area, 0); }
 
 }  // namespace
 }  // namespace platform::testing

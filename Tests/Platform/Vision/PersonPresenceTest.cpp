@@ -32,7 +32,7 @@ cv::Mat3b showing(const cv::Rect& place) {
     return picture;
 }
 
-TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
+TEST(PersonPresenceTest, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
     struct Case {
         const char* what;
         double confidence;
@@ -53,7 +53,7 @@ TEST(PersonPresence, ADoubtfulThingIsSomebodyOnceItMovesByItself) {
     }
 }
 
-TEST(PersonPresence, AThingThatIsLeftWhenSomebodyGoesIsNobody) {
+TEST(PersonPresenceTest, AThingThatIsLeftWhenSomebodyGoesIsNobody) {
     for (const auto& thing : {plant, elsewhere}) {
         PersonPresence presence;
         EXPECT_TRUE(presence.judge(found(body, 0.98), gray, {}));
@@ -65,7 +65,7 @@ TEST(PersonPresence, AThingThatIsLeftWhenSomebodyGoesIsNobody) {
     }
 }
 
-TEST(PersonPresence, WhatIsDoubtfulAndStandsStillIsNobodyAfterAWhile) {
+TEST(PersonPresenceTest, WhatIsDoubtfulAndStandsStillIsNobodyAfterAWhile) {
     for (const bool stirs : {false, true}) {
         PersonPresence presence;
         EXPECT_TRUE(presence.judge(found(body, 0.98), showing(body), {}));
@@ -79,7 +79,7 @@ TEST(PersonPresence, WhatIsDoubtfulAndStandsStillIsNobodyAfterAWhile) {
     }
 }
 
-TEST(PersonPresence, AnotherSceneIsJudgedAfreshButNotAnotherLight) {
+TEST(PersonPresenceTest, AnotherSceneIsJudgedAfreshButNotAnotherLight) {
     cv::Mat3b room(answer), other(answer);
     cv::RNG(1).fill(room, cv::RNG::UNIFORM, 0, 160);
     cv::RNG(2).fill(other, cv::RNG::UNIFORM, 0, 160);
@@ -90,7 +90,7 @@ TEST(PersonPresence, AnotherSceneIsJudgedAfreshButNotAnotherLight) {
     }
 }
 
-TEST(PersonPresence, SomebodyOnTheirWayInIsThereAtOnce) {
+TEST(PersonPresenceTest, SomebodyOnTheirWayInIsThereAtOnce) {
     PersonPresence presence;
     const cv::Rect side(0, 30, 40, 114);
     EXPECT_FALSE(presence.judge(found(side, 0.8), gray, nothing));

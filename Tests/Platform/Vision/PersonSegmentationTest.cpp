@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(Qualities, PersonSegmentationTest,
                              return level.param == Quality::fast ? "fast" : "accurate";
                          });
 
-TEST(FramePicture, ReadsTheSameColorsFromEveryLayoutOfLumaAndChroma) {
+TEST(FramePictureTest, ReadsTheSameColorsFromEveryLayoutOfLumaAndChroma) {
     // Pure red as each standard writes it (ITU-R BT.601 and BT.709, limited and full range).
     struct Case {
         ColorMatrix matrix;

@@ -15,8 +15,6 @@
 #include <algorithm>
 #include <vector>
 
-#include <xcb/shape.h>
-
 namespace cobaltreel {
 namespace {
 

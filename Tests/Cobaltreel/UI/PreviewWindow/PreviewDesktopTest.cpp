@@ -1,5 +1,4 @@
 // The preview of a real session on a real display: its pictures, its controls under the pointer, its export.
-#include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Cobaltreel/Support/AppSettings.hpp"
 #include "Cobaltreel/Support/Paths.hpp"
 #include "Cobaltreel/Support/Strings.hpp"
@@ -14,9 +13,8 @@
 #include "Platform/PlatformServices.hpp"
 #include "Rig/CounterSession.hpp"
 #include "Rig/QtEventually.hpp"
+#include "Rig/TemporaryFolder.hpp"
 
-#include <QGuiApplication>
-#include <QPixmap>
 #include <QScreen>
 #include <QTest>
 #include <cmath>

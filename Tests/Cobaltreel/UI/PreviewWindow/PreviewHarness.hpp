@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Cobaltreel/Export/ExportFixture.hpp"
 #include "Cobaltreel/Support/TemporaryHome.hpp"
 #include "Cobaltreel/UI/PreviewWindow/PreviewModel.hpp"
 #include "Fakes/FakeFileBrowser.hpp"

@@ -9,7 +9,6 @@
 #include <future>
 #include <limits>
 #include <stdexcept>
-#include <vector>
 
 namespace cobaltreel {
 namespace {

@@ -22,7 +22,7 @@ OfferedFormat anySize(Size least, Size most, std::vector<double> rates) {
     return {false, {SPA_VIDEO_FORMAT_NV12}, {least, most}, true, std::move(rates), true};
 }
 
-TEST(CameraFormat, ChoosesWhatServesBest) {
+TEST(CameraFormatTest, ChoosesWhatServesBest) {
     struct Case {
         const char* camera;
         std::vector<OfferedFormat> offered;
@@ -56,7 +56,7 @@ TEST(CameraFormat, ChoosesWhatServesBest) {
     EXPECT_FALSE(bestFormat({}, {1280, 720}, 30));
 }
 
-TEST(CameraFormat, ReadsWhatACameraOffers) {
+TEST(CameraFormatTest, ReadsWhatACameraOffers) {
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_rectangle size{640, 480};

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-TEST(DeviceAccess, IsDeniedOnlyWhereThereAreDevicesThatNobodyOffers) {
+TEST(DeviceAccessTest, IsDeniedOnlyWhereThereAreDevicesThatNobodyOffers) {
     using Hardware = PipeWireDeviceAccess::Hardware;
     const CaptureDevice camera{"cam", "Camera", MediaType::video};
     struct Case {

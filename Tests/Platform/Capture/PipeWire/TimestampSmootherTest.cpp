@@ -1,6 +1,5 @@
 #include "Platform/Capture/PipeWire/TimestampSmoother.hpp"
 
-#include <cmath>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -10,7 +9,7 @@ namespace {
 
 constexpr double cycle = 1024.0 / 48000;
 
-TEST(TimestampSmoother, LevelsOutSingleWrongTimes) {
+TEST(TimestampSmootherTest, LevelsOutSingleWrongTimes) {
     TimestampSmoother clock;
     for (int i = 0; i < 1000; ++i) {
         const double truth = 100 + i * cycle;
@@ -21,7 +20,7 @@ TEST(TimestampSmoother, LevelsOutSingleWrongTimes) {
     }
 }
 
-TEST(TimestampSmoother, FollowsACrystalThatIsOff) {
+TEST(TimestampSmootherTest, FollowsACrystalThatIsOff) {
     TimestampSmoother clock;
     double end = 0;
     for (int i = 0; i < 30000; ++i) {
@@ -36,7 +35,7 @@ TEST(TimestampSmoother, FollowsACrystalThatIsOff) {
     }
 }
 
-TEST(TimestampSmoother, KeepsGaps) {
+TEST(TimestampSmootherTest, KeepsGaps) {
     struct Case {
         double gap;
         int runsUntilRight;
@@ -55,7 +54,7 @@ TEST(TimestampSmoother, KeepsGaps) {
     }
 }
 
-TEST(TimestampSmoother, NeverGoesBack) {
+TEST(TimestampSmootherTest, NeverGoesBack) {
     TimestampSmoother clock;
     std::vector<double> placed;
     // The first time is two cycles late, all others are right.

@@ -41,7 +41,7 @@ struct SentBuffer {
 
 const CastFormat bgrx{SPA_VIDEO_FORMAT_BGRx, {64, 48}, false};
 
-TEST(CastPicture, EveryFormatBecomesBgra) {
+TEST(CastPictureTest, EveryFormatBecomesBgra) {
     const struct {
         std::uint32_t format;
         std::vector<std::uint8_t> pixel;
@@ -68,7 +68,7 @@ TEST(CastPicture, EveryFormatBecomesBgra) {
     }
 }
 
-TEST(CastPicture, WhatCannotBeTrueIsNoPicture) {
+TEST(CastPictureTest, WhatCannotBeTrueIsNoPicture) {
     const struct {
         const char* what;
         void (*spoil)(SentBuffer&);
@@ -94,7 +94,7 @@ TEST(CastPicture, WhatCannotBeTrueIsNoPicture) {
     }
 }
 
-TEST(CastPicture, ACropStaysInsideThePicture) {
+TEST(CastPictureTest, ACropStaysInsideThePicture) {
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
     const struct {
         spa_region crop;
@@ -114,7 +114,7 @@ TEST(CastPicture, ACropStaysInsideThePicture) {
     }
 }
 
-TEST(CastPicture, WhatChangedIsBelievedInsideTheCropOnly) {
+TEST(CastPictureTest, WhatChangedIsBelievedInsideTheCropOnly) {
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
     const struct {
         std::array<spa_region, 2> damage;
@@ -138,7 +138,7 @@ int lumaAt(const ConstPixelBufferRef& frame, int x, int y) {
     return frame->plane().data[static_cast<std::ptrdiff_t>(y) * frame->plane().stride + x];
 }
 
-TEST(CastFrames, OnlyWhatChangedIsConvertedAndThePointerLeavesNoTrace) {
+TEST(CastFramesTest, OnlyWhatChangedIsConvertedAndThePointerLeavesNoTrace) {
     for (const std::uint32_t format : {SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_xRGB}) {
         SCOPED_TRACE(format);
         StreamConfiguration configuration;

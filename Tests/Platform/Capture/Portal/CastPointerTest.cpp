@@ -48,7 +48,7 @@ int drawnPixels(const CastPointer& pointer) {
     return count;
 }
 
-TEST(CastPointer, FollowsPlaceAndShape) {
+TEST(CastPointerTest, FollowsPlaceAndShape) {
     CastPointer pointer;
     SentCursor sent;
     EXPECT_TRUE(sent.tell(pointer));
@@ -67,7 +67,7 @@ TEST(CastPointer, FollowsPlaceAndShape) {
     EXPECT_EQ(drawnPixels(pointer), 0);
 }
 
-TEST(CastPointer, HostileMetadataIsNotBelieved) {
+TEST(CastPointerTest, HostileMetadataIsNotBelieved) {
     constexpr auto most = std::numeric_limits<std::int32_t>::max();
     constexpr auto least = std::numeric_limits<std::int32_t>::min();
     const struct {

@@ -35,7 +35,7 @@ struct SentWindow {
     CastPicture picture;
 };
 
-TEST(CastShadow, OnlyAShadowIsCutOff) {
+TEST(CastShadowTest, OnlyAShadowIsCutOff) {
     using Fills = std::vector<std::pair<PixelRect, std::uint32_t>>;
     const struct {
         const char* what;
@@ -65,7 +65,7 @@ TEST(CastShadow, OnlyAShadowIsCutOff) {
     }
 }
 
-TEST(CastShadow, IsFoundAnewWhenTheWindowChanges) {
+TEST(CastShadowTest, IsFoundAnewWhenTheWindowChanges) {
     SentWindow sent;
     CastShadow cut;
     EXPECT_EQ(sent.leftBy(cut), all) << "nothing is drawn yet";

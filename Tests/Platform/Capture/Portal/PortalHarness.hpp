@@ -10,11 +10,8 @@
 #include "Rig/QtEventually.hpp"
 #include "Rig/WaylandPerson.hpp"
 
-#include <QCoreApplication>
-#include <cstdlib>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include <gtest/gtest.h>
 
