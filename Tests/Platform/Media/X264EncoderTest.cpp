@@ -1,10 +1,10 @@
+#include "EncoderFixture.hpp"
 #include "Platform/Media/FFmpeg/ChangedBlocks.hpp"
 #include "Platform/Media/FFmpeg/H264Stream.hpp"
 #include "Platform/Media/FFmpeg/PictureConversion.hpp"
-#include "Platform/Media/FFmpeg/VideoEncoder.hpp"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cmath>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -12,98 +12,13 @@
 namespace platform::ffmpeg {
 namespace {
 
-PixelBufferRef copyOf(const PixelBuffer& picture) {
-    auto copy = std::make_shared<PixelBuffer>(PixelFormat::i420, picture.width(), picture.height());
-    for (int plane = 0; plane < 3; ++plane)
-        for (int y = 0; y < picture.plane(plane).height; ++y)
-            std::copy_n(picture.row(y, plane), picture.plane(plane).width, copy->row(y, plane));
-    return copy;
-}
-
-/// A page of strokes as sharp as letters, its lines moved up by `scrolled`.
-PixelBufferRef page(int width, int height, int scrolled = 0) {
-    auto picture = std::make_shared<PixelBuffer>(PixelFormat::i420, width, height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const int line = (y + scrolled) / 12, row = (y + scrolled) % 12;
-            const bool isInk = row < 9 && (x * 7 + line * 5 + row / 3 * x) % 11 < 3;
-            picture->row(y)[x] = isInk ? 30 : 225;
-        }
-    for (int plane : {1, 2})
-        for (int y = 0; y < height / 2; ++y) std::fill_n(picture->row(y, plane), width / 2, 128);
-    return picture;
-}
-
-void fill(PixelBuffer& picture, int left, int top, int width, int height, std::uint8_t luma) {
-    for (int y = top; y < top + height; ++y) std::fill_n(picture.row(y) + left, width, luma);
-}
-
-/// The worst mean difference of luma in any block.
-double worstBlock(const PixelBuffer& a, const PixelBuffer& b) {
-    double worst = 0;
-    for (int top = 0; top < a.height(); top += macroblockSide)
-        for (int left = 0; left < a.width(); left += macroblockSide) {
-            double sum = 0;
-            const int bottom = std::min(top + macroblockSide, a.height());
-            const int right = std::min(left + macroblockSide, a.width());
-            for (int y = top; y < bottom; ++y)
-                for (int x = left; x < right; ++x) sum += std::abs(a.row(y)[x] - b.row(y)[x]);
-            worst = std::max(worst, sum / ((bottom - top) * (right - left)));
-        }
-    return worst;
-}
-
-struct Encoded {
-    std::vector<PixelBufferRef> pictures;  // as decoded
-    std::vector<int> sizes;                // of the packets, bytes
-    std::vector<std::size_t> keyFrames;
-};
-
-/// Encodes at the settings' rate and decodes with a decoder that forgives nothing.
+/// At the settings' rate.
 Encoded encoded(const VideoSettings& settings, const std::vector<ConstPixelBufferRef>& pictures) {
-    const VideoEncoderPtr encoder = openVideoEncoder("libx264", settings, true);
-    const CodecPtr decoder(avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264)));
-    AVCodecParameters* parameters = avcodec_parameters_alloc();
-    avcodec_parameters_from_context(parameters, &encoder->description());
-    avcodec_parameters_to_context(decoder.get(), parameters);
-    avcodec_parameters_free(&parameters);
-    decoder->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_COMPLIANT;
-    decoder->thread_count = 1;
-    EXPECT_EQ(avcodec_open2(decoder.get(), decoder->codec, nullptr), 0);
-
-    Encoded result;
-    const auto timeOf = [&](std::size_t i) {
-        return static_cast<std::int64_t>(static_cast<double>(i) * videoTimescale /
-                                         settings.expectedFrameRate);
-    };
-    PictureConversion conversion;
-    const PacketPtr packet = makePacket();
-    const FramePtr frame = makeFrame();
-    const auto decode = [&](const AVPacket* given) {
-        EXPECT_EQ(avcodec_send_packet(decoder.get(), given), 0);
-        while (avcodec_receive_frame(decoder.get(), frame.get()) == 0)
-            result.pictures.push_back(copyOf(*conversion.buffer(*frame, PixelFormat::i420)));
-    };
-    const auto encode = [&](FramePtr picture) {
-        encoder->send(std::move(picture), 0);
-        while (encoder->receive(*packet)) {
-            EXPECT_EQ(packet->pts, timeOf(result.sizes.size()));
-            if ((packet->flags & AV_PKT_FLAG_KEY) != 0) result.keyFrames.push_back(result.sizes.size());
-            result.sizes.push_back(packet->size);
-            decode(packet.get());
-            av_packet_unref(packet.get());
-        }
-    };
-    for (std::size_t i = 0; i < pictures.size(); ++i) {
-        FramePtr picture = conversion.frame(pictures[i]);
-        picture->pts = timeOf(i);
-        encode(std::move(picture));
-    }
-    encode(nullptr);
-    decode(nullptr);
-    EXPECT_EQ(result.sizes.size(), pictures.size());
-    EXPECT_EQ(result.pictures.size(), pictures.size());
-    return result;
+    std::vector<Shown> shown;
+    for (const auto& picture : pictures)
+        shown.push_back({picture, std::llround(static_cast<double>(shown.size()) * videoTimescale /
+                                               settings.expectedFrameRate)});
+    return encoded("libx264", settings, shown);
 }
 
 constexpr int repetitionBytes = 20;  // with its length; the library's own are about as long
@@ -125,7 +40,8 @@ TEST(ChangedBlocks, AreThoseInWhichAnySampleDiffers) {
             expected[static_cast<std::size_t>(y / side * columns + x / side)] = 0;
         }
         std::vector<std::uint8_t> constant(expected.size(), 9);
-        const int changed = compareBlocks(*conversion.frame(after), *conversion.frame(before), constant);
+        const int changed =
+            compareBlocks<macroblockSide>(*conversion.frame(after), *conversion.frame(before), constant);
         ASSERT_EQ(constant, expected) << width << " x " << height;
         ASSERT_EQ(changed, std::count(expected.begin(), expected.end(), 0));
     }

@@ -31,15 +31,19 @@ void comparePlane(const AVFrame& a, const AVFrame& b, int plane, int width, int 
 
 }  // namespace
 
+template <int side>
 int compareBlocks(const AVFrame& picture, const AVFrame& previous, std::span<std::uint8_t> constant) {
     std::fill(constant.begin(), constant.end(), std::uint8_t{1});
     // Pictures are not written to once they were handed on.
     if (picture.data[0] == previous.data[0]) return 0;
-    comparePlane<macroblockSide>(picture, previous, 0, picture.width, picture.height, constant.data());
+    comparePlane<side>(picture, previous, 0, picture.width, picture.height, constant.data());
     for (int plane : {1, 2})
-        comparePlane<macroblockSide / 2>(picture, previous, plane, picture.width / 2, picture.height / 2,
-                                         constant.data());
+        comparePlane<side / 2>(picture, previous, plane, picture.width / 2, picture.height / 2,
+                               constant.data());
     return static_cast<int>(std::count(constant.begin(), constant.end(), 0));
 }
+
+template int compareBlocks<16>(const AVFrame&, const AVFrame&, std::span<std::uint8_t>);
+template int compareBlocks<32>(const AVFrame&, const AVFrame&, std::span<std::uint8_t>);
 
 }  // namespace platform::ffmpeg

@@ -2,6 +2,7 @@
 
 #include "Platform/Media/FFmpeg/Handles.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -81,6 +82,13 @@ FramePtr makeFrame() {
 PacketPtr makePacket() {
     PacketPtr packet(av_packet_alloc());
     if (!packet) throw std::bad_alloc();
+    return packet;
+}
+
+PacketPtr makePacket(std::span<const std::uint8_t> data) {
+    PacketPtr packet = makePacket();
+    if (av_new_packet(packet.get(), static_cast<int>(data.size())) < 0) throw std::bad_alloc();
+    std::copy(data.begin(), data.end(), packet->data);
     return packet;
 }
 

@@ -1,7 +1,6 @@
 #include "Platform/Media/FFmpeg/H264Stream.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 namespace platform::ffmpeg {
@@ -10,81 +9,6 @@ namespace {
 constexpr int highProfile = 100;
 constexpr std::uint8_t nonKeySlice = 0x41;  // referred to, type 1
 constexpr std::uint32_t allSlicesAreP = 5;
-
-/// A unit's bytes after the first, without those that keep start codes from appearing in it.
-Bytes unescaped(std::span<const std::uint8_t> escaped) {
-    Bytes bytes;
-    bytes.reserve(escaped.size());
-    int zeros = 0;
-    for (const std::uint8_t byte : escaped) {
-        if (zeros >= 2 && byte == 3) {
-            zeros = 0;
-            continue;
-        }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        bytes.push_back(byte);
-    }
-    return bytes;
-}
-
-void appendEscaped(Bytes& unit, std::span<const std::uint8_t> bytes) {
-    int zeros = 0;
-    for (const std::uint8_t byte : bytes) {
-        if (zeros >= 2 && byte <= 3) {
-            unit.push_back(3);
-            zeros = 0;
-        }
-        zeros = byte == 0 ? zeros + 1 : 0;
-        unit.push_back(byte);
-    }
-}
-
-class BitReader {
-  public:
-    explicit BitReader(const Bytes& bytes) : bytes_(bytes) {}
-
-    /// Past the end everything is 0.
-    std::uint32_t bits(int count) {
-        std::uint32_t value = 0;
-        for (; count > 0; --count, ++place_)
-            value =
-                value << 1 | (place_ / 8 < bytes_.size() ? bytes_[place_ / 8] >> (7 - place_ % 8) & 1 : 0);
-        return value;
-    }
-    /// An unsigned number in Exp-Golomb code. Signed ones are as long.
-    std::uint32_t number() {
-        int zeros = 0;
-        while (zeros < 31 && bits(1) == 0) ++zeros;
-        return (1U << zeros) - 1 + bits(zeros);
-    }
-    std::size_t place() const { return place_; }
-
-  private:
-    const Bytes& bytes_;
-    std::size_t place_ = 0;  // in bits
-};
-
-class BitWriter {
-  public:
-    void bits(std::uint32_t value, int count) {
-        while (count-- > 0) {
-            if (used_ % 8 == 0) bytes_.push_back(0);
-            bytes_.back() =
-                static_cast<std::uint8_t>(bytes_.back() | (value >> count & 1) << (7 - used_ % 8));
-            ++used_;
-        }
-    }
-    void number(std::uint32_t value) {
-        const auto length = static_cast<int>(std::bit_width(value + 1));
-        bits(0, length - 1);
-        bits(value + 1, length);
-    }
-    const Bytes& bytes() const { return bytes_; }
-
-  private:
-    Bytes bytes_;
-    std::size_t used_ = 0;  // bits
-};
 
 }  // namespace
 

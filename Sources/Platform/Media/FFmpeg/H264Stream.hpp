@@ -1,14 +1,12 @@
 #pragma once
 
-#include <cstddef>
+#include "Platform/Media/FFmpeg/BitStream.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <vector>
 
 namespace platform::ffmpeg {
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// The parameter sets of a stream, as units without start code or length, in the form that MPEG-4 files keep
 /// (avcC, lengths of four bytes).

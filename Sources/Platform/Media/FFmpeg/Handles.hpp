@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <span>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -53,5 +55,6 @@ using AudioFifoPtr = std::unique_ptr<AVAudioFifo, AudioFifoDeleter>;
 /// Throw std::bad_alloc instead of returning null.
 FramePtr makeFrame();
 PacketPtr makePacket();
+PacketPtr makePacket(std::span<const std::uint8_t> data);
 
 }  // namespace platform::ffmpeg

@@ -122,7 +122,7 @@ void X264Encoder::send(FramePtr picture, double) {
     }
     const bool isKeyFrame =
         !last_ || sinceKeyFrame_ >= description_->gop_size || picture->pict_type == AV_PICTURE_TYPE_I;
-    const bool isSame = last_ && compareBlocks(*picture, *last_, constant_) == 0;
+    const bool isSame = last_ && compareBlocks<macroblockSide>(*picture, *last_, constant_) == 0;
     sinceKeyFrame_ = isKeyFrame ? 1 : sinceKeyFrame_ + 1;
     times_.push_back(picture->pts);
     if (stream_ && isSame && !isKeyFrame && good_ >= codings) {
@@ -199,9 +199,7 @@ void X264Encoder::take(const void* first, int count, double coarsening) {
 
 /// What is shown at the first of the times that wait.
 void X264Encoder::deliver(const Bytes& bytes, bool isKeyFrame) {
-    PacketPtr packet = makePacket();
-    check(av_new_packet(packet.get(), static_cast<int>(bytes.size())), "The encoder libx264 failed");
-    std::copy(bytes.begin(), bytes.end(), packet->data);
+    PacketPtr packet = makePacket(bytes);
     if (isKeyFrame) packet->flags |= AV_PKT_FLAG_KEY;
     packet->pts = packet->dts = times_.front();  // nothing is reordered
     times_.pop_front();
