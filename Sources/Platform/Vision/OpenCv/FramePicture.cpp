@@ -68,6 +68,18 @@ cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size) {
     return picture;
 }
 
+cv::Mat3b resized(const cv::Mat3b& picture, cv::Size size) {
+    // OpenCV averages two by two pixels ten times as fast as any other number of them.
+    cv::Mat3b near = picture, result;
+    while (near.cols >= 2 * size.width && near.rows >= 2 * size.height) {
+        cv::Mat3b half;
+        cv::resize(near, half, {near.cols / 2, near.rows / 2}, 0, 0, cv::INTER_AREA);
+        near = half;
+    }
+    cv::resize(near, result, size, 0, 0, cv::INTER_LINEAR);
+    return result;
+}
+
 cv::Mat1b liftFor(const cv::Mat3b& picture) {
     const cv::Scalar mean = cv::mean(picture);
     const double luma = 0.114 * mean[0] + 0.587 * mean[1] + 0.299 * mean[2];

@@ -13,6 +13,9 @@ cv::Size workingSize(cv::Size frame, double area);
 /// for a format that is no color picture.
 cv::Mat3b readPicture(const PixelBuffer& frame, cv::Size size);
 
+/// `picture` at `size`, averaged down.
+cv::Mat3b resized(const cv::Mat3b& picture, cv::Size size);
+
 /// The curve that lifts the middle tones of a dark picture to those of a well-lit room; empty for other
 /// pictures.
 cv::Mat1b liftFor(const cv::Mat3b& picture);

@@ -56,8 +56,7 @@ class OpenCvRequest : public PersonSegmentationRequest {
             // Here and not in the constructor: loading takes a while, and this is no main thread.
             if (!network_) network_ = networks_->load();
             try {
-                cv::Mat3b view;
-                cv::resize(detailed, view, network_->input(), 0, 0, cv::INTER_AREA);
+                const cv::Mat3b view = resized(detailed, network_->input());
                 const cv::Mat1b changed = changeBetween(before_, view);
                 // Whether somebody is there at all is worth two looks, and so is every frame of an export.
                 const bool once = quality_ != QualityLevel::accurate && matte_.isSure();

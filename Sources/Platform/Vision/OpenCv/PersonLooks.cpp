@@ -87,8 +87,7 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
     const int left = (width - cols) / 2;
     if (width > cols) cv::copyMakeBorder(part, part, 0, 0, left, width - cols - left, cv::BORDER_REPLICATE);
 
-    cv::Mat3b view;
-    cv::resize(part, view, network.input(), 0, 0, cv::INTER_AREA);
+    cv::Mat3b view = resized(part, network.input());
     cv::flip(lifted(view, lift), view, 1);
     cv::Mat1f answer = network.query(view), there, result = elsewhere.clone();
     cv::flip(answer, answer, 1);

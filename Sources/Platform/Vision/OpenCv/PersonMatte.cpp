@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <numeric>
 
 #include <opencv2/imgproc.hpp>
 
@@ -16,6 +18,10 @@ namespace {
 constexpr float doubtFrom = 0.25F, doubtTo = 0.7F;
 /// How far, in its pixels, the soft border reaches to either side of the hard one: fully, and at all.
 constexpr float softReach = 1, softEnd = 4;
+/// Nothing is shown farther away from the hard border than this.
+constexpr int farthest = static_cast<int>(softEnd) + 1;
+/// Of the guided matte: the largest radius, in the network's pixels.
+constexpr int widestWindow = 4;
 
 /// Lets `now` follow `held`: at once where the picture has changed, else the slower the smaller the step is,
 /// but by `least` of it.
@@ -54,10 +60,34 @@ void keepToBorder(cv::Mat1f& soft, const cv::Mat1b& solid, float reach, float en
 cv::Mat1f drawAlongEdges(const cv::Mat1f& person, const cv::Mat3b& view, const cv::Mat3b& fine) {
     cv::Mat1b coarse;
     person.convertTo(coarse, CV_8U, 255);
-    cv::Mat3f colors;
-    view.convertTo(colors, CV_32F);
     const bool large = fine.cols > 2 * view.cols;
-    return guidedMatte(coarse, colors, fine, large ? 3 : 4, large ? 2e-4F : 1e-4F);
+    return guidedMatte(coarse, view, fine, large ? 3 : widestWindow, large ? 2e-4F : 1e-4F);
+}
+
+/// A part of a picture, and the same part of a finer one.
+struct Part {
+    cv::Rect coarse, fine;
+};
+
+/// The first range around `low` … `high` whose ends are whole pixels at the finer size as well.
+void alignRange(int& low, int& high, int all, int allFine) {
+    const int step = all / std::gcd(all, allFine);
+    low = std::max(0, low) / step * step;
+    high = std::min(all, (high + step - 1) / step * step);
+}
+
+/// All that a border around `solid` may reach and is drawn from.
+Part partAround(const cv::Mat1b& solid, cv::Size fine) {
+    constexpr int margin = farthest + 2 * widestWindow + 1;
+    const cv::Rect box = cv::boundingRect(solid);
+    int left = box.x - margin, right = box.br().x + margin, top = box.y - margin,
+        bottom = box.br().y + margin;
+    alignRange(left, right, solid.cols, fine.width);
+    alignRange(top, bottom, solid.rows, fine.height);
+    const auto across = [&](int x) { return static_cast<int>(std::int64_t{x} * fine.width / solid.cols); };
+    const auto down = [&](int y) { return static_cast<int>(std::int64_t{y} * fine.height / solid.rows); };
+    return {{cv::Point(left, top), cv::Point(right, bottom)},
+            {cv::Point(across(left), down(top)), cv::Point(across(right), down(bottom))}};
 }
 
 }  // namespace
@@ -77,13 +107,18 @@ cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& vie
     person = (person - doubtFrom) / (doubtTo - doubtFrom);
     keepToBorder(person, pieces.solid, softReach, softEnd);
 
-    cv::Mat1f matte = drawAlongEdges(person, view, fine);
-    if (heldFine_.size() == fine.size()) hold(matte, heldMatte_, changeBetween(heldFine_, fine), 0.15F);
+    // Beside the person everything is black, and takes no time.
+    const Part part = partAround(pieces.solid, fine.size());
+    cv::Mat1f matte(fine.size(), 0.0F), drawn = matte(part.fine);
+    drawAlongEdges(person(part.coarse), view(part.coarse), fine(part.fine)).copyTo(drawn);
     // What is held where somebody no longer is would trail behind them.
-    cv::Mat1b near, nearFine;
-    cv::dilate(pieces.solid, near, cv::Mat(), {-1, -1}, static_cast<int>(softEnd) + 1);
-    cv::resize(near, nearFine, fine.size(), 0, 0, cv::INTER_NEAREST);
-    matte.setTo(0, nearFine == 0);
+    cv::Mat1b far, farFine;
+    cv::dilate(pieces.solid(part.coarse), far, cv::Mat(), {-1, -1}, farthest);
+    far = far == 0;
+    cv::resize(far, farFine, part.fine.size(), 0, 0, cv::INTER_NEAREST);
+    if (heldFine_.size() == fine.size())
+        hold(drawn, heldMatte_(part.fine), changeBetween(heldFine_(part.fine), fine(part.fine)), 0.15F);
+    drawn.setTo(0, farFine);
     heldMatte_ = matte;
     heldFine_ = fine;
     cv::Mat1b mask;

@@ -38,7 +38,8 @@ std::vector<Piece> measure(const cv::Mat1f& probability, const cv::Mat1i& labels
     return pieces;
 }
 
-void fillHoles(cv::Mat1b& solid) {
+/// In `solid`, a part of a picture of so many pixels beside which nobody is.
+void fillHoles(cv::Mat1b& solid, double pixels) {
     cv::Mat1i labels;
     cv::Mat stats, centres;
     const int count = cv::connectedComponentsWithStats(solid == 0, labels, stats, centres, 4, CV_32S);
@@ -47,28 +48,31 @@ void fillHoles(cv::Mat1b& solid) {
         const cv::Rect box(s[cv::CC_STAT_LEFT], s[cv::CC_STAT_TOP], s[cv::CC_STAT_WIDTH],
                            s[cv::CC_STAT_HEIGHT]);
         const bool inside = box.x > 0 && box.y > 0 && box.br().x < solid.cols && box.br().y < solid.rows;
-        if (inside && s[cv::CC_STAT_AREA] < largestHole * static_cast<double>(solid.total()))
-            solid(box).setTo(255, labels(box) == i);
+        if (inside && s[cv::CC_STAT_AREA] < largestHole * pixels) solid(box).setTo(255, labels(box) == i);
     }
 }
 
 }  // namespace
 
 PersonPieces findPerson(const cv::Mat1f& probability) {
-    cv::Mat1i labels;
-    const int count = cv::connectedComponents(probability > somebody, labels, 4, CV_32S);
-    const auto pieces = measure(probability, labels, count);
     PersonPieces person{cv::Mat1b(probability.size(), uchar(0))};
+    const cv::Mat1b likely = probability > somebody;
+    const cv::Rect box = cv::boundingRect(likely);
+    if (box.empty()) return person;
+    const auto pixels = static_cast<double>(probability.total());
+    cv::Mat1b solid = person.solid(box);
+    cv::Mat1i labels;
+    const int count = cv::connectedComponents(likely(box), labels, 4, CV_32S);
+    const auto pieces = measure(probability(box), labels, count);
     const auto largest = std::max_element(pieces.begin() + 1, pieces.end(),
                                           [](const Piece& a, const Piece& b) { return a.area < b.area; });
-    if (largest == pieces.end()) return person;
     const int main = static_cast<int>(largest - pieces.begin());
-    person.solid.setTo(255, labels == main);
-    person.area = largest->area / static_cast<double>(probability.total());
+    solid.setTo(255, labels == main);
+    person.area = largest->area / pixels;
     person.confidence = largest->confidence;
 
     cv::Mat1f distance;
-    if (count > 2) cv::distanceTransform(person.solid == 0, distance, cv::DIST_L2, 3);
+    if (count > 2) cv::distanceTransform(solid == 0, distance, cv::DIST_L2, 3);
     for (int i = 1; i < count; ++i) {
         const Piece& piece = pieces[static_cast<std::size_t>(i)];
         const double part = static_cast<double>(piece.area) / largest->area;
@@ -79,9 +83,9 @@ PersonPieces findPerson(const cv::Mat1f& probability) {
             cv::minMaxLoc(distance, &gap, nullptr, nullptr, nullptr, labels == i);
             counts = gap <= (part <= largestHand ? handReach : crack) * probability.cols;
         }
-        if (counts) person.solid.setTo(255, labels == i);
+        if (counts) solid.setTo(255, labels == i);
     }
-    fillHoles(person.solid);
+    fillHoles(solid, pixels);
     return person;
 }
 
