@@ -117,6 +117,33 @@ TEST_F(NeuralModelTest, ACloseLookFindsThePersonWhereTheyAre) {
         }
 }
 
+TEST_F(NeuralModelTest, TheProgramLooksCloserWithItsOtherNetworkWhereThereIsOne) {
+    const TinyNetwork red{.input = {1, 3, 144, 256}, .weights = {12, 0, -12}, .activation = "Sigmoid"};
+    const auto own = write("own.onnx", onnxBytes(red));
+    const auto frame = cobaltreel::composited::asBgra(halfRed());
+    struct Case {
+        const char *what, *told;
+        std::string close;
+        bool found;
+    };
+    TinyNetwork same = red, opposite = red;
+    same.input = opposite.input = {1, 3, 64, 64};
+    opposite.weights = {-12, 0, 12};
+    const Case cases[] = {{"none", "no network for a close look", "", true},
+                          {"one that agrees", "with own-close.onnx", onnxBytes(same), true},
+                          {"one that contradicts", "with own-close.onnx", onnxBytes(opposite), false},
+                          {"a damaged one", "own-close.onnx can't be used", "ONNX", true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        if (!c.close.empty()) write("own-close.onnx", c.close);
+        OpenCvVisionService service(folder / "none", own);
+        EXPECT_NE(service.implementation().find(c.told), std::string::npos) << service.implementation();
+        const auto [blue, person] = ask(service, *frame);
+        EXPECT_LT(blue, 40);
+        EXPECT_EQ(person > 215, c.found) << person;
+    }
+}
+
 TEST_F(NeuralModelTest, ACloseLookAtSomebodyOfAnyWidthFitsANetworkOfAnyWidth) {
     for (const int width : {192, 224}) {
         SCOPED_TRACE(width);

@@ -246,12 +246,14 @@ class Converter:
             raise ValueError('several results a channel are not known')
         if options.number(dilation, otherwise=1) != 1 or options.number(dilation + 1, otherwise=1) != 1:
             raise ValueError('dilation is not known')
+        pads = self.padding(options.number(0, 'b') == SAME, source, self.picture_shape(result), kernel[1:3], strides)
+        # OpenCV copies the whole picture for explicit pads that differ, and not for the same ones by their name.
+        padding = {'pads': pads} if pads[:2] == pads[2:] else {'auto_pad': 'SAME_UPPER'}
         self.activated(
             'Conv', ['t%d' % inputs[0], self.weight(inputs[1], (3, 0, 1, 2) if depthwise else (0, 3, 1, 2)),
                      self.weight(inputs[2])],
             't%d' % result, options.number(activation, 'b'), kernel_shape=kernel[1:3], strides=strides,
-            group=source[1] if depthwise else 1,
-            pads=self.padding(options.number(0, 'b') == SAME, source, self.picture_shape(result), kernel[1:3], strides))
+            group=source[1] if depthwise else 1, **padding)
 
     def transposed_convolution(self, inputs, result, options):
         _, columns, rows = struct.unpack_from('<3i', options)

@@ -54,29 +54,34 @@ class OpenCvRequest : public PersonSegmentationRequest {
             cv::resize(detailed, picture, workingSize(size, fastArea), 0, 0, cv::INTER_AREA);
         for (;;) {
             // Here and not in the constructor: loading takes a while, and this is no main thread.
-            if (!network_) network_ = networks_->load();
+            if (!network_) {
+                network_ = networks_->load();
+                close_ = networks_->loadClose(*network_);
+            }
             try {
                 const cv::Mat3b view = resized(detailed, network_->input());
                 const cv::Mat1b changed = changeBetween(before_, view);
-                // Whether somebody is there at all is worth two looks, and so is every frame of an export.
-                const bool once = quality_ != QualityLevel::accurate && matte_.isSure();
-                const cv::Mat1f person =
-                    looks_.look(*network_, detailed, view, changed,
-                                once ? PersonLooks::Effort::inTurn : PersonLooks::Effort::both);
+                // Whether somebody is there at all is worth two looks.
+                const auto effort = !matte_.isSure()                ? PersonLooks::Effort::both
+                                    : quality_ == Quality::accurate ? PersonLooks::Effort::mostlyClose
+                                                                    : PersonLooks::Effort::inTurn;
+                const auto person =
+                    looks_.look({*network_, close_ ? *close_ : *network_}, detailed, view, changed, effort);
                 const cv::Mat1b mask = matte_.refine(person, view, changed, picture);
                 looks_.onPersonFound(matte_.found());
                 before_ = view;
                 return mask;
             } catch (const PlatformError& e) {
-                networks_->giveUp(network_->file(), e.description());
-                network_.reset();
+                auto& failed = close_ ? close_ : network_;
+                networks_->giveUp(failed->file(), e.description());
+                failed.reset();
             }
         }
     }
 
     std::shared_ptr<PersonNetworks> networks_;
     QualityLevel quality_;
-    std::unique_ptr<NeuralSegmentation> network_;
+    std::unique_ptr<NeuralSegmentation> network_, close_;
     PersonLooks looks_;
     PersonMatte matte_;
     cv::Mat3b before_;  ///< what the network saw of the frame before
@@ -96,10 +101,12 @@ std::unique_ptr<PersonSegmentationRequest> OpenCvVisionService::makePersonSegmen
 }
 
 std::string OpenCvVisionService::implementation() const {
-    const auto [file, problems] = networks_->verdict();
+    const auto [file, close, problems] = networks_->verdict();
     const std::string library = "OpenCV " CV_VERSION;
     if (file.empty()) return library + ", no network";
-    return library + ", neural model " + file.string() + (problems.empty() ? "" : ". " + problems);
+    return library + ", neural model " + file.string() +
+           (close.empty() ? "" : " with " + close.filename().string()) +
+           (problems.empty() ? "" : ". " + problems);
 }
 
 std::optional<PlatformError> OpenCvVisionService::unavailable() {

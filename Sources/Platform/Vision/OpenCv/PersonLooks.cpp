@@ -27,6 +27,12 @@ cv::Mat1f agreed(const cv::Mat1f& first, const cv::Mat1f& second) {
     return cv::Mat(trustInMore * cv::max(first, second) + (1 - trustInMore) * cv::min(first, second));
 }
 
+/// A network made for the close look sees hair, caps and arms in the dark that the other misses.
+cv::Mat1f weighed(const cv::Mat1f& whole, const cv::Mat1f& close) {
+    constexpr double trustInClose = 0.65;
+    return cv::Mat(trustInClose * close + (1 - trustInClose) * whole);
+}
+
 /// `both` where nothing has changed, `now` where everything has.
 cv::Mat1f byChange(const cv::Mat1f& now, const cv::Mat1f& both, const cv::Mat1b& changed) {
     cv::Mat1f result(now.size());
@@ -99,24 +105,29 @@ cv::Mat1f PersonLooks::lookCloser(NeuralSegmentation& network, const cv::Mat3b& 
     return result;
 }
 
-cv::Mat1f PersonLooks::look(NeuralSegmentation& network, const cv::Mat3b& frame, const cv::Mat3b& view,
-                            const cv::Mat1b& changed, Effort effort) {
+PersonLooks::Answer PersonLooks::look(const Networks& networks, const cv::Mat3b& frame, const cv::Mat3b& view,
+                                      const cv::Mat1b& changed, Effort effort) {
     const cv::Size size = view.size();
     const cv::Mat1b lift = liftFor(view);
-    const bool known = last_.size() == size && changed.size() == size && !isAllNew(changed);
-    if (effort == Effort::inTurn && known) {
-        closer_ = !closer_ && !place_.empty() && !movesOutside(changed, place_);
-        const cv::Mat1f now =
-            closer_ ? lookCloser(network, frame, lift, last_) : network.query(lifted(view, lift));
-        const cv::Mat1f result = byChange(now, agreed(now, last_), changed);
-        last_ = now;
-        return result;
-    }
-    last_ = network.query(lifted(view, lift));
-    closer_ = false;
-    if (!known || place_.empty()) place_ = around(findPerson(last_).solid);
+    const bool known = whole_.size() == size && changed.size() == size && !isAllNew(changed);
+    const bool spares = effort != Effort::both && known;
+    const bool onlyClose = spares && isWholeNew_ && !place_.empty() && !movesOutside(changed, place_);
+    const bool onlyWhole = spares && !onlyClose && effort == Effort::inTurn && !close_.empty();
+    if (!onlyClose) whole_ = networks.whole.query(lifted(view, lift));
+    if (!onlyClose && (!known || place_.empty())) place_ = around(findPerson(whole_).solid);
     if (place_.empty()) place_ = cv::Rect({}, size);
-    return agreed(last_, lookCloser(network, frame, lift, last_));
+    if (!onlyWhole) close_ = lookCloser(networks.close, frame, lift, whole_);
+    isWholeNew_ = !onlyClose;
+
+    const bool alike = &networks.whole == &networks.close;
+    Answer answer{{}, agreed(whole_, close_)};
+    answer.person = alike ? answer.cautious : weighed(whole_, close_);
+    if (onlyClose || onlyWhole) {
+        const cv::Mat1f& now = onlyClose ? close_ : whole_;
+        answer.person = byChange(now, answer.person, changed);
+        answer.cautious = alike ? answer.person : byChange(now, answer.cautious, changed);
+    }
+    return answer;
 }
 
 void PersonLooks::onPersonFound(const cv::Mat1b& person) {

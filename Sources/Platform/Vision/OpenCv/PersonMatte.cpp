@@ -92,13 +92,15 @@ Part partAround(const cv::Mat1b& solid, cv::Size fine) {
 
 }  // namespace
 
-cv::Mat1b PersonMatte::refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat1b& changed,
-                              const cv::Mat3b& fine) {
-    cv::Mat1f person = probability.clone();
+cv::Mat1b PersonMatte::refine(const PersonLooks::Answer& answer, const cv::Mat3b& view,
+                              const cv::Mat1b& changed, const cv::Mat3b& fine) {
+    cv::Mat1f person = answer.person.clone();
     if (heldPerson_.size() == person.size() && !changed.empty()) hold(person, heldPerson_, changed, 0.3F);
     heldPerson_ = person.clone();
 
-    const PersonPieces pieces = findPerson(person);
+    PersonPieces pieces = findPerson(person);
+    if (answer.cautious.data != answer.person.data)
+        pieces.confidence = findPerson(answer.cautious).confidence;
     solid_ = pieces.solid;
     if (!presence_.judge(pieces, view, changed)) {
         heldFine_.release();

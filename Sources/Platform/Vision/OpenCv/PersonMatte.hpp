@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Vision/OpenCv/PersonLooks.hpp"
 #include "Platform/Vision/OpenCv/PersonPresence.hpp"
 
 namespace platform {
@@ -9,11 +10,10 @@ namespace platform {
 /// Used on one thread at a time.
 class PersonMatte {
   public:
-    /// `probability` 0…1, a network's answer to a frame; `view`, the frame at that size; `changed`, what of
-    /// it differs from the frame before (see changeBetween); `fine`, the frame as large as the mask is
-    /// wanted. The person, 0…255, at the size of `fine`; black when whoever was there has left; empty when
-    /// nobody was there yet.
-    cv::Mat1b refine(const cv::Mat1f& probability, const cv::Mat3b& view, const cv::Mat1b& changed,
+    /// `answer`, what was seen in a frame; `view`, the frame at that size; `changed`, what of it differs from
+    /// the frame before (see changeBetween); `fine`, the frame as large as the mask is wanted. The person,
+    /// 0…255, at the size of `fine`; black when whoever was there has left; empty when nobody was there yet.
+    cv::Mat1b refine(const PersonLooks::Answer& answer, const cv::Mat3b& view, const cv::Mat1b& changed,
                      const cv::Mat3b& fine);
 
     /// What was found in the last frame, somebody or not: 255 at the size of its answer.
