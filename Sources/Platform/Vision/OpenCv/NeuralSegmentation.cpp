@@ -188,20 +188,19 @@ cv::Mat1f NeuralSegmentation::personIn(const cv::Mat3b& picture) {
     try {
         cv::Mat values;
         cv::resize(picture, values, model_.input, 0, 0, cv::INTER_AREA);
-        if (model_.redFirst) cv::cvtColor(values, values, cv::COLOR_BGR2RGB);
-        cv::Mat real;
-        values.convertTo(real, CV_32F);
-        cv::subtract(real, model_.mean, real);
-        cv::multiply(real,
-                     cv::Scalar(model_.scale / model_.deviation[0], model_.scale / model_.deviation[1],
-                                model_.scale / model_.deviation[2]),
-                     real);
-        if (model_.channelsLast) {
-            const int shape[] = {1, real.rows, real.cols, 3};
-            network_.setInput(cv::Mat(4, shape, CV_32F, real.data));
-        } else {
-            network_.setInput(cv::dnn::blobFromImage(real));
+        cv::Mat colors[3], real[3];
+        cv::split(values, colors);
+        for (int c = 0; c < 3; ++c) {
+            const double scale = model_.scale / model_.deviation[c];
+            colors[model_.redFirst ? 2 - c : c].convertTo(real[c], CV_32F, scale, -model_.mean[c] * scale);
         }
+        cv::Mat input;
+        if (model_.channelsLast)
+            cv::merge(real, 3, input);
+        else
+            cv::vconcat(real, 3, input);
+        const int side[] = {1, values.rows, values.cols, 3}, plane[] = {1, 3, values.rows, values.cols};
+        network_.setInput(cv::Mat(4, model_.channelsLast ? side : plane, CV_32F, input.data));
         answer = network_.forward().clone();
     } catch (const cv::Exception& e) {
         throw broken(model_.file, "it can't be computed (" + oneLine(e) + ")", 4);

@@ -64,7 +64,8 @@ std::unique_ptr<NeuralSegmentation> PersonNetworks::tryOut(Candidate& candidate)
                                 "The segmentation model " + candidate.file.string() +
                                     " can't be used: OpenCV crashes when it loads it.");
         auto network = std::make_unique<NeuralSegmentation>(*candidate.description);
-        if (!std::exchange(candidate.proven, true)) network->tryOut();
+        // Nor is the first mask kept waiting for the one for a close look, whose every answer is checked.
+        if (!std::exchange(candidate.proven, true) && &candidate != &close_) network->tryOut();
         return network;
     } catch (const std::exception& e) {
         candidate.problem = e.what();
